@@ -1,0 +1,124 @@
+// Calls into the library's rooms, past the exported interface. `way`: 0 plain, 1 words, 2 what the library itself chooses.
+#include <windows.h>
+
+#include <new>
+
+#include "still/jpeg_encoder.h"
+#include "still/pixel_convert.h"
+#include "still/png_encoder.h"
+#include "tiff/adaptive_threshold.h"
+#include "tiff/byte_buffer.h"
+#include "tiff/encode_g4.h"
+#include "tiff/encode_g4_ways.h"
+#include "tiff/threshold_plan.h"
+#include "tiff/threshold_ways.h"
+#include "tiff/tiff_file.h"
+
+using namespace cam;
+
+namespace {
+
+enum Way { kPlain, kWord, kChosen };
+enum Routine { kYuy2ToRgb565, kGatherLuma, kRgb565ToGrey, kExpandGrey, kRgb565ToRgb888 };
+
+const still::PixelRoutines& Routines(int way) {
+    return way == kPlain ? still::kPlainPixels : way == kWord ? still::kWordPixels : still::FastPixels();
+}
+
+// Bytes into memory that the caller gave; counts on when it is full.
+class MemorySink final : public still::ByteSink {
+  public:
+    MemorySink(BYTE* bytes, DWORD room) : bytes_(bytes), room_(room) {}
+    bool Write(const void* bytes, size_t count) override {
+        if (count > room_ - length) return false;
+        memcpy(bytes_ + length, bytes, count);
+        length += static_cast<DWORD>(count);
+        return true;
+    }
+    bool Restart() override {
+        length = 0;
+        return true;
+    }
+    DWORD length = 0;
+
+  private:
+    BYTE* bytes_;
+    DWORD room_;
+};
+
+// The result's bytes, copied out; 0 when there are more than fit or nothing came out.
+DWORD CopyOut(const tiff::ByteBuffer& from, DWORD length, BYTE* out, DWORD room) {
+    if (length > room) return 0;
+    memcpy(out, from.Data(), length);
+    return length;
+}
+
+}  // namespace
+
+extern "C" {
+
+// One row through one of the pixel routines.
+void WINAPI runPixels(int way, int routine, BYTE* to, BYTE* from, DWORD width) {
+    const still::PixelRoutines& routines = Routines(way);
+    switch (routine) {
+        case kYuy2ToRgb565:
+            return routines.yuy2RowToRgb565(to, width);
+        case kGatherLuma:
+            return routines.gatherLumaRow(to, from, width);
+        case kRgb565ToGrey:
+            return routines.rgb565RowToGrey(to, from, width);
+        case kExpandGrey:
+            return routines.expandGreyRow(to, from, width);
+        default:
+            return routines.rgb565RowToRgb888(to, from, width);
+    }
+}
+
+// A whole YUY2 frame to RGB565, as the library converts it.
+void WINAPI runFrame(int way, BYTE* frame, DWORD width, DWORD rows, DWORD stride) {
+    still::Yuy2ToRgb565(frame, {width, rows, stride}, Routines(way));
+}
+
+BOOL WINAPI runThreshold(int way, BYTE* plane, DWORD width, LONG height, DWORD size, DWORD percent) {
+    const float ratio = static_cast<float>(percent) / 100.0f;
+    if (way == kChosen) return tiff::AdaptiveThreshold(plane, width, height, size, ratio);
+    tiff::ThresholdPlan plan;
+    if (!tiff::PlanThreshold(plane, width, height, size, ratio, &plan)) return FALSE;
+    return way == kPlain ? tiff::ThresholdPlain(plan) : tiff::ThresholdWord(plan);
+}
+
+DWORD WINAPI runGroup4(int way, const BYTE* raster, DWORD width, DWORD rows, BYTE* out, DWORD room) {
+    tiff::ByteBuffer buffer(64 * 1024, true);
+    const DWORD length = width / 8 * rows;
+    DWORD written = 0;
+    uint32_t count = 0;
+    const auto encode = way == kPlain  ? tiff::EncodeG4Plain
+                        : way == kWord ? tiff::EncodeG4Word
+                                       : tiff::EncodeG4;
+    if (encode(raster, length, width, rows, buffer, &count)) written = CopyOut(buffer, count, out, room);
+    return written;
+}
+
+DWORD WINAPI runJpeg(const BYTE* frame, LONG width, LONG height, DWORD stride, int quality, BYTE* out,
+                     DWORD room) {
+    MemorySink sink(out, room);
+    const auto rows = still::TopDown(frame, width, height, stride);
+    return still::EncodeJpeg(rows, quality, sink) == still::EncodeStatus::Done ? sink.length : 0;
+}
+
+DWORD WINAPI runPng(const BYTE* frame, LONG width, LONG height, DWORD stride, BYTE* out, DWORD room) {
+    MemorySink sink(out, room);
+    const auto rows = still::TopDown(frame, width, height, stride);
+    return still::EncodePng(rows, sink) == still::EncodeStatus::Done ? sink.length : 0;
+}
+
+DWORD WINAPI runTiff(const BYTE* pixels, LONG width, LONG height, BYTE* out, DWORD room) {
+    tiff::ByteBuffer buffer(1024, true);
+    if (!tiff::EncodeBilevelTiff(buffer, pixels, width, height, nullptr, false)) return 0;
+    return CopyOut(buffer, buffer.Length(), out, room);
+}
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
+    return TRUE;
+}
+}

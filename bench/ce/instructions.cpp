@@ -1,0 +1,183 @@
+// Instructions for each pixel on ARM code: exact, and the same in every run. Cycles depend on the device's memory; see docs/targets.md.
+//
+//   ce_instructions [FOLDER]    of kernels.dll; default: the ce build's
+//
+// The picture is a frame of the real film when scripts/setup.sh has put it into build/media, else a chart. Ends with 1 when a second run counts otherwise.
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+
+#include "emulator/process.h"
+
+using namespace ce;
+
+namespace {
+
+constexpr u32 kWidth = 640, kRows = 480, kPixels = kWidth * kRows, kStride = 2 * kWidth;
+constexpr u32 kFrame = 0x60000000, kOut = 0x64000000, kBytes = 0x00400000;
+constexpr u32 kPlain = 0, kWord = 1, kChosen = 2;
+
+// Y0 U Y1 V from the first frame of a 4:2:0 film.
+std::vector<u8> ReadFilm(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string line;
+    if (!std::getline(file, line) || line.find("W640 H480") == std::string::npos || !std::getline(file, line))
+        return {};
+    std::vector<u8> planes(kPixels * 3 / 2), frame(2 * kPixels);
+    if (!file.read(reinterpret_cast<char*>(planes.data()), static_cast<std::streamsize>(planes.size())))
+        return {};
+    for (u32 y = 0; y < kRows; ++y) {
+        for (u32 x = 0; x < kWidth; ++x) {
+            const u32 chroma = kPixels + (x % 2 ? kPixels / 4 : 0) + y / 2 * (kWidth / 2) + x / 2;
+            frame[2 * (y * kWidth + x)] = planes[y * kWidth + x];
+            frame[2 * (y * kWidth + x) + 1] = planes[chroma];
+        }
+    }
+    return frame;
+}
+
+std::vector<u8> MakeChart() {
+    std::vector<u8> frame(2 * kPixels);
+    for (u32 i = 0; i < kPixels; ++i) {
+        const u32 x = i % kWidth, y = i / kWidth;
+        frame[2 * i] = static_cast<u8>((x / 20 + y / 20) % 2 ? 40 + x % 16 : 180 + y % 16);
+        frame[2 * i + 1] = static_cast<u8>(128 + (x / 2 + y) % 32);
+    }
+    return frame;
+}
+
+class Bench {
+  public:
+    Bench(const std::string& folder, std::vector<u8> frame)
+        : module_(process_.Load(folder + "/kernels.dll")), yuy2_(std::move(frame)) {
+        process_.machine.Map(kFrame, kBytes);
+        process_.machine.Map(kOut, kBytes);
+        process_.machine.CheckAlignment(false);
+        Put(yuy2_);
+        Call("runFrame", {kChosen, kFrame, kWidth, kRows, kStride});
+        rgb565_ = Get(2 * kPixels);
+        for (u32 i = 0; i < kPixels; ++i) grey_.push_back(yuy2_[2 * i]);
+        Put(grey_);
+        Call("runThreshold", {kChosen, kFrame, kWidth, kRows, kPixels, 10});
+        bilevel_ = Get(kPixels);
+        raster_.resize(kPixels / 8);
+        for (u32 i = 0; i < kPixels; ++i)
+            raster_[i / 8] = static_cast<u8>(raster_[i / 8] << 1 | (bilevel_[i] == 0));
+    }
+
+    void Pixels(const char* name, u32 routine, const std::vector<u8>& input, bool inPlace) {
+        for (const u32 way : {kPlain, kWord}) {
+            Count(name, way, input, [&] {
+                for (u32 y = 0; y < kRows; ++y) {
+                    const u32 row = kFrame + y * static_cast<u32>(input.size()) / kRows;
+                    Call("runPixels", {way, routine, inPlace ? row : kOut, row, kWidth});
+                }
+                return 0u;
+            });
+        }
+    }
+    void All() {
+        std::printf("%-28s %-8s %14s %12s %10s %10s\n", "640 x 480", "way", "instructions", "per pixel",
+                    "of plain", "bytes");
+        Pixels("YUY2 to RGB565", 0, yuy2_, true);
+        Pixels("luma of YUY2", 1, yuy2_, false);
+        Pixels("grey of RGB565", 2, rgb565_, false);
+        Pixels("grey to words", 3, grey_, false);
+        Pixels("RGB565 to RGB888", 4, rgb565_, false);
+        for (const u32 way : {kPlain, kWord, kChosen}) {
+            Count("threshold", way, grey_, [&] {
+                return Call("runThreshold", {way, kFrame, kWidth, kRows, kPixels, 10}), 0u;
+            });
+        }
+        for (const u32 way : {kPlain, kWord, kChosen}) {
+            Count("Group 4", way, raster_, [&] {
+                return Call("runGroup4", {way, kFrame, kWidth, kRows, kOut, kBytes});
+            });
+        }
+        Count("TIFF file", kChosen, Words(), [&] {
+            return Call("runTiff", {kFrame, kWidth, kRows, kOut, kBytes});
+        });
+        for (const u32 quality : {50u, 90u}) {
+            Count(quality == 50 ? "JPEG, quality 50" : "JPEG, quality 90", kChosen, rgb565_, [&] {
+                return Call("runJpeg", {kFrame, kWidth, kRows, kStride, quality, kOut, kBytes});
+            });
+        }
+        Count("PNG", kChosen, rgb565_, [&] {
+            return Call("runPng", {kFrame, kWidth, kRows, kStride, kOut, kBytes});
+        });
+    }
+    bool repeatable = true;
+
+  private:
+    u32 Call(const char* name, const std::vector<u32>& words) { return process_.Call(module_, name, words); }
+    void Put(const std::vector<u8>& bytes) {
+        std::memcpy(process_.machine.Bytes(kFrame, static_cast<u32>(bytes.size())), bytes.data(),
+                    bytes.size());
+    }
+    std::vector<u8> Get(u32 size) {
+        const u8* bytes = process_.machine.Bytes(kFrame, size);
+        return {bytes, bytes + size};
+    }
+    std::vector<u8> Words() const {
+        std::vector<u8> words;
+        for (const u8 sample : bilevel_) words.insert(words.end(), 2, sample);
+        return words;
+    }
+    template <typename F>
+    void Count(const char* name, u32 way, const std::vector<u8>& input, F run) {
+        u64 counts[2];
+        u32 bytes = 0;
+        for (u64& count : counts) {
+            Put(input);
+            process_.machine.StartCounting();
+            bytes = run();
+            count = process_.machine.StopCounting();
+        }
+        repeatable = repeatable && counts[0] == counts[1];
+        const char* ways[] = {"plain", "words", "chosen"};
+        // The plain way of a routine is counted before its others.
+        if (way == kPlain) {
+            plainName_ = name;
+            plainCount_ = counts[0];
+        }
+        char ofPlain[16] = "-";
+        if (plainName_ == name) {
+            std::snprintf(ofPlain, sizeof ofPlain, "%.3f",
+                          static_cast<double>(counts[0]) / static_cast<double>(plainCount_));
+        }
+        std::printf("%-28s %-8s %14llu %12.2f %10s %10u%s\n", name, ways[way],
+                    static_cast<unsigned long long>(counts[0]), static_cast<double>(counts[0]) / kPixels,
+                    ofPlain, bytes, counts[0] == counts[1] ? "" : "  NOT REPEATED");
+    }
+
+    Process process_;
+    Module& module_;
+    std::vector<u8> yuy2_, rgb565_, grey_, bilevel_, raster_;
+    std::string plainName_;
+    u64 plainCount_ = 0;
+};
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const std::string folder = count > 1 ? arguments[1] : OCELLUS_CE_BIN;
+    if (!std::ifstream(folder + "/kernels.dll")) {
+        std::printf(
+            "%s/kernels.dll: the ce build is missing; make it with: cmake --preset ce && cmake --build "
+            "--preset ce\n",
+            folder.c_str());
+        return 77;
+    }
+    std::vector<u8> frame = ReadFilm(OCELLUS_MEDIA "/film.y4m");
+    std::printf("Picture: %s\n", frame.empty() ? "a chart (run scripts/setup.sh for a real one)"
+                                               : "a frame of build/media/film.y4m");
+    if (frame.empty()) frame = MakeChart();
+    try {
+        Bench bench(folder, std::move(frame));
+        bench.All();
+        return bench.repeatable ? 0 : 1;
+    } catch (const Failure& failure) {
+        std::printf("%s\n", failure.what());
+        return 1;
+    }
+}

@@ -1,0 +1,202 @@
+// Measures the camera as an application sees it, against the device kit:
+//
+//     camInit to the first preview frame      less the sleeps that belong to bringing a camera up
+//     camSnapPicture to message 2623          less what the picture itself costs (conversion and file)
+//     640 x 480 at 30 frames a second         frames lost
+//
+// Usage: latency_bench [SECONDS]     SECONDS of the last measurement, 60 unless told
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <vector>
+
+#include <devicekit.h>
+#include <frames.h>
+#include <ocellus/cam.h>
+
+namespace {
+
+// The worker's before it looks for its first command, and the two around showing the video window.
+constexpr double kSleepsToFirstFrame = 300;  // ms
+constexpr double kInitGoal = 150;            // ms over the sleeps
+constexpr double kStillGoal = 10;            // ms over conversion and file
+constexpr int kRounds = 10;
+constexpr DWORD kLongEnough = 10000;  // ms
+
+double Now() {  // ms
+    static const double frequency = [] {
+        LARGE_INTEGER perSecond;
+        QueryPerformanceFrequency(&perSecond);
+        return static_cast<double>(perSecond.QuadPart) / 1000;
+    }();
+    LARGE_INTEGER count;
+    QueryPerformanceCounter(&count);
+    return static_cast<double>(count.QuadPart) / frequency;
+}
+
+struct Samples {
+    std::vector<double> values;
+    void Add(double value) { values.push_back(value); }
+    double Median() {
+        std::sort(values.begin(), values.end());
+        return values[values.size() / 2];
+    }
+    double Largest() { return *std::max_element(values.begin(), values.end()); }
+};
+
+[[noreturn]] void Fail(const char* what) {
+    printf("latency_bench: %s\n", what);
+    exit(1);
+}
+
+HANDLE firstFrame;
+double firstFrameAt;
+double stillAt;
+
+void WINAPI NoteFirstFrame(void*, DWORD, LONG, LONG, DWORD) {
+    if (WaitForSingleObject(firstFrame, 0) == WAIT_OBJECT_0) return;
+    firstFrameAt = Now();
+    SetEvent(firstFrame);
+}
+
+void WINAPI NoteStill(void*, DWORD, LONG, LONG, DWORD) {
+    stillAt = Now();
+}
+
+// Notes when the file has been written, before the camera's own worker is told.
+struct SavedWatch {
+    HANDLE saved = CreateEventW(nullptr, FALSE, FALSE, L"CAPTURED_IMAGE_SAVED");
+    HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    HANDLE noted = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    double at = 0;
+    HANDLE thread = CreateThread(nullptr, 0, Watch, this, 0, nullptr);
+
+    static DWORD WINAPI Watch(void* argument) {
+        auto& self = *static_cast<SavedWatch*>(argument);
+        const HANDLE either[] = {self.stop, self.saved};
+        while (WaitForMultipleObjects(2, either, FALSE, INFINITE) == WAIT_OBJECT_0 + 1) {
+            self.at = Now();
+            SetEvent(self.noted);
+        }
+        return 0;
+    }
+};
+
+void MeasureInit(HWND window) {
+    Samples total;
+    for (int round = 0; round < kRounds; ++round) {
+        ResetEvent(firstFrame);
+        const double begin = Now();
+        if (camInit(window, nullptr, nullptr) != camOk) Fail("the camera could not be brought up");
+        camRegisterPreviewCallback(NoteFirstFrame);
+        if (camStartPreview() != camOk) Fail("preview did not start");
+        if (WaitForSingleObject(firstFrame, kLongEnough) != WAIT_OBJECT_0) Fail("no frame came");
+        total.Add(firstFrameAt - begin);
+        camRegisterPreviewCallback(nullptr);
+        camShutDown();
+    }
+    printf(
+        "camInit to first frame: median %.1f ms, largest %.1f ms; over the sleeps of %.0f ms: %.1f ms (goal "
+        "%.0f)\n",
+        total.Median(), total.Largest(), kSleepsToFirstFrame, total.Median() - kSleepsToFirstFrame,
+        kInitGoal);
+}
+
+double WaitForMessage() {
+    const double end = Now() + kLongEnough;
+    while (Now() < end) {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            if (message.message == CAM_MESSAGE_STILL_CAPTURED) return Now();
+            DispatchMessageW(&message);
+        }
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, kLongEnough, QS_ALLINPUT);
+    }
+    Fail("no picture came");
+}
+
+void MeasureStill(HWND window, const wchar_t* extension) {
+    wchar_t path[MAX_PATH];
+    GetTempPathW(MAX_PATH, path);
+    wcscat(path, L"latency_bench");
+    wcscat(path, extension);
+    if (camInit(window, nullptr, nullptr) != camOk) Fail("the camera could not be brought up");
+    camSetEventsWindow(window);
+    camRegisterStillImageCallback(NoteStill);
+    if (camStartPreview() != camOk) Fail("preview did not start");
+    SavedWatch watch;
+    Samples total, toCallback, file, overhead;
+    for (int round = 0; round < kRounds; ++round) {
+        const double begin = Now();
+        if (camSnapPicture(path, 0) != camOk) Fail("no picture could be triggered");
+        const double told = WaitForMessage();
+        WaitForSingleObject(watch.noted, kLongEnough);
+        total.Add(told - begin);
+        toCallback.Add(stillAt - begin);
+        file.Add(watch.at - stillAt);
+        overhead.Add(told - begin - (watch.at - stillAt));
+    }
+    SetEvent(watch.stop);
+    WaitForSingleObject(watch.thread, kLongEnough);
+    camRegisterStillImageCallback(nullptr);
+    camShutDown();
+    DeleteFileW(path);
+    printf(
+        "picture %ls: trigger to message median %.1f ms (largest %.1f): to the callback %.1f, file %.1f; "
+        "over the "
+        "file: %.1f ms (goal %.0f)\n",
+        extension, total.Median(), total.Largest(), toCallback.Median(), file.Median(), overhead.Median(),
+        kStillGoal);
+}
+
+LONG framesSeen;
+LONG framesLost;
+int lastNumber;
+
+void WINAPI CountFrame(void* bytes, DWORD size, LONG height, LONG width, DWORD stride) {
+    constexpr int numbers = 4096;
+    const auto* begin = static_cast<const BYTE*>(bytes);
+    const int number = FrameNumber({size, height, width, stride, {begin, begin + size}}, Layout::kRgb555);
+    if (framesSeen++ > 0) framesLost += (number - lastNumber + numbers - 1) % numbers;
+    lastNumber = number;
+}
+
+void MeasureLoss(HWND window, int seconds) {
+    if (camInit(window, nullptr, nullptr) != camOk) Fail("the camera could not be brought up");
+    camRegisterPreviewCallback(CountFrame);
+    if (camStartPreview() != camOk) Fail("preview did not start");
+    const double begin = Now();
+    while (Now() - begin < seconds * 1000.0) {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, 100, QS_ALLINPUT);
+    }
+    camStopPreview();
+    const double passed = (Now() - begin) / 1000;
+    camRegisterPreviewCallback(nullptr);
+    camShutDown();
+    printf("preview 640 x 480 at 30: %ld frames in %.1f s, %ld lost\n", framesSeen, passed, framesLost);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const int seconds = count > 1 ? atoi(arguments[1]) : 60;
+    firstFrame = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    wchar_t error[300] = L"";
+    if (!kitLoadScenario(LR"({"stillFormats": [{"width": 640, "height": 480, "subtype": "YUY2"}]})", error,
+                         300)) {
+        printf("%ls\n", error);
+        return 1;
+    }
+    const HWND window = CreateWindowW(L"STATIC", L"latency", WS_POPUP | WS_VISIBLE, 0, 0, 320, 240, nullptr,
+                                      nullptr, nullptr, nullptr);
+    MeasureInit(window);
+    for (const wchar_t* extension : {L".bmp", L".jpg", L".png", L".tif"}) MeasureStill(window, extension);
+    MeasureLoss(window, seconds);
+    DestroyWindow(window);
+    return 0;
+}

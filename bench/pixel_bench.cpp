@@ -1,0 +1,265 @@
+// Times the pixel conversions and the encoders, each set of routines and each peer in turn, round after
+// round, and reports the best round of each: what the machine does when nothing else disturbs it.
+//
+//     pixel_bench [conversions|encoders]
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "pixel_frames.h"
+#include "pixel_peers.h"
+#include "still/jpeg_encoder.h"
+#include "still/pixel_convert.h"
+#include "still/png_encoder.h"
+
+using namespace cam::bench;
+using namespace cam::still;
+
+namespace {
+
+constexpr Size kSizes[] = {{640, 480}, {1600, 1200}, {2592, 1944}};
+constexpr int kQuality = 90;
+
+struct Contender {
+    std::string name;
+    std::function<void()> prepare;  // not timed; may be empty
+    std::function<bool()> run;      // false: not available
+    double best = 0;                // milliseconds
+};
+
+// The thread's own time: what others do on the machine does not count.
+double ThreadMilliseconds() {
+    timespec time;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
+}
+
+double Milliseconds(const std::function<bool()>& run, bool& available) {
+    const double start = ThreadMilliseconds();
+    available = run();
+    return ThreadMilliseconds() - start;
+}
+
+// Rounds of all contenders; the first warms up and counts as well.
+void Race(const char* what, Size size, std::vector<Contender> contenders, int rounds) {
+    for (int round = 0; round < rounds; ++round) {
+        for (Contender& contender : contenders) {
+            if (contender.best < 0) continue;
+            if (contender.prepare) contender.prepare();
+            bool available = true;
+            const double time = Milliseconds(contender.run, available);
+            if (!available)
+                contender.best = -1;
+            else if (contender.best == 0 || time < contender.best)
+                contender.best = time;
+        }
+    }
+    std::printf("\n%s, %d x %d (best of %d rounds)\n", what, size.width, size.height, rounds);
+    const double reference = contenders.front().best;
+    for (const Contender& contender : contenders) {
+        if (contender.best < 0) {
+            std::printf("  %-38s not installed\n", contender.name.c_str());
+            continue;
+        }
+        std::printf("  %-38s %9.3f ms  %7.3f ns/pixel  %6.2f of the first\n", contender.name.c_str(),
+                    contender.best, contender.best * 1e6 / size.width / size.height,
+                    contender.best / reference);
+    }
+}
+
+struct NamedLevel {
+    const char* name;
+    PixelLevel level;
+};
+constexpr NamedLevel kLevels[] = {{"Ocellus AVX2", PixelLevel::Avx2},
+                                  {"Ocellus SSE2", PixelLevel::Sse2},
+                                  {"Ocellus words", PixelLevel::Word},
+                                  {"Ocellus plain", PixelLevel::Plain}};
+
+FrameShape ShapeOf(Size size) {
+    const auto width = static_cast<std::uint32_t>(size.width);
+    return {width, static_cast<std::uint32_t>(size.height), width * 2};
+}
+
+using Conversion = void (*)(std::uint8_t*, const FrameShape&, const PixelRoutines&);
+
+// One contender for each level; the frame is made anew before each run, since the conversions work in place.
+std::vector<Contender> Levels(Conversion conversion, Size size, const Bytes& input, Bytes& frame) {
+    std::vector<Contender> contenders;
+    for (const NamedLevel& named : kLevels) {
+        const PixelRoutines* routines = PixelRoutinesAt(named.level);
+        contenders.push_back({named.name,
+                              [&input, &frame] { std::memcpy(frame.data(), input.data(), input.size()); },
+                              [=, &frame] {
+                                  if (routines) conversion(frame.data(), ShapeOf(size), *routines);
+                                  return routines != nullptr;
+                              }});
+    }
+    return contenders;
+}
+
+void RaceConversions(Size size) {
+    const std::size_t pixels = static_cast<std::size_t>(size.width) * size.height;
+    const int rounds = static_cast<int>(600'000'000 / pixels / 4);
+    const Bytes yuy2 = MakeYuy2(size);
+    const Bytes rgb565 = MakeRgb565(size);
+    Bytes grey = MakeBlackAndWhite(size);
+    Bytes frame(pixels * 2), target(pixels * 2), argb(pixels * 4), rgb(pixels * 3);
+
+    auto toRgb = Levels(Yuy2ToRgb565, size, yuy2, frame);
+    // Warm as the frames converted in place are: read once before the clock starts.
+    const auto warm = [&] { std::memcpy(frame.data(), yuy2.data(), yuy2.size()); };
+    toRgb.push_back({"libyuv AVX2, two passes", warm,
+                     [&] { return YuvTwoPasses(frame, size, YuvLevel::Avx2, argb, target); }});
+    toRgb.push_back({"libyuv AVX2, two passes by row", warm,
+                     [&] { return YuvTwoPassesByRow(frame, size, YuvLevel::Avx2, argb, target); }});
+    toRgb.push_back({"libyuv SSE, two passes", warm,
+                     [&] { return YuvTwoPasses(frame, size, YuvLevel::Sse, argb, target); }});
+    toRgb.push_back({"swscale", warm, [&] { return SwscaleYuy2ToRgb565(frame, size, target); }});
+    Race("YUY2 to RGB565", size, toRgb, rounds);
+
+    Race("Luma of YUY2", size, Levels(Yuy2ToGrey, size, yuy2, frame), rounds);
+    Race("Grey of RGB565", size, Levels(Rgb565ToGrey, size, rgb565, frame), rounds);
+
+    auto expansion = Levels(ExpandGrey, size, grey, frame);
+    expansion.push_back(
+        {"OpenCV, grey to BGR565", warm, [&] { return OpenCvGreyTo565(grey, size, target); }});
+    Race("Grey to words", size, expansion, rounds);
+
+    std::vector<Contender> toRgb888;
+    for (const NamedLevel& named : kLevels) {
+        const PixelRoutines* routines = PixelRoutinesAt(named.level);
+        toRgb888.push_back({named.name, {}, [&, routines] {
+                                if (!routines) return false;
+                                // One row at a time into the same buffer, as the encoders do.
+                                for (int y = 0; y < size.height; ++y) {
+                                    routines->rgb565RowToRgb888(rgb.data(),
+                                                                rgb565.data() + ShapeOf(size).stride * y,
+                                                                static_cast<std::size_t>(size.width));
+                                }
+                                return true;
+                            }});
+    }
+    toRgb888.push_back(
+        {"OpenCV, BGR565 to RGB (not rounded)", {}, [&] { return OpenCvRgb565To888(rgb565, size, rgb); }});
+    Race("RGB565 to RGB888 rows", size, toRgb888, rounds);
+}
+
+#if defined(CAM_HAVE_JPEG) || defined(CAM_HAVE_PNG)
+class MemorySink final : public ByteSink {
+  public:
+    explicit MemorySink(Bytes& out) : out_(out) {}
+    bool Write(const void* bytes, std::size_t count) override {
+        if (count > out_.size() - used_) return false;
+        std::memcpy(out_.data() + used_, bytes, count);
+        used_ += count;
+        return true;
+    }
+    bool Restart() override { return false; }
+
+  private:
+    Bytes& out_;
+    std::size_t used_ = 0;
+};
+#endif
+
+#ifdef CAM_HAVE_JPEG
+// A file as PictureFile makes it: created anew, written in the encoder's portions, closed.
+class FileSink final : public ByteSink {
+  public:
+    explicit FileSink(const std::string& path)
+        : file_(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666)) {}
+    FileSink(const FileSink&) = delete;
+    FileSink& operator=(const FileSink&) = delete;
+    ~FileSink() { close(file_); }
+    bool Write(const void* bytes, std::size_t count) override {
+        return write(file_, bytes, count) == static_cast<ssize_t>(count);
+    }
+    bool Restart() override { return false; }
+
+  private:
+    int file_;
+};
+
+// From a camera's frame to a file in the same folder.
+void RaceJpegFiles(Size size) {
+    const std::size_t pixels = static_cast<std::size_t>(size.width) * size.height;
+    const Bytes yuy2 = MakeYuy2(size);
+    Bytes frame(pixels * 2), bgr(pixels * 3);
+    const std::string path = (std::filesystem::temp_directory_path() / "pixel_bench.jpg").string();
+    const auto warm = [&] { std::memcpy(frame.data(), yuy2.data(), yuy2.size()); };
+    Race("YUY2 frame to JPEG file", size,
+         {{"Ocellus", warm,
+           [&] {
+               Yuy2ToRgb565(frame.data(), ShapeOf(size));
+               FileSink sink(path);
+               return EncodeJpeg(TopDown(frame.data(), size.width, -size.height, ShapeOf(size).stride),
+                                 kQuality, sink) == EncodeStatus::Done;
+           }},
+          {"OpenCV, YUY2 to BGR, imwrite", warm,
+           [&] { return OpenCvJpegFile(frame, size, kQuality, bgr, path); }}},
+         static_cast<int>(60'000'000 / pixels));
+    std::filesystem::remove(path);
+}
+#endif
+
+void RaceEncoders(Size size) {
+    const std::size_t pixels = static_cast<std::size_t>(size.width) * size.height;
+    const Bytes yuy2 = MakeYuy2(size);
+    const Bytes rgb565 = MakeRgb565(size);
+    const Bytes rgb888 = Rgb888Of(rgb565);
+    Bytes frame(pixels * 2), out(pixels * 4 + 65536);
+    [[maybe_unused]] const auto rows = TopDown(rgb565.data(), size.width, -size.height, ShapeOf(size).stride);
+#ifdef CAM_HAVE_JPEG
+    Race("JPEG in memory", size,
+         {{"libjpeg-turbo alone, from RGB888", {}, [&] { return JpegAlone(rgb888, size, kQuality, out); }},
+          {"Ocellus, from RGB565",
+           {},
+           [&] {
+               MemorySink sink(out);
+               return EncodeJpeg(rows, kQuality, sink) == EncodeStatus::Done;
+           }},
+          {"Ocellus, from YUY2", [&] { std::memcpy(frame.data(), yuy2.data(), yuy2.size()); },
+           [&] {
+               Yuy2ToRgb565(frame.data(), ShapeOf(size));
+               MemorySink sink(out);
+               return EncodeJpeg(TopDown(frame.data(), size.width, -size.height, ShapeOf(size).stride),
+                                 kQuality, sink) == EncodeStatus::Done;
+           }}},
+         static_cast<int>(60'000'000 / pixels));
+    RaceJpegFiles(size);
+#endif
+#ifdef CAM_HAVE_PNG
+    Race("PNG in memory", size,
+         {{"libpng alone, from RGB888", {}, [&] { return PngAlone(rgb888, size, out); }},
+          {"Ocellus, from RGB565",
+           {},
+           [&] {
+               MemorySink sink(out);
+               return EncodePng(rows, sink) == EncodeStatus::Done;
+           }}},
+         static_cast<int>(15'000'000 / pixels) + 1);
+#endif
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string only = argc > 1 ? argv[1] : "";
+    if (argc > 2 || (argc == 2 && only != "conversions" && only != "encoders")) {
+        std::fprintf(stderr, "usage: pixel_bench [conversions|encoders]\n");
+        return 2;
+    }
+    for (const Size& size : kSizes) {
+        if (only != "encoders") RaceConversions(size);
+        if (only != "conversions") RaceEncoders(size);
+    }
+    return 0;
+}

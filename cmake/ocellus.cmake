@@ -1,0 +1,99 @@
+# Compile options, and the two functions with which the rooms and the tests are declared.
+
+set(OCELLUS_DEPS ${PROJECT_SOURCE_DIR}/build/deps CACHE PATH "Where scripts/setup.sh puts third-party libraries")
+
+add_compile_options(-Wall -Wextra -Wshadow -Werror)
+if(NOT WIN32)  # COM interfaces have no virtual destructor
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>)
+endif()
+if(OCELLUS_CE)
+    # The compiler calls an option deprecated that the record layout needs, so warnings cannot be errors here; the same sources are compiled
+    # with warnings as errors for the desktop.
+    add_compile_options(-Wno-error -Wno-non-virtual-dtor)
+    include(${CMAKE_CURRENT_LIST_DIR}/ce/ce.cmake)
+elseif(WIN32)
+    add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX NO_DSHOW_STRSAFE WINVER=0x0601
+                            _WIN32_WINNT=0x0601)
+    add_compile_options(-gdwarf-4 -Wno-unknown-pragmas)
+    # GCC keeps the Win64 stack aligned to 16 bytes only: spills of wider vectors must be unaligned moves.
+    add_compile_options(-Wa,-muse-unaligned-vector-move)
+    add_link_options(-static)
+endif()
+if(OCELLUS_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
+# Third-party libraries cross-built by scripts/setup.sh: include/ and lib/ below the target's folder.
+if(OCELLUS_CE)
+    set(OCELLUS_THIRD_PARTY ${OCELLUS_DEPS}/ce)
+elseif(WIN32 AND CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+    set(OCELLUS_THIRD_PARTY ${OCELLUS_DEPS}/host)
+elseif(WIN32)
+    set(OCELLUS_THIRD_PARTY ${OCELLUS_DEPS}/host32)
+endif()
+# Header-only libraries (doctest, CLI11, nlohmann-json), staged alone: the build machine's own include folder would break a
+# cross build.
+set(OCELLUS_HEADERS ${OCELLUS_DEPS}/headers)
+
+# ocellus_room(NAME PURE files... WINDOWS files... NEEDS rooms... LIBRARIES libs...)
+# One folder below src/ as the static library ocellus_NAME. PURE files need no Windows and are in every build, WINDOWS files only in
+# builds for Windows.
+function(ocellus_room name)
+    cmake_parse_arguments(ROOM "" "" "PURE;WINDOWS;NEEDS;LIBRARIES" ${ARGN})
+    set(sources ${ROOM_PURE})
+    if(WIN32)
+        list(APPEND sources ${ROOM_WINDOWS})
+    endif()
+    if(sources)
+        add_library(ocellus_${name} STATIC ${sources})
+        set(scope PUBLIC)
+    else()
+        add_library(ocellus_${name} INTERFACE)
+        set(scope INTERFACE)
+    endif()
+    target_include_directories(ocellus_${name} ${scope} ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
+    foreach(needed IN LISTS ROOM_NEEDS)
+        target_link_libraries(ocellus_${name} ${scope} ocellus_${needed})
+    endforeach()
+    if(OCELLUS_CE)
+        # The system's own functions come through the import lists; what is left are third-party files and other rooms.
+        list(FILTER ROOM_LIBRARIES INCLUDE REGEX "/|^ocellus_")
+    endif()
+    if(WIN32)
+        target_link_libraries(ocellus_${name} ${scope} ${ROOM_LIBRARIES})
+    endif()
+endfunction()
+
+# ocellus_undecorated_exports(TARGET DEF)
+# Lets a DLL export its WINAPI functions under their plain names, which on 32-bit x86 differ from those that callers ask the import library for.
+function(ocellus_undecorated_exports target def)
+    target_link_options(${target} PRIVATE -Wl,--enable-stdcall-fixup)
+    if(CMAKE_SYSTEM_PROCESSOR STREQUAL "i686")
+        add_custom_command(TARGET ${target} POST_BUILD
+            COMMAND ${PROJECT_SOURCE_DIR}/cmake/stdcall_import_library.sh ${CMAKE_NM} ${CMAKE_DLLTOOL} $<TARGET_FILE:${target}>
+                    ${def} $<TARGET_LINKER_FILE:${target}>)
+    endif()
+endfunction()
+
+# ocellus_test(NAME files... ROOMS rooms... LIBRARIES libs... [LABELS labels...])
+# A doctest program, run natively or by scripts/host.sh. It counts as passed only when doctest's closing line is seen.
+function(ocellus_test name)
+    cmake_parse_arguments(TEST "" "" "ROOMS;LIBRARIES;LABELS" ${ARGN})
+    if(NOT TARGET ocellus_test_main)
+        add_library(ocellus_test_main OBJECT ${PROJECT_SOURCE_DIR}/tests/main.cpp)
+        target_include_directories(ocellus_test_main SYSTEM PUBLIC ${OCELLUS_HEADERS})
+        # Asserts that compile several times faster; an exception in one ends its test case all the same.
+        target_compile_definitions(ocellus_test_main PUBLIC DOCTEST_CONFIG_SUPER_FAST_ASSERTS)
+    endif()
+    add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/include)
+    target_link_libraries(${name} PRIVATE ocellus_test_main)
+    foreach(room IN LISTS TEST_ROOMS)
+        target_link_libraries(${name} PRIVATE ocellus_${room})
+    endforeach()
+    target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES})
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES PASS_REGULAR_EXPRESSION "Status: SUCCESS!" SKIP_RETURN_CODE 77 TIMEOUT 900
+                                            LABELS "${TEST_LABELS}")
+endfunction()

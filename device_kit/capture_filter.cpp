@@ -1,0 +1,244 @@
+#include "capture_filter.h"
+
+#include <oleauto.h>
+#include <uuids.h>
+#include <vfwmsgs.h>
+
+namespace kit {
+namespace {
+
+constexpr wchar_t kArgument[] = L"CaptureFilter";
+constexpr LONG kModeTrigger = 8;  // VideoControlFlag_Trigger
+
+struct NamedInterface {
+    const IID& iid;
+    const wchar_t* name;
+};
+
+}  // namespace
+
+CaptureFilter::CaptureFilter(std::shared_ptr<const Scenario> scenario)
+    : CaptureFilterBase(L"Video Capture", nullptr, kClsidCaptureFilter),
+      scenario_(std::move(scenario)),
+      properties_(scenario_->properties),
+      preview_(*this, CapturePin::Role::Preview, L"Preview", scenario_->preview),
+      capture_(*this, CapturePin::Role::Capture, L"Capture", scenario_->preview),
+      still_(*this, CapturePin::Role::Still, L"Still", scenario_->stillFormats[scenario_->stillFormat]) {}
+
+PropertyTable CaptureFilter::Properties() const {
+    const std::lock_guard guard(propertyLock_);
+    return properties_;
+}
+
+HRESULT CaptureFilter::NonDelegatingQueryInterface(REFIID iid, void** out) {
+    // The graph asks for many interfaces on its own account; the camera's are those that say how it is used.
+    static const NamedInterface seen[] = {{__uuidof(IPersistPropertyBag), L"IPersistPropertyBag"},
+                                          {__uuidof(IAMVideoControl), L"IAMVideoControl"},
+                                          {__uuidof(IAMVideoProcAmp), L"IAMVideoProcAmp"},
+                                          {__uuidof(IAMCameraControl), L"IAMCameraControl"}};
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    for (const NamedInterface& entry : seen) {
+        if (entry.iid != iid) continue;
+        return DeviceCall(L"IBaseFilter::QueryInterface", entry.name,
+                          [&] { return FindInterface(iid, out); });
+    }
+    return FindInterface(iid, out);
+}
+
+HRESULT CaptureFilter::FindInterface(REFIID iid, void** out) {
+    if (iid == __uuidof(IAMVideoProcAmp)) {
+        *out = static_cast<IAMVideoProcAmp*>(&videoProcAmp_);
+    } else if (iid == __uuidof(IAMCameraControl)) {
+        *out = static_cast<IAMCameraControl*>(&cameraControl_);
+    } else {
+        return CaptureFilterBase::NonDelegatingQueryInterface(iid, out);
+    }
+    AddRef();
+    return S_OK;
+}
+
+// ---- IMediaFilter -----------------------------------------------------------------------------------------------------
+
+// A lost camera stops as well; it only says that it is lost.
+HRESULT CaptureFilter::Stop() {
+    return Call(L"IBaseFilter::Stop", kArgument, [&] {
+        const HRESULT hr = Filter::Stop();
+        return IsLost() ? kDeviceGone : hr;
+    });
+}
+
+HRESULT CaptureFilter::Pause() {
+    return CameraCall(L"IBaseFilter::Pause", kArgument, [&] {
+        const HRESULT hr = Filter::Pause();
+        for (CapturePin* pin : pins_) pin->Hold();
+        return hr;
+    });
+}
+
+HRESULT CaptureFilter::Run(REFERENCE_TIME start) {
+    return CameraCall(L"IBaseFilter::Run", kArgument, [&] { return Filter::Run(start); });
+}
+
+// A live source has no frame to show while it is paused.
+HRESULT CaptureFilter::GetState(DWORD timeoutMs, FILTER_STATE* out) {
+    const HRESULT hr = Filter::GetState(timeoutMs, out);
+    return hr == S_OK && *out == State_Paused ? VFW_S_CANT_CUE : hr;
+}
+
+// ---- IPersistPropertyBag ----------------------------------------------------------------------------------------------
+
+HRESULT CaptureFilter::Load(IPropertyBag* bag, IErrorLog* errors) {
+    VARIANT name;
+    VariantInit(&name);
+    HRESULT hr = bag ? bag->Read(L"VCapName", &name, errors) : E_POINTER;
+    if (SUCCEEDED(hr) && V_VT(&name) != VT_BSTR) hr = E_INVALIDARG;
+    const std::wstring device = SUCCEEDED(hr) && V_BSTR(&name) ? V_BSTR(&name) : L"";
+    VariantClear(&name);
+    return DeviceCall(L"IPersistPropertyBag::Load", device,
+                      [&] { return SUCCEEDED(hr) ? OpenDevice(device) : hr; });
+}
+
+HRESULT CaptureFilter::OpenDevice(const std::wstring& name) {
+    for (const Device& device : scenario_->devices) {
+        if (device.name != name) continue;
+        for (CapturePin* pin : pins_) {
+            const HRESULT hr = pin->OpenScene();
+            if (FAILED(hr)) return hr;
+        }
+        const cam::filter_base::Lock guard(StateLock());
+        deviceName_ = name;
+        cameraId_ = device.cameraId;
+        return S_OK;
+    }
+    return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+}
+
+HRESULT CaptureFilter::Save(IPropertyBag* bag, BOOL, BOOL) {
+    if (!bag) return E_POINTER;
+    const cam::filter_base::Lock guard(StateLock());
+    VARIANT name;
+    V_VT(&name) = VT_BSTR;
+    V_BSTR(&name) = SysAllocString(deviceName_.c_str());
+    const HRESULT hr = bag->Write(L"VCapName", &name);
+    VariantClear(&name);
+    return hr;
+}
+
+// ---- IAMVideoControl --------------------------------------------------------------------------------------------------
+
+HRESULT CaptureFilter::GetCaps(IPin* pin, LONG* flags) {
+    if (!pin || !flags) return E_POINTER;
+    *flags = pin == static_cast<IPin*>(&still_) ? kModeTrigger : 0;
+    return S_OK;
+}
+
+HRESULT CaptureFilter::SetMode(IPin* pin, LONG mode) {
+    return CameraCall(L"IAMVideoControl::SetMode", std::to_wstring(mode), [&]() -> HRESULT {
+        if (!pin) return E_POINTER;
+        if (pin != static_cast<IPin*>(&still_) || (mode != kModeTrigger && mode != 0)) return E_INVALIDARG;
+        return mode == kModeTrigger ? still_.Trigger() : S_OK;
+    });
+}
+
+HRESULT CaptureFilter::GetMode(IPin* pin, LONG* mode) {
+    if (!pin || !mode) return E_POINTER;
+    *mode = 0;
+    return S_OK;
+}
+
+HRESULT CaptureFilter::GetCurrentActualFrameRate(IPin* pin, LONGLONG* frameTime) {
+    return GetMaxAvailableFrameRate(pin, 0, {}, frameTime);
+}
+
+HRESULT CaptureFilter::GetMaxAvailableFrameRate(IPin* pin, LONG, SIZE, LONGLONG* frameTime) {
+    if (!pin || !frameTime) return E_POINTER;
+    *frameTime = 10000000 / scenario_->framesPerSecond;
+    return S_OK;
+}
+
+HRESULT CaptureFilter::GetFrameRateList(IPin*, LONG, SIZE, LONG*, LONGLONG**) {
+    return E_NOTIMPL;
+}
+
+// ---- IAMVideoProcAmp, IAMCameraControl --------------------------------------------------------------------------------
+
+template <typename Interface, PropertySet kSet>
+HRESULT PropertyFacet<Interface, kSet>::QueryInterface(REFIID iid, void** out) {
+    return filter_.QueryInterface(iid, out);
+}
+
+template <typename Interface, PropertySet kSet>
+ULONG PropertyFacet<Interface, kSet>::AddRef() {
+    return filter_.AddRef();
+}
+
+template <typename Interface, PropertySet kSet>
+ULONG PropertyFacet<Interface, kSet>::Release() {
+    return filter_.Release();
+}
+
+namespace {
+
+std::wstring CallOf(PropertySet set, const wchar_t* method) {
+    return (set == PropertySet::VideoProcAmp ? L"IAMVideoProcAmp::" : L"IAMCameraControl::") +
+           std::wstring(method);
+}
+
+constexpr bool IsCameraId(PropertySet set, LONG number) {
+    return set == PropertySet::VideoProcAmp && number == kPropertyCameraId;
+}
+
+constexpr HRESULT kNoSuchProperty = static_cast<HRESULT>(0x80070490);  // ERROR_NOT_FOUND
+
+}  // namespace
+
+template <typename Interface, PropertySet kSet>
+HRESULT PropertyFacet<Interface, kSet>::GetRange(LONG number, LONG* minimum, LONG* maximum, LONG* step,
+                                                 LONG* initial, LONG* flags) {
+    return filter_.CameraCall(CallOf(kSet, L"GetRange"), std::to_wstring(number), [&]() -> HRESULT {
+        if (!minimum || !maximum || !step || !initial || !flags) return E_POINTER;
+        return filter_.WithProperties([&](const PropertyTable& table) -> HRESULT {
+            const Property* property = table.Find(kSet, number);
+            if (!property || !property->supported) return kNoSuchProperty;
+            *minimum = property->minimum;
+            *maximum = property->maximum;
+            *step = property->step;
+            *initial = property->initial;
+            *flags = property->capabilities;
+            return S_OK;
+        });
+    });
+}
+
+template <typename Interface, PropertySet kSet>
+HRESULT PropertyFacet<Interface, kSet>::Set(LONG number, LONG value, LONG flags) {
+    return filter_.CameraCall(CallOf(kSet, L"Set"), std::to_wstring(number), [&] {
+        return filter_.WithProperties(
+            [&](PropertyTable& table) { return table.Set(kSet, number, value, flags); });
+    });
+}
+
+template <typename Interface, PropertySet kSet>
+HRESULT PropertyFacet<Interface, kSet>::Get(LONG number, LONG* value, LONG* flags) {
+    return filter_.CameraCall(CallOf(kSet, L"Get"), std::to_wstring(number), [&]() -> HRESULT {
+        if (!value || !flags) return E_POINTER;
+        if (IsCameraId(kSet, number)) {
+            *value = filter_.CameraId();
+            *flags = kFlagManual;
+            return S_OK;
+        }
+        return filter_.WithProperties([&](const PropertyTable& table) -> HRESULT {
+            const Property* property = table.Find(kSet, number);
+            if (!property || !property->supported) return kNoSuchProperty;
+            *value = property->value;
+            *flags = property->flags;
+            return S_OK;
+        });
+    });
+}
+
+template class PropertyFacet<IAMVideoProcAmp, PropertySet::VideoProcAmp>;
+template class PropertyFacet<IAMCameraControl, PropertySet::CameraControl>;
+
+}  // namespace kit

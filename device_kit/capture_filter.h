@@ -1,0 +1,117 @@
+// The camera: a capture source filter as a camera driver's platform registers it.
+#pragma once
+
+#include <ocidl.h>
+#include <strmif.h>
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+#include "capture_pin.h"
+#include "class_ids.h"
+#include "filter_base/filter.h"
+#include "kit.h"
+#include "properties.h"
+
+namespace kit {
+
+class CaptureFilter;
+
+// IAMVideoProcAmp or IAMCameraControl: the two have the same operations, so one object cannot implement both. Part of the filter.
+template <typename Interface, PropertySet kSet>
+class PropertyFacet final : public Interface {
+  public:
+    explicit PropertyFacet(CaptureFilter& filter) : filter_(filter) {}
+    virtual ~PropertyFacet() = default;
+
+    // IUnknown
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
+    ULONG STDMETHODCALLTYPE AddRef() override;
+    ULONG STDMETHODCALLTYPE Release() override;
+    // IAMVideoProcAmp, IAMCameraControl
+    HRESULT STDMETHODCALLTYPE GetRange(LONG number, LONG* minimum, LONG* maximum, LONG* step, LONG* initial,
+                                       LONG* flags) override;
+    HRESULT STDMETHODCALLTYPE Set(LONG number, LONG value, LONG flags) override;
+    HRESULT STDMETHODCALLTYPE Get(LONG number, LONG* value, LONG* flags) override;
+
+  private:
+    CaptureFilter& filter_;
+};
+
+using CaptureFilterBase =
+    cam::filter_base::Implements<cam::filter_base::Filter, IPersistPropertyBag, IAMVideoControl>;
+
+class CaptureFilter final : public CaptureFilterBase {
+  public:
+    explicit CaptureFilter(std::shared_ptr<const Scenario> scenario);
+
+    const Scenario& Played() const { return *scenario_; }
+    bool IsLoaded() const { return cameraId_ != kNotLoaded; }
+    long CameraId() const { return cameraId_; }
+
+    // Any thread.
+    PropertyTable Properties() const;
+    template <typename Change>
+    HRESULT WithProperties(Change&& change) {
+        const std::lock_guard guard(propertyLock_);
+        return change(properties_);
+    }
+
+    // The number of the next frame; the preview pin counts on. Streaming threads.
+    unsigned FrameNumber() const { return frameNumber_; }
+    void NextFrame() { ++frameNumber_; }
+
+    // A call on the camera as the scenario wants it; ERROR_NOT_READY as an HRESULT while no device has been loaded.
+    template <typename Work>
+    HRESULT CameraCall(std::wstring_view call, std::wstring_view argument, Work&& work) {
+        return DeviceCall(call, argument,
+                          [&] { return IsLoaded() ? work() : HRESULT_FROM_WIN32(ERROR_NOT_READY); });
+    }
+
+    // Filter
+    int PinCount() override { return static_cast<int>(pins_.size()); }
+    cam::filter_base::Pin* PinAt(int index) override { return pins_[static_cast<std::size_t>(index)]; }
+    HRESULT NonDelegatingQueryInterface(REFIID iid, void** out) override;
+    // IPersist
+    HRESULT STDMETHODCALLTYPE GetClassID(CLSID* out) override { return Filter::GetClassID(out); }
+    // IMediaFilter
+    HRESULT STDMETHODCALLTYPE Stop() override;
+    HRESULT STDMETHODCALLTYPE Pause() override;
+    HRESULT STDMETHODCALLTYPE Run(REFERENCE_TIME start) override;
+    HRESULT STDMETHODCALLTYPE GetState(DWORD timeoutMs, FILTER_STATE* out) override;
+    // IPersistPropertyBag
+    HRESULT STDMETHODCALLTYPE InitNew() override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE Load(IPropertyBag* bag, IErrorLog* errors) override;
+    HRESULT STDMETHODCALLTYPE Save(IPropertyBag* bag, BOOL clearDirty, BOOL saveAll) override;
+    // IAMVideoControl
+    HRESULT STDMETHODCALLTYPE GetCaps(IPin* pin, LONG* flags) override;
+    HRESULT STDMETHODCALLTYPE SetMode(IPin* pin, LONG mode) override;
+    HRESULT STDMETHODCALLTYPE GetMode(IPin* pin, LONG* mode) override;
+    HRESULT STDMETHODCALLTYPE GetCurrentActualFrameRate(IPin* pin, LONGLONG* frameTime) override;
+    HRESULT STDMETHODCALLTYPE GetMaxAvailableFrameRate(IPin* pin, LONG index, SIZE size,
+                                                       LONGLONG* frameTime) override;
+    HRESULT STDMETHODCALLTYPE GetFrameRateList(IPin* pin, LONG index, SIZE size, LONG* count,
+                                               LONGLONG** frameTimes) override;
+
+  private:
+    static constexpr long kNotLoaded = -1;
+    HRESULT FindInterface(REFIID iid, void** out);
+    HRESULT OpenDevice(const std::wstring& name);
+
+    const std::shared_ptr<const Scenario> scenario_;
+    mutable std::mutex propertyLock_;
+    PropertyTable properties_;
+    PropertyFacet<IAMVideoProcAmp, PropertySet::VideoProcAmp> videoProcAmp_{*this};
+    PropertyFacet<IAMCameraControl, PropertySet::CameraControl> cameraControl_{*this};
+    std::wstring deviceName_;
+    std::atomic<long> cameraId_ = kNotLoaded;
+    std::atomic<unsigned> frameNumber_ = 0;
+    CapturePin preview_;
+    CapturePin capture_;
+    CapturePin still_;
+    const std::array<CapturePin*, 3> pins_ = {&preview_, &capture_, &still_};
+};
+
+}  // namespace kit

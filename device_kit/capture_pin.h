@@ -1,0 +1,101 @@
+// The camera's pins.
+#pragma once
+
+#include <strmif.h>
+
+#include <atomic>
+#include <thread>
+
+#include "base/unique_resource.h"
+#include "filter_base/output_pin.h"
+#include "format.h"
+#include "look.h"
+#include "scenario.h"
+
+namespace kit {
+
+class CaptureFilter;
+
+// Property sets of a kernel streaming pin. The SDK's header of this name is DirectSound's, whose operations stand in another order.
+struct KsPropertySet : IUnknown {
+    virtual HRESULT STDMETHODCALLTYPE Set(REFGUID set, ULONG id, void* instance, ULONG instanceSize,
+                                          void* data, ULONG size) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Get(REFGUID set, ULONG id, void* instance, ULONG instanceSize,
+                                          void* data, ULONG size, ULONG* returned) = 0;
+    virtual HRESULT STDMETHODCALLTYPE QuerySupported(REFGUID set, ULONG id, ULONG* support) = 0;
+};
+
+}  // namespace kit
+
+// {31EFAC30-515C-11D0-A9AA-00AA0061BE93}
+__CRT_UUID_DECL(kit::KsPropertySet, 0x31EFAC30, 0x515C, 0x11D0, 0xA9, 0xAA, 0x00, 0xAA, 0x00, 0x61, 0xBE,
+                0x93)
+
+namespace kit {
+
+// Preview and capture: frames at the scenario's rate while the graph runs. Still: one sample for every trigger.
+// The streaming thread lives from pause to stop. It never calls the graph and never takes the filter's lock.
+using CapturePinBase =
+    cam::filter_base::Implements<cam::filter_base::OutputPin, KsPropertySet, IAMStreamConfig>;
+
+class CapturePin final : public CapturePinBase {
+  public:
+    enum class Role { Preview, Capture, Still };
+    CapturePin(CaptureFilter& filter, Role role, const wchar_t* name, const Format& format);
+    ~CapturePin() override;
+
+    // Opens the pin's own view of the scene; E_FAIL: the scene's file is gone.
+    HRESULT OpenScene();
+    // Still pin: one more sample. A trigger given while the graph does not run is kept until it does.
+    HRESULT Trigger();
+
+    // The graph is paused: no samples until it runs again.
+    void Hold() { ResetEvent(running_.get()); }
+
+    // Pin
+    HRESULT NonDelegatingQueryInterface(REFIID iid, void** out) override;
+    HRESULT CheckMediaType(const AM_MEDIA_TYPE& type) override {
+        return Matches(format_, type) ? S_OK : S_FALSE;
+    }
+    HRESULT GetMediaType(int position, cam::filter_base::MediaType& type) override;
+    HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override;
+    HRESULT Active() override;
+    void Inactive() override;
+    HRESULT Run(REFERENCE_TIME start) override;
+    // IPin
+    HRESULT STDMETHODCALLTYPE Connect(IPin* receiver, const AM_MEDIA_TYPE* type) override;
+    HRESULT STDMETHODCALLTYPE Disconnect() override;
+    HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** out) override;
+    // IKsPropertySet
+    HRESULT STDMETHODCALLTYPE Set(REFGUID set, ULONG id, void* instance, ULONG instanceSize, void* data,
+                                  ULONG size) override;
+    HRESULT STDMETHODCALLTYPE Get(REFGUID set, ULONG id, void* instance, ULONG instanceSize, void* data,
+                                  ULONG size, ULONG* returned) override;
+    HRESULT STDMETHODCALLTYPE QuerySupported(REFGUID set, ULONG id, ULONG* support) override;
+    // IAMStreamConfig, of the still pin
+    HRESULT STDMETHODCALLTYPE SetFormat(AM_MEDIA_TYPE* type) override;
+    HRESULT STDMETHODCALLTYPE GetFormat(AM_MEDIA_TYPE** out) override;
+    HRESULT STDMETHODCALLTYPE GetNumberOfCapabilities(int* count, int* size) override;
+    HRESULT STDMETHODCALLTYPE GetStreamCaps(int index, AM_MEDIA_TYPE** out, BYTE* capabilities) override;
+
+  private:
+    HRESULT NewType(const Format& format, AM_MEDIA_TYPE** out) const;
+    void EndStreaming();
+    void Stream();
+    bool WaitForTurn(HANDLE event, DWORD timeoutMs);
+    void StreamFrames();
+    void StreamStills();
+    HRESULT SendPicture();
+
+    CaptureFilter& camera_;
+    const Role role_;
+    Format format_;  // changed under the filter's lock while nothing is connected
+    std::unique_ptr<Scene> scene_;
+    Look look_;
+    cam::UniqueHandle stopping_;  // manual-reset
+    cam::UniqueHandle running_;   // manual-reset
+    cam::UniqueHandle triggers_;  // semaphore: stills asked for and not yet taken
+    std::thread thread_;
+};
+
+}  // namespace kit

@@ -1,0 +1,38 @@
+/*
+ * The device kit's imager library, Imvoxa.dll: what it offers tests and tools beside the imager library's
+ * own ordinals. Plain C.
+ *
+ * The library plays the member "imager" of the scenario that DEVICEKIT_SCENARIO names (docs/device-kit.md);
+ * it is read whenever the library is opened. imvKitLoadScenario takes precedence from then on.
+ */
+#pragma once
+
+#include <windows.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Applies a scenario: a path, or JSON text that starts with "{". Counts and log begin anew. FALSE: nothing
+ * changed, and `error` (of `errorLength` characters, may be null) says which member has which value and what
+ * it should be. */
+BOOL WINAPI imvKitLoadScenario(const wchar_t* scenario, wchar_t* error, DWORD errorLength);
+
+/* The barcode, no faults, no counts, an empty log, and an imager that was never opened. DEVICEKIT_SCENARIO
+ * counts again. */
+void WINAPI imvKitReset(void);
+
+/* How often an operation came in, by name (L"Acquire") or ordinal (L"81"), since the scenario was loaded; -1:
+ * there is none such. */
+LONG WINAPI imvKitCallCount(const wchar_t* operation);
+
+/* The calls so far, in their order, one a line, with their arguments ("StampText 6 18 0x00660046 hello").
+ * Returns the characters needed, the terminating zero included; writes at most `length`. */
+DWORD WINAPI imvKitCallLog(wchar_t* buffer, DWORD length);
+
+/* Engines that have been opened and not closed. */
+LONG WINAPI imvKitOpenEngines(void);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,215 @@
+#include "kit.h"
+
+#include <cstdio>
+#include <map>
+#include <mutex>
+
+#include "devicekit.h"
+#include "filter_base/com_object.h"
+#include "text.h"
+#include "watch/class_watch.h"
+
+namespace kit {
+namespace {
+
+constexpr std::size_t kLongestLog = 20000;  // lines
+
+struct State {
+    std::mutex lock;
+    std::shared_ptr<const Scenario> scenario = std::make_shared<Scenario>();
+    bool chosen = false;
+    std::map<std::wstring, LONG, std::less<>> counts;
+    std::wstring log;
+    std::size_t logLines = 0;
+    std::atomic<bool> lost = false;
+    std::atomic<LONG> previewFrames = 0;
+    std::atomic<LONG> stills = 0;
+};
+
+// Never destroyed: streaming threads and other libraries may still be at work while the process ends.
+State& TheState() {
+    static State* const state = new State;
+    return *state;
+}
+
+}  // namespace
+
+std::shared_ptr<const Scenario> CurrentScenario() {
+    const std::lock_guard guard(TheState().lock);
+    return TheState().scenario;
+}
+
+void PlayScenario(Scenario scenario) {
+    State& state = TheState();
+    const auto shared = std::make_shared<const Scenario>(std::move(scenario));
+    {
+        const std::lock_guard guard(state.lock);
+        state.scenario = shared;
+        state.counts.clear();
+        state.log.clear();
+        state.logLines = 0;
+        state.lost = false;
+        state.previewFrames = 0;
+        state.stills = 0;
+    }
+    RecordDevices(shared->devices);
+}
+
+void KeepScenario() {
+    const std::lock_guard guard(TheState().lock);
+    TheState().chosen = true;
+}
+
+HRESULT PrepareScenario() {
+    {
+        const std::lock_guard guard(TheState().lock);
+        if (TheState().chosen) return RecordDevices(TheState().scenario->devices);
+    }
+    Scenario scenario;
+    const DWORD length = GetEnvironmentVariableW(L"DEVICEKIT_SCENARIO", nullptr, 0);
+    if (length > 1) {
+        std::wstring value(length, L'\0');
+        value.resize(GetEnvironmentVariableW(L"DEVICEKIT_SCENARIO", value.data(), length));
+        std::string error;
+        if (!ReadScenario(value, scenario, error)) {
+            std::fprintf(stderr, "devicekit: DEVICEKIT_SCENARIO: %s\n", error.c_str());
+            return E_INVALIDARG;
+        }
+        // The graph exists already when the camera is created; half a graph cannot be watched.
+        if (scenario.WatchesGraph()) {
+            std::fprintf(stderr,
+                         "devicekit: DEVICEKIT_SCENARIO: \"watchGraph\" and calls on the graph are seen only "
+                         "in a scenario that "
+                         "the program loads itself; call kitLoadScenario, or leave them out\n");
+            return E_INVALIDARG;
+        }
+    }
+    PlayScenario(std::move(scenario));
+    return S_OK;
+}
+
+HRESULT Judge(std::wstring_view call, std::wstring_view argument, bool quiet) {
+    State& state = TheState();
+    const std::wstring name(call);
+    const std::wstring line = argument.empty() ? name : name + L' ' + std::wstring(argument);
+    HRESULT result = S_OK;
+    DWORD delayMs = 0;
+    {
+        const std::lock_guard guard(state.lock);
+        const LONG count = ++state.counts[name];
+        const LONG lineCount = argument.empty() ? count : ++state.counts[line];
+        if (!quiet && state.logLines < kLongestLog) {
+            state.log += line + L'\n';
+            ++state.logLines;
+        }
+        for (const CallRule& rule : state.scenario->calls) {
+            if (rule.call != name && rule.call != line) continue;
+            const LONG seen = rule.call == line ? lineCount : count;
+            if (seen < rule.at || (rule.times != 0 && seen - rule.at >= rule.times)) continue;
+            delayMs += rule.delayMs;
+            if (result == S_OK) result = rule.result;
+        }
+    }
+    if (delayMs > 0) Sleep(delayMs);
+    return result;
+}
+
+bool IsLost() {
+    return TheState().lost;
+}
+
+LONG CallCount(const std::wstring& call) {
+    const std::lock_guard guard(TheState().lock);
+    const auto found = TheState().counts.find(call);
+    return found == TheState().counts.end() ? 0 : found->second;
+}
+
+std::wstring CallLog() {
+    const std::lock_guard guard(TheState().lock);
+    return TheState().log;
+}
+
+void CountPreviewFrame() {
+    const LONG frames = ++TheState().previewFrames;
+    const auto scenario = CurrentScenario();
+    if (frames == scenario->resumeAfterFrames) kitResume();
+    if (frames == scenario->loseDeviceAfterFrames) kitLoseDevice();
+}
+
+void CountStill() {
+    ++TheState().stills;
+}
+
+}  // namespace kit
+
+void WINAPI kitLoseDevice() {
+    kit::TheState().lost = true;
+}
+LONG WINAPI kitPreviewFrames() {
+    return kit::TheState().previewFrames;
+}
+LONG WINAPI kitStillPictures() {
+    return kit::TheState().stills;
+}
+LONG WINAPI kitLiveObjects() {
+    return cam::filter_base::LiveObjects() + kit::LiveObject::Count();
+}
+LONG WINAPI kitCallCount(const wchar_t* call) {
+    return call ? kit::CallCount(call) : 0;
+}
+
+DWORD WINAPI kitCallLog(wchar_t* buffer, DWORD length) {
+    const std::wstring log = kit::CallLog();
+    if (buffer && length > 0) {
+        const std::size_t count = std::min<std::size_t>(log.size(), length - 1);
+        log.copy(buffer, count);
+        buffer[count] = 0;
+    }
+    return static_cast<DWORD>(log.size() + 1);
+}
+
+BOOL WINAPI kitResume() {
+    // Every camera that listens has such a window; only those of this process are meant.
+    BOOL posted = FALSE;
+    for (const HWND parent : {static_cast<HWND>(nullptr), HWND_MESSAGE}) {
+        HWND window = nullptr;
+        while ((window = FindWindowExW(parent, window, L"OcellusPowerNotifications", nullptr)) != nullptr) {
+            DWORD process = 0;
+            GetWindowThreadProcessId(window, &process);
+            if (process == GetCurrentProcessId() &&
+                PostMessageW(window, WM_POWERBROADCAST, PBT_APMRESUMEAUTOMATIC, 0))
+                posted = TRUE;
+        }
+    }
+    return posted;
+}
+
+BOOL WINAPI kitLoadScenario(const wchar_t* scenario, wchar_t* error, DWORD errorLength) {
+    kit::Scenario read;
+    std::string reason = "no scenario is given; give a path or JSON text beginning with \"{\"";
+    bool good = scenario && kit::ReadScenario(scenario, read, reason);
+    if (good && read.WatchesGraph() && FAILED(kit::watch::WatchClasses())) {
+        reason =
+            "the graph cannot be watched from this thread; call CoInitializeEx with COINIT_MULTITHREADED "
+            "first";
+        good = false;
+    }
+    if (good) {
+        if (!read.WatchesGraph()) kit::watch::UnwatchClasses();
+        kit::KeepScenario();
+        kit::PlayScenario(std::move(read));
+        return TRUE;
+    }
+    if (error && errorLength > 0) {
+        const std::wstring text = kit::Widen(reason).substr(0, errorLength - 1);
+        text.copy(error, text.size());
+        error[text.size()] = 0;
+    }
+    return FALSE;
+}
+
+void WINAPI kitReset() {
+    kit::watch::UnwatchClasses();
+    kit::KeepScenario();
+    kit::PlayScenario(kit::Scenario());
+}

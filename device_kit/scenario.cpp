@@ -1,0 +1,327 @@
+#include "scenario.h"
+
+#include <algorithm>
+#include <charconv>
+#include <functional>
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+#include "scenario_values.h"
+#include "text.h"
+#include "watch/call_names.h"
+
+namespace kit {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr int kLargestSide = 4096;
+constexpr int kMostFramesPerSecond = 60;
+constexpr long kMostDelayMs = 60000;
+
+bool Boolean(const std::string& member, const Json& value) {
+    if (!value.is_boolean()) Refuse(member, value, "give true or false");
+    return value.get<bool>();
+}
+
+std::string Text(const std::string& member, const Json& value) {
+    if (!value.is_string() || value.get_ref<const std::string&>().empty())
+        Refuse(member, value, "give a text");
+    return value.get<std::string>();
+}
+
+std::string Inner(const std::string& path, const std::string& name) {
+    std::string inner = path;
+    if (!inner.empty()) inner += '.';
+    return inner += name;
+}
+
+// Calls `read` with each member of an object; one that it does not know (false) is refused.
+using ReadMember = std::function<bool(const std::string& name, const std::string& path, const Json& value)>;
+void ReadObject(const std::string& path, const Json& object, const std::string& known,
+                const ReadMember& read) {
+    if (!object.is_object()) Refuse(path, object, "give an object with " + known);
+    for (const auto& [name, value] : object.items()) {
+        const std::string inner = Inner(path, name);
+        if (!read(name, inner, value)) Refuse(inner, value, "there is no such member; known are " + known);
+    }
+}
+
+void ReadDevices(const std::string& path, const Json& list, Scenario& scenario) {
+    if (!list.is_array()) Refuse(path, list, "give a list such as [\"CAM1:\"]; an empty one means no device");
+    constexpr std::size_t kMostDevices = 9;
+    if (list.size() > kMostDevices) Refuse(path, list, "give at most 9 devices");
+    scenario.devices.clear();
+    for (std::size_t index = 0; index < list.size(); ++index) {
+        const std::string inner = path + "[" + std::to_string(index) + "]";
+        Device device;
+        device.cameraId = static_cast<long>(index) + 1;
+        const auto readName = [&](const std::string& member, const Json& value) {
+            device.name = Widen(Text(member, value));
+            if (device.name.size() != 5 || device.name[3] < L'0' || device.name[3] > L'9' ||
+                device.name[4] != L':')
+                Refuse(member, value, "give three letters, a digit and a colon, such as \"CAM1:\"");
+        };
+        if (list[index].is_string()) {
+            readName(inner, list[index]);
+        } else {
+            ReadObject(inner, list[index], "\"name\" and \"cameraId\"",
+                       [&](const std::string& name, const std::string& member, const Json& value) {
+                           if (name == "name") {
+                               readName(member, value);
+                           } else if (name == "cameraId") {
+                               device.cameraId = Integer(member, value, 0, LONG_MAX);
+                           } else {
+                               return false;
+                           }
+                           return true;
+                       });
+            if (device.name.empty()) Refuse(inner, list[index], "add \"name\", such as \"CAM1:\"");
+        }
+        for (const Device& other : scenario.devices) {
+            if (other.name == device.name) Refuse(inner, list[index], "give every device a name of its own");
+        }
+        scenario.devices.push_back(device);
+    }
+}
+
+void ReadScene(const std::string& path, const Json& value, const std::wstring& folder, Scenario& scenario) {
+    const std::string remedy = "give \"chart\", {\"picture\": \"<path>\"} or {\"film\": \"<path>\"}";
+    SceneSettings scene;
+    if (value.is_object() && value.size() == 1 && value.begin()->is_string() &&
+        (value.contains("picture") || value.contains("film"))) {
+        scene.kind = value.contains("film") ? SceneSettings::Kind::Film : SceneSettings::Kind::Picture;
+        scene.path = Widen(value.begin()->get<std::string>());
+        const bool absolute =
+            scene.path.find(L':') != std::wstring::npos || scene.path.find_first_of(L"\\/") == 0;
+        if (!absolute) scene.path = folder + scene.path;
+        std::string error;
+        if (!OpenScene(scene, error)) Refuse(path + "." + value.begin().key(), *value.begin(), "it " + error);
+    } else if (value != "chart") {
+        Refuse(path, value, remedy);
+    }
+    scenario.scene = scene;
+}
+
+Format ReadFormat(const std::string& path, const Json& object, bool isStill) {
+    Format format;
+    if (isStill) format.layout = Layout::Yuy2;
+    const std::string known = isStill ? "\"width\", \"height\", \"subtype\" and \"topDown\""
+                                      : "\"width\", \"height\" and \"topDown\"";
+    ReadObject(path, object, known,
+               [&](const std::string& name, const std::string& member, const Json& value) {
+                   if (name == "width") {
+                       format.width = static_cast<int>(Integer(member, value, 1, kLargestSide));
+                   } else if (name == "height") {
+                       format.height = static_cast<int>(Integer(member, value, 1, kLargestSide));
+                   } else if (name == "topDown") {
+                       format.topDown = Boolean(member, value);
+                   } else if (isStill && name == "subtype") {
+                       if (value != "YUY2" && value != "RGB565")
+                           Refuse(member, value, "give \"YUY2\" or \"RGB565\"");
+                       format.layout = value == "YUY2" ? Layout::Yuy2 : Layout::Rgb565;
+                   } else {
+                       return false;
+                   }
+                   return true;
+               });
+    if (format.width == 0 || format.height == 0) Refuse(path, object, "give both \"width\" and \"height\"");
+    return format;
+}
+
+void ReadStillFormats(const std::string& path, const Json& list, Scenario& scenario) {
+    if (!list.is_array() || list.empty()) Refuse(path, list, "give a list of at least one format");
+    scenario.stillFormats.clear();
+    for (std::size_t index = 0; index < list.size(); ++index)
+        scenario.stillFormats.push_back(
+            ReadFormat(path + "[" + std::to_string(index) + "]", list[index], true));
+    scenario.stillFormat = 0;
+}
+
+long ReadFlags(const std::string& member, const Json& value) {
+    long flags = 0;
+    if (value.is_array()) {
+        for (const Json& flag : value)
+            flags |= flag == "auto" ? kFlagAuto : flag == "manual" ? kFlagManual : 0x100;
+    }
+    if (flags == 0 || flags > (kFlagAuto | kFlagManual))
+        Refuse(member, value, "give a list of \"auto\", \"manual\" or both");
+    return flags;
+}
+
+void ReadProperty(const std::string& path, const Json& object, Property& property) {
+    const std::string known =
+        "\"supported\", \"minimum\", \"maximum\", \"step\", \"default\", \"value\" and \"flags\"";
+    bool hasValue = false;
+    ReadObject(path, object, known,
+               [&](const std::string& name, const std::string& member, const Json& value) {
+                   if (name == "supported") {
+                       property.supported = Boolean(member, value);
+                       return true;
+                   }
+                   if (name == "flags") {
+                       property.capabilities = ReadFlags(member, value);
+                       property.flags = property.capabilities & kFlagManual ? kFlagManual : kFlagAuto;
+                       return true;
+                   }
+                   long* target = name == "minimum"   ? &property.minimum
+                                  : name == "maximum" ? &property.maximum
+                                  : name == "step"    ? &property.step
+                                  : name == "default" ? &property.initial
+                                  : name == "value"   ? &property.value
+                                                      : nullptr;
+                   if (!target) return false;
+                   *target = Integer(member, value, LONG_MIN, LONG_MAX);
+                   hasValue = hasValue || name == "value";
+                   return true;
+               });
+    if (!hasValue) property.value = property.initial;
+    if (const char* fault = Fault(property)) Refuse(path, object, fault);
+}
+
+void ReadProperties(const std::string& path, const Json& object, Scenario& scenario) {
+    const std::string known = "names such as \"brightness\", \"zoom\" and \"cameraControl17\"";
+    ReadObject(path, object, known,
+               [&](const std::string& name, const std::string& member, const Json& value) {
+                   Property* property = scenario.properties.Find(name);
+                   if (property) ReadProperty(member, value, *property);
+                   return property != nullptr;
+               });
+}
+
+HRESULT ReadResult(const std::string& member, const Json& value) {
+    const std::string text = value.is_string() ? value.get<std::string>() : "";
+    unsigned long code = 0;
+    if (text.size() == 10 && text.rfind("0x", 0) == 0) {
+        const auto [end, error] = std::from_chars(text.data() + 2, text.data() + text.size(), code, 16);
+        if (error == std::errc() && end == text.data() + text.size()) return static_cast<HRESULT>(code);
+    }
+    Refuse(member, value, "give an HRESULT of eight hexadecimal digits, such as \"0x80004005\"");
+}
+
+CallRule ReadCallRule(const std::string& call, const std::string& path, const Json& object) {
+    CallRule rule;
+    rule.call = Widen(call);
+    bool acts = false;
+    ReadObject(path, object, "\"at\", \"times\", \"result\" and \"delayMs\"",
+               [&](const std::string& name, const std::string& member, const Json& value) {
+                   if (name == "at") {
+                       rule.at = Integer(member, value, 1, LONG_MAX);
+                   } else if (name == "times") {
+                       rule.times = Integer(member, value, 0, LONG_MAX);
+                   } else if (name == "result") {
+                       rule.result = ReadResult(member, value);
+                       acts = true;
+                   } else if (name == "delayMs") {
+                       rule.delayMs = static_cast<DWORD>(Integer(member, value, 0, kMostDelayMs));
+                       acts = true;
+                   } else {
+                       return false;
+                   }
+                   return true;
+               });
+    if (!acts) Refuse(path, object, "say what shall happen: add \"result\", \"delayMs\" or both");
+    return rule;
+}
+
+void ReadCalls(const std::string& path, const Json& object, Scenario& scenario) {
+    if (!object.is_object())
+        Refuse(
+            path, object,
+            "give an object of calls, such as {\"IGraphBuilder::AddFilter\": {\"result\": \"0x80004005\"}}");
+    scenario.calls.clear();
+    for (const auto& [call, value] : object.items()) {
+        const std::string member = Inner(path, call);
+        if (!IsKnownCall(Widen(call)))
+            Refuse(member, value, "the kit sees no such call; docs/device-kit.md lists those it sees");
+        if (!value.is_array()) {
+            scenario.calls.push_back(ReadCallRule(call, member, value));
+            continue;
+        }
+        for (std::size_t index = 0; index < value.size(); ++index)
+            scenario.calls.push_back(
+                ReadCallRule(call, member + "[" + std::to_string(index) + "]", value[index]));
+    }
+}
+
+Scenario Interpret(const Json& document, const std::wstring& folder) {
+    Scenario scenario;
+    const Json* stillFormat = nullptr;
+    const std::string known =
+        "\"devices\", \"scene\", \"framesPerSecond\", \"preview\", \"stillFormats\", \"stillFormat\", "
+        "\"properties\", "
+        "\"watchGraph\", \"calls\", \"imager\", \"loseDeviceAfterFrames\" and \"resumeAfterFrames\"";
+    ReadObject("", document, known, [&](const std::string& name, const std::string& path, const Json& value) {
+        if (name == "devices") {
+            ReadDevices(path, value, scenario);
+        } else if (name == "scene") {
+            ReadScene(path, value, folder, scenario);
+        } else if (name == "framesPerSecond") {
+            scenario.framesPerSecond = static_cast<int>(Integer(path, value, 1, kMostFramesPerSecond));
+        } else if (name == "preview") {
+            scenario.preview = ReadFormat(path, value, false);
+        } else if (name == "stillFormats") {
+            ReadStillFormats(path, value, scenario);
+        } else if (name == "stillFormat") {
+            stillFormat = &value;
+        } else if (name == "properties") {
+            ReadProperties(path, value, scenario);
+        } else if (name == "watchGraph") {
+            scenario.watchGraph = Boolean(path, value);
+        } else if (name == "calls") {
+            ReadCalls(path, value, scenario);
+        } else if (name == "loseDeviceAfterFrames") {
+            scenario.loseDeviceAfterFrames = Integer(path, value, 1, LONG_MAX);
+        } else if (name == "resumeAfterFrames") {
+            scenario.resumeAfterFrames = Integer(path, value, 1, LONG_MAX);
+        } else {
+            return name == "imager";  // read by the imager library
+        }
+        return true;
+    });
+    // Judged last: the list of formats may stand behind it.
+    if (stillFormat)
+        scenario.stillFormat = static_cast<std::size_t>(
+            Integer("stillFormat", *stillFormat, 0, static_cast<long>(scenario.stillFormats.size()) - 1));
+    return scenario;
+}
+
+}  // namespace
+
+Scenario::Scenario() : devices{{L"CAM1:", 1}}, preview{Layout::Rgb555, 640, 480, false}, stillFormat(1) {
+    for (const Layout layout : {Layout::Yuy2, Layout::Rgb565}) {
+        stillFormats.push_back({layout, 320, 240, false});
+        stillFormats.push_back({layout, 640, 480, false});
+        stillFormats.push_back({layout, 1280, 960, false});
+        stillFormats.push_back({layout, 1600, 1200, false});
+        stillFormats.push_back({layout, 161, 121, false});
+        stillFormats.push_back({layout, 640, 480, true});
+    }
+}
+
+bool Scenario::WatchesGraph() const {
+    return watchGraph || std::any_of(calls.begin(), calls.end(),
+                                     [](const CallRule& rule) { return IsGraphCall(rule.call); });
+}
+
+bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::string& error) {
+    try {
+        const ScenarioText text = ReadScenarioText(pathOrText);
+        Json document;
+        try {
+            document = Json::parse(text.json);
+        } catch (const Json::parse_error& failure) {
+            throw std::runtime_error("the scenario is no JSON text (at character " +
+                                     std::to_string(failure.byte) +
+                                     "); look for a missing comma, quote or bracket there");
+        }
+        scenario = Interpret(document, text.folder);
+        return true;
+    } catch (const std::exception& failure) {
+        error = failure.what();
+        return false;
+    }
+}
+
+}  // namespace kit

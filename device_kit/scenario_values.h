@@ -1,0 +1,55 @@
+// What the readers of scenarios share: the text, its values, and how a mistake is told.
+#pragma once
+
+#include <windows.h>
+
+#include <stdexcept>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "text.h"
+
+namespace kit {
+
+// Throws std::runtime_error with member, value and remedy.
+[[noreturn]] inline void Refuse(const std::string& member, const nlohmann::json& value,
+                                const std::string& remedy) {
+    throw std::runtime_error("\"" + member + "\" is " +
+                             value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "; " +
+                             remedy);
+}
+
+inline long Integer(const std::string& member, const nlohmann::json& value, long minimum, long maximum) {
+    if (!value.is_number_integer() || value < minimum || value > maximum)
+        Refuse(member, value,
+               "give a whole number from " + std::to_string(minimum) + " to " + std::to_string(maximum));
+    return value.get<long>();
+}
+
+struct ScenarioText {
+    std::string json;
+    std::wstring folder;  // of the file, with its last separator; empty for a text
+};
+
+// A path, or JSON text that begins with "{". Throws std::runtime_error when the file cannot be opened.
+inline ScenarioText ReadScenarioText(const std::wstring& pathOrText) {
+    const std::size_t first = pathOrText.find_first_not_of(L" \t\r\n");
+    if (first != std::wstring::npos && pathOrText[first] == L'{') return {Narrow(pathOrText), L""};
+    const HANDLE file = CreateFileW(pathOrText.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        throw std::runtime_error(
+            "the scenario \"" + Narrow(pathOrText) +
+            "\" cannot be opened; give an existing file, or JSON text beginning with \"{\"");
+    }
+    ScenarioText text;
+    char buffer[4096];
+    DWORD read = 0;
+    while (ReadFile(file, buffer, sizeof buffer, &read, nullptr) && read > 0) text.json.append(buffer, read);
+    CloseHandle(file);
+    text.folder = pathOrText.substr(0, pathOrText.find_last_of(L"\\/") + 1);
+    return text;
+}
+
+}  // namespace kit

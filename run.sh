@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Sets up, builds, and takes pictures: a BMP, a JPEG and a PNG each of the test chart, of a photograph and of a film, with ocellus.dll and the
+# device kit's camera under Wine. The pictures land in pictures/.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+scripts/setup.sh run
+if [ ! -f build/host/build.ninja ]; then cmake --preset host >build/configure.log || { cat build/configure.log >&2; exit 1; }; fi
+printf '== Building\n'
+cmake --build --preset host --target ocellus devicekit camctl launch
+
+mkdir -p pictures
+printf '== Taking pictures\n'
+take() { # NAME SCENE
+    scripts/host.sh build/host/bin/camctl.exe snap "pictures/$1.bmp" "pictures/$1.jpg" "pictures/$1.png" --scene "$2"
+}
+take chart chart
+take photo build/media/photo.png
+take film build/media/film.y4m
+printf '== The pictures are in %s\n' "$PWD/pictures"

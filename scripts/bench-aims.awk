@@ -1,0 +1,67 @@
+# Puts what scripts/bench.sh measured beside what is aimed at, as rows of a table. Reads the texts of pixel_bench, the comparison of the
+# builds, picture_bench and ce_instructions, in any order; what is not there is left out.
+
+function row(what, size, relation, aim, reached) {
+    met = relation == "<=" ? reached <= aim : reached >= aim
+    printf "| %s | %s | %s %s | %.2f | %s |\n", what, size, relation == "<=" ? "at most" : "at least", aim, reached, met ? "" : "**missed**"
+}
+# Time of one contender as a multiple of another's.
+function compare(what, race, one, other, relation, aim) {
+    if (((race, size, one) in time) && ((race, size, other) in time))
+        row(what, size, relation, aim, time[race, size, one] / time[race, size, other])
+}
+
+# pixel_bench: "YUY2 to RGB565, 640 x 480 (best of 488 rounds)", then "  NAME   T ms ...".
+/^[A-Z].*, [0-9]+ x [0-9]+ \(best/ {
+    split($0, parts, /, | \(/)
+    race = parts[1]
+    size = parts[2]
+    if (!(size in sizeSeen)) { sizeSeen[size] = 1; sizes[++sizeCount] = size }
+}
+/^  .* ms +[0-9.]+ ns\/pixel/ {
+    name = $0
+    sub(/^  /, "", name)
+    sub(/ +[0-9.]+ ms .*/, "", name)
+    match($0, / [0-9.]+ ms /)
+    time[race, size, name] = substr($0, RSTART, RLENGTH) + 0
+}
+# The comparison of the builds: the largest ratio of each routine and size.
+/^[A-Za-z].* +[0-9]+x[0-9]+ +[A-Za-z0-9]+ +[0-9.]+ +[0-9.]+ +[0-9.]+$/ {
+    if ($NF > largestKernel) { largestKernel = $NF; worstKernel = $0; sub(/ +[0-9.]+ +[0-9.]+ +[0-9.]+$/, "", worstKernel); gsub(/ +/, " ", worstKernel) }
+    ++kernels
+}
+# picture_bench: "BMP 640 x 480: ... (medians: A, B: R)".
+/^BMP / {
+    bmpSize[++bmps] = $2 " x " ($4 + 0)
+    bmpRatio[bmps] = $NF + 0
+}
+# ce_instructions: routine, way, count, per pixel, of plain, bytes.
+/^YUY2 to RGB565 +words / { arm["YUY2 to RGB565", 0.5] = $(NF - 1) }
+/^grey to words +words / { arm["grey to words", 0.6] = $(NF - 1) }
+/^RGB565 to RGB888 +words / { arm["RGB565 to RGB888", 0.6] = $(NF - 1) }
+
+END {
+    for (s = 1; s <= sizeCount; ++s) {
+        size = sizes[s]
+        fastest = "libyuv AVX2, two passes"
+        if (time["YUY2 to RGB565", size, fastest " by row"] < time["YUY2 to RGB565", size, fastest]) fastest = fastest " by row"
+        compare("YUY2 to RGB565: libyuv's AVX2 (the faster of its two ways) to ours", "YUY2 to RGB565", fastest, "Ocellus AVX2", ">=", 1.5)
+        compare("YUY2 to RGB565: ours with SSE2 only to libyuv's AVX2", "YUY2 to RGB565", "Ocellus SSE2", fastest, "<=", 1.2)
+        compare("YUY2 to RGB565: swscale to ours", "YUY2 to RGB565", "swscale", "Ocellus AVX2", ">=", 5.5)
+        compare("grey to words: ours to OpenCV", "Grey to words", "Ocellus AVX2", "OpenCV, grey to BGR565", "<=", 1.2)
+        compare("grey to words: plain twin to ours", "Grey to words", "Ocellus plain", "Ocellus AVX2", ">=", 4)
+        compare("RGB565 to RGB888: ours to OpenCV", "RGB565 to RGB888 rows", "Ocellus AVX2", "OpenCV, BGR565 to RGB (not rounded)", "<=", 1.2)
+        compare("RGB565 to RGB888: plain twin to ours", "RGB565 to RGB888 rows", "Ocellus plain", "Ocellus AVX2", ">=", 4)
+        compare("RGB565 to JPEG: ours to libjpeg-turbo alone", "JPEG in memory", "Ocellus, from RGB565", "libjpeg-turbo alone, from RGB888", "<=", 1.12)
+        compare("YUY2 to JPEG: ours to libjpeg-turbo alone", "JPEG in memory", "Ocellus, from YUY2", "libjpeg-turbo alone, from RGB888", "<=", 1.25)
+        if (s > 1)
+            compare("YUY2 to JPEG file: OpenCV's `imwrite` to ours", "YUY2 frame to JPEG file", "OpenCV, YUY2 to BGR, imwrite", "Ocellus", ">=", 1.15)
+        compare("RGB565 to PNG: ours to libpng alone", "PNG in memory", "Ocellus, from RGB565", "libpng alone, from RGB888", "<=", 1.01)
+    }
+    for (b = 1; b <= bmps; ++b) row("BMP file: ours to a bare write (medians)", bmpSize[b], "<=", 1.35, bmpRatio[b])
+    if (kernels) row("Windows build to native build, worst of " kernels " (" worstKernel ")", "all", "<=", 1.1, largestKernel)
+    for (key in arm) {
+        split(key, parts, SUBSEP)
+        row(parts[1] ": instructions on ARM to the plain twin's", "640 x 480", "<=", parts[2], arm[key])
+    }
+}

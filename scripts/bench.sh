@@ -1,0 +1,109 @@
+#!/usr/bin/env bash
+# Sets up, builds, measures, and prints every table of docs/performance.md, then what is aimed at beside what was reached.
+#
+#   scripts/bench.sh             everything; about ten minutes on an idle machine
+#   scripts/bench.sh TABLE...    only some of: pixel kernels files latency arm bilevel
+#
+# Each table stays in build/bench/TABLE.txt. Times are ratios within one run, best of many rounds; others on the machine disturb them
+# little, but a ratio that is missed by a hair deserves a second run. Ends with 1 when something could not be measured.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+tables=(pixel kernels files latency arm bilevel)
+for table in "$@"; do
+    [[ " ${tables[*]} " = *" $table "* ]] || { echo "bench.sh: there is no table '$table', only: ${tables[*]}" >&2; exit 2; }
+done
+if [ $# -gt 0 ]; then tables=("$@"); fi
+wanted() { [[ " ${tables[*]} " = *" $1 "* ]]; }
+
+out=build/bench
+alternations=10
+previewSeconds=20
+say() { printf '== %s\n' "$*" >&2; }
+
+# ---- Building ---------------------------------------------------------------------------------------------------------
+
+native=() host=() ce=()
+if wanted pixel; then native+=(pixel_bench); fi
+if wanted bilevel; then native+=(bilevel_bench); fi
+if wanted kernels; then native+=(kernel_bench) host+=(kernel_bench); fi
+if wanted files; then host+=(picture_bench); fi
+if wanted latency; then host+=(latency_bench ocellus devicekit); fi
+if wanted arm; then native+=(ce_instructions) ce+=(kernels); fi
+
+build() { # PRESET TARGETS...
+    local preset=$1 log=$out/build-$1.log
+    shift
+    [ $# -gt 0 ] || return 0
+    say "Building $preset: $*"
+    { cmake --preset "$preset" && cmake --build --preset "$preset" --target "$@"; } >"$log" 2>&1 ||
+        { tail -n 20 "$log" >&2; say "$preset could not be built, see $log"; exit 1; }
+}
+
+mkdir -p "$out"
+scripts/setup.sh bench >&2
+build native "${native[@]}"
+if [ ${#host[@]} -gt 0 ]; then build host launch "${host[@]}"; fi
+build ce "${ce[@]}"
+
+# ---- Measuring --------------------------------------------------------------------------------------------------------
+
+# Native and Windows builds in turn, so that whatever else runs on the machine meets both.
+measureKernels() {
+    rm -f "$out"/kernels.{native,windows}
+    local round
+    for ((round = 1; round <= alternations; ++round)); do
+        if [ -t 2 ]; then printf '\rround %d of %d' "$round" "$alternations" >&2; fi
+        build/native/bin/kernel_bench >>"$out/kernels.native"
+        scripts/host.sh build/host/bin/kernel_bench.exe | tr -d '\r' >>"$out/kernels.windows"
+    done
+    if [ -t 2 ]; then printf '\n' >&2; fi
+    printf 'Best of %d turns, ns a pixel\n%-18s %-10s %-6s %9s %9s %9s\n' "$alternations" routine size set native Windows ratio
+    awk -F '\t' '
+        { key = sprintf("%-18s %-10s %-6s", $1, $2, $3); side = FILENAME ~ /native$/ ? "n" : "w" }
+        !(key in seen) { seen[key] = 1; order[++count] = key }
+        !((side, key) in best) || $4 < best[side, key] { best[side, key] = $4 }
+        END {
+            for (i = 1; i <= count; ++i) {
+                n = best["n", order[i]]; w = best["w", order[i]]
+                printf "%s %9.4f %9.4f %9.2f\n", order[i], n, w, w / n
+            }
+        }' "$out"/kernels.{native,windows}
+}
+
+measure() { # TABLE
+    case $1 in
+    pixel) build/native/bin/pixel_bench ;;
+    kernels) measureKernels ;;
+    files) scripts/host.sh build/host/bin/picture_bench.exe | tr -d '\r' ;;
+    latency) scripts/host.sh build/host/bin/latency_bench.exe "$previewSeconds" | tr -d '\r' ;;
+    arm) build/native/bin/ce_instructions ;;
+    bilevel) build/native/bin/bilevel_bench ;;
+    esac
+}
+
+declare -A titles=([pixel]="Pixels and encoders, against other libraries" [kernels]="Windows build (under Wine) against the native build"
+    [files]="Picture files and stamped text (Wine)" [latency]="The camera as an application sees it (Wine, device kit)"
+    [arm]="Instructions on ARM v4T" [bilevel]="Black and white TIFF, against other libraries")
+printf '%s, %d cores, %s, %s\n' "$(sed -n 's/^model name\t*: //p' /proc/cpuinfo | head -n 1)" "$(nproc)" "$(date +%F)" "$(gcc --version | head -n 1)"
+failed=0
+for table in "${tables[@]}"; do
+    say "Measuring: $table"
+    printf '\n## %s\n\n' "${titles[$table]}"
+    if ! measure "$table" | tee "$out/$table.txt"; then
+        say "$table could not be measured"
+        rm -f "$out/$table.txt"
+        failed=1
+    fi
+done
+
+# ---- What is aimed at ---------------------------------------------------------------------------------------------------
+
+# Reads the tables above. AIM is "<= N" or ">= N".
+printf '\n## Aims\n\n| what | size | aim | reached | |\n|---|---|---|---|---|\n'
+files=()
+for table in "${tables[@]}"; do
+    if [ "$table" != latency ] && [ "$table" != bilevel ] && [ -f "$out/$table.txt" ]; then files+=("$out/$table.txt"); fi
+done
+awk -f scripts/bench-aims.awk "${files[@]}" /dev/null
+exit $failed

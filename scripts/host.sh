@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# Runs a Windows program in the project's own Wine prefix, with ocellus.dll and devicekit.dll registered.
+#
+#   scripts/host.sh PROGRAM [ARGUMENTS...]
+#
+# Headless unless OCELLUS_HEADLESS=0 is set (then the X display in DISPLAY is used). The program's exit code is passed on; 126 when it did
+# not start. OCELLUS_WINE_PREFIX names another prefix than build/wine.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+die() {
+    printf 'host.sh: %s\n' "$*" >&2
+    exit 126
+}
+
+[ $# -ge 1 ] || die "usage: scripts/host.sh PROGRAM [ARGUMENTS...]"
+program=$1
+shift
+[ -f "$program" ] || die "there is no program '$program'; build it first: cmake --build --preset host"
+program=$(readlink -f "$program")
+command -v wine >/dev/null || die "wine is not installed; run scripts/setup.sh"
+
+export WINEPREFIX=${OCELLUS_WINE_PREFIX:-$root/build/wine}
+export WINEDEBUG=${WINEDEBUG:--all}
+export WINEDLLOVERRIDES="mscoree,mshtml="
+export OCELLUS_HEADLESS=${OCELLUS_HEADLESS:-1}
+
+# The registry settings differ between a headless and a visible run, and are read when the server starts: two prefixes.
+if [ "$OCELLUS_HEADLESS" = 0 ]; then WINEPREFIX=$WINEPREFIX-visible; else unset DISPLAY; fi
+
+makePrefix() {
+    local log=$WINEPREFIX.log
+    rm -rf "$WINEPREFIX"
+    mkdir -p "$WINEPREFIX"
+    {
+        wineboot -i
+        wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f
+        wine reg add 'HKCU\Software\Wine\Drivers' /v Audio /t REG_SZ /d '' /f
+        if [ "$OCELLUS_HEADLESS" = 0 ]; then
+            wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /t REG_SZ /d N /f
+        else
+            wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /t REG_SZ /d null /f
+        fi
+        wineserver -k
+        wineserver -w
+    } >"$log" 2>&1 || { tail -n 5 "$log" >&2; die "the Wine prefix could not be made (see $log)"; }
+    touch "$WINEPREFIX/.complete"
+}
+
+# Registers the two DLLs that stand beside the program, when they have changed since the last time.
+registerLibraries() {
+    local folder library stamp
+    folder=$(dirname "$program")
+    for library in ocellus devicekit; do
+        [ -f "$folder/$library.dll" ] || continue
+        stamp=$WINEPREFIX/.registered-$library
+        if [ ! -f "$stamp" ] || [ "$folder/$library.dll" -nt "$stamp" ] || [ "$(cat "$stamp")" != "$folder" ]; then
+            wine regsvr32 /s "$(winepath -w "$folder/$library.dll")" || die "$folder/$library.dll could not be registered"
+            printf '%s\n' "$folder" >"$stamp"
+            touch -r "$folder/$library.dll" "$stamp"
+        fi
+    done
+}
+
+mkdir -p "$(dirname "$WINEPREFIX")"
+(
+    flock 9
+    [ -f "$WINEPREFIX/.complete" ] || makePrefix
+    registerLibraries
+) 9>"$WINEPREFIX.lock"
+
+# The launcher reports the full 32-bit exit code: Wine's own keeps the low byte, and a program that fails to load can end in 0.
+launcher=$(dirname "$program")/launch.exe
+[ -f "$launcher" ] || launcher=$root/build/host/bin/launch.exe
+[ -f "$launcher" ] || die "launch.exe is missing; build it first: cmake --build --preset host"
+report=$(mktemp)
+trap 'rm -f "$report"' EXIT
+set +e
+OCELLUS_LAUNCH_REPORT=$(winepath -w "$report" 2>/dev/null) wine "$launcher" "$(winepath -w "$program")" "$@"
+set -e
+code=$(tr -d '\r\n' <"$report")
+case $code in
+'') die "'$program' did not start" ;;
+0xC0000135 | 0xC0000139 | 0xC000007B | 0xC0000142) die "'$program' did not start: the system answered $code (a DLL or an entry point it needs is missing)" ;;
+esac
+code=$((code))
+if [ "$code" != 0 ] && [ $((code & 255)) = 0 ]; then exit 1; fi
+exit $((code & 255))

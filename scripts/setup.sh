@@ -1,0 +1,194 @@
+#!/usr/bin/env bash
+# Installs what is missing to build, run and test: Debian packages, and third-party libraries cross-built from Debian's source
+# packages with pinned checksums. Idempotent; quick when nothing is missing.
+#
+#   scripts/setup.sh [run|test|bench]    what to prepare for (each includes the one before it); default: test
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+goal=${1:-test}
+deps=$PWD/build/deps
+
+say() { printf '== %s\n' "$*"; }
+die() {
+    printf 'setup: %s\n' "$*" >&2
+    exit 1
+}
+
+runPackages=(cmake ninja-build wine wine64 g++-mingw-w64-x86-64-posix libz-mingw-w64-dev nasm g++ make
+    doctest-dev libcli11-dev nlohmann-json3-dev fonts-dejavu-core ffmpeg)
+testPackages=(clang libclang-rt-14-dev clang-format clang-tidy imagemagick libjpeg-turbo-progs pngcheck libtiff-dev
+    libtiff-tools python3)
+benchPackages=()
+# Rooms that need more for their tests list it here, one package a line.
+if [ -f scripts/packages.test ]; then mapfile -t -O "${#testPackages[@]}" testPackages < <(grep -v '^#' scripts/packages.test); fi
+if [ -f scripts/packages.bench ]; then mapfile -t -O "${#benchPackages[@]}" benchPackages < <(grep -v '^#' scripts/packages.bench); fi
+
+case $goal in
+run) packages=("${runPackages[@]}") ;;
+test) packages=("${runPackages[@]}" "${testPackages[@]}") ;;
+bench) packages=("${runPackages[@]}" "${testPackages[@]}" "${benchPackages[@]}") ;;
+*) die "unknown goal '$goal': give run, test or bench" ;;
+esac
+
+installed() { dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null | grep -qx installed; }
+
+asRoot() {
+    if [ "$(id -u)" = 0 ]; then "$@"; else
+        command -v sudo >/dev/null || die "packages are missing and neither root nor sudo is at hand; as root run: $*"
+        sudo "$@"
+    fi
+}
+
+missing=()
+for package in "${packages[@]}"; do
+    installed "$package" || missing+=("$package")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+    say "Installing ${missing[*]}"
+    asRoot apt-get update -qq
+    asRoot env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >"${TMPDIR:-/tmp}/ocellus-apt.log" 2>&1 ||
+        { tail -n 20 "${TMPDIR:-/tmp}/ocellus-apt.log" >&2; die "apt-get could not install the packages above"; }
+fi
+
+# ---- Source packages -------------------------------------------------------------------------------------------------
+
+# fetchSource PACKAGE FILE SHA256: the upstream tarball of a Debian source package, into build/deps/src. Uses source lists of its own,
+# made from the machine's Debian lists, which stay as they are.
+fetchSource() {
+    local package=$1 file=$2 sum=$3 apt=$deps/apt
+    mkdir -p "$deps/src"
+    if ! echo "$sum  $deps/src/$file" | sha256sum -c --status 2>/dev/null; then
+        say "Fetching the source of $package"
+        local options=(-o "Dir::Etc::sourcelist=/dev/null" -o "Dir::Etc::sourceparts=$apt/parts" -o "Dir::State::lists=$apt/lists"
+            -o "APT::Sandbox::User=root")
+        if [ ! -d "$apt/lists/partial" ]; then
+            mkdir -p "$apt/parts" "$apt/lists/partial"
+            { cat /etc/apt/sources.list.d/*.sources 2>/dev/null || true; } |
+                awk 'BEGIN { RS = ""; ORS = "\n\n" } /Suites:[^\n]*bookworm/ { sub(/Types:[^\n]*/, "Types: deb-src"); print }' \
+                    >"$apt/parts/debian.sources"
+            { cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list 2>/dev/null || true; } |
+                sed -n 's/^deb\( .*\<debian\(-security\)\?\/\? .*bookworm.*\)/deb-src\1/p' >"$apt/parts/debian.list"
+            apt-get "${options[@]}" update -qq || { rm -rf "$apt"; die "the lists of source packages could not be read"; }
+        fi
+        (cd "$deps/src" && apt-get "${options[@]}" source -qq --download-only --tar-only "$package" >/dev/null)
+    fi
+    echo "$sum  $deps/src/$file" | sha256sum -c --status ||
+        die "$file has another checksum than the pinned one; remove build/deps and run again, or pin the new version after looking at it"
+}
+
+# unpackInto FOLDER FILE: the tarball without its top folder.
+unpackInto() {
+    rm -rf "$1"
+    mkdir -p "$1"
+    tar -xf "$deps/src/$2" -C "$1" --strip-components=1
+}
+
+jpegFile=libjpeg-turbo_2.1.5.orig.tar.gz
+jpegSum=254f3642b04e309fee775123133c6464181addc150499561020312ec61c1bf7c
+pngFile=libpng1.6_1.6.39.orig.tar.gz
+pngSum=a00e9d2f2f664186e4202db9299397f851aea71b36a35e74910b8820e380d441
+zlibFile=zlib_1.2.13.dfsg.orig.tar.bz2
+zlibSum=71feb7947e3c00ef125f83b79a4e529bde31171e5babe48b391f06758d1ab0a1
+
+# buildPictureLibraries TARGET PREFIX: libjpeg-turbo (interface 62, with its SIMD) and libpng as static libraries in build/deps/TARGET.
+buildPictureLibraries() {
+    local target=$1 toolchain=$PWD/cmake/$2.cmake triplet=$3 out=$deps/$1
+    [ -f "$out/.complete" ] && return
+    fetchSource libjpeg-turbo "$jpegFile" "$jpegSum"
+    fetchSource libpng1.6 "$pngFile" "$pngSum"
+    say "Building libjpeg-turbo for $target"
+    local log=$deps/$target-build.log
+    rm -rf "$out"
+    mkdir -p "$out"
+    {
+        unpackInto "$deps/$target-jpeg" "$jpegFile"
+        cmake -S "$deps/$target-jpeg" -B "$deps/$target-jpeg/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
+            -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$out" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DREQUIRE_SIMD=ON \
+            -DWITH_JPEG7=OFF -DWITH_JPEG8=OFF
+        cmake --build "$deps/$target-jpeg/build" --target jpeg-static
+        mkdir -p "$out/include" "$out/lib"
+        cp "$deps/$target-jpeg/build/libjpeg.a" "$out/lib/"
+        cp "$deps/$target-jpeg"/{jpeglib,jmorecfg,jerror}.h "$deps/$target-jpeg/build/jconfig.h" "$out/include/"
+    } >"$log" 2>&1 || { tail -n 20 "$log" >&2; die "libjpeg-turbo could not be built for $target"; }
+    say "Building libpng for $target"
+    {
+        unpackInto "$deps/$target-png" "$pngFile"
+        cmake -S "$deps/$target-png" -B "$deps/$target-png/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
+            -DCMAKE_BUILD_TYPE=Release -DPNG_SHARED=OFF -DPNG_TESTS=OFF -DPNG_EXECUTABLES=OFF \
+            -DZLIB_INCLUDE_DIR="/usr/$triplet/include" -DZLIB_LIBRARY="/usr/$triplet/lib/libz.a"
+        cmake --build "$deps/$target-png/build" --target png_static
+        cp "$deps/$target-png/build/libpng16.a" "$out/lib/libpng.a" 2>/dev/null || cp "$deps/$target-png/build"/libpng*.a "$out/lib/libpng.a"
+        cp "$deps/$target-png"/{png,pngconf}.h "$deps/$target-png/build/pnglibconf.h" "$out/include/"
+        cp "/usr/$triplet/include"/{zlib,zconf}.h "$out/include/"
+        cp "/usr/$triplet/lib/libz.a" "$out/lib/"
+    } >>"$log" 2>&1 || { tail -n 20 "$log" >&2; die "libpng could not be built for $target"; }
+    rm -rf "$deps/$target-jpeg" "$deps/$target-png"
+    touch "$out/.complete"
+}
+
+# buildCePictureLibraries: the same for Windows CE in build/deps/ce, in plain C, and zlib with them.
+buildCePictureLibraries() {
+    local out=$deps/ce log=$deps/ce-build.log name
+    [ -f "$out/.complete" ] && return
+    fetchSource libjpeg-turbo "$jpegFile" "$jpegSum"
+    fetchSource libpng1.6 "$pngFile" "$pngSum"
+    fetchSource zlib "$zlibFile" "$zlibSum"
+    say "Building libjpeg-turbo, zlib and libpng for Windows CE"
+    rm -rf "$out"
+    mkdir -p "$out/include" "$out/lib"
+    local configure=(-G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/ce/toolchain.cmake" -DCMAKE_BUILD_TYPE=Release)
+    {
+        unpackInto "$deps/ce-jpeg" "$jpegFile" &&
+            cmake -S "$deps/ce-jpeg" -B "$deps/ce-jpeg/build" "${configure[@]}" -DCMAKE_INSTALL_PREFIX="$out" -DENABLE_SHARED=OFF \
+                -DWITH_TURBOJPEG=OFF -DWITH_SIMD=OFF -DWITH_JPEG7=OFF -DWITH_JPEG8=OFF &&
+            cmake --build "$deps/ce-jpeg/build" --target jpeg-static &&
+            cp "$deps/ce-jpeg/build/libjpeg.a" "$out/lib/" &&
+            cp "$deps/ce-jpeg"/{jpeglib,jmorecfg,jerror}.h "$deps/ce-jpeg/build/jconfig.h" "$out/include/" &&
+            unpackInto "$deps/ce-zlib" "$zlibFile" &&
+            cmake -S cmake/ce/zlib -B "$deps/ce-zlib/build" "${configure[@]}" -DzlibSource="$deps/ce-zlib" &&
+            cmake --build "$deps/ce-zlib/build" &&
+            cp "$deps/ce-zlib/build/libz.a" "$out/lib/" &&
+            cp "$deps/ce-zlib"/{zlib,zconf}.h "$out/include/" &&
+            unpackInto "$deps/ce-png" "$pngFile" &&
+            cmake -S "$deps/ce-png" -B "$deps/ce-png/build" "${configure[@]}" -DPNG_SHARED=OFF -DPNG_TESTS=OFF -DPNG_EXECUTABLES=OFF \
+                -DPNG_HARDWARE_OPTIMIZATIONS=OFF -DZLIB_INCLUDE_DIR="$out/include" -DZLIB_LIBRARY="$out/lib/libz.a" &&
+            cmake --build "$deps/ce-png/build" --target png_static &&
+            cp "$deps/ce-png/build/libpng16.a" "$out/lib/libpng.a" &&
+            cp "$deps/ce-png"/{png,pngconf}.h "$deps/ce-png/build/pnglibconf.h" "$out/include/"
+    } >"$log" 2>&1 || { tail -n 20 "$log" >&2; die "the picture libraries could not be built for Windows CE"; }
+    for name in jpeg zlib png; do rm -rf "$deps/ce-$name"; done
+    touch "$out/.complete"
+}
+
+# ---- Header-only libraries --------------------------------------------------------------------------------------------
+
+# Staged alone: the machine's own include folder must not be seen by a cross compiler.
+if [ ! -f "$deps/headers/.complete" ]; then
+    mkdir -p "$deps/headers"
+    cp -r /usr/include/doctest /usr/include/CLI /usr/include/nlohmann "$deps/headers/"
+    touch "$deps/headers/.complete"
+fi
+
+buildPictureLibraries host mingw-x86_64 x86_64-w64-mingw32
+if [ "$goal" != run ]; then
+    buildPictureLibraries host32 mingw-i686 i686-w64-mingw32
+    buildCePictureLibraries
+fi
+
+# ---- A real photograph and a real film ----------------------------------------------------------------------------------
+
+# From a Debian package, which is unpacked and not installed.
+if [ ! -f build/media/film.y4m ]; then
+    say "Unpacking a photograph and a film"
+    rm -rf build/media/unpack
+    mkdir -p build/media/unpack
+    (cd build/media/unpack && apt-get -o APT::Sandbox::User=root download -qq python3-imageio && dpkg-deb -x python3-imageio_*.deb .)
+    images=$(dirname "$(find build/media/unpack -name cockatoo.mp4)")
+    cp "$images/chelsea.png" build/media/photo.png
+    ffmpeg -v error -y -ss 2 -t 4 -i "$images/cockatoo.mp4" -vf scale=640:480:force_original_aspect_ratio=increase,crop=640:480 \
+        -pix_fmt yuv420p -r 30 build/media/film.tmp.y4m
+    mv build/media/film.tmp.y4m build/media/film.y4m
+    rm -rf build/media/unpack
+fi
+say "Ready to $goal"

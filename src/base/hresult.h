@@ -1,0 +1,24 @@
+// Small helpers around HRESULTs.
+#pragma once
+
+#include <windows.h>
+
+namespace cam {
+
+// A Win32 error as an HRESULT. An error that is not positive (zero, or an HRESULT already) is taken as it is.
+constexpr HRESULT HresultFromError(DWORD error) {
+    const auto code = static_cast<HRESULT>(error);
+    return code > 0 ? static_cast<HRESULT>((error & 0xFFFF) | 0x80070000) : code;
+}
+
+inline HRESULT HresultFromLastError() {
+    return HresultFromError(GetLastError());
+}
+
+// Leaves the function with the result of `expression` when that is a failure.
+#define CAM_RETURN_IF_FAILED(expression)                                                    \
+    do {                                                                                    \
+        if (const HRESULT camResult_ = (expression); FAILED(camResult_)) return camResult_; \
+    } while (false)
+
+}  // namespace cam

@@ -1,0 +1,25 @@
+// The wait of a thread that may own windows for another thread's work.
+#pragma once
+
+#include <windows.h>
+
+namespace cam {
+
+// Waits for `handle`, by default without time-out, and meanwhile lets messages in that other threads send to
+// windows of this thread: the awaited thread may be moving or re-parenting a child of such a window, and both
+// would hang otherwise. Posted messages stay in the queue. Returns what MsgWaitForMultipleObjectsEx does:
+// WAIT_OBJECT_0, WAIT_ABANDONED_0, WAIT_TIMEOUT or WAIT_FAILED.
+inline DWORD WaitLettingSentMessagesIn(HANDLE handle, DWORD timeoutMs = INFINITE) {
+    const DWORD start = GetTickCount();
+    for (;;) {
+        const DWORD gone = timeoutMs == INFINITE ? 0 : GetTickCount() - start;
+        const DWORD left = gone < timeoutMs ? timeoutMs - gone : 0;
+        const DWORD woken =
+            MsgWaitForMultipleObjectsEx(1, &handle, left, QS_SENDMESSAGE, MWMO_INPUTAVAILABLE);
+        if (woken != WAIT_OBJECT_0 + 1) return woken;
+        MSG message;
+        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
+    }
+}
+
+}  // namespace cam

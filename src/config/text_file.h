@@ -1,0 +1,34 @@
+// A file as the C library's text mode has it, character by character.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+
+#include "config/file_handle.h"
+
+namespace cam::config {
+
+// Reads in text mode: a carriage return before a line feed is dropped, and Ctrl-Z (0x1A) ends the text on
+// the desktop. Bytes become characters by the system's ANSI code page of one or two bytes a character,
+// whatever locale the application has set: the same bytes mean the same on a device and on the desktop. A
+// byte-order mark is text like any other.
+class TextFile {
+  public:
+    bool Open(const wchar_t* path);
+
+    // The next character, or false at the end or when reading fails.
+    bool Next(wchar_t* character);
+
+  private:
+    static constexpr size_t kBlock = 1024;
+
+    bool NextByte(unsigned char* byte);
+
+    UniqueStream stream_;
+    size_t position_ = 0;
+    size_t count_ = 0;
+    unsigned char block_[kBlock];
+};
+
+}  // namespace cam::config

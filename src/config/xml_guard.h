@@ -1,0 +1,80 @@
+// A look at an XML text before the parser sees it. Parsers differ in what stops them, and some follow a
+// document into the network, expand it beyond all memory or run off the end of the stack: such documents are
+// kept away from all of them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace cam::config {
+
+enum class XmlVerdict {
+    kAccepted,
+    kUnsafeDtd,   // a DTD that quotes something: an entity, a default value, or a name outside the document
+    kTooDeep,     // more than XmlGuard::kMaximumDepth elements, or parentheses of a DTD, inside one another
+    kUnreadable,  // no XML in UTF-8, UTF-16 or another encoding that contains ASCII
+};
+
+// A sentence for a message.
+const wchar_t* DescribeVerdict(XmlVerdict verdict);
+
+// Follows the mark-up only as far as the verdict needs it. Whether the document is well-formed is the
+// parser's to say. A DTD that quotes nothing can neither name anything outside the document nor make it
+// longer, and is left to the parser.
+class XmlGuard {
+  public:
+    static constexpr int kMaximumDepth = 256;  // what parsers with a limit of their own accept
+
+    // The next bytes of a file, which may be split anywhere. The encoding is taken from the first two.
+    void AddBytes(const unsigned char* bytes, size_t count);
+
+    // The next character of a text in memory. A document is given either as bytes or as characters.
+    void AddUnit(uint32_t unit);
+
+    // Final once it is not kAccepted; the rest need not be added.
+    XmlVerdict verdict() const { return verdict_; }
+
+    // Whether a DTD was seen so far.
+    bool hasDtd() const { return hasDtd_; }
+
+  private:
+    enum class State {
+        kStart,
+        kText,
+        kDtd,
+        kOpened,
+        kBang,
+        kDash,
+        kComment,
+        kCharacterData,
+        kInstruction,
+        kTag,
+        kEndTag
+    };
+    enum class Encoding { kUnknown, kBytes, kLittleEndian, kBigEndian };
+
+    void AddByte(unsigned char byte);
+    void Follow(uint32_t unit);
+    void FollowDtd(uint32_t unit);
+    void FollowOpened(uint32_t unit);
+    void FollowBang(uint32_t unit);
+    void FollowTag(uint32_t unit);
+    void Enter();
+    void Leave();
+    State Outside() const { return isInDtd_ ? State::kDtd : State::kText; }  // of a comment or instruction
+
+    XmlVerdict verdict_ = XmlVerdict::kAccepted;
+    State state_ = State::kStart;
+    Encoding encoding_ = Encoding::kUnknown;
+    bool hasFirstByte_ = false;  // half of a 16-bit unit, or of the two bytes that tell the encoding
+    unsigned char firstByte_ = 0;
+    bool hasDtd_ = false;
+    bool isInDtd_ = false;
+    bool isInSubset_ = false;  // between the brackets of the DTD
+    int depth_ = 0;
+    uint32_t quote_ = 0;  // inside a quoted attribute value: its quotation mark
+    uint32_t last_ = 0;   // the two units before the current one, within the current state
+    uint32_t lastButOne_ = 0;
+};
+
+}  // namespace cam::config

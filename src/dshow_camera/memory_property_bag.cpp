@@ -1,0 +1,95 @@
+#include "dshow_camera/memory_property_bag.h"
+
+#include <oleauto.h>
+#include <wchar.h>
+
+#include <atomic>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace cam {
+namespace {
+
+class MemoryPropertyBag final : public IPropertyBag {
+  public:
+    MemoryPropertyBag() = default;
+    MemoryPropertyBag(const MemoryPropertyBag&) = delete;
+    MemoryPropertyBag& operator=(const MemoryPropertyBag&) = delete;
+
+    // ---- IUnknown ----
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = iid == __uuidof(IUnknown) || iid == __uuidof(IPropertyBag) ? this : nullptr;
+        if (!*out) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = --references_;
+        if (left == 0) delete this;
+        return left;
+    }
+
+    // ---- IPropertyBag ----
+    // A type in `value` asks for that type, VT_EMPTY for the one that was written.
+    HRESULT STDMETHODCALLTYPE Read(LPCOLESTR name, VARIANT* value, IErrorLog*) override {
+        if (!name || !value) return E_POINTER;
+        Entry* entry = Find(name);
+        if (!entry) return E_INVALIDARG;
+        const VARTYPE wanted = value->vt;
+        VariantInit(value);
+        if (wanted == VT_EMPTY) return VariantCopy(value, &entry->value);
+        return VariantChangeType(value, &entry->value, 0, wanted);
+    }
+    HRESULT STDMETHODCALLTYPE Write(LPCOLESTR name, VARIANT* value) override {
+        if (!name || !value) return E_POINTER;
+        Entry* entry = Find(name);
+        if (!entry) entry = Append(name);
+        return entry ? VariantCopy(&entry->value, value) : E_OUTOFMEMORY;
+    }
+
+  private:
+    struct Entry {
+        Entry() { VariantInit(&value); }
+        ~Entry() {
+            VariantClear(&value);
+            SysFreeString(name);
+        }
+        Entry(const Entry&) = delete;
+        Entry& operator=(const Entry&) = delete;
+
+        BSTR name = nullptr;
+        VARIANT value;
+        std::unique_ptr<Entry> next;
+    };
+
+    ~MemoryPropertyBag() = default;
+
+    Entry* Find(LPCOLESTR name) const {
+        Entry* entry = first_.get();
+        while (entry && _wcsicmp(entry->name, name) != 0) entry = entry->next.get();
+        return entry;
+    }
+    Entry* Append(LPCOLESTR name) {
+        std::unique_ptr<Entry> entry(new (std::nothrow) Entry);
+        if (!entry || !(entry->name = SysAllocString(name))) return nullptr;
+        entry->next = std::move(first_);
+        first_ = std::move(entry);
+        return first_.get();
+    }
+
+    std::atomic<ULONG> references_ = 1;
+    std::unique_ptr<Entry> first_;
+};
+
+}  // namespace
+
+ComPtr<IPropertyBag> CreateMemoryPropertyBag() {
+    ComPtr<IPropertyBag> bag;
+    bag.attach(new (std::nothrow) MemoryPropertyBag);
+    return bag;
+}
+
+}  // namespace cam

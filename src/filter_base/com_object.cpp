@@ -1,0 +1,44 @@
+#include "filter_base/com_object.h"
+
+namespace cam::filter_base {
+
+namespace {
+volatile LONG liveObjects = 0;
+}
+
+LONG LiveObjects() {
+    return liveObjects;
+}
+
+ComObject::ComObject(IUnknown* outer) : outer_(outer ? outer : &inner_) {
+    InterlockedIncrement(&liveObjects);
+}
+
+ComObject::~ComObject() {
+    InterlockedDecrement(&liveObjects);
+}
+
+HRESULT ComObject::NonDelegatingQueryInterface(REFIID id, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (id != __uuidof(IUnknown)) return E_NOINTERFACE;
+    inner_.AddRef();
+    *out = &inner_;
+    return S_OK;
+}
+
+ULONG STDMETHODCALLTYPE ComObject::InnerUnknown::AddRef() {
+    return static_cast<ULONG>(InterlockedIncrement(&object_.count_));
+}
+
+ULONG STDMETHODCALLTYPE ComObject::InnerUnknown::Release() {
+    const LONG left = InterlockedDecrement(&object_.count_);
+    if (left == 0) {
+        // A destructor may hand out and take back references to the object; these must not destroy it again.
+        InterlockedIncrement(&object_.count_);
+        delete &object_;
+    }
+    return static_cast<ULONG>(left);
+}
+
+}  // namespace cam::filter_base

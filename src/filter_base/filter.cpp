@@ -1,0 +1,150 @@
+#include "filter_base/filter.h"
+
+#include <cwchar>
+
+#include "filter_base/copy_name.h"
+#include "filter_base/enum_pins.h"
+#include "filter_base/pin.h"
+
+namespace cam::filter_base {
+
+Filter::Filter(const wchar_t* name, IUnknown* outer, REFCLSID id) : Implements(outer), classId_(id) {
+    CopyName(name, name_);
+}
+
+HRESULT Filter::NotifyEvent(long code, LONG_PTR parameter1, LONG_PTR parameter2) {
+    return eventSink_ ? eventSink_->Notify(code, parameter1, parameter2) : E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::GetClassID(CLSID* id) {
+    if (!id) return E_POINTER;
+    *id = classId_;
+    return S_OK;
+}
+
+HRESULT Filter::ActivatePins() {
+    for (int i = 0; i < PinCount(); ++i) {
+        Pin* pin = PinAt(i);
+        if (!pin->IsConnected()) continue;
+        const HRESULT result = pin->Active();
+        if (FAILED(result)) return result;
+    }
+    return S_OK;
+}
+
+void Filter::DeactivatePins() {
+    for (int i = 0; i < PinCount(); ++i) {
+        Pin* pin = PinAt(i);
+        if (pin->IsConnected()) pin->Inactive();
+    }
+}
+
+HRESULT STDMETHODCALLTYPE Filter::Stop() {
+    const Lock lock(stateLock_);
+    if (IsStopped()) return S_OK;
+    InterlockedExchange(&state_, State_Stopped);
+    DeactivatePins();
+    WaitUntilIdle();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::Pause() {
+    const Lock lock(stateLock_);
+    if (IsStopped()) {
+        const HRESULT result = ActivatePins();
+        if (FAILED(result)) {
+            DeactivatePins();
+            return result;
+        }
+    }
+    InterlockedExchange(&state_, State_Paused);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::Run(REFERENCE_TIME start) {
+    const Lock lock(stateLock_);
+    if (State() == State_Running) return S_OK;
+    startTime_ = start;
+    if (IsStopped()) {
+        const HRESULT result = Pause();
+        if (FAILED(result)) return result;
+    }
+    for (int i = 0; i < PinCount(); ++i) {
+        Pin* pin = PinAt(i);
+        if (!pin->IsConnected()) continue;
+        const HRESULT result = pin->Run(start);
+        if (FAILED(result)) return result;
+    }
+    InterlockedExchange(&state_, State_Running);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::GetState(DWORD, FILTER_STATE* state) {
+    if (!state) return E_POINTER;
+    *state = State();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::SetSyncSource(IReferenceClock* clock) {
+    const Lock lock(stateLock_);
+    clock_ = ComPtr<IReferenceClock>(clock);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::GetSyncSource(IReferenceClock** clock) {
+    if (!clock) return E_POINTER;
+    const Lock lock(stateLock_);
+    *clock = ComPtr<IReferenceClock>(clock_).detach();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::EnumPins(IEnumPins** out) {
+    if (!out) return E_POINTER;
+    *out = PinEnumerator::Create(*this, 0);
+    return *out ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::FindPin(LPCWSTR id, IPin** out) {
+    if (!id || !out) return E_POINTER;
+    const Lock lock(stateLock_);
+    for (int i = 0; i < PinCount(); ++i) {
+        if (std::wcscmp(PinAt(i)->Name(), id) != 0) continue;
+        *out = PinAt(i);
+        (*out)->AddRef();
+        return S_OK;
+    }
+    *out = nullptr;
+    return VFW_E_NOT_FOUND;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::QueryFilterInfo(FILTER_INFO* info) {
+    if (!info) return E_POINTER;
+    const Lock lock(stateLock_);
+    CopyName(name_, info->achName);
+    info->pGraph = graph_;
+    if (graph_) graph_->AddRef();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
+    const Lock lock(stateLock_);
+    graph_ = graph;
+    eventSink_ = nullptr;
+    if (!graph) return S_OK;
+    // A reference kept here would keep the graph alive, which keeps the filter alive.
+    if (SUCCEEDED(graph->QueryInterface(__uuidof(IMediaEventSink), reinterpret_cast<void**>(&eventSink_)))) {
+        eventSink_->Release();
+    } else {
+        eventSink_ = nullptr;
+    }
+    if (name) CopyName(name, name_);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Filter::QueryVendorInfo(LPWSTR* info) {
+    if (!info) return E_POINTER;
+    *info = nullptr;
+    return E_NOTIMPL;
+}
+
+}  // namespace cam::filter_base

@@ -1,0 +1,128 @@
+#include "filter_base/output_pin.h"
+
+namespace cam::filter_base {
+
+HRESULT OutputPin::CheckConnect(IPin* peer) {
+    const HRESULT result = Pin::CheckConnect(peer);
+    if (FAILED(result)) return result;
+    return peer->QueryInterface(__uuidof(IMemInputPin), receiver_.putVoid());
+}
+
+HRESULT OutputPin::CompleteConnect(IPin*) {
+    return DecideAllocator();
+}
+
+void OutputPin::BreakConnect() {
+    if (allocator_) allocator_->Decommit();
+    allocator_.reset();
+    receiver_.reset();
+}
+
+HRESULT OutputPin::Active() {
+    return allocator_ ? allocator_->Commit() : VFW_E_NO_ALLOCATOR;
+}
+
+void OutputPin::Inactive() {
+    if (allocator_) allocator_->Decommit();
+}
+
+HRESULT STDMETHODCALLTYPE OutputPin::Connect(IPin* receiver, const AM_MEDIA_TYPE* proposal) {
+    if (!receiver) return E_POINTER;
+    const Lock lock(filter_.StateLock());
+    if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
+    if (!filter_.IsStopped()) return VFW_E_NOT_STOPPED;
+    if (proposal && IsComplete(*proposal)) return AttemptConnection(receiver, *proposal);
+    const HRESULT theirs = TryTypesOf(receiver, receiver, proposal);
+    if (SUCCEEDED(theirs)) return theirs;
+    const HRESULT ours = TryTypesOf(this, receiver, proposal);
+    return ours == VFW_E_NO_ACCEPTABLE_TYPES ? theirs : ours;
+}
+
+HRESULT OutputPin::TryTypesOf(IPin* lister, IPin* receiver, const AM_MEDIA_TYPE* proposal) {
+    ComPtr<IEnumMediaTypes> types;
+    HRESULT failure = VFW_E_NO_ACCEPTABLE_TYPES;
+    if (FAILED(lister->EnumMediaTypes(types.put())) || FAILED(types->Reset())) return failure;
+    AM_MEDIA_TYPE* type = nullptr;
+    while (types->Next(1, &type, nullptr) == S_OK) {
+        HRESULT result = VFW_E_NO_ACCEPTABLE_TYPES;
+        if (!proposal || MatchesProposal(*type, *proposal)) result = AttemptConnection(receiver, *type);
+        DeleteMediaType(type);
+        if (SUCCEEDED(result)) return result;
+        // What says more than "not this type" is worth reporting when no other type does.
+        if (result != E_FAIL && result != E_INVALIDARG && result != VFW_E_TYPE_NOT_ACCEPTED) failure = result;
+    }
+    return failure;
+}
+
+HRESULT OutputPin::AttemptConnection(IPin* receiver, const AM_MEDIA_TYPE& type) {
+    HRESULT result = CheckConnect(receiver);
+    if (FAILED(result)) {
+        DropConnection();
+        return result;
+    }
+    result = CheckMediaType(type);
+    if (result == S_FALSE || result == E_FAIL || result == E_INVALIDARG) result = VFW_E_TYPE_NOT_ACCEPTED;
+    if (SUCCEEDED(result)) {
+        SetPeer(receiver);
+        result = SetMediaType(type);
+    }
+    bool received = false;
+    if (SUCCEEDED(result)) {
+        result = receiver->ReceiveConnection(this, &type);
+        received = SUCCEEDED(result);
+    }
+    if (SUCCEEDED(result)) result = CompleteConnect(receiver);
+    if (FAILED(result)) {
+        if (received) receiver->Disconnect();
+        DropConnection();
+    }
+    return result;
+}
+
+HRESULT OutputPin::TryAllocator(IMemAllocator* allocator, const ALLOCATOR_PROPERTIES& wishes) {
+    ALLOCATOR_PROPERTIES request = wishes;
+    HRESULT result = DecideBufferSize(allocator, &request);
+    if (SUCCEEDED(result)) result = receiver_->NotifyAllocator(allocator, FALSE);
+    if (SUCCEEDED(result)) SetAllocator(allocator);
+    return result;
+}
+
+HRESULT OutputPin::DecideAllocator() {
+    ALLOCATOR_PROPERTIES wishes = {};
+    if (FAILED(receiver_->GetAllocatorRequirements(&wishes))) wishes = {};
+    if (wishes.cbAlign == 0) wishes.cbAlign = 1;
+    ComPtr<IMemAllocator> allocator;
+    HRESULT result = receiver_->GetAllocator(allocator.put());
+    if (SUCCEEDED(result)) result = TryAllocator(allocator.get(), wishes);
+    if (SUCCEEDED(result)) return result;
+    result = CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER, __uuidof(IMemAllocator),
+                              allocator.putVoid());
+    return SUCCEEDED(result) ? TryAllocator(allocator.get(), wishes) : result;
+}
+
+HRESULT OutputPin::GetDeliveryBuffer(IMediaSample** out, REFERENCE_TIME* start, REFERENCE_TIME* stop,
+                                     DWORD flags) {
+    return allocator_ ? allocator_->GetBuffer(out, start, stop, flags) : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::Deliver(IMediaSample* sample) {
+    return receiver_ ? receiver_->Receive(sample) : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::DeliverEndOfStream() {
+    return Peer() ? Peer()->EndOfStream() : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::DeliverBeginFlush() {
+    return Peer() ? Peer()->BeginFlush() : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::DeliverEndFlush() {
+    return Peer() ? Peer()->EndFlush() : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::DeliverNewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
+    return Peer() ? Peer()->NewSegment(start, stop, rate) : VFW_E_NOT_CONNECTED;
+}
+
+}  // namespace cam::filter_base

@@ -1,0 +1,54 @@
+// Base of a pin that delivers samples.
+#pragma once
+
+#include "filter_base/pin.h"
+
+namespace cam::filter_base {
+
+// Negotiates a connection and hands samples and notices on. Of the media types that CheckMediaType accepts,
+// the receiver's wishes come first, then the pin's own.
+class OutputPin : public Pin {
+  public:
+    // The allocator agreed upon; null before.
+    IMemAllocator* Allocator() const { return allocator_.get(); }
+
+    // Sizes the connection's buffers: fills in `request`, which holds the receiver's wishes, and gives it to
+    // SetProperties.
+    virtual HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) = 0;
+    // Chooses the connection's allocator and tells the receiver: its own, else one of the system's.
+    virtual HRESULT DecideAllocator();
+
+    // *Streaming*. VFW_E_NOT_CONNECTED without a receiver.
+    HRESULT GetDeliveryBuffer(IMediaSample** out, REFERENCE_TIME* start, REFERENCE_TIME* stop, DWORD flags);
+    HRESULT Deliver(IMediaSample* sample);
+    HRESULT DeliverEndOfStream();
+    HRESULT DeliverBeginFlush();
+    HRESULT DeliverEndFlush();
+    HRESULT DeliverNewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
+
+    HRESULT CheckConnect(IPin* peer) override;
+    HRESULT CompleteConnect(IPin* peer) override;
+    void BreakConnect() override;
+    HRESULT Active() override;
+    void Inactive() override;
+
+    // IPin
+    HRESULT STDMETHODCALLTYPE Connect(IPin* receiver, const AM_MEDIA_TYPE* proposal) override;
+
+  protected:
+    OutputPin(Filter& filter, const wchar_t* name) : Pin(filter, PINDIR_OUTPUT, name) {}
+
+    IMemInputPin* Receiver() const { return receiver_.get(); }
+    void SetAllocator(IMemAllocator* allocator) { allocator_ = ComPtr<IMemAllocator>(allocator); }
+    // Tries one allocator: sizes it and tells the receiver; kept on success.
+    HRESULT TryAllocator(IMemAllocator* allocator, const ALLOCATOR_PROPERTIES& wishes);
+
+  private:
+    HRESULT AttemptConnection(IPin* receiver, const AM_MEDIA_TYPE& type);
+    HRESULT TryTypesOf(IPin* lister, IPin* receiver, const AM_MEDIA_TYPE* proposal);
+
+    ComPtr<IMemInputPin> receiver_;
+    ComPtr<IMemAllocator> allocator_;
+};
+
+}  // namespace cam::filter_base

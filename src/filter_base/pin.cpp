@@ -1,0 +1,164 @@
+#include "filter_base/pin.h"
+
+#include <cstring>
+#include <cwchar>
+
+#include "filter_base/copy_name.h"
+#include "filter_base/enum_media_types.h"
+
+namespace cam::filter_base {
+
+HRESULT PinUnknown::NonDelegatingQueryInterface(REFIID, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    return E_NOINTERFACE;
+}
+
+Pin::Pin(Filter& filter, PIN_DIRECTION direction, const wchar_t* name)
+    : Implements(filter), name_(name), direction_(direction) {}
+
+HRESULT Pin::NonDelegatingQueryInterface(REFIID id, void** out) {
+    return Implements::NonDelegatingQueryInterface(id == __uuidof(IUnknown) ? __uuidof(IPin) : id, out);
+}
+
+HRESULT Pin::SetMediaType(const AM_MEDIA_TYPE& type) {
+    const Lock lock(typeLock_);
+    return type_.CopyFrom(type);
+}
+
+HRESULT Pin::GetMediaType(int, MediaType&) {
+    return VFW_S_NO_MORE_ITEMS;
+}
+
+HRESULT Pin::CheckConnect(IPin* peer) {
+    PIN_DIRECTION other;
+    const HRESULT result = peer->QueryDirection(&other);
+    if (FAILED(result)) return result;
+    return other == direction_ ? VFW_E_INVALID_DIRECTION : S_OK;
+}
+
+HRESULT Pin::CompleteConnect(IPin*) {
+    return S_OK;
+}
+
+void Pin::DropConnection() {
+    BreakConnect();
+    peer_.reset();
+    const Lock lock(typeLock_);
+    type_.reset();
+}
+
+HRESULT STDMETHODCALLTYPE Pin::Connect(IPin*, const AM_MEDIA_TYPE*) {
+    return E_UNEXPECTED;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::ReceiveConnection(IPin*, const AM_MEDIA_TYPE*) {
+    return E_UNEXPECTED;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::Disconnect() {
+    const Lock lock(filter_.StateLock());
+    if (!filter_.IsStopped()) return VFW_E_NOT_STOPPED;
+    if (!IsConnected()) return S_FALSE;
+    DropConnection();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::ConnectedTo(IPin** peer) {
+    if (!peer) return E_POINTER;
+    const Lock lock(filter_.StateLock());
+    *peer = ComPtr<IPin>(peer_).detach();
+    return *peer ? S_OK : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::ConnectionMediaType(AM_MEDIA_TYPE* type) {
+    if (!type) return E_POINTER;
+    const Lock lock(filter_.StateLock());
+    *type = AM_MEDIA_TYPE{};
+    if (!IsConnected()) return VFW_E_NOT_CONNECTED;
+    const Lock typeLock(typeLock_);
+    return CopyMediaType(type_, *type);
+}
+
+HRESULT STDMETHODCALLTYPE Pin::QueryPinInfo(PIN_INFO* info) {
+    if (!info) return E_POINTER;
+    info->pFilter = &filter_;
+    info->pFilter->AddRef();
+    info->dir = direction_;
+    CopyName(name_, info->achName);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::QueryDirection(PIN_DIRECTION* direction) {
+    if (!direction) return E_POINTER;
+    *direction = direction_;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::QueryId(LPWSTR* id) {
+    if (!id) return E_POINTER;
+    const size_t bytes = (std::wcslen(name_) + 1) * sizeof(wchar_t);
+    *id = static_cast<wchar_t*>(CoTaskMemAlloc(bytes));
+    if (!*id) return E_OUTOFMEMORY;
+    std::memcpy(*id, name_, bytes);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::QueryAccept(const AM_MEDIA_TYPE* type) {
+    if (!type) return E_POINTER;
+    return CheckMediaType(*type) == S_OK ? S_OK : S_FALSE;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::EnumMediaTypes(IEnumMediaTypes** out) {
+    if (!out) return E_POINTER;
+    *out = MediaTypeEnumerator::Create(*this, 0);
+    return *out ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::QueryInternalConnections(IPin** pins, ULONG* count) {
+    if (!count || (!pins && *count != 0)) return E_POINTER;
+    const ULONG room = *count;
+    ULONG found = 0;
+    for (int i = 0; i < filter_.PinCount(); ++i) {
+        if (filter_.PinAt(i)->Direction() != direction_) ++found;
+    }
+    *count = found;
+    if (found > room) return S_FALSE;
+    if (!pins) return S_OK;
+    for (int i = 0; i < filter_.PinCount(); ++i) {
+        Pin* pin = filter_.PinAt(i);
+        if (pin->Direction() == direction_) continue;
+        pin->AddRef();
+        *pins++ = pin;
+    }
+    return S_OK;
+}
+
+// Streaming calls go to input pins only.
+HRESULT STDMETHODCALLTYPE Pin::EndOfStream() {
+    return E_UNEXPECTED;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::BeginFlush() {
+    return E_UNEXPECTED;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::EndFlush() {
+    return E_UNEXPECTED;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) {
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::Notify(IBaseFilter*, Quality) {
+    return E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE Pin::SetSink(IQualityControl* sink) {
+    const Lock lock(filter_.StateLock());
+    qualitySink_ = sink;
+    return S_OK;
+}
+
+}  // namespace cam::filter_base

@@ -1,0 +1,116 @@
+#include "filter_base/renderer.h"
+
+namespace cam::filter_base {
+
+RendererFilter::RendererFilter(const wchar_t* name, IUnknown* outer, REFCLSID id)
+    : Implements(name, outer, id),
+      cancelled_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      running_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      due_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+
+HRESULT STDMETHODCALLTYPE RendererFilter::Pause() {
+    const Lock lock(StateLock());
+    const HRESULT result = Implements::Pause();
+    if (SUCCEEDED(result)) ResetEvent(running_.get());
+    return result;
+}
+
+HRESULT STDMETHODCALLTYPE RendererFilter::Run(REFERENCE_TIME start) {
+    const Lock lock(StateLock());
+    const HRESULT result = Implements::Run(start);
+    if (FAILED(result)) return result;
+    InterlockedIncrement(&runs_);
+    SetEvent(running_.get());
+    CompleteIfEnded();
+    return result;
+}
+
+// The end of the stream is reported once, and only while running. It may be noticed by the *streaming* thread
+// or by Run.
+void RendererFilter::CompleteIfEnded() {
+    if (State() != State_Running || !ended_ || InterlockedExchange(&completed_, 1)) return;
+    NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(this)));
+}
+
+bool RendererFilter::WaitFor(HANDLE event) {
+    HANDLE events[] = {cancelled_.get(), event};
+    return WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0;
+}
+
+bool RendererFilter::WaitUntilDue(IMediaSample& sample) {
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    if (FAILED(sample.GetTime(&start, &stop))) return true;
+    LONG run = 0;
+    do {
+        if (!WaitFor(running_.get())) return false;
+        run = runs_;
+        IReferenceClock* clock = Clock();
+        DWORD_PTR cookie = 0;
+        if (!clock ||
+            FAILED(clock->AdviseTime(StartTime(), start, reinterpret_cast<HEVENT>(due_.get()), &cookie))) {
+            return true;
+        }
+        if (!WaitFor(due_.get())) {
+            clock->Unadvise(cookie);
+            ResetEvent(due_.get());
+            return false;
+        }
+    } while (State() != State_Running || run != runs_);  // paused meanwhile: due anew after the next Run
+    return true;
+}
+
+HRESULT RendererFilter::InPin::SetMediaType(const AM_MEDIA_TYPE& type) {
+    const HRESULT result = owner_.SetMediaType(type);
+    return SUCCEEDED(result) ? InputPin::SetMediaType(type) : result;
+}
+
+HRESULT RendererFilter::InPin::Active() {
+    ResetEvent(owner_.cancelled_.get());
+    InterlockedExchange(&owner_.ended_, 0);
+    InterlockedExchange(&owner_.completed_, 0);
+    return InputPin::Active();
+}
+
+void RendererFilter::InPin::Inactive() {
+    SetEvent(owner_.cancelled_.get());
+    ResetEvent(owner_.running_.get());
+    InputPin::Inactive();
+}
+
+HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndOfStream() {
+    const Lock lock(owner_.receiveLock_);
+    const HRESULT result = CheckStreaming();
+    if (result != S_OK) return result;
+    InterlockedExchange(&owner_.ended_, 1);
+    owner_.CompleteIfEnded();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE RendererFilter::InPin::BeginFlush() {
+    const HRESULT result = InputPin::BeginFlush();
+    SetEvent(owner_.cancelled_.get());
+    return result;
+}
+
+HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndFlush() {
+    const Lock lock(owner_.receiveLock_);
+    if (!owner_.IsStopped()) ResetEvent(owner_.cancelled_.get());
+    InterlockedExchange(&owner_.ended_, 0);
+    InterlockedExchange(&owner_.completed_, 0);
+    return InputPin::EndFlush();
+}
+
+HRESULT STDMETHODCALLTYPE RendererFilter::InPin::Receive(IMediaSample* sample) {
+    if (!sample) return E_POINTER;
+    const Lock lock(owner_.receiveLock_);
+    const HRESULT result = CheckSample(*sample);
+    if (result != S_OK) return result;
+    if (!owner_.WaitUntilDue(*sample)) return owner_.IsStopped() ? VFW_E_WRONG_STATE : S_FALSE;
+    // A picture that could not be rendered must not end the stream: a failure here would make the sender
+    // stop.
+    owner_.DoRenderSample(sample);
+    return S_OK;
+}
+
+}  // namespace cam::filter_base

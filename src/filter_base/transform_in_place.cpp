@@ -1,0 +1,211 @@
+#include "filter_base/transform_in_place.h"
+
+#include <cstring>
+
+namespace cam::filter_base {
+
+Pin* TransformInPlaceFilter::PinAt(int index) {
+    return index == 0 ? static_cast<Pin*>(&input_) : static_cast<Pin*>(&output_);
+}
+
+// ---- Samples -------------------------------------------------------------------------------------
+
+namespace {
+// Everything a sample carries but its buffer's size and place.
+HRESULT CopySample(IMediaSample& from, IMediaSample& to) {
+    BYTE* source = nullptr;
+    BYTE* target = nullptr;
+    HRESULT result = from.GetPointer(&source);
+    if (SUCCEEDED(result)) result = to.GetPointer(&target);
+    if (FAILED(result)) return result;
+    const long length = from.GetActualDataLength();
+    if (length > to.GetSize()) return VFW_E_BUFFER_OVERFLOW;
+    std::memcpy(target, source, static_cast<size_t>(length));
+    to.SetActualDataLength(length);
+
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    const HRESULT time = from.GetTime(&start, &stop);
+    to.SetTime(SUCCEEDED(time) ? &start : nullptr, time == S_OK ? &stop : nullptr);
+    const bool hasMediaTime = from.GetMediaTime(&start, &stop) == S_OK;
+    to.SetMediaTime(hasMediaTime ? &start : nullptr, hasMediaTime ? &stop : nullptr);
+    to.SetSyncPoint(from.IsSyncPoint() == S_OK);
+    to.SetPreroll(from.IsPreroll() == S_OK);
+    to.SetDiscontinuity(from.IsDiscontinuity() == S_OK);
+
+    AM_MEDIA_TYPE* type = nullptr;
+    if (from.GetMediaType(&type) != S_OK) return S_OK;
+    result = to.SetMediaType(type);
+    DeleteMediaType(type);
+    return result;
+}
+}  // namespace
+
+HRESULT TransformInPlaceFilter::CopyToOutput(IMediaSample& sample, ComPtr<IMediaSample>& copy) {
+    const HRESULT result = output_.GetDeliveryBuffer(copy.put(), nullptr, nullptr, 0);
+    return SUCCEEDED(result) ? CopySample(sample, *copy.get()) : result;
+}
+
+HRESULT TransformInPlaceFilter::Process(IMediaSample& sample) {
+    if (output_.SharesAllocator() || !output_.IsConnected()) {
+        const HRESULT result = Transform(&sample);
+        if (FAILED(result)) return result;
+        return result == S_FALSE ? S_OK : output_.Deliver(&sample);
+    }
+    ComPtr<IMediaSample> copy;
+    HRESULT result = CopyToOutput(sample, copy);
+    if (SUCCEEDED(result)) result = Transform(copy.get());
+    if (FAILED(result)) return result;
+    return result == S_FALSE ? S_OK : output_.Deliver(copy.get());
+}
+
+// ---- Input pin -----------------------------------------------------------------------------------
+
+HRESULT TransformInPlaceFilter::InPin::CheckMediaType(const AM_MEDIA_TYPE& type) {
+    const HRESULT result = owner_.CheckInputType(type);
+    if (result != S_OK) return result;
+    const OutPin& output = owner_.output_;
+    // A type other than the one that goes out needs the receiver's consent.
+    if (!output.IsConnected() || SameMediaType(type, output.Type())) return S_OK;
+    return output.Peer()->QueryAccept(&type) == S_OK ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+HRESULT TransformInPlaceFilter::InPin::SetMediaType(const AM_MEDIA_TYPE& type) {
+    HRESULT result = owner_.SetMediaType(PINDIR_INPUT, type);
+    if (SUCCEEDED(result)) result = InputPin::SetMediaType(type);
+    // A change in mid-stream travels on with the sample; a new connection asks for a new one downstream
+    // (CompleteConnect).
+    OutPin& output = owner_.output_;
+    if (SUCCEEDED(result) && !owner_.IsStopped() && output.IsConnected()) result = output.SetMediaType(type);
+    return result;
+}
+
+HRESULT TransformInPlaceFilter::InPin::CompleteConnect(IPin*) {
+    OutPin& output = owner_.output_;
+    if (!output.IsConnected() || SameMediaType(Type(), output.Type())) return S_OK;
+    IFilterGraph* graph = owner_.Graph();
+    return graph ? graph->Reconnect(&output) : VFW_E_NOT_IN_GRAPH;
+}
+
+HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EndOfStream() {
+    const Lock lock(owner_.receiveLock_);
+    const HRESULT result = CheckStreaming();
+    return result == S_OK ? owner_.output_.DeliverEndOfStream() : result;
+}
+
+HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::BeginFlush() {
+    const HRESULT result = InputPin::BeginFlush();
+    return owner_.output_.IsConnected() ? owner_.output_.DeliverBeginFlush() : result;
+}
+
+HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EndFlush() {
+    const Lock lock(owner_.receiveLock_);
+    const HRESULT result = owner_.output_.IsConnected() ? owner_.output_.DeliverEndFlush() : S_OK;
+    InputPin::EndFlush();
+    return result;
+}
+
+HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop,
+                                                                    double rate) {
+    const Lock lock(owner_.receiveLock_);
+    return owner_.output_.IsConnected() ? owner_.output_.DeliverNewSegment(start, stop, rate) : S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::GetAllocator(IMemAllocator** out) {
+    if (!out) return E_POINTER;
+    const Lock lock(owner_.StateLock());
+    if (owner_.output_.IsConnected() && SUCCEEDED(owner_.output_.GetReceiverAllocator(out))) return S_OK;
+    return InputPin::GetAllocator(out);
+}
+
+HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::NotifyAllocator(IMemAllocator* allocator,
+                                                                         BOOL readOnly) {
+    const Lock lock(owner_.StateLock());
+    const HRESULT result = InputPin::NotifyAllocator(allocator, readOnly);
+    if (FAILED(result) || !owner_.output_.IsConnected()) return result;
+    return owner_.output_.FollowAllocator();
+}
+
+HRESULT STDMETHODCALLTYPE
+TransformInPlaceFilter::InPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* requirements) {
+    if (!requirements) return E_POINTER;
+    const Lock lock(owner_.StateLock());
+    return owner_.output_.IsConnected() ? owner_.output_.GetReceiverRequirements(requirements) : E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::Receive(IMediaSample* sample) {
+    if (!sample) return E_POINTER;
+    const Lock lock(owner_.receiveLock_);
+    const HRESULT result = CheckSample(*sample);
+    return result == S_OK ? owner_.Process(*sample) : result;
+}
+
+// ---- Output pin ----------------------------------------------------------------------------------
+
+HRESULT TransformInPlaceFilter::OutPin::CheckMediaType(const AM_MEDIA_TYPE& type) {
+    if (!owner_.input_.IsConnected()) return VFW_E_NOT_CONNECTED;
+    return SameMediaType(type, owner_.input_.Type()) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+HRESULT TransformInPlaceFilter::OutPin::SetMediaType(const AM_MEDIA_TYPE& type) {
+    const HRESULT result = owner_.SetMediaType(PINDIR_OUTPUT, type);
+    return SUCCEEDED(result) ? OutputPin::SetMediaType(type) : result;
+}
+
+HRESULT TransformInPlaceFilter::OutPin::GetMediaType(int position, MediaType& type) {
+    return owner_.GetMediaType(position, type);
+}
+
+HRESULT TransformInPlaceFilter::OutPin::DecideBufferSize(IMemAllocator* allocator,
+                                                         ALLOCATOR_PROPERTIES* request) {
+    return owner_.DecideBufferSize(allocator, request);
+}
+
+// Offers the sender's allocator to the receiver. The sender has sized it and stays its master.
+HRESULT TransformInPlaceFilter::OutPin::ShareAllocator() {
+    IMemAllocator* allocator = owner_.input_.Allocator();
+    ALLOCATOR_PROPERTIES has = {};
+    if (!allocator || FAILED(allocator->GetProperties(&has))) return VFW_E_NO_ALLOCATOR;
+    ALLOCATOR_PROPERTIES wishes = {};
+    if (SUCCEEDED(Receiver()->GetAllocatorRequirements(&wishes))) {
+        const bool aligned = wishes.cbAlign <= 1 || (has.cbAlign > 0 && has.cbAlign % wishes.cbAlign == 0);
+        if (!aligned || has.cBuffers < wishes.cBuffers || has.cbBuffer < wishes.cbBuffer ||
+            has.cbPrefix < wishes.cbPrefix) {
+            return VFW_E_NO_ALLOCATOR;
+        }
+    }
+    const HRESULT result = Receiver()->NotifyAllocator(allocator, owner_.input_.IsReadOnly());
+    if (SUCCEEDED(result)) SetAllocator(allocator);
+    return result;
+}
+
+HRESULT TransformInPlaceFilter::OutPin::DecideAllocator() {
+    const HRESULT result = ShareAllocator();
+    return SUCCEEDED(result) ? result : OutputPin::DecideAllocator();
+}
+
+HRESULT TransformInPlaceFilter::OutPin::FollowAllocator() {
+    if (SharesAllocator()) return Receiver()->NotifyAllocator(Allocator(), owner_.input_.IsReadOnly());
+    return DecideAllocator();
+}
+
+// A shared allocator is committed by the sender.
+HRESULT TransformInPlaceFilter::OutPin::Active() {
+    return SharesAllocator() ? S_OK : OutputPin::Active();
+}
+
+void TransformInPlaceFilter::OutPin::Inactive() {
+    if (!SharesAllocator()) OutputPin::Inactive();
+}
+
+// The receiver is late or early: whoever makes the samples should know.
+HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::OutPin::Notify(IBaseFilter*, Quality quality) {
+    if (QualitySink()) return QualitySink()->Notify(&owner_, quality);
+    ComPtr<IQualityControl> sender;
+    IPin* peer = owner_.input_.Peer();
+    if (!peer || FAILED(peer->QueryInterface(__uuidof(IQualityControl), sender.putVoid())))
+        return VFW_E_NOT_FOUND;
+    return sender->Notify(&owner_, quality);
+}
+
+}  // namespace cam::filter_base

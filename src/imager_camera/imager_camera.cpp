@@ -1,0 +1,189 @@
+#include "imager_camera/imager_camera.h"
+
+#include <string.h>
+
+#include <new>
+
+#include "base/file_extension.h"
+#include "base/hresult.h"
+#include "base/message_wait.h"
+#include "imager_camera/preview_thread.h"
+#include "platform/platform.h"
+#include "still/jpeg_quality.h"
+
+namespace cam {
+namespace {
+
+constexpr DWORD kThreadEndMs = 5000;
+constexpr DWORD kOpenRecordInfoWord = 4;  // the fifth
+constexpr UINT_PTR kLongestText =
+    0x7FFFFFFE;  // characters; one more byte of text and its size leaves 32 bits
+
+bool IsStillExtension(const wchar_t* extension) {
+    return SameExtension(extension, L".BMP") || SameExtension(extension, L".JPG") ||
+           SameExtension(extension, L".PNG");
+}
+
+// A copy of the first `length` characters; null when there is no memory.
+std::unique_ptr<wchar_t[]> CopyText(const wchar_t* text, UINT_PTR length) {
+    std::unique_ptr<wchar_t[]> copy;
+    if (length > kLongestText) return copy;
+    copy.reset(new (std::nothrow) wchar_t[length + 1]);
+    if (copy) {
+        memcpy(copy.get(), text, length * sizeof(wchar_t));
+        copy[length] = 0;
+    }
+    return copy;
+}
+
+}  // namespace
+
+ImagerCamera::ImagerCamera() {
+    session.attach(new ImagerSession);
+    session->library.Load();
+}
+
+ImagerCamera::~ImagerCamera() {
+    EndPreviewThreads();
+    if (session->library.Status() == S_OK) session->library->shutdown();
+    SessionGuard guard(*session.get());
+    session->request.overlayText.reset();
+    session->state = CAM_STATE_NONE;
+}
+
+// All threads, should a preview have been started twice: one stop event ends one thread only, and the
+// others see `ending` within a pass.
+void ImagerCamera::EndPreviewThreads() {
+    if (session->ending == Ending::CutOff) return;
+    session->ending = Ending::Requested;
+    platform::EventModify(session->stopEvent.get(), platform::kEventSet);
+    const bool ended = WaitLettingSentMessagesIn(session->threadsEnded.get(), kThreadEndMs) == WAIT_OBJECT_0;
+    session->ending = ended ? Ending::None : Ending::CutOff;
+    // To its very end: an application that has shut the camera down may unload the thread's code.
+    if (ended && previewThread) WaitLettingSentMessagesIn(previewThread.get(), kThreadEndMs);
+}
+
+HRESULT ImagerCamera::SetOwnerWindow(HWND window) {
+    session->previewWindow = window;
+    return S_OK;
+}
+
+HRESULT ImagerCamera::SetEventsWindow(HWND window) {
+    session->eventsWindow = window;
+    return S_OK;
+}
+
+HRESULT ImagerCamera::RegisterMediaTypeCallback(camMediaTypeCallback) {
+    return S_OK;
+}
+
+HRESULT ImagerCamera::Init(HWND ownerWindow, const wchar_t* settingsPath, const wchar_t* settingsSection) {
+    SetOwnerWindow(ownerWindow);
+    if (!session->stopEvent) session->stopEvent.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    if (!session->snapEvent) session->snapEvent.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    if (session->library.Status() != S_OK) return session->library.Status();
+
+    DWORD word = 0;
+    ImagerOpenRecord record = {};
+    if (session->library->open(settingsPath, settingsSection, &word, &record) != 0) return E_FAIL;
+    engineInfoA = record.words[kOpenRecordInfoWord];
+    engineInfoB = record.words[kOpenRecordInfoWord];
+    // Only the third takes effect: the two switches belong to the other family of properties, which refuses
+    // nothing, but is not asked. Applications find them in the library as they were before, and rely on it.
+    SetPropertyA(16, static_cast<long>(switch16), CAM_FLAG_MANUAL);
+    SetPropertyA(80, static_cast<long>(switch80), CAM_FLAG_MANUAL);
+    SetPropertyA(CAM_PROPERTY_COLOR_ENABLE, monoColor != 0 ? 1 : 0, CAM_FLAG_MANUAL);
+    SessionGuard guard(*session.get());
+    session->state = CAM_STATE_INITIALISED;
+    return S_OK;
+}
+
+HRESULT ImagerCamera::Open() {
+    SessionGuard guard(*session.get());
+    session->state = CAM_STATE_STOPPED;
+    session->Notify(ImagerNotice::Information, L"Framegraph created");
+    return S_OK;
+}
+
+// Asks nothing about a preview that runs already: a second thread then grabs frames beside the first, and
+// each stop ends one.
+HRESULT ImagerCamera::StartPreview() {
+    if (session->library.Status() != S_OK) return session->library.Status();
+    platform::EventModify(session->stopEvent.get(), platform::kEventReset);
+    platform::EventModify(session->snapEvent.get(), platform::kEventReset);
+    session->CountThreadIn();
+    session->AddRef();  // the thread's
+    previewThread.reset(CreateThread(nullptr, 0, ImagerPreviewThread, session.get(), 0, nullptr));
+    if (!previewThread) {
+        const HRESULT failure = HresultFromLastError();
+        session->Release();
+        session->CountThreadOut();
+        session->Notify(ImagerNotice::PreviewFailed, L"Could not create preview thread.");
+        return failure;
+    }
+    return S_OK;
+}
+
+HRESULT ImagerCamera::StopPreview() {
+    platform::EventModify(session->stopEvent.get(), platform::kEventSet);
+    if (!previewThread) return S_OK;
+    return WaitLettingSentMessagesIn(previewThread.get(), kThreadEndMs) == WAIT_TIMEOUT ? E_ABORT : S_OK;
+}
+
+HRESULT ImagerCamera::RegisterPreviewCallback(camFrameCallback callback) {
+    session->previewCallback = callback;
+    return S_OK;
+}
+
+HRESULT ImagerCamera::RegisterStillImageCallback(camFrameCallback callback) {
+    session->stillCallback = callback;
+    return S_OK;
+}
+
+// The steps' order can be seen from outside: a name that is refused leaves state, text and name behind it.
+HRESULT ImagerCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR text, UINT_PTR textLength,
+                                  UINT_PTR position, UINT_PTR extra, UINT_PTR font) {
+    const LONG quality = still::JpegQuality(static_cast<BYTE>(mode));
+    {
+        SessionGuard guard(*session.get());
+        session->state = CAM_STATE_STILL_TRIGGERED;
+        StillRequest& request = session->request;
+        request.jpegQuality = quality;
+        request.fileName = fileName;
+        request.overlayText.reset();
+        request.overlayTextIsOut = false;
+        if (text && textLength && font) {
+            request.overlayText = CopyText(reinterpret_cast<const wchar_t*>(text), textLength);
+            if (!request.overlayText) return E_OUTOFMEMORY;
+            request.overlayFont = reinterpret_cast<HFONT>(font);
+            request.overlayExtra = static_cast<DWORD>(extra);
+            request.overlayPosition = static_cast<DWORD>(position);
+        }
+    }
+    if (fileName && !IsStillExtension(FileExtension(fileName))) return ERROR_INVALID_NAME;
+    platform::EventModify(session->snapEvent.get(), platform::kEventSet);
+    return S_OK;
+}
+
+HRESULT ImagerCamera::GetSnapshot(void* snapshot) {
+    if (!snapshot) return E_POINTER;
+    if (session->library.Status() != S_OK) return session->library.Status();
+    *static_cast<void**>(snapshot) = session->library->currentImage(session->engineHandle);
+    return S_OK;
+}
+
+// The preview thread ends first: it would go on working in a library that has been shut down.
+HRESULT ImagerCamera::Shutdown() {
+    EndPreviewThreads();
+    if (session->library.Status() == S_OK) session->library->shutdown();
+    return S_OK;
+}
+
+HRESULT ImagerCamera::GetState(int* state) {
+    if (!state) return E_INVALIDARG;
+    SessionGuard guard(*session.get());
+    *state = static_cast<int>(session->state);
+    return S_OK;
+}
+
+}  // namespace cam

@@ -1,0 +1,38 @@
+#include "imager_camera/imager_session.h"
+
+#include "platform/platform.h"
+
+namespace cam {
+
+ImagerSession::ImagerSession() : threadsEnded(CreateEventW(nullptr, TRUE, TRUE, nullptr)) {
+    InitializeCriticalSection(&lock);
+}
+
+ImagerSession::~ImagerSession() {
+    DeleteCriticalSection(&lock);
+}
+
+void ImagerSession::Release() {
+    if (InterlockedDecrement(&owners) == 0) delete this;
+}
+
+HRESULT ImagerSession::Notify(ImagerNotice notice, const wchar_t* text) const {
+    if (!text || !*text) return E_POINTER;
+    const HWND window = eventsWindow;
+    if (notice == ImagerNotice::StillCaptured && window)
+        PostMessageW(window, CAM_MESSAGE_STILL_CAPTURED, 0, 0);
+    return S_OK;
+}
+
+void ImagerSession::CountThreadIn() {
+    SessionGuard guard(*this);
+    ++runningThreads;
+    platform::EventModify(threadsEnded.get(), platform::kEventReset);
+}
+
+void ImagerSession::CountThreadOut() {
+    SessionGuard guard(*this);
+    if (--runningThreads == 0) platform::EventModify(threadsEnded.get(), platform::kEventSet);
+}
+
+}  // namespace cam

@@ -1,0 +1,51 @@
+#include <string>
+
+#include "base/unique_resource.h"
+#include "platform/platform.h"
+
+namespace cam::platform {
+namespace {
+
+// Empty when it is not set.
+std::wstring Environment(const wchar_t* name) {
+    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+    if (!value.empty())
+        value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+    return value;
+}
+
+std::string Utf8(const std::wstring& text) {
+    const int length = static_cast<int>(text.size());
+    std::string bytes(WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr),
+                      '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), static_cast<int>(bytes.size()),
+                        nullptr, nullptr);
+    return bytes;
+}
+
+struct FilePolicy {
+    using Type = HANDLE;
+    static Type Empty() { return INVALID_HANDLE_VALUE; }
+    static void Close(Type file) { CloseHandle(file); }
+};
+
+void AppendLine(const std::wstring& path, const std::wstring& line) {
+    const UniqueResource<FilePolicy> file(CreateFileW(path.c_str(), FILE_APPEND_DATA,
+                                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                      OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) return;
+    const std::string bytes = Utf8(line);
+    DWORD written = 0;
+    WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+}
+
+}  // namespace
+
+int ShowMessageBox(HWND owner, const wchar_t* text, const wchar_t* caption, UINT icon) {
+    if (Environment(L"OCELLUS_HEADLESS") != L"1") return MessageBoxW(owner, text, caption, MB_OK | icon);
+    const std::wstring log = Environment(L"OCELLUS_MESSAGE_BOX_LOG");
+    if (!log.empty()) AppendLine(log, std::wstring(caption) + L"\t" + text + L"\n");
+    return IDOK;
+}
+
+}  // namespace cam::platform

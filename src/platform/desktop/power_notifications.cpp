@@ -1,0 +1,136 @@
+// Resume notifications. While anybody wants them a thread of this file's own has a hidden top-level window,
+// which receives the system's broadcast (a message-only window would not) and writes a message into every
+// queue.
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "base/message_wait.h"
+#include "base/unique_resource.h"
+#include "platform/desktop/message_queue.h"
+
+namespace cam::platform {
+namespace {
+
+constexpr wchar_t kWindowClass[] = L"OcellusPowerNotifications";
+
+// What Windows CE writes into the queue, without a power state's name behind it.
+struct PowerBroadcast {
+    DWORD message;
+    DWORD flags;
+    DWORD length;  // bytes of the name that follows
+    WCHAR systemPowerState[1];
+};
+
+struct Registration {
+    HANDLE queue;
+};
+
+// Held while the window's thread is brought up or taken down; that thread never takes it.
+SRWLOCK threadLock = SRWLOCK_INIT;
+UniqueHandle windowThread;  // guarded by threadLock
+DWORD windowThreadId = 0;   // guarded by threadLock
+
+SRWLOCK registrationsLock = SRWLOCK_INIT;
+std::vector<Registration*> registrations;  // guarded by registrationsLock
+
+class Locked {
+  public:
+    explicit Locked(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }
+    ~Locked() { ReleaseSRWLockExclusive(&lock_); }
+    Locked(const Locked&) = delete;
+    Locked& operator=(const Locked&) = delete;
+
+  private:
+    SRWLOCK& lock_;
+};
+
+void TellEverybody() {
+    const PowerBroadcast resume = {kPowerResume, 0, 0, {0}};
+    const Locked locked(registrationsLock);
+    for (const Registration* registration : registrations) {
+        WriteMsgQueue(registration->queue, &resume, sizeof resume);
+    }
+}
+
+LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message != WM_POWERBROADCAST) return DefWindowProcW(window, message, wParam, lParam);
+    if (wParam == PBT_APMRESUMEAUTOMATIC) TellEverybody();
+    return TRUE;
+}
+
+HINSTANCE OwnModule() {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<const wchar_t*>(&WindowProcedure), &module);
+    return module;
+}
+
+// Creates the window, reports, and serves it until WM_QUIT. The class goes with the window: the library may
+// be unloaded and loaded elsewhere.
+DWORD WINAPI WindowThread(void* argument) {
+    const HANDLE ready = argument;
+    WNDCLASSW windowClass = {};
+    windowClass.lpfnWndProc = WindowProcedure;
+    windowClass.hInstance = OwnModule();
+    windowClass.lpszClassName = kWindowClass;
+    RegisterClassW(&windowClass);
+    const HWND window = CreateWindowExW(WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE, kWindowClass, L"", WS_POPUP, 0,
+                                        0, 0, 0, nullptr, nullptr, windowClass.hInstance, nullptr);
+    if (window) {
+        SetEvent(ready);
+        MSG message;
+        while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+        DestroyWindow(window);
+    }
+    UnregisterClassW(kWindowClass, windowClass.hInstance);
+    return window ? 0 : 1;
+}
+
+// With threadLock held. False: there is no window.
+bool StartWindowThread() {
+    const UniqueHandle ready(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!ready) return false;
+    UniqueHandle thread(CreateThread(nullptr, 0, WindowThread, ready.get(), 0, &windowThreadId));
+    if (!thread) return false;
+    const HANDLE either[] = {ready.get(), thread.get()};
+    if (WaitForMultipleObjects(2, either, FALSE, INFINITE) != WAIT_OBJECT_0) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return false;
+    }
+    windowThread = std::move(thread);
+    return true;
+}
+
+}  // namespace
+
+HANDLE RequestPowerNotifications(HANDLE queue, DWORD flags) {
+    if (!queue || !(flags & kPowerResume)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    const Locked starting(threadLock);
+    if (!windowThread && !StartWindowThread()) return nullptr;
+    const Locked locked(registrationsLock);
+    registrations.push_back(new Registration{queue});
+    return registrations.back();
+}
+
+DWORD StopPowerNotifications(HANDLE notification) {
+    const Locked stopping(threadLock);
+    {
+        const Locked locked(registrationsLock);
+        const auto found = std::find(registrations.begin(), registrations.end(), notification);
+        if (found == registrations.end()) return ERROR_INVALID_HANDLE;
+        delete *found;
+        registrations.erase(found);
+        if (!registrations.empty()) return ERROR_SUCCESS;
+    }
+    PostThreadMessageW(windowThreadId, WM_QUIT, 0, 0);
+    WaitLettingSentMessagesIn(windowThread.get());
+    windowThread.reset();
+    return ERROR_SUCCESS;
+}
+
+}  // namespace cam::platform

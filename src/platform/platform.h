@@ -1,0 +1,80 @@
+// The one seam: what Windows CE has and the desktop lacks, or what the two do differently. The names are
+// Windows CE's own. ce/ forwards to the system, desktop/ supplies. Nothing else in the library asks which
+// system it runs on.
+#pragma once
+
+#include <windows.h>
+
+namespace cam::platform {
+
+// ---- Device manager: search for active drivers ----------------------------------------------------------
+
+enum DeviceSearchType { DeviceSearchByGuid = 3 };  // the parameter is a const GUID*
+
+struct DEVMGR_DEVICE_INFORMATION {
+    DWORD dwSize;  // set by the caller: sizeof the record
+    HANDLE hDevice;
+    HANDLE hParentDevice;
+    WCHAR szLegacyName[6];  // "CAM1:"
+    WCHAR szDeviceKey[MAX_PATH];
+    WCHAR szDeviceName[MAX_PATH];
+    WCHAR szBusName[MAX_PATH];
+};
+static_assert(sizeof(void*) != 4 || sizeof(DEVMGR_DEVICE_INFORMATION) == 1584, "the device manager's record");
+
+// On the desktop: the devices recorded as active under HKEY_LOCAL_MACHINE\Drivers\Active, in the order of
+// their keys, whose driver key lists the wanted class in its value "IClass". Null handle and
+// ERROR_NO_MORE_FILES when there is none. The search handle is closed with CloseDeviceSearch (FindClose on
+// a device).
+HANDLE FindFirstDevice(DeviceSearchType searchType, const void* searchParameter,
+                       DEVMGR_DEVICE_INFORMATION* information);
+BOOL FindNextDevice(HANDLE search, DEVMGR_DEVICE_INFORMATION* information);
+BOOL CloseDeviceSearch(HANDLE search);
+
+// ---- Point-to-point message queues and power notifications ----------------------------------------------
+
+struct MSGQUEUEOPTIONS {
+    DWORD dwSize;
+    DWORD dwFlags;
+    DWORD dwMaxMessages;
+    DWORD cbMaxMessage;
+    BOOL bReadAccess;
+};
+static_assert(sizeof(MSGQUEUEOPTIONS) == 20, "the message queue's options");
+
+// On the desktop only what power notifications need: an unnamed queue whose handle can be waited on while
+// it holds a message.
+HANDLE CreateMsgQueue(const wchar_t* name, MSGQUEUEOPTIONS* options);
+BOOL ReadMsgQueue(HANDLE queue, void* buffer, DWORD bufferSize, DWORD* bytesRead, DWORD timeoutMs,
+                  DWORD* flags);
+BOOL CloseMsgQueue(HANDLE queue);
+
+constexpr DWORD kPowerResume = 0x00000002;  // PBT_RESUME: first word of a message, and the flag to ask for it
+
+// Resume is the only power notification there is on the desktop. It comes from the system's own broadcast
+// to a hidden window of class "OcellusPowerNotifications" (WM_POWERBROADCAST with PBT_APMRESUMEAUTOMATIC),
+// to which a tool may post the same.
+HANDLE RequestPowerNotifications(HANDLE queue, DWORD flags);
+DWORD StopPowerNotifications(HANDLE notification);
+
+// ---- Events ---------------------------------------------------------------------------------------------
+
+enum EventFunction : DWORD { kEventPulse = 1, kEventReset = 2, kEventSet = 3 };
+BOOL EventModify(HANDLE event, DWORD function);
+
+// ---- What the two systems do differently ----------------------------------------------------------------
+
+// MessageBoxW with an OK button and the given icon flags. With OCELLUS_HEADLESS=1 in the environment
+// nothing is shown: "<caption>\t<text>" is appended as a line of UTF-8 to the file named by
+// OCELLUS_MESSAGE_BOX_LOG, if that is set, and the answer is IDOK.
+int ShowMessageBox(HWND owner, const wchar_t* text, const wchar_t* caption, UINT icon);
+
+// The colour to hand to SetTextColor for a colour value whose top byte is 0xFF: as it is on a device;
+// without that byte on the desktop, where it would select a palette entry and draw black.
+COLORREF DeviceTextColor(COLORREF color);
+
+// Loads the imager library: by name on a device; from this library's own folder on the desktop, never from
+// the current one.
+HMODULE LoadImagerLibrary();
+
+}  // namespace cam::platform

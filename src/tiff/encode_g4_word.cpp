@@ -1,0 +1,129 @@
+#include "tiff/encode_g4_ways.h"
+#include "tiff/g4_code_words.h"
+#include "tiff/g4_coder.inl"
+#include "tiff/g4_output.h"
+
+namespace cam::tiff {
+namespace {
+
+// For every byte, in four bits each from the lowest on: 1 + the position, from the left, of each bit that differs from the one to
+// its left (0 before the first).
+struct ChangeTable {
+    uint32_t packed[256];
+};
+
+constexpr ChangeTable MakeChangeTable() {
+    ChangeTable table{};
+    for (uint32_t byte = 0; byte < 256; ++byte) {
+        const uint32_t changes = byte ^ (byte >> 1);
+        int shift = 0;
+        for (uint32_t p = 0; p < 8; ++p) {
+            if (!(changes >> (7 - p) & 1)) continue;
+            table.packed[byte] |= (p + 1) << shift;
+            shift += 4;
+        }
+    }
+    return table;
+}
+
+constexpr ChangeTable kChanges = MakeChangeTable();
+
+// Writes the positions of the changes in a line and returns the place behind them.
+class ByteScanner {
+  public:
+    static int16_t* Scan(const uint8_t* line, uint32_t bytes, int16_t* list) {
+        ByteScanner scanner(list);
+        const uint8_t* const end = line + bytes;
+        while (line != end && reinterpret_cast<uintptr_t>(line) % sizeof(uint32_t) != 0)
+            scanner.Take(*line++);
+        for (; end - line >= static_cast<ptrdiff_t>(sizeof(uint32_t)); line += sizeof(uint32_t)) {
+            if (*reinterpret_cast<const AliasedWord*>(line) == scanner.color_) {
+                scanner.position_ += 32;
+                continue;
+            }
+            for (uint32_t i = 0; i < sizeof(uint32_t); ++i) scanner.Take(line[i]);
+        }
+        while (line != end) scanner.Take(*line++);
+        return scanner.list_;
+    }
+
+  private:
+    using AliasedWord __attribute__((may_alias)) = uint32_t;
+
+    explicit ByteScanner(int16_t* list) : list_(list) {}
+
+    void Take(uint32_t byte) {
+        uint32_t packed = kChanges.packed[byte ^ (color_ & 0xFF)];
+        if (packed) {
+            do {
+                *list_++ = static_cast<int16_t>(position_ + static_cast<int>(packed & 15));
+                packed >>= 4;
+            } while (packed);
+            color_ = 0u - (byte & 1);
+        }
+        position_ += 8;
+    }
+
+    int16_t* list_;
+    uint32_t color_ = 0;  // of the last pixel, in all bits
+    int position_ = -1;   // one less than that of the next byte's first pixel
+};
+
+class WordSink {
+  public:
+    void Start(uint8_t* output) { begin_ = out_ = output; }
+    void Move(uint8_t* output) {
+        out_ = output + (out_ - begin_);
+        begin_ = output;
+    }
+    uint32_t Bytes() const { return static_cast<uint32_t>(out_ - begin_); }
+
+    void Put(uint32_t bits, uint32_t length) {
+        pending_ = pending_ << length | bits;
+        count_ += length;
+        if (count_ >= 16) {
+            count_ -= 16;
+            const uint32_t whole = pending_ >> count_;
+            out_[0] = static_cast<uint8_t>(whole >> 8);
+            out_[1] = static_cast<uint8_t>(whole);
+            out_ += 2;
+        }
+    }
+    void Put(CodeWord code) { Put(code.bits, code.length); }
+
+    void PutHorizontal(int first, int second, int color) {
+        Put(kHorizontalCode);
+        PutRun(first, color);
+        PutRun(second, color ^ 1);
+    }
+
+    void End() {
+        for (; count_ >= 8; count_ -= 8) *out_++ = static_cast<uint8_t>(pending_ >> (count_ - 8));
+        if (count_) *out_++ = static_cast<uint8_t>(pending_ << (8 - count_));
+        count_ = 0;
+    }
+
+  private:
+    void PutRun(int length, int color) {
+        if (length >= kMakeUpStep) {
+            for (; length >= kLongestMakeUp; length -= kLongestMakeUp) Put(kWhiteMakeUp[kMakeUpCodes - 1]);
+            if (length >= kMakeUpStep) Put((color ? kBlackMakeUp : kWhiteMakeUp)[length / kMakeUpStep - 1]);
+            length %= kMakeUpStep;
+        }
+        Put((color ? kBlackTerminating : kWhiteTerminating)[length]);
+    }
+
+    uint8_t* begin_ = nullptr;
+    uint8_t* out_ = nullptr;
+    uint32_t pending_ = 0;  // the lowest count_ bits are still to be stored
+    uint32_t count_ = 0;    // below 16 between two codes
+};
+
+}  // namespace
+
+bool EncodeG4Word(const uint8_t* raster, uint32_t rasterLength, uint32_t width, uint32_t rows,
+                  ByteBuffer& output, uint32_t* outLength) {
+    return EncodeG4With<ByteScanner, WordSink>(raster, rasterLength, width, rows, output, outLength);
+}
+
+}  // namespace cam::tiff

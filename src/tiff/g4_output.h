@@ -1,0 +1,68 @@
+// What both Group 4 encoders share: the lists of changing elements and the bounded output area.
+#pragma once
+
+#include <stdint.h>
+
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "tiff/byte_buffer.h"
+#include "tiff/encode_g4.h"
+
+namespace cam::tiff {
+
+// The changing elements of a line: entry 0 is -1, for the position before the line; then the positions, increasing, of the pixels
+// whose colour differs from the one to their left (white before position 0), so that odd entries start black runs; then the width,
+// three times.
+class G4LineLists {
+  public:
+    static constexpr int kEnds = 3;
+    static constexpr uint32_t kSpareEntries = 25;
+
+    // The reference list becomes that of a white line. False when there is no memory.
+    bool Create(uint32_t width) {
+        reference_.reset(new (std::nothrow) int16_t[width + kSpareEntries]);
+        coding_.reset(new (std::nothrow) int16_t[width + kSpareEntries]);
+        if (!reference_ || !coding_) return false;
+        coding_[0] = -1;
+        reference_[0] = -1;
+        Terminate(reference_.get() + 1, width);
+        return true;
+    }
+
+    // Puts the end of the line at `end`, behind the last change.
+    static void Terminate(int16_t* end, uint32_t width) {
+        for (int i = 0; i < kEnds; ++i) end[i] = static_cast<int16_t>(width);
+    }
+
+    int16_t* Reference() const { return reference_.get(); }
+    int16_t* Coding() const { return coding_.get(); }
+    void Swap() { std::swap(reference_, coding_); }
+
+  private:
+    std::unique_ptr<int16_t[]> reference_;
+    std::unique_ptr<int16_t[]> coding_;
+};
+
+// No code takes more than seven bits for each pixel that it moves forward, save a first white run of no pixels and a last run of none;
+// the end of the block and the encoder's whole-word stores have room besides.
+constexpr uint32_t G4LineBound(uint32_t width) {
+    return width + 32;
+}
+
+// Whether a raster of these measures is in the encoder's range and complete.
+inline bool IsG4Raster(uint32_t rasterLength, uint32_t width, uint32_t rows) {
+    return width <= kG4MaxWidth && width % 8 == 0 && uint64_t{width / 8} * rows <= rasterLength;
+}
+
+// Sees to it that `room` bytes follow the first `used` ones of the data area, which are kept.
+inline bool EnsureG4Room(ByteBuffer& output, uint32_t used, uint32_t room) {
+    if (output.Capacity() - used >= room) return true;
+    const uint64_t wanted = uint64_t{output.Capacity()} + output.Capacity() / 2 + room;
+    if (!output.IsGrowable() || wanted > UINT32_MAX - 2 || !output.SetLength(used)) return false;
+    output.Resize(static_cast<uint32_t>(wanted), false);
+    return output.Capacity() - used >= room;
+}
+
+}  // namespace cam::tiff

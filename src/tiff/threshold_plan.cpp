@@ -1,0 +1,39 @@
+#include "tiff/threshold_plan.h"
+
+#include <new>
+
+namespace cam::tiff {
+
+bool PlanThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t bufferSize, float ratio,
+                   ThresholdPlan* plan) {
+    if (!plane || width == 0 || height == 0) return false;
+    // The product of the height as given: a negative one is a huge number here and is refused as a rule.
+    if (bufferSize < width * static_cast<uint32_t>(height)) return false;
+    if (ratio < 0.0f || ratio > 1.0f) return false;  // a NaN passes, and turns everything white
+
+    const uint32_t rows = height < 0 ? 0u - static_cast<uint32_t>(height) : static_cast<uint32_t>(height);
+    // Where the product wraps round, the size test proves nothing.
+    if (uint64_t{width} * rows > bufferSize) return false;
+    const uint32_t smaller = width < rows ? width : rows;
+    const uint32_t side = (smaller >> 3) | 1;
+    // The largest ring of sums that a 32-bit size can ask for.
+    if (uint64_t{side + 1} * width * sizeof(uint32_t) > UINT32_MAX) return false;
+
+    const uint32_t planeSize = width * rows;
+    *plan = {plane, width, rows, side, side >> 1, 1.0f - ratio, plane + planeSize, bufferSize - planeSize};
+    return true;
+}
+
+void* ThresholdScratch::Take(const ThresholdPlan& plan, uint64_t size, uint32_t alignment) {
+    auto toBoundary = [alignment](const uint8_t* p) {
+        return static_cast<uint32_t>((0 - reinterpret_cast<uintptr_t>(p)) & (alignment - 1));
+    };
+    const uint64_t needed = size + alignment;
+    const uint32_t gap = toBoundary(plan.spare);
+    if (plan.spareSize >= gap && plan.spareSize - gap >= size) return plan.spare + gap;
+    if (needed > UINT32_MAX) return nullptr;
+    owned_.reset(new (std::nothrow) uint8_t[static_cast<size_t>(needed)]);
+    return owned_ ? owned_.get() + toBoundary(owned_.get()) : nullptr;
+}
+
+}  // namespace cam::tiff

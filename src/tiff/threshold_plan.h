@@ -1,0 +1,39 @@
+// What the ways to threshold a plane have in common: the checked arguments, the window, the scratch room.
+#pragma once
+
+#include <stdint.h>
+
+#include <memory>
+
+namespace cam::tiff {
+
+struct ThresholdPlan {
+    uint8_t* plane;
+    uint32_t width;
+    uint32_t rows;
+    uint32_t side;       // of the window; odd
+    uint32_t half;       // side / 2: how far the window reaches from its pixel
+    float keep;          // 1 - ratio
+    uint8_t* spare;      // behind the samples: room that may be used as scratch
+    uint32_t spareSize;  // in bytes
+
+    // The first row of the window around row y, and the first one behind it.
+    uint32_t WindowTop(uint32_t y) const { return y > half ? y - half : 0; }
+    uint32_t WindowBottom(uint32_t y) const { return y + half < rows ? y + half + 1 : rows; }
+};
+
+// False when the plane must be left untouched.
+bool PlanThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t bufferSize, float ratio,
+                   ThresholdPlan* plan);
+
+// Room behind the plane where there is enough of it, else an allocation.
+class ThresholdScratch {
+  public:
+    // `size` bytes, aligned to `alignment` (a power of two). Null when there is no memory.
+    void* Take(const ThresholdPlan& plan, uint64_t size, uint32_t alignment);
+
+  private:
+    std::unique_ptr<uint8_t[]> owned_;
+};
+
+}  // namespace cam::tiff

@@ -1,0 +1,9 @@
+#include "tiff/threshold_simd.inl"
+
+namespace cam::tiff {
+
+bool ThresholdSse2(const ThresholdPlan& plan) {
+    return ThresholdWithVectors(plan);
+}
+
+}  // namespace cam::tiff

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Sets up, builds and passes every test.
+#
+#   ./test.sh                  everything, each fuzzer for 10 seconds, 20 cycles of the camera's life
+#   ./test.sh --fuzz SECONDS   each fuzzer that long
+#   ./test.sh --soak           200 cycles of the camera's life
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+fuzzSeconds=10
+while [ $# -gt 0 ]; do
+    case $1 in
+    --soak) export OCELLUS_SOAK=200 ;;
+    --fuzz)
+        [[ ${2:-} =~ ^[1-9][0-9]*$ ]] || { echo "test.sh: --fuzz wants a number of seconds, not '${2:-}'" >&2; exit 2; }
+        fuzzSeconds=$2
+        shift
+        ;;
+    *)
+        echo "test.sh: unknown option '$1'; there are --fuzz SECONDS and --soak" >&2
+        exit 2
+        ;;
+    esac
+    shift
+done
+
+say() { printf '== %s\n' "$*"; }
+
+scripts/setup.sh test
+# pure: sanitizers and fuzzers. ce: the device's binary, which the native build's tests run in an emulator. host, host32: Windows, under Wine.
+presets=(pure ce native host host32)
+for preset in "${presets[@]}"; do
+    say "Building $preset"
+    options=()
+    [ "$preset" = pure ] && options=(-DOCELLUS_FUZZ_SECONDS="$fuzzSeconds")
+    cmake --preset "$preset" "${options[@]}" >"build/configure-$preset.log" || { cat "build/configure-$preset.log" >&2; exit 1; }
+    cmake --build --preset "$preset"
+done
+
+say "Checking the style"
+scripts/check.sh
+
+# One run over all builds, with one closing line.
+printf 'subdirs(%s)\n' "${presets[*]}" >build/CTestTestfile.cmake
+say "Testing"
+ctest --test-dir build --output-on-failure -j 2

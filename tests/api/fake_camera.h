@@ -1,0 +1,21 @@
+// Cameras in place of the library's own: they record what reaches them and answer what they are told.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "api/camera_device.h"
+
+struct FakeCameras {
+    std::vector<std::wstring> calls;  // every operation that reached a camera: "SetPropertyB 9 5 2", "~2"
+    HRESULT result = 0;               // what every operation answers
+    HRESULT initResult = 0;
+    bool outOfMemory = false;  // no camera can be created
+    int alive = 0;
+};
+extern FakeCameras fakeCameras;
+
+// No camera, no calls, every answer 0.
+void ResetFakeCameras();
+// The calls since the last ResetCalls or TakeCalls, joined by "; ".
+std::wstring TakeCalls();

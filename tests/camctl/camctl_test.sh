@@ -1,0 +1,123 @@
+#!/usr/bin/env bash
+# Drives camctl through its command line: exit codes, messages, JSON, and pictures judged by djpeg, pngcheck and ImageMagick.
+#
+#   camctl_test.sh CAMCTL.EXE
+set -uo pipefail
+camctlProgram=$(readlink -f "$1")
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder" || exit 1
+
+passed=0
+failed=0
+camctl() { "$root/scripts/host.sh" "$camctlProgram" "$@" </dev/null; }
+
+check() { # WHAT COMMAND...: the command must succeed
+    local what=$1
+    shift
+    if "$@" >/dev/null 2>&1; then passed=$((passed + 1)); else
+        failed=$((failed + 1))
+        echo "FAILED: $what: $*"
+    fi
+}
+
+expect() { # CODE PATTERN ARGUMENTS...: camctl must end with CODE and print something that matches PATTERN
+    local code=$1 pattern=$2 output actual
+    shift 2
+    output=$(camctl "$@" 2>&1)
+    actual=$?
+    if [ "$actual" = "$code" ] && grep -qE -- "$pattern" <<<"$output"; then passed=$((passed + 1)); else
+        failed=$((failed + 1))
+        printf 'FAILED: camctl %s\n  exit code %s, expected %s; expected output like: %s\n%s\n' "$*" "$actual" "$code" "$pattern" "$output"
+    fi
+}
+
+# ---- Usage and bad values: nothing is written, and the message says what to do ----------------------------------------
+
+expect 0 'snap.*' --help
+expect 2 'remedy' 
+expect 2 'remedy' snap
+expect 2 'remedy' snap a.jpg --mode 3
+expect 2 'remedy' snap a.jpg --size 640
+expect 2 "position 'nowhere'.*" snap a.jpg --text x --position nowhere
+expect 2 "no font" snap a.jpg --text x --font "DejaVu Sans"
+expect 2 "no property 'sparkle'" get sparkle
+expect 2 'no assignment' set brightness
+expect 4 "extension '.jpeg'" snap a.jpeg
+expect 4 "extension ''" snap dir.x/file
+expect 4 "folder 'nowhere' does not exist" snap nowhere/a.jpg
+expect 4 'is no still resolution.*' snap a.jpg --size 641x480
+expect 4 'there is no file' profiles nothing.xml
+expect 4 'there is no file' settings nothing.ini Camera
+check "nothing was written by the refusals" test -z "$(ls -A)"
+
+# ---- A camera that is not there, or misbehaves ---------------------------------------------------------------------------
+
+expect 3 '0x80070012.*' info --scenario '{"devices": []}'
+expect 3 '"exitCode": 3' info --json --scenario '{"devices": []}'
+expect 5 '8 \(camCaptureFailed\)' snap a.jpg --scenario '{"calls": {"IAMVideoControl::SetMode": {"result": "0x80004005", "times": 0}}}'
+expect 6 'only 2 of 9 preview frames came' snap a.jpg --skip 9 --timeout 1 --scenario '{"loseDeviceAfterFrames": 2}'
+
+# ---- Pictures ------------------------------------------------------------------------------------------------------------------
+
+expect 0 'PNG' snap a.bmp a.jpg a.Png --size 640x480
+check "djpeg reads the JPEG" djpeg -outfile /dev/null a.jpg
+check "pngcheck accepts the PNG" pngcheck -q a.Png
+for picture in a.bmp a.jpg a.Png; do
+    check "$picture has the size asked for" test "$(identify -format '%wx%h' "$picture")" = 640x480
+done
+expect 0 '"ok": true' snap --json b.jpg --skip 0 --mode 2
+
+mkdir taken.bmp
+expect 7 'untouched' snap taken.bmp
+mkdir small
+if mount -t tmpfs -o size=8k camctl-test small 2>/dev/null; then
+    for picture in small/full.bmp small/full.jpg small/full.png small/full.tif; do
+        expect 7 "$picture' does not exist" snap "$picture" --scene "$root/build/media/photo.png"
+    done
+    check "nothing is left of the pictures that the disk had no room for" test -z "$(ls -A small)"
+    umount small
+else
+    echo "not tested: a full disk, since this user cannot mount a small one"
+fi
+
+# A real photograph, of exactly the still's size, comes back upright and in its colours, within what 5 and 6 bits a channel can hold.
+convert "$root/build/media/photo.png" -resize '640x480!' -depth 8 PNG24:scene.png
+expect 0 'PNG' snap photo.png photo.jpg photo.bmp --scene scene.png --size 640x480
+for picture in photo.png photo.jpg photo.bmp; do
+    error=$(compare -metric MAE scene.png "$picture" null: 2>&1 | sed 's/.*(\(.*\))/\1/')
+    check "$picture shows the photograph (mean error $error)" awk "BEGIN { exit !($error < 0.025) }"
+    convert "$picture" -flip flipped.png
+    mirrored=$(compare -metric MAE scene.png flipped.png null: 2>&1 | sed 's/.*(\(.*\))/\1/')
+    check "and not upside down ($mirrored)" awk "BEGIN { exit !($mirrored > 2 * $error) }"
+done
+
+# ---- Looking ---------------------------------------------------------------------------------------------------------------
+
+expect 0 '2\.209\.30001\.0' info
+expect 0 '640x480' formats
+expect 0 'brightness' props
+expect 0 'frames a second' preview --seconds 1
+expect 4 'give .* to ' set brightness=1000000
+
+# ---- Configuration files -------------------------------------------------------------------------------------------------
+
+printf '[Camera]\r\nZoom=2\r\nBrightness=0x10\r\n' >camera.ini
+expect 0 'Zoom +2 +file' settings camera.ini Camera
+expect 0 'Brightness +16 +file.*' settings camera.ini Camera
+expect 0 'nothing was found' settings camera.ini Nowhere
+printf '<?xml version="1.0"?>\n<ConfigDoc name="x"><Section name="Profiles"><Section name="Indoor"/><Section name="Outdoor"/></Section></ConfigDoc>\n' >profiles.xml
+expect 0 '1  Outdoor' profiles profiles.xml
+expect 0 'JPEG' snap set.jpg --settings camera.ini --section Camera
+
+# ---- Black and white ---------------------------------------------------------------------------------------------------------
+
+expect 0 'TIFF' snap page.tif --mode 1
+check "the TIFF is black and white Group 4" test "$(identify -format '%[compression] %z' page.tif)" = "Group4 1"
+expect 0 'bytes' convert scene.png converted.tif
+check "the converted picture has its size" test "$(identify -format '%wx%h' converted.tif)" = 640x480
+expect 4 'cannot be read as a picture' convert camera.ini out.tif
+
+echo "$passed passed, $failed failed"
+[ "$failed" = 0 ]

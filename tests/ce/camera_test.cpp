@@ -1,0 +1,277 @@
+// The library's DLL on ARM code, against a capture graph played by the host: from start-up to files that other decoders read.
+#include "camera_fixture.h"
+
+using namespace ce;
+
+TEST_CASE_FIXTURE(Fixture, "the graph is built in its order, and everything is given back") {
+    process.machine.CheckAlignment(true);
+    const u32 mark = process.heap.Mark();
+    REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
+    CHECK(State() == 1);
+    CHECK(platform.capture.driver == u"CAM1:");
+    const std::vector<std::string> expected = {
+        "CoCreateInstance {BF87B6E0-8C27-11D0-B3F0-00AA003761C5}",
+        "CoCreateInstance {E436EBB3-524F-11CE-9F53-0020AF0BA770}",
+        "ICaptureGraphBuilder2::SetFiltergraph",
+        "CoCreateInstance {F80B6E95-B55A-4619-AEC4-A10EAEDE980C}",
+        "IPersistPropertyBag::Load",
+        "IGraphBuilder::AddFilter Video Capture Filter Source",
+        "CoCreateInstance {70E102B0-5556-11CE-97C0-00AA0055595A}",
+        "IGraphBuilder::AddFilter Video Renderer",
+        "CoCreateInstance {B62F694E-0593-4E60-AA1C-16AF6496AC39}",
+        "IGraphBuilder::AddFilter SampleGrabber",
+        "ICaptureGraphBuilder2::RenderStream preview",
+        "CoCreateInstance {BCEED521-A101-45A9-8B7D-1583466FD57C}",
+        "IGraphBuilder::AddFilter Still image sink",
+        "ICaptureGraphBuilder2::RenderStream still",
+        "ICaptureGraphBuilder2::FindPin",
+        "IMediaEvent::GetEventHandle",
+    };
+    auto calls = CallsOf(process, {"CoCreateInstance", "ICaptureGraphBuilder2", "IGraphBuilder",
+                                   "IPersistPropertyBag", "IMediaEvent::"});
+    std::erase(calls, "CoCreateInstance " + FormatGuid(kClsidMemoryAllocator));
+    CHECK(calls == expected);
+    REQUIRE(Cam("ShutDown") == 0);
+    process.heap.Validate();
+    CHECK(ReferencedObjects(process) == "");
+    CHECK(process.heap.LeakedSince(mark) == "");
+    CHECK(process.Handles() == handles);
+    INFO(process.DescribeHandles());
+    CHECK(process.Call(module, "DllCanUnloadNow") == 0);
+}
+
+TEST_CASE_FIXTURE(Fixture, "preview: frames reach the callback and the renderer, and stop") {
+    struct Frame {
+        u32 size, width, height, stride;
+    };
+    std::vector<Frame> frames;
+    std::vector<u32> types;
+    const u32 frameCallback = process.machine.AddStub(
+        "preview callback", MakeHandler(std::function([&](u32, u32 size, u32 height, u32 width, u32 stride) {
+            frames.push_back({size, width, height, stride});
+        })));
+    const u32 typeCallback = process.machine.AddStub("media type callback", [&](Arguments& arguments) -> u64 {
+        for (int i = 0; i < 6; ++i) types.push_back(arguments.Word());
+        return 0;
+    });
+    const u32 mark = process.heap.Mark();
+    REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
+    REQUIRE(Cam("RegisterPreviewCallback", {frameCallback}) == 0);
+    REQUIRE(Cam("RegisterMediaTypeCallback", {typeCallback}) == 0);
+    REQUIRE(Cam("StartPreview") == 0);
+    CHECK(State() == 3);
+    process.scheduler.Sleep(500);
+    CHECK(frames.size() >= 10);
+    CHECK(types == std::vector<u32>{120, 160, 38400, 320, 3, 30});
+    CHECK(frames.front().size >= 38400);
+    CHECK(frames.front().stride == 320);
+    CHECK(platform.graph->windowOwner == kOwner);
+    CHECK(platform.graph->windowStyle == 0x44000000);
+    CHECK(platform.graph->windowPlace == std::array<u32, 4>{0, 0, 240, 180});
+    REQUIRE(Cam("StopPreview") == 0);
+    CHECK(State() == 2);
+    const size_t seen = frames.size();
+    CHECK(platform.renderer.input.frames == platform.capture.preview.delivered);
+    std::vector<u8> chart(platform.capture.preview.Format().Size());
+    PaintChart(chart.data(), platform.capture.preview.Format(), platform.capture.preview.delivered - 1);
+    CHECK(platform.renderer.input.lastFrame == chart);
+    process.scheduler.Sleep(200);
+    CHECK(frames.size() == seen);
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(ReferencedObjects(process) == "");
+    CHECK(process.heap.LeakedSince(mark) == "");
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(Fixture, "pictures: what other decoders see in the files") {
+    // The pictures are converted and compressed by some ten million instructions; the small ones have been watched for alignment.
+    Start();
+    auto& windows = process.Attachment<Windows>("windows");
+    for (u32 resolution = 0; resolution < 4; ++resolution) {
+        process.machine.CheckAlignment(resolution != 3);
+        if (resolution > 0) REQUIRE(Cam("SetResolution", {resolution}) == 0);
+        const VideoFormat format = platform.capture.still.Format();
+        CAPTURE(format.width);
+        CAPTURE(format.height);
+        for (const char* extension : {"bmp", "png", "jpg", "tif"}) {
+            CAPTURE(std::string(extension));
+            windows.posted.clear();
+            const std::string name = "p" + std::to_string(resolution) + "." + extension;
+            REQUIRE(Snap(u"\\" + std::u16string(name.begin(), name.end())) == 0);
+            REQUIRE(windows.posted.size() == 1);
+            CHECK(windows.posted[0].window == kEvents);
+            CHECK(windows.posted[0].message == kStillCaptured);
+            CHECK(State() == 3);
+            const Picture picture = Decode(process.folder + "/" + name);
+            const std::string kind = extension;
+            if (kind == "tif") {
+                CHECK(picture.width == (format.width + 7) / 8 * 8);  // the file's rows are whole bytes
+                CHECK(picture.height == std::abs(format.height));
+                for (const u8 byte : picture.rgb) REQUIRE((byte == 0 || byte == 255));
+            } else {
+                const Difference difference = Compare(picture, format);
+                CHECK((kind == "jpg" ? difference.mean < 8 : difference.worst <= (kind == "bmp" ? 4 : 0)));
+            }
+            if (kind == "bmp") CHECK(FileSize(name) == 66 + format.Size());
+        }
+    }
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(ReferencedObjects(process) == "");
+    CHECK(process.Handles() == handles);
+    process.heap.Validate();
+    MESSAGE("deepest stack: ", process.scheduler.DeepestStack(), " bytes");
+    CHECK(process.scheduler.DeepestStack() < 40 * 1024);
+}
+
+TEST_CASE_FIXTURE(Fixture, "JPEG quality comes from the registry") {
+    Start();
+    REQUIRE(Snap(u"\\high.jpg", 1) == 0);
+    const u8 low[] = {10, 0, 0, 0};
+    SetRegistryValue(process, kLocalMachine,
+                     u"Software\\Microsoft\\DirectShow\\ImageSink\\Quality\\1\\JPG\\Quality", u"Value",
+                     kRegistryNumber, std::vector<u8>(low, low + 4));
+    REQUIRE(Snap(u"\\low.jpg", 1) == 0);
+    CHECK(FileSize("low.jpg") * 2 < FileSize("high.jpg"));
+    REQUIRE(Cam("ShutDown") == 0);
+}
+
+TEST_CASE_FIXTURE(Fixture, "text is stamped into the picture, and only there") {
+    Start();
+    REQUIRE(Snap(u"\\plain.png") == 0);
+    const u32 text = process.NewText(u"AB\nC");
+    const u32 name = process.NewText(u"\\stamped.png");
+    const size_t open = process.Handles();
+    // White on black in the lower right corner: the lowest of two lines ends 3 rows above the edge.
+    REQUIRE(Cam("SnapPictureWithText", {name, 0, text, 4, 10, 0x10FFFFFF, 0x000F0001}) == 0);
+    process.scheduler.Sleep(200);
+    const Picture plain = Decode(process.folder + "/plain.png"),
+                  stamped = Decode(process.folder + "/stamped.png");
+    REQUIRE(plain.rgb.size() == stamped.rgb.size());
+    int changed = 0;
+    for (int y = 0; y < plain.height; ++y) {
+        for (int x = 0; x < plain.width; ++x) {
+            if (std::memcmp(plain.At(x, y), stamped.At(x, y), 3) == 0) continue;
+            ++changed;
+            REQUIRE(x >= 160 - 16 - 2);
+            REQUIRE(y >= 120 - 2 * 13 - 4);
+        }
+    }
+    CHECK(changed > 300);
+    // A bitmap of the picture is kept, and nothing of the drawing.
+    CHECK(process.Handles() == open);
+    process.heap.Free(text);
+    process.heap.Free(name);
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(Fixture, "properties, snapshot and resume") {
+    Start();
+    const u32 place = HostMemory(process, 20);
+    REQUIRE(Cam("GetPropertyRange", {0, place, place + 4, place + 8, place + 12, place + 16}) == 0);
+    CHECK(process.machine.Read<i32>(place) == -100);
+    CHECK(process.machine.Read<i32>(place + 4) == 100);
+    REQUIRE(Cam("SetProperty", {12, 250, 2}) == 0);
+    CHECK(platform.capture.cameraProperties[3].value == 250);
+    CHECK(Cam("SetProperty", {12, 9999, 2}) == 3);
+    CHECK(Cam("GetProperty", {30, place, place + 4}) == 3);
+
+    REQUIRE(Cam("GetSnapshot", {place}) == 0);
+    CHECK(process.machine.Read<u32>(place) == 0);
+    REQUIRE(Snap(u"") == 0);
+    REQUIRE(Cam("GetSnapshot", {place}) == 0);
+    const auto bitmap = process.FromHandle<Bitmap>(process.machine.Read<u32>(place));
+    REQUIRE(bitmap);
+    CHECK(bitmap->width == 160);
+
+    const auto stops = [&] { return CallsOf(process, {"IMediaControl::Stop", "IMediaControl::Run"}); };
+    const size_t before = stops().size();
+    PostPowerMessage(process, 2);
+    process.scheduler.Sleep(2000);
+    CHECK(stops().size() == before + 2);
+    CHECK(State() == 3);
+    REQUIRE(Cam("ShutDown") == 0);
+}
+
+TEST_CASE_FIXTURE(Fixture, "a full disk leaves no file, and the message still comes") {
+    Start();
+    for (const char16_t* name : {u"\\full.bmp", u"\\full.png", u"\\full.jpg", u"\\full.tif"}) {
+        process.Attachment<FileRoom>("file room").bytes = 60;
+        process.Attachment<Windows>("windows").posted.clear();
+        REQUIRE(Snap(name) == 0);
+        CHECK(process.Attachment<Windows>("windows").posted.size() == 1);
+        CHECK(std::filesystem::is_empty(process.folder));
+    }
+    process.Attachment<FileRoom>("file room").bytes.reset();
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(
+    Fixture,
+    "whatever step of building the graph fails, its result is passed on and everything is given back") {
+    REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
+    REQUIRE(Cam("ShutDown") == 0);
+    const u32 mark = process.heap.Mark();
+    constexpr u32 kStrange = 0x80041234;
+    for (const char* call :
+         {"CoCreateInstance {BF87B6E0-8C27-11D0-B3F0-00AA003761C5}",
+          "CoCreateInstance {E436EBB3-524F-11CE-9F53-0020AF0BA770}", "ICaptureGraphBuilder2::SetFiltergraph",
+          "CoCreateInstance {F80B6E95-B55A-4619-AEC4-A10EAEDE980C}", "IPersistPropertyBag::Load",
+          "IGraphBuilder::AddFilter", "CoCreateInstance {70E102B0-5556-11CE-97C0-00AA0055595A}",
+          "CoCreateInstance {B62F694E-0593-4E60-AA1C-16AF6496AC39}", "ICaptureGraphBuilder2::RenderStream",
+          "CoCreateInstance {BCEED521-A101-45A9-8B7D-1583466FD57C}", "ICaptureGraphBuilder2::FindPin",
+          "IMediaEvent::GetEventHandle"}) {
+        CAPTURE(std::string(call));
+        Calls(process).faults = {{call, kStrange}};
+        CHECK(Cam("Init", {kOwner, 0, 0}) == static_cast<i32>(kStrange));
+        Calls(process).faults.clear();
+        REQUIRE(Cam("ShutDown") == 0);
+        CHECK(ReferencedObjects(process) == "");
+        CHECK(process.heap.LeakedSince(mark) == "");
+        CHECK(process.Handles() == handles);
+    }
+}
+
+TEST_CASE_FIXTURE(Fixture, "whatever allocation fails, nothing is lost and nothing breaks") {
+    const u32 mark = process.heap.Mark();
+    int failed = 0;
+    for (int allocations = 0; allocations < 400; ++allocations) {
+        process.heap.FailAfter(allocations);
+        const bool up = Cam("Init", {kOwner, 0, 0}) == 0 && Cam("StartPreview") == 0;
+        if (up) {
+            Cam("SetEventsWindow", {kEvents});
+            for (const char16_t* name : {u"\\m.png", u"\\m.tif", u"\\m.jpg"}) Snap(name);
+        }
+        failed += !up;
+        const bool used = process.heap.FailAfter(-1);
+        Cam("ShutDown");
+        CAPTURE(allocations);
+        REQUIRE(ReferencedObjects(process) == "");
+        REQUIRE(process.heap.LeakedSince(mark) == "");
+        REQUIRE(process.Handles() == handles);
+        if (!used) break;  // everything went through before the count was reached
+    }
+    CHECK(failed > 5);
+}
+
+TEST_CASE_FIXTURE(Fixture, "registration writes the classes and takes them away") {
+    auto& registry = process.Attachment<Registry>("registry");
+    REQUIRE(process.Call(module, "DllRegisterServer") == 0);
+    const std::u16string key = u"0\\clsid\\{b62f694e-0593-4e60-aa1c-16af6496ac39}\\inprocserver32";
+    REQUIRE(registry.keys.contains(key));
+    const auto& path = registry.values.at({key, u""}).contents;
+    CHECK(std::u16string(reinterpret_cast<const char16_t*>(path.data())) == u"\\Windows\\ocellus.dll");
+    REQUIRE(process.Call(module, "DllUnregisterServer") == 0);
+    CHECK(!registry.keys.contains(key));
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(Fixture, "loading and unloading gives back all memory") {
+    const u32 mark = process.heap.Mark();
+    REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
+    REQUIRE(Cam("ShutDown") == 0);
+    process.Unload(module);
+    CHECK(process.heap.LeakedSince(mark) == "");
+    CHECK(process.heap.LeakedSince(0) == "");
+}

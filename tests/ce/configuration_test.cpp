@@ -1,0 +1,294 @@
+// Profiles and persisted settings on ARM code: files on the device's disk, and the system's XML parser played by the host.
+#include <fstream>
+
+#include "camera_fixture.h"
+#include "graph/dom.h"
+
+using namespace ce;
+
+namespace {
+
+using Slots = std::vector<std::u16string>;
+constexpr size_t kSlots = 32;
+constexpr u32 kUntouched = 0xABCD;
+
+struct Configuration : Fixture {
+    Parser& parser = RegisterParser(process);
+    u32 mark = process.heap.Mark();
+
+    Configuration() {
+        // Whatever is set is accepted, unless a test narrows it.
+        for (const u32 number : {0u, 6u})
+            platform.capture.videoProperties[number] = {-1000, 1000, 1, 0, 0, 2};
+        for (const u32 number : {3u, 6u, 7u, 50u, 51u, 52u, 53u})
+            platform.capture.cameraProperties[number] = {-1000, 1000, 1, 0, 0, 2};
+    }
+    void Write(const std::string& name, const std::string& content) {
+        std::ofstream(process.folder + "/" + name, std::ios::binary) << content;
+    }
+
+    // The names, "-" for an empty slot; nothing when no list was handed out. The list is freed as an application does it.
+    Slots Profiles(std::u16string_view path) {
+        const u32 out = HostMemory(process, 4), name = process.NewText(path);
+        process.machine.Write(out, kUntouched);
+        CHECK(Cam("GetProfiles", {name, out}) == 0);
+        process.heap.Free(name);
+        const u32 block = process.machine.Read<u32>(out);
+        Slots slots;
+        if (block == kUntouched) return slots;
+        CHECK(process.heap.Size(block) == 4 * kSlots);
+        std::set<u32> texts;
+        for (u32 i = 0; i < kSlots; ++i) {
+            const u32 text = process.machine.Read<u32>(block + 4 * i);
+            slots.push_back(text ? process.machine.Text(text) : u"-");
+            if (text) texts.insert(text);
+        }
+        for (const u32 text : texts) process.heap.Free(text);
+        process.heap.Free(block);
+        return slots;
+    }
+    static Slots Padded(Slots slots) {
+        slots.resize(kSlots, u"-");
+        return slots;
+    }
+
+    // What a start with these settings sets, in its order.
+    std::vector<CaptureFilter::Setting> SettingsOf(std::u16string_view path, std::u16string_view section) {
+        platform.capture.settings.clear();
+        Calls(process).calls.clear();
+        const u32 name = process.NewText(path), area = process.NewText(section);
+        // Whatever becomes of the settings, the camera comes up.
+        CHECK(Cam("Init", {kOwner, name, area}) == 0);
+        CHECK(State() == 1);
+        process.heap.Free(name);
+        process.heap.Free(area);
+        resolution = {platform.capture.still.Format().width,
+                      std::abs(platform.capture.still.Format().height)};
+        REQUIRE(Cam("ShutDown") == 0);
+        CHECK(process.Handles() == handles);
+        return platform.capture.settings;
+    }
+    std::pair<i32, i32> resolution;
+};
+
+// In the order in which they are applied.
+struct Values {
+    i32 brightness = 0, autofocus = 1, flash = 0, color = 1, minimum = 100, maximum = 200, step = 8,
+        fixed = 150, zoom = 1;
+    std::vector<CaptureFilter::Setting> Settings() const {
+        const char* video = "IAMVideoProcAmp";
+        const char* camera = "IAMCameraControl";
+        return {{video, 0, brightness, 2}, {camera, 6, autofocus, 2}, {camera, 7, flash, 2},
+                {video, 6, color, 2},      {camera, 52, minimum, 2},  {camera, 51, maximum, 2},
+                {camera, 50, step, 2},     {camera, 53, fixed, 2},    {camera, 3, zoom, 2}};
+    }
+};
+
+}  // namespace
+
+namespace doctest {
+template <>
+struct StringMaker<std::vector<CaptureFilter::Setting>> {
+    static String convert(const std::vector<CaptureFilter::Setting>& settings) {
+        std::string text;
+        for (const auto& one : settings) {
+            text += one.interface + " " + std::to_string(one.number) + "=" + std::to_string(one.value) +
+                    " (" + std::to_string(one.mode) + "), ";
+        }
+        return text.c_str();
+    }
+};
+}  // namespace doctest
+
+TEST_CASE_FIXTURE(Configuration, "profiles are the sections in the section of that name") {
+    process.machine.CheckAlignment(true);
+    const std::string head = "<?xml version=\"1.0\"?>\r\n<ConfigDoc name=\"d\">\r\n";
+    Write("documented.exm", head +
+                                "  <Section name=\"Profiles\">\n"
+                                "    <Section name=\"Document\"><Key name=\"Resolution\">2</Key></Section>\n"
+                                "    <!-- takes a slot -->\n"
+                                "    <Section name=\"Close-up\"/>\n"
+                                "    <Section name=\"Gone\" flags=\"1\"/>\n"
+                                "    <Section/>\n"
+                                "  </Section>\n</ConfigDoc>");
+    CHECK(Profiles(u"\\documented.exm") == Padded({u"Document", u"-", u"Close-up", u"-", u"Close-up"}));
+
+    struct Case {
+        const char* content;
+        Slots slots;
+    };
+    const Case cases[] = {
+        {"<Section name=\"Profiles\"/>", Padded({})},
+        {"<Section name=\"Profiles\"><Section name=\"A\"/><Key name=\"K\"/><Section name=\"B\" flags=\"2\"/>"
+         "</Section>",
+         Padded({u"A", u"-", u"B"})},
+        {"<Section name=\"Profiles\"><Section flags=\"0\"/><Section name=\"&#220;bersicht &amp; "
+         "Plan\"/></Section>",
+         Padded({u"-", u"\u00DCbersicht & Plan"})},
+        {"<Section name=\"Profiles\" flags=\"1\"><Section name=\"A\"/></Section>"
+         "<Section name=\"Profiles\"><Section name=\"B\"/></Section>",
+         Padded({u"B"})},
+        {"<Section name=\"profiles\"><Section name=\"A\"/></Section>", {}},
+        {"<Section name=\"Profiles\"><Section name=\"A\"></Section>", {}},  // no XML
+    };
+    for (const Case& one : cases) {
+        CAPTURE(std::string(one.content));
+        Write("case.exm", head + one.content + "</ConfigDoc>");
+        CHECK(Profiles(u"\\case.exm") == one.slots);
+    }
+    for (const size_t count : {kSlots, kSlots + 1}) {
+        std::string sections;
+        Slots names;
+        for (size_t i = 0; i < count; ++i) {
+            sections += "<Section name=\"P" + std::to_string(i) + "\"/>";
+            const std::string name = "P" + std::to_string(i);
+            names.emplace_back(name.begin(), name.end());
+        }
+        Write("many.exm", head + "<Section name=\"Profiles\">" + sections + "</Section></ConfigDoc>");
+        CHECK(Profiles(u"\\many.exm") == (count == kSlots ? names : Slots()));
+    }
+    const std::string body = "<Section name=\"Profiles\"><Section name=\"A\"/></Section>";
+    Write("deleted.exm", "<ConfigDoc flags=\"1\">" + body + "</ConfigDoc>");
+    Write("other.exm", "<Config>" + body + "</Config>");
+    Write("dtd.exm", "<!DOCTYPE ConfigDoc [<!ENTITY e \"x\">]><ConfigDoc>" + body + "</ConfigDoc>");
+    for (const char16_t* name : {u"\\deleted.exm", u"\\other.exm", u"\\dtd.exm", u"\\absent.exm"})
+        CHECK(Profiles(name).empty());
+    process.heap.Validate();
+    CHECK(ReferencedObjects(process) == "");
+    CHECK(process.heap.LeakedSince(mark) == "");
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(Configuration,
+                  "no allocation that fails while profiles are read loses or breaks anything") {
+    Write(
+        "p.exm",
+        "<ConfigDoc><Section name=\"Profiles\"><Section name=\"A\"/><Section/><Section name=\"B\"/></Section>"
+        "</ConfigDoc>");
+    const u32 out = HostMemory(process, 4), name = process.NewText(u"\\p.exm");
+    // A thread's first exception leaves a record that lasts as long as the thread.
+    process.heap.FailAfter(1);
+    REQUIRE(Cam("GetProfiles", {name, out}) == 0);
+    REQUIRE(process.heap.FailAfter(-1));
+    mark = process.heap.Mark();
+    int refused = 0;
+    for (int allocations = 0; allocations < 200; ++allocations) {
+        CAPTURE(allocations);
+        process.machine.Write(out, kUntouched);
+        process.heap.FailAfter(allocations);
+        REQUIRE(Cam("GetProfiles", {name, out}) == 0);
+        const bool used = process.heap.FailAfter(-1);
+        if (!used) {
+            REQUIRE(process.machine.Read<u32>(out) != kUntouched);
+            break;
+        }
+        ++refused;
+        if (process.machine.Read<u32>(out) == kUntouched) {
+            REQUIRE(process.heap.LeakedSince(mark) == "");
+        } else {
+            // A name that could not be read is none.
+            const u32 block = process.machine.Read<u32>(out);
+            std::set<u32> texts;
+            for (u32 i = 0; i < kSlots; ++i) texts.insert(process.machine.Read<u32>(block + 4 * i));
+            for (const u32 text : texts) process.heap.Free(text);
+            process.heap.Free(block);
+            REQUIRE(process.heap.LeakedSince(mark) == "");
+        }
+        REQUIRE(ReferencedObjects(process) == "");
+        REQUIRE(process.Handles() == handles);
+    }
+    CHECK(refused > 5);
+}
+
+TEST_CASE_FIXTURE(Configuration, "settings from an INI file are applied in their order") {
+    process.machine.CheckAlignment(true);
+    Write("cam.ini",
+          "; Brightness=1\n[Other]\nBrightness=99\n[Camera]\r\nBrightness=-7\r\nAUTOFOCUS=0\nFlash=2\n"
+          "Resolution=3\nColor=0\nFocusMin=0x10\nFocusMax=010\nFocusStep= 7\nFocusFixed=44 and more\n"
+          "Zoom = 9\nBrightness=12=13\n[]\nFlash=3\n[Last]\nColor=5\n");
+    CHECK(SettingsOf(u"\\cam.ini", u"camera") == Values{12, 0, 3, 0, 16, 8, 7, 44, 1}.Settings());
+    CHECK(resolution == std::pair(640, 480));
+    // The resolution comes between flash and colour.
+    CHECK(CallsOf(process, {"IAMVideoProcAmp", "IAMCameraControl", "IAMStreamConfig::SetFormat"}) ==
+          std::vector<std::string>{"IAMVideoProcAmp::Set", "IAMCameraControl::Set", "IAMCameraControl::Set",
+                                   "IAMStreamConfig::SetFormat", "IAMVideoProcAmp::Set",
+                                   "IAMCameraControl::Set", "IAMCameraControl::Set", "IAMCameraControl::Set",
+                                   "IAMCameraControl::Set", "IAMCameraControl::Set"});
+    // A section that is not there leaves what is preset, and the resolution with index 1.
+    CHECK(SettingsOf(u"\\cam.ini", u"absent") == Values().Settings());
+    CHECK(resolution == std::pair(320, 240));
+    // A file that is not there sets nothing.
+    CHECK(SettingsOf(u"\\absent.ini", u"camera").empty());
+    CHECK(SettingsOf(u"\\absent.pro", u"camera").empty());
+    CHECK(SettingsOf(u"\\absent.exm", u"camera").empty());
+    CHECK(ReferencedObjects(process) == "");
+    CHECK(process.heap.LeakedSince(mark) == "");
+}
+
+TEST_CASE_FIXTURE(Configuration, "settings from an XML document are applied in their order, and read once") {
+    process.machine.CheckAlignment(true);
+    const std::string xml =
+        "<?xml version=\"1.0\"?>\n<ConfigDoc name=\"x\">\n <QVXReserved><Key "
+        "name=\"Zoom\">77</Key></QVXReserved>\n"
+        " <Key name=\"Zoom\">78</Key>\n"
+        " <Section name=\"Camera\" flags=\"1\"><Key name=\"Zoom\">79</Key></Section>\n"
+        " <Section name=\"CAMERA\">\n  <Key name=\"brightness\">-3</Key>\n"
+        "  <Key name=\"Autofocus\"><!-- none --><![CDATA[0x2]]></Key>\n  <Key name=\"Flash\"/>\n"
+        "  <Key name=\"Resolution\">2</Key>\n  <Key name=\"Color\" flags=\"1\">0</Key>\n"
+        "  <Key name=\"FocusMin\" flags=\"32\">011</Key>\n  <Key name=\"FocusMax\"><Key/></Key>\n"
+        "  <Section name=\"Inner\"><Key name=\"FocusStep\">3</Key></Section>\n"
+        "  <Key name=\"FocusFixed\">151</Key>\n </Section>\n</ConfigDoc>\n";
+    Write("cam.exm", xml);
+    // A key without content is an empty text, and so 0; one with other content keeps what is preset.
+    const auto expected = Values{-3, 2, 0, 1, 9, 200, 8, 151, 1}.Settings();
+    CHECK(SettingsOf(u"\\cam.exm", u"camera") == expected);
+    CHECK(resolution == std::pair(161, 101));
+    CHECK(parser.loads == 1);
+    CHECK(SettingsOf(u"\\cam.exm", u"Camera") == expected);
+    CHECK(parser.loads == 1);
+    // A name without extension means the XML document rather than the INI file.
+    Write("cam.ini", "[Camera]\nZoom=5\n");
+    CHECK(SettingsOf(u"\\cam", u"camera") == expected);
+    CHECK(parser.loads == 1);
+    const auto file = process.folder + "/cam.exm";
+    std::filesystem::last_write_time(file, std::filesystem::last_write_time(file) + std::chrono::seconds(3));
+    CHECK(SettingsOf(u"\\cam", u"camera") == expected);
+    CHECK(parser.loads == 2);
+    // XML is told by its first line, whatever the file is called; and so is what is none.
+    Write("xml.ini", xml);
+    CHECK(SettingsOf(u"\\xml.ini", u"camera") == expected);
+    Write("ini.exm", "[Camera]\nZoom=5\n");
+    CHECK(SettingsOf(u"\\ini.exm", u"camera") == Values{.zoom = 5}.Settings());
+    std::filesystem::remove(file);
+    CHECK(SettingsOf(u"\\cam", u"camera") == Values{.zoom = 5}.Settings());
+    // Of all documents only the one read last is still held, for the next start.
+    CHECK(ReferencedObjects(process) == "  XML document (1)\n");
+
+    Write("broken.exm", "<?xml version=\"1.0\"?>\n<ConfigDoc><Section name=\"Camera\">");
+    CHECK(SettingsOf(u"\\broken.exm", u"camera").empty());
+    CHECK(ReferencedObjects(process) == "");
+    CHECK(process.heap.LeakedSince(mark) == "");
+}
+
+TEST_CASE_FIXTURE(Configuration, "the first setting that the camera refuses is the last that is tried") {
+    Write("cam.ini", "[Camera]\nFlash=2\nResolution=1\nFocusMax=8\n");
+    const auto all = Values{.flash = 2, .maximum = 8}.Settings();
+    const auto until = [&](size_t count) {
+        return std::vector<CaptureFilter::Setting>(all.begin(),
+                                                   all.begin() + static_cast<std::ptrdiff_t>(count));
+    };
+    auto& camera = platform.capture.cameraProperties;
+    REQUIRE(SettingsOf(u"\\cam.ini", u"Camera") == all);
+    camera[51].maximum = 7;
+    CHECK(SettingsOf(u"\\cam.ini", u"Camera") == until(6));
+    CHECK(resolution == std::pair(320, 240));
+    camera.erase(7);
+    CHECK(SettingsOf(u"\\cam.ini", u"Camera") == until(3));
+    CHECK(resolution == std::pair(320, 240));  // the driver's own memory of it
+    camera[7] = {0, 9, 1, 0, 0, 2};
+    Write("cam.ini", "[Camera]\nFlash=2\nResolution=4\n");
+    CHECK(SettingsOf(u"\\cam.ini", u"Camera") == until(3));
+    auto& boxes = process.Attachment<Windows>("windows").boxes;
+    REQUIRE(boxes.size() == 1);
+    CHECK(boxes[0].first == u"Error setting resolution");
+}

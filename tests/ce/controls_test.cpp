@@ -1,0 +1,315 @@
+// The camera's properties and resolutions on ARM code: what the driver is asked, in which order, and what happens when it refuses.
+#include "camera_fixture.h"
+
+using namespace ce;
+
+namespace {
+
+constexpr i32 kInvalid = 3;
+constexpr u32 kRefused = 0x80041234;
+const std::vector<VideoFormat> kStills = {
+    {kSubtypeYuy2, 160, 120}, {kSubtype565, 320, 240}, {kSubtypeYuy2, 161, -101}, {kSubtypeYuy2, 640, 480}};
+
+using Boxes = std::vector<std::pair<std::u16string, std::u16string>>;
+const Boxes::value_type kNotSet = {u"Error setting resolution", u"GraphManager"};
+const Boxes::value_type kNotReconnected = {u"Couldn't reconnect", u"SetStillImageResolution"};
+
+struct Controls : Fixture {
+    struct Step {
+        std::string call;
+        u64 at;
+    };
+
+    // The calls that `call` makes on the graph and its pins' settings, with their times; the time at which it returns stands at the end.
+    template <typename F>
+    std::vector<Step> Watch(F call) {
+        std::vector<Step> steps;
+        Calls(process).onCall = [&](const std::string& name) {
+            for (const char* watched : {"IMediaControl::", "IVideoWindow::", "ICaptureGraphBuilder2::",
+                                        "IAMStreamConfig::", "IGraphBuilder::", "IEnumMediaTypes::"}) {
+                if (!name.starts_with(watched)) continue;
+                steps.push_back({name, process.scheduler.Now()});
+                // Its parting and joining happen without a window's owner, its running with one.
+                if (name == "IMediaControl::Pause") CHECK(platform.graph->windowOwner == 0);
+                if (name == "IMediaControl::Run") CHECK(platform.graph->windowOwner == kOwner);
+            }
+        };
+        call();
+        Calls(process).onCall = nullptr;
+        steps.push_back({"return", process.scheduler.Now()});
+        return steps;
+    }
+    static std::vector<std::string> Names(const std::vector<Step>& steps) {
+        std::vector<std::string> names;
+        for (const Step& step : steps) names.push_back(step.call);
+        return names;
+    }
+    Boxes TakeBoxes() { return std::exchange(process.Attachment<Windows>("windows").boxes, {}); }
+    // Height and width.
+    std::pair<i32, i32> Dimensions(i32 index) {
+        const u32 place = HostMemory(process, 8);
+        REQUIRE(Cam("GetResolutionDimensions", {place, place + 4, static_cast<u32>(index)}) == 0);
+        return {process.machine.Read<i32>(place), process.machine.Read<i32>(place + 4)};
+    }
+    void CheckPicture(const VideoFormat& format) {
+        REQUIRE(Snap(u"\\p.bmp") == 0);
+        CHECK(Compare(Decode(process.folder + "/p.bmp"), format).worst <= 4);
+    }
+    void CheckNothingLeft(u32 mark) {
+        REQUIRE(Cam("ShutDown") == 0);
+        process.heap.Validate();
+        CHECK(ReferencedObjects(process) == "");
+        CHECK(process.heap.LeakedSince(mark) == "");
+        CHECK(process.Handles() == handles);
+    }
+};
+
+const std::vector<std::string> kReconnecting = {
+    "ICaptureGraphBuilder2::FindInterface",
+    "IAMStreamConfig::GetNumberOfCapabilities",
+    "IAMStreamConfig::GetStreamCaps",
+    "IGraphBuilder::Disconnect",
+    "IGraphBuilder::Disconnect",
+    "IAMStreamConfig::SetFormat",
+    "IEnumMediaTypes::Reset",
+    "IEnumMediaTypes::Next",
+    "IGraphBuilder::ConnectDirect",
+};
+
+}  // namespace
+
+TEST_CASE_FIXTURE(Controls, "properties reach the driver's two sets under their numbers") {
+    process.machine.CheckAlignment(true);
+    constexpr u32 kIdentifier = 0xFFFFFFFF;
+    auto& video = platform.capture.videoProperties;
+    auto& camera = platform.capture.cameraProperties;
+    video[kIdentifier] = {0, 0, 0, 0, 4711, 0};
+    video[8] = {1, 9, 2, 3, 5, 1};
+    camera[0] = {-180, 180, 5, 0, -45, 3};
+    camera[71] = {-3, 3, 1, 1, 2, 2};
+    const u32 mark = process.heap.Mark();
+    REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
+    const u32 place = HostMemory(process, 20);
+    const auto word = [&](u32 index) { return process.machine.Read<i32>(place + 4 * index); };
+
+    struct Case {
+        u32 id;
+        std::map<u32, CaptureFilter::Property>& set;
+        u32 number;
+        const char* interface;
+        i32 fresh;
+    };
+    const Case cases[] = {{0, video, 0, "IAMVideoProcAmp", -77},
+                          {8, video, 8, "IAMVideoProcAmp", 9},
+                          {9, camera, 0, "IAMCameraControl", 180},
+                          {12, camera, 3, "IAMCameraControl", 400},
+                          {80, camera, 71, "IAMCameraControl", -3}};
+    for (const Case& one : cases) {
+        CAPTURE(one.id);
+        Calls(process).calls.clear();
+        auto& property = one.set.at(one.number);
+        REQUIRE(Cam("GetPropertyRange", {one.id, place, place + 4, place + 8, place + 12, place + 16}) == 0);
+        CHECK(std::vector{word(0), word(1), word(2), word(3)} ==
+              std::vector{property.minimum, property.maximum, property.step, property.preset});
+        CHECK(static_cast<u32>(word(4)) == property.flags);
+        REQUIRE(Cam("GetProperty", {one.id, place, place + 4}) == 0);
+        CHECK(word(0) == property.value);
+        CHECK(word(1) == 2);
+        REQUIRE(Cam("SetProperty", {one.id, static_cast<u32>(one.fresh), 1}) == 0);
+        CHECK(property.value == one.fresh);
+        CHECK(property.mode == 1);
+        REQUIRE(Cam("GetProperty", {one.id, place, place + 4}) == 0);
+        CHECK(word(0) == one.fresh);
+        CHECK(word(1) == 1);
+        // The driver's refusal is passed on, and nothing changes.
+        CHECK(Cam("SetProperty", {one.id, 0x7FFFFFFF, 2}) == kInvalid);
+        CHECK(property.value == one.fresh);
+        CHECK(property.mode == 1);
+        const std::string interface = one.interface;
+        CHECK(CallsOf(process, {"IAM"}) ==
+              std::vector<std::string>{interface + "::GetRange", interface + "::Get", interface + "::Set",
+                                       interface + "::Get", interface + "::Set"});
+    }
+
+    REQUIRE(Cam("GetCameraID", {place}) == 0);
+    CHECK(word(0) == 4711);
+    CHECK(Cam("GetProperty", {kIdentifier, place, place + 4}) == 0);
+    Calls(process).calls.clear();
+    for (const u32 id : {kIdentifier, u32{81}}) {
+        CHECK(Cam("SetProperty", {id, 1, 2}) == kInvalid);
+        CHECK(Cam("GetPropertyRange", {id, place, place + 4, place + 8, place + 12, place + 16}) == kInvalid);
+    }
+    CHECK(Cam("GetProperty", {81, place, place + 4}) == kInvalid);
+    CHECK(Cam("GetProperty", {0, 0, place}) == kInvalid);
+    CHECK(Cam("GetPropertyRange", {9, place, place, place, place, 0}) == kInvalid);
+    CHECK(CallsOf(process, {"IAM"}).empty());
+    // A number that the driver does not know.
+    CHECK(Cam("GetProperty", {79, place, place + 4}) == kInvalid);
+    CheckNothingLeft(mark);
+}
+
+TEST_CASE_FIXTURE(Controls, "resolutions are the still pin's capabilities") {
+    process.machine.CheckAlignment(true);
+    const u32 mark = process.heap.Mark();
+    REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
+    const u32 place = HostMemory(process, 8);
+    CHECK(Cam("GetResolutionCount", {0}) == kInvalid);
+    // While the driver does not answer there are none; asked again, the answer is kept.
+    Calls(process).faults = {{"IAMStreamConfig::GetNumberOfCapabilities", kRefused}};
+    REQUIRE(Cam("GetResolutionCount", {place}) == 0);
+    CHECK(process.machine.Read<u32>(place) == 0);
+    Calls(process).faults.clear();
+    Calls(process).calls.clear();
+    for (int i = 0; i < 3; ++i) {
+        REQUIRE(Cam("GetResolutionCount", {place}) == 0);
+        CHECK(process.machine.Read<u32>(place) == kStills.size());
+    }
+    CHECK(CallsOf(process, {"IAMStreamConfig"}).size() == 1);
+
+    for (size_t i = 0; i < kStills.size(); ++i)
+        CHECK(Dimensions(static_cast<i32>(i)) == std::pair(std::abs(kStills[i].height), kStills[i].width));
+    CHECK(Dimensions(-1) == std::pair(120, 160));
+    REQUIRE(Cam("SetResolution", {2}) == 0);
+    CHECK(Dimensions(-1) == std::pair(101, 161));
+
+    const auto refuses = [&](u32 index) {
+        process.machine.Write(place, 77);
+        CHECK(Cam("GetResolutionDimensions", {place, place + 4, index}) == kInvalid);
+        CHECK(process.machine.Read<i32>(place) == 77);
+    };
+    refuses(static_cast<u32>(kStills.size()));
+    CHECK(Cam("GetResolutionDimensions", {0, place, 0}) == kInvalid);
+    // A driver that needs more room for its record than the system defines gets it.
+    platform.capture.still.capabilityBytes = 200;
+    CHECK(Dimensions(3) == std::pair(480, 640));
+    platform.capture.still.capabilityBytes = 128;
+
+    constexpr u32 kFormatAt = 44, kBlockSizeAt = 64;
+    auto& onCapability = platform.capture.still.onCapability;
+    onCapability = [&](u32 type) { process.machine.Write(type + kBlockSizeAt, 88u); };
+    refuses(0);
+    onCapability = [&](u32 type) { process.machine.Write(type + kBlockSizeAt, 89u); };
+    CHECK(Dimensions(0) == std::pair(120, 160));
+    onCapability = [&](u32 type) { WriteGuid(process.machine, type + kFormatAt, kIidUnknown); };
+    refuses(0);
+    onCapability = nullptr;
+    for (const char* call : {"ICaptureGraphBuilder2::FindInterface",
+                             "IAMStreamConfig::GetNumberOfCapabilities", "IAMStreamConfig::GetStreamCaps"}) {
+        CAPTURE(std::string(call));
+        Calls(process).faults = {{call, kRefused}};
+        refuses(1);
+        Calls(process).faults.clear();
+    }
+    CheckNothingLeft(mark);
+}
+
+TEST_CASE_FIXTURE(Controls, "a resolution is set with the preview halted, in its order and with its pauses") {
+    process.machine.CheckAlignment(true);
+    const u32 mark = process.heap.Mark();
+    Start();
+    std::vector<std::string> expected = {"IMediaControl::GetState", "IVideoWindow::put_Owner",
+                                         "IMediaControl::Pause", "IMediaControl::Stop"};
+    expected.insert(expected.end(), kReconnecting.begin(), kReconnecting.end());
+    expected.insert(expected.end(), {"IVideoWindow::put_Owner", "IMediaControl::Run", "return"});
+    process.machine.CheckAlignment(false);
+    for (const u32 index : {1u, 2u, 3u, 0u}) {
+        CAPTURE(index);
+        i32 result = -1;
+        const auto steps = Watch([&] { result = Cam("SetResolution", {index}); });
+        REQUIRE(result == 0);
+        REQUIRE(Names(steps) == expected);
+        CHECK(steps[2].at - steps[1].at == 100);    // the window's owner, then the halt
+        CHECK(steps[4].at - steps[3].at == 100);    // halted, then the pins
+        CHECK(steps[14].at - steps[13].at == 100);  // the owner again, then the run
+        CHECK(steps[15].at - steps[14].at == 200);
+        CHECK(State() == 3);
+        CheckPicture(kStills[index]);
+        const u32 frames = platform.renderer.input.frames;
+        process.scheduler.Sleep(200);
+        CHECK(platform.renderer.input.frames > frames);
+    }
+    CHECK(TakeBoxes().empty());
+    CheckNothingLeft(mark);
+}
+
+TEST_CASE_FIXTURE(Controls, "a resolution set while nothing runs neither touches the window nor waits") {
+    const u32 mark = process.heap.Mark();
+    REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
+    REQUIRE(Cam("SetEventsWindow", {kEvents}) == 0);
+    std::vector<std::string> expected = {"IMediaControl::GetState"};
+    expected.insert(expected.end(), kReconnecting.begin(), kReconnecting.end());
+    expected.push_back("return");
+    // Before the first preview, and after one.
+    for (const u32 index : {2u, 1u}) {
+        i32 result = -1;
+        const auto steps = Watch([&] { result = Cam("SetResolution", {index}); });
+        REQUIRE(result == 0);
+        CHECK(Names(steps) == expected);
+        CHECK(steps.back().at == steps.front().at);
+        REQUIRE(Cam("StartPreview") == 0);
+        CheckPicture(kStills[index]);
+        REQUIRE(Cam("StopPreview") == 0);
+    }
+    CHECK(TakeBoxes().empty());
+    CheckNothingLeft(mark);
+}
+
+TEST_CASE_FIXTURE(Controls,
+                  "a resolution that cannot be set is reported, and the next one joins the pins again") {
+    const u32 mark = process.heap.Mark();
+    for (const bool previewing : {false, true}) {
+        CAPTURE(previewing);
+        REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
+        REQUIRE(Cam("SetEventsWindow", {kEvents}) == 0);
+        if (previewing) REQUIRE(Cam("StartPreview") == 0);
+        struct Case {
+            const char* call;
+            u32 result;
+            Boxes boxes;
+            bool parted;
+        };
+        const Case cases[] = {
+            {"ICaptureGraphBuilder2::FindInterface", kRefused, {kNotSet}, false},
+            {"IAMStreamConfig::GetNumberOfCapabilities", kRefused, {kNotSet}, false},
+            {"IAMStreamConfig::GetStreamCaps", kRefused, {kNotSet}, false},
+            {"IGraphBuilder::Disconnect", kRefused, {kNotSet}, false},
+            {"IAMStreamConfig::SetFormat", kRefused, {kNotSet}, true},
+            {"IEnumMediaTypes::Next", kFalse, {kNotSet}, true},  // no type that the sink could take
+            {"IGraphBuilder::ConnectDirect", kRefused, {kNotReconnected, kNotSet}, true},
+        };
+        for (const Case& one : cases) {
+            CAPTURE(std::string(one.call));
+            Calls(process).faults = {{one.call, one.result}};
+            i32 result = 0;
+            const auto names = Names(Watch([&] { result = Cam("SetResolution", {3}); }));
+            Calls(process).faults.clear();
+            CHECK(result == kInvalid);
+            CHECK(TakeBoxes() == one.boxes);
+            CHECK(platform.capture.still.Connected() == !one.parted);
+            // What ran runs again, and nothing else does.
+            CHECK(std::count(names.begin(), names.end(), "IMediaControl::Run") == previewing);
+            CHECK(platform.graph->state == (previewing ? 2 : 0));
+            CHECK(platform.graph->windowOwner == (previewing ? kOwner : 0));
+            REQUIRE(Cam("SetResolution", {1}) == 0);
+            CHECK(TakeBoxes().empty());
+            CHECK(platform.capture.still.Connected());
+        }
+        if (previewing) CheckPicture(kStills[1]);
+
+        for (const u32 index : {static_cast<u32>(kStills.size()), 0xFFFFFFFFu}) {
+            CHECK(Cam("SetResolution", {index}) == kInvalid);
+            CHECK(TakeBoxes() == Boxes{kNotSet});
+        }
+        platform.capture.still.capabilityBytes = 120;
+        CHECK(Cam("SetResolution", {0}) == kInvalid);
+        CHECK(TakeBoxes() == Boxes{kNotSet});
+        platform.capture.still.capabilityBytes = 128;
+        if (previewing) CheckPicture(kStills[1]);
+        // The end comes while the pins are apart.
+        Calls(process).faults = {{"IGraphBuilder::ConnectDirect", kRefused}};
+        CHECK(Cam("SetResolution", {0}) == kInvalid);
+        Calls(process).faults.clear();
+        TakeBoxes();
+        CheckNothingLeft(mark);
+    }
+}

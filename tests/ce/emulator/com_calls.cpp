@@ -1,0 +1,120 @@
+// ole32 and oleaut32: classes, BSTRs, VARIANTs.
+#include "emulator/com_object.h"
+
+namespace ce {
+
+namespace {
+
+const std::string kOle = "ole32.dll", kAutomation = "oleaut32.dll";
+constexpr u16 kVariantBstr = 8, kVariantDispatch = 9, kVariantUnknown = 13;
+constexpr u32 kVariantBytes = 16;
+constexpr u32 kModeChanged = 0x80010106;
+
+struct Apartments {
+    std::map<u32, int> entered;  // by thread
+};
+
+using Classes = std::map<Guid, Creator>;
+
+u32 Create(Process& process, u32 clsid, u32 iid, u32 out) {
+    process.machine.Write(out, 0u);
+    const Guid wanted = ReadGuid(process.machine, clsid);
+    auto& log = Calls(process);
+    log.calls.push_back("CoCreateInstance " + FormatGuid(wanted));
+    if (const auto fault = log.faults.find("CoCreateInstance " + FormatGuid(wanted));
+        fault != log.faults.end())
+        return fault->second;
+    auto& classes = process.Attachment<Classes>("classes");
+    const auto found = classes.find(wanted);
+    if (found == classes.end()) return kClassNotRegistered;
+    u32 result = kNoInterface;
+    const u32 pointer = found->second(ReadGuid(process.machine, iid), result);
+    process.machine.Write(out, pointer);
+    return pointer ? kOk : result;
+}
+
+void BindBstrs(Process& p) {
+    auto& m = p.machine;
+    p.Bind(kAutomation, "SysAllocString",
+           [&p](u32 text) -> u32 { return text ? AllocateBstr(p, p.machine.Text(text)) : 0; });
+    p.Bind(kAutomation, "SysAllocStringLen", [&p](u32 text, u32 length) -> u32 {
+        std::u16string units(length, u'\0');
+        for (u32 i = 0; text && i < length; ++i)
+            units[i] = static_cast<char16_t>(p.machine.Read<u16>(text + 2 * i));
+        return AllocateBstr(p, units);
+    });
+    p.Bind(kAutomation, "SysFreeString", [&p](u32 text) {
+        if (text) p.heap.Free(text - 4);
+    });
+    p.Bind(kAutomation, "SysStringLen",
+           [&m](u32 text) -> u32 { return text ? m.Read<u32>(text - 4) / 2 : 0; });
+    p.Bind(kAutomation, "SysStringByteLen",
+           [&m](u32 text) -> u32 { return text ? m.Read<u32>(text - 4) : 0; });
+}
+
+void BindVariants(Process& p) {
+    const auto clear = [&p](u32 variant) -> u32 {
+        const u16 type = p.machine.Read<u16>(variant);
+        const u32 value = p.machine.Read<u32>(variant + 8);
+        p.machine.Write(variant, u16{0});
+        if (type == kVariantBstr && value) p.heap.Free(value - 4);
+        if ((type == kVariantDispatch || type == kVariantUnknown) && value) Release(p, value);
+        return kOk;
+    };
+    p.Bind(kAutomation, "VariantInit", [&p](u32 variant) { p.machine.Write(variant, u16{0}); });
+    p.Bind(kAutomation, "VariantClear", clear);
+    p.Bind(kAutomation, "VariantCopy", [&p, clear](u32 to, u32 from) -> u32 {
+        if (to == from) return kOk;
+        clear(to);
+        for (u32 i = 0; i < kVariantBytes; i += 4) p.machine.Write(to + i, p.machine.Read<u32>(from + i));
+        const u16 type = p.machine.Read<u16>(from);
+        const u32 value = p.machine.Read<u32>(from + 8);
+        if (type == kVariantBstr && value) {
+            const u32 copy = AllocateBstr(p, p.machine.Text(value));
+            p.machine.Write(to + 8, copy);
+            if (!copy) return p.machine.Write(to, u16{0}), kOutOfMemory;
+        }
+        if ((type == kVariantDispatch || type == kVariantUnknown) && value) CallMethod(p, value, 1);
+        return kOk;
+    });
+}
+
+}  // namespace
+
+void RegisterClass(Process& process, const Guid& clsid, Creator creator) {
+    process.Attachment<Classes>("classes")[clsid] = std::move(creator);
+}
+
+void BindCom(Process& p) {
+    p.Bind(kOle, "CoInitializeEx", [&p](u32, u32 mode) -> u32 {
+        if (mode != 0)
+            return kModeChanged;  // the only apartment there is on the system is the free-threaded one
+        return p.Attachment<Apartments>("apartments").entered[p.scheduler.Current().id]++ ? kFalse : kOk;
+    });
+    p.Bind(kOle, "CoUninitialize", [&p] {
+        if (--p.Attachment<Apartments>("apartments").entered[p.scheduler.Current().id] < 0) {
+            throw Failure("CoUninitialize without CoInitializeEx\n" + p.machine.Backtrace());
+        }
+    });
+    p.Bind(kOle, "CoCreateInstance",
+           [&p](u32 clsid, u32, u32, u32 iid, u32 out) { return Create(p, clsid, iid, out); });
+    p.Bind(kOle, "CoTaskMemAlloc", [&p](u32 size) { return p.heap.Allocate(size); });
+    p.Bind(kOle, "CoTaskMemFree", [&p](u32 block) { p.heap.Free(block); });
+    p.Bind(kOle, "CoTaskMemRealloc", [&p](u32 block, u32 size) { return p.heap.Resize(block, size); });
+    p.Bind(kOle, "StringFromGUID2", [&p](u32 guid, u32 out, u32 room) -> u32 {
+        const std::string text = FormatGuid(ReadGuid(p.machine, guid));
+        if (room < text.size() + 1) return 0;
+        for (size_t i = 0; i <= text.size(); ++i)
+            p.machine.Write(out + 2 * static_cast<u32>(i), static_cast<u16>(text.c_str()[i]));
+        return static_cast<u32>(text.size() + 1);
+    });
+    p.Bind(kOle, "CLSIDFromString", [&p](u32 text, u32 out) -> u32 {
+        const std::u16string wide = p.machine.Text(text);
+        WriteGuid(p.machine, out, ParseGuid(std::string(wide.begin(), wide.end())));
+        return kOk;
+    });
+    BindBstrs(p);
+    BindVariants(p);
+}
+
+}  // namespace ce

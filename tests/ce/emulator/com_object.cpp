@@ -1,0 +1,170 @@
+#include "emulator/com_object.h"
+
+#include <cctype>
+#include <cstring>
+
+namespace ce {
+
+namespace {
+
+constexpr u32 kArena = 0x50000000, kArenaBytes = 0x02000000;
+
+struct Arena {
+    u32 next = 0;
+};
+
+struct HostObjects {
+    std::vector<HostObject*> all;
+};
+
+}  // namespace
+
+Guid ParseGuid(std::string_view text) {
+    std::array<u8, 16> digits{};
+    size_t count = 0;
+    for (const char c : text) {
+        if (!std::isxdigit(static_cast<unsigned char>(c)) || count == 32) continue;
+        const u8 value = static_cast<u8>(c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
+        digits[count / 2] = static_cast<u8>(digits[count / 2] << 4 | value);
+        ++count;
+    }
+    if (count != 32) throw Failure("no GUID: " + std::string(text));
+    // The first three fields are numbers, stored with their low byte first.
+    return {{digits[3], digits[2], digits[1], digits[0], digits[5], digits[4], digits[7], digits[6],
+             digits[8], digits[9], digits[10], digits[11], digits[12], digits[13], digits[14], digits[15]}};
+}
+
+Guid ReadGuid(Machine& machine, u32 address) {
+    return machine.Read<Guid>(address);
+}
+
+void WriteGuid(Machine& machine, u32 address, const Guid& guid) {
+    machine.Write(address, guid);
+}
+
+std::string FormatGuid(const Guid& guid) {
+    const auto& b = guid.bytes;
+    char text[40];
+    std::snprintf(text, sizeof text, "{%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
+                  b[3], b[2], b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13],
+                  b[14], b[15]);
+    return text;
+}
+
+CallLog& Calls(Process& process) {
+    return process.Attachment<CallLog>("calls");
+}
+
+MethodEntry Unused(std::string name) {
+    return {std::move(name), [](Arguments&) -> u64 { return kNotImplemented; }};
+}
+
+u32 HostMemory(Process& process, u32 size) {
+    auto& arena = process.Attachment<Arena>("host memory");
+    if (arena.next == 0) {
+        process.machine.Map(kArena, kArenaBytes);
+        arena.next = kArena;
+    }
+    const u32 address = arena.next;
+    arena.next += (size + 7) / 8 * 8;
+    if (arena.next > kArena + kArenaBytes) throw Failure("the host's memory is used up");
+    return address;
+}
+
+HostObject::HostObject(Process& process, std::string name)
+    : process_(process), machine_(process.machine), name_(std::move(name)) {
+    process.Attachment<HostObjects>("host objects").all.push_back(this);
+}
+
+u32 HostObject::Interface(const Guid& iid) const {
+    if (iid == kIidUnknown) return first_;
+    const auto found = interfaces_.find(iid);
+    return found == interfaces_.end() ? 0 : found->second;
+}
+
+u32 HostObject::Query(const Guid& iid) {
+    const u32 pointer = Interface(iid);
+    if (pointer) ++references_;
+    return pointer;
+}
+
+u32 HostObject::ReleaseReference() {
+    if (references_ <= 0)
+        throw Failure(name_ + " was released more often than referred to\n" + machine_.Backtrace());
+    if (--references_ == 0) OnLastRelease();
+    return static_cast<u32>(references_);
+}
+
+void HostObject::Implement(const Guid& iid, const std::string& interfaceName,
+                           std::vector<MethodEntry> methods) {
+    std::vector<MethodEntry> all;
+    all.push_back(Method("QueryInterface", [this](u32 wanted, u32 out) -> u32 {
+        const u32 pointer = Query(ReadGuid(machine_, wanted));
+        machine_.Write(out, pointer);
+        return pointer ? kOk : kNoInterface;
+    }));
+    all.push_back(Method("AddRef", [this]() -> u32 { return static_cast<u32>(++references_); }));
+    all.push_back(Method("Release", [this]() -> u32 { return ReleaseReference(); }));
+    for (auto& method : methods) all.push_back(std::move(method));
+
+    const u32 table = HostMemory(process_, 4 * static_cast<u32>(all.size()));
+    for (size_t i = 0; i < all.size(); ++i) {
+        const bool quiet = i < 3;
+        const std::string full = interfaceName + "::" + all[i].name;
+        Handler handler = [this, full, quiet, inner = all[i].handler](Arguments& arguments) -> u64 {
+            arguments.Word();  // the object
+            if (references_ <= 0)
+                throw Failure(full + " on " + name_ + ", to which nobody holds a reference\n" +
+                              machine_.Backtrace());
+            if (quiet) return inner(arguments);
+            auto& log = Calls(process_);
+            log.calls.push_back(full);
+            if (log.onCall) log.onCall(full);
+            const auto fault = log.faults.find(full);
+            if (fault != log.faults.end()) return fault->second;
+            return inner(arguments);
+        };
+        machine_.Write(table + 4 * static_cast<u32>(i), machine_.AddStub(full, std::move(handler)));
+    }
+    const u32 pointer = HostMemory(process_, 8);
+    machine_.Write(pointer, table);
+    if (!first_) first_ = pointer;
+    interfaces_[iid] = pointer;
+}
+
+std::string ReferencedObjects(Process& process) {
+    std::string text;
+    for (const HostObject* object : process.Attachment<HostObjects>("host objects").all) {
+        if (object->References())
+            text += "  " + object->Name() + " (" + std::to_string(object->References()) + ")\n";
+    }
+    return text;
+}
+
+u32 CallMethod(Process& process, u32 pointer, u32 index, std::vector<u32> words) {
+    words.insert(words.begin(), pointer);
+    const u32 table = process.machine.Read<u32>(pointer);
+    return static_cast<u32>(process.machine.Call(process.machine.Read<u32>(table + 4 * index), words));
+}
+
+u32 QueryInterface(Process& process, u32 pointer, const Guid& iid) {
+    const u32 place = HostMemory(process, 24);
+    WriteGuid(process.machine, place + 8, iid);
+    const u32 result = CallMethod(process, pointer, 0, {place + 8, place});
+    return result == kOk ? process.machine.Read<u32>(place) : 0;
+}
+
+u32 Release(Process& process, u32 pointer) {
+    return CallMethod(process, pointer, 2);
+}
+
+u32 AllocateBstr(Process& process, std::u16string_view text) {
+    const u32 bytes = static_cast<u32>(2 * text.size());
+    const u32 block = process.heap.Allocate(bytes + 6, true);
+    if (!block) return 0;
+    process.machine.Write(block, bytes);
+    std::memcpy(process.machine.Bytes(block + 4, bytes), text.data(), bytes);
+    return block + 4;
+}
+
+}  // namespace ce

@@ -1,0 +1,102 @@
+// COM in both directions: objects of the test's that the program calls, and calls on the program's objects.
+#pragma once
+
+#include <array>
+#include <initializer_list>
+
+#include "emulator/process.h"
+
+namespace ce {
+
+struct Guid {
+    std::array<u8, 16> bytes{};
+    auto operator<=>(const Guid&) const = default;
+};
+// From the form {F80B6E95-B55A-4619-AEC4-A10EAEDE980C}, with or without braces.
+Guid ParseGuid(std::string_view text);
+Guid ReadGuid(Machine& machine, u32 address);
+void WriteGuid(Machine& machine, u32 address, const Guid& guid);
+std::string FormatGuid(const Guid& guid);
+
+constexpr u32 kOk = 0, kFalse = 1, kNotImplemented = 0x80004001, kNoInterface = 0x80004002,
+              kPointer = 0x80004003, kFail = 0x80004005, kClassNotRegistered = 0x80040154,
+              kInvalidArgument = 0x80070057, kOutOfMemory = 0x8007000E, kUnexpected = 0x8000FFFF;
+const Guid kIidUnknown = ParseGuid("00000000-0000-0000-C000-000000000046");
+
+// The calls on host objects in their order, "IMediaControl::Run", with what matters of the arguments behind a space. A call named in `faults` is not
+// carried out but answered with that result.
+struct CallLog {
+    std::vector<std::string> calls;
+    std::map<std::string, u32> faults;
+    // Told of each call on an object before it is carried out.
+    std::function<void(const std::string& call)> onCall;
+    void Detail(const std::string& text) { calls.back() += " " + text; }
+};
+CallLog& Calls(Process& process);
+
+struct MethodEntry {
+    std::string name;
+    Handler handler;  // the object's own address has been taken from the arguments
+};
+
+template <typename F>
+MethodEntry Method(std::string name, F function) {
+    return {std::move(name), MakeHandler(std::function(std::move(function)))};
+}
+// In the table, but never called by what is tested: answers "not implemented".
+MethodEntry Unused(std::string name);
+
+// An object with as many interfaces as wanted. The program holds references; the host keeps the object alive as long as the process.
+class HostObject {
+  public:
+    HostObject(Process& process, std::string name);
+    virtual ~HostObject() = default;
+    HostObject(const HostObject&) = delete;
+
+    // The interface's address in the program's memory, without a reference. 0: none such.
+    u32 Interface(const Guid& iid) const;
+    // With a reference, as QueryInterface.
+    u32 Query(const Guid& iid);
+    void AddReference() { ++references_; }
+    u32 ReleaseReference();
+    i32 References() const { return references_ - held_; }
+    const std::string& Name() const { return name_; }
+
+  protected:
+    // `methods`: those behind IUnknown's, in the table's order. The first interface also answers for IUnknown.
+    void Implement(const Guid& iid, const std::string& name, std::vector<MethodEntry> methods);
+    virtual void OnLastRelease() {}
+    // The host itself holds it, so that it can be called while the program has no reference.
+    void HoldByHost() { references_ = held_ = 1; }
+    // For an object that took a reference in OnLastRelease to see it through.
+    void DropLastReference() { references_ = 0; }
+
+    Process& process_;
+    Machine& machine_;
+
+  private:
+    std::string name_;
+    std::map<Guid, u32> interfaces_;
+    u32 first_ = 0;
+    i32 references_ = 0;
+    i32 held_ = 0;
+};
+
+// All host objects of the process that the program still refers to, with their counts; empty when it let go of all.
+std::string ReferencedObjects(Process& process);
+
+// Calls method `index` of the program's (or a host's) object at `pointer`.
+u32 CallMethod(Process& process, u32 pointer, u32 index, std::vector<u32> words = {});
+u32 QueryInterface(Process& process, u32 pointer, const Guid& iid);
+u32 Release(Process& process, u32 pointer);
+// Memory for the host's own use in the program's address space; never freed, and not part of its heap.
+u32 HostMemory(Process& process, u32 size);
+
+// CoCreateInstance finds classes here; a creator returns an interface with a reference, or 0 and the reason.
+using Creator = std::function<u32(const Guid& iid, u32& result)>;
+void RegisterClass(Process& process, const Guid& clsid, Creator creator);
+
+// BSTRs.
+u32 AllocateBstr(Process& process, std::u16string_view text);
+
+}  // namespace ce

@@ -1,0 +1,56 @@
+// Drawing objects behind handles.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "emulator/process.h"
+
+namespace ce {
+
+struct Drawable : Object {};
+
+struct Bitmap final : Drawable {
+    std::string Describe() const override {
+        return "bitmap " + std::to_string(width) + " x " + std::to_string(height);
+    }
+    i32 width = 0, height = 0;  // positive height: rows from the bottom up
+    u32 stride = 0;
+    u32 bits = 0;  // a section's pixels, in the program's memory
+    bool ownsBits = false;
+    std::vector<u8> contents;  // a device bitmap's
+};
+
+struct Brush final : Drawable {
+    std::string Describe() const override { return "brush"; }
+    u32 color = 0;
+};
+
+struct DeviceContext final : Object {
+    std::string Describe() const override { return "device context"; }
+    std::shared_ptr<Bitmap> bitmap;
+    u32 bitmapHandle = 0x000B0001;
+    u32 fontHandle = 0x000F0001;
+    u32 textColor = 0;
+    u32 backgroundMode = 2;
+};
+
+// The one font: cells of this size, with every character but the blank in a shape of its own.
+constexpr u32 kGlyphWidth = 8, kGlyphHeight = 12;
+bool GlyphDot(u16 character, u32 x, u32 y);
+
+// One call of ExtTextOutW.
+struct TextOut {
+    std::u16string text;
+    i32 left, top;
+    u32 options, color, backgroundMode, font;
+    bool operator==(const TextOut&) const = default;
+};
+
+// What the program drew, and what it is refused.
+struct Drawing {
+    std::vector<TextOut> texts;
+    bool refuseSections = false;
+};
+
+}  // namespace ce

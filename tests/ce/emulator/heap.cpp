@@ -1,0 +1,108 @@
+#include "emulator/heap.h"
+
+#include <cstring>
+
+namespace ce {
+
+namespace {
+
+constexpr u32 kStart = 0x3A000000;  // not where the upper half of a common floating-point number points
+constexpr u32 kBytes = 0x04000000;
+constexpr u32 kFence = 8;
+constexpr u8 kFenceByte = 0xFD, kFreshByte = 0xCD, kFreedByte = 0xDD;
+
+}  // namespace
+
+Heap::Heap(Machine& machine) : machine_(machine), next_(kStart + kFence) {
+    machine_.Map(kStart, kBytes);
+}
+
+u32 Heap::Allocate(u32 size, bool zeroed) {
+    if (failAfter_ == 0) {
+        failAfter_ = kSpent;
+        return 0;
+    }
+    if (failAfter_ > 0) --failAfter_;
+    if (size > kBytes) return 0;
+    const u32 room = (size + 7) / 8 * 8;
+    u32 address = 0;
+    if (const auto found = free_.find(room); found != free_.end()) {
+        address = found->second;
+        free_.erase(found);
+    } else {
+        if (next_ + room + kFence > kStart + kBytes) return 0;
+        address = next_;
+        next_ += room + kFence;
+    }
+    std::memset(machine_.Bytes(address - kFence, kFence), kFenceByte, kFence);
+    std::memset(machine_.Bytes(address, room), zeroed ? 0 : kFreshByte, room);
+    // What the program may not touch begins right behind the last byte.
+    std::memset(machine_.Bytes(address + size, room - size + kFence), kFenceByte, room - size + kFence);
+    blocks_[address] = {size, room, ++serial_, machine_.Load().r[14]};
+    return address;
+}
+
+u32 Heap::AllocateSurely(u32 size) {
+    const int count = std::exchange(failAfter_, -1);
+    const u32 address = Allocate(size, true);
+    failAfter_ = count;
+    if (!address) throw Failure("the emulated heap is full");
+    return address;
+}
+
+void Heap::CheckFences(u32 address, const Block& block) {
+    const u8* before = machine_.Bytes(address - kFence, kFence);
+    const u8* after = machine_.Bytes(address + block.size, block.room - block.size + kFence);
+    bool whole = true;
+    for (u32 i = 0; i < kFence; ++i) whole = whole && before[i] == kFenceByte;
+    for (u32 i = 0; i < block.room - block.size + kFence; ++i) whole = whole && after[i] == kFenceByte;
+    if (!whole) {
+        throw Failure("the block of " + std::to_string(block.size) + " bytes allocated by " +
+                      machine_.Describe(block.caller) + " was written beyond its ends\n" +
+                      machine_.Backtrace());
+    }
+}
+
+void Heap::Free(u32 address) {
+    if (address == 0) return;
+    const auto found = blocks_.find(address);
+    if (found == blocks_.end()) throw Failure("freed what is no block of the heap\n" + machine_.Backtrace());
+    CheckFences(address, found->second);
+    std::memset(machine_.Bytes(address, found->second.room), kFreedByte, found->second.room);
+    free_.emplace(found->second.room, address);
+    blocks_.erase(found);
+}
+
+u32 Heap::Size(u32 address) {
+    const auto found = blocks_.find(address);
+    if (found == blocks_.end())
+        throw Failure("asked for the size of what is no block of the heap\n" + machine_.Backtrace());
+    return found->second.size;
+}
+
+u32 Heap::Resize(u32 address, u32 size) {
+    if (address == 0) return Allocate(size);
+    const u32 old = Size(address);
+    const u32 moved = Allocate(size);
+    if (moved == 0) return 0;
+    std::memcpy(machine_.Bytes(moved, size), machine_.Bytes(address, old), std::min(old, size));
+    Free(address);
+    return moved;
+}
+
+void Heap::Validate() {
+    for (const auto& [address, block] : blocks_) CheckFences(address, block);
+}
+
+std::string Heap::LeakedSince(u32 mark) const {
+    std::string text;
+    for (const auto& [address, block] : blocks_) {
+        if (block.serial > mark) {
+            text += "  " + std::to_string(block.size) + " bytes allocated by " +
+                    machine_.Describe(block.caller) + "\n";
+        }
+    }
+    return text;
+}
+
+}  // namespace ce

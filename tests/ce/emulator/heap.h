@@ -1,0 +1,47 @@
+// The program's heap, with its book-keeping outside the program's memory: every block has fences, and what is freed twice or written past its end is
+// reported.
+#pragma once
+
+#include <map>
+#include <utility>
+
+#include "emulator/machine.h"
+
+namespace ce {
+
+class Heap {
+  public:
+    explicit Heap(Machine& machine);
+    // 8-byte aligned, filled with a pattern unless `zeroed`; 0 when there is no room.
+    u32 Allocate(u32 size, bool zeroed = false);
+    // For what the host hands to the program: never fails on purpose.
+    u32 AllocateSurely(u32 size);
+    void Free(u32 address);
+    u32 Resize(u32 address, u32 size);
+    u32 Size(u32 address);
+    // Fences of all blocks are whole, else Failure.
+    void Validate();
+    size_t Blocks() const { return blocks_.size(); }
+    // Blocks allocated later than the mark that are still there, with who allocated them.
+    u32 Mark() const { return serial_; }
+    std::string LeakedSince(u32 mark) const;
+    // From the next one on, this many allocations succeed, and then one fails; negative: all succeed.
+    // Tells whether the failure of the count before has happened.
+    bool FailAfter(int allocations) { return std::exchange(failAfter_, allocations) == kSpent; }
+
+  private:
+    struct Block {
+        u32 size, room, serial, caller;
+    };
+    void CheckFences(u32 address, const Block& block);
+
+    Machine& machine_;
+    std::map<u32, Block> blocks_;
+    std::multimap<u32, u32> free_;  // room → address
+    u32 next_;
+    u32 serial_ = 0;
+    static constexpr int kSpent = -2;
+    int failAfter_ = -1;
+};
+
+}  // namespace ce

@@ -1,0 +1,54 @@
+// Kernel objects behind handles.
+#pragma once
+
+#include <deque>
+
+#include "emulator/process.h"
+
+namespace ce {
+
+struct Event final : Object {
+    std::string Describe() const override { return "event " + std::string(name.begin(), name.end()); }
+    bool Signaled(Thread&) override { return signaled; }
+    void Consume(Thread&) override {
+        if (!manual) signaled = false;
+    }
+    bool manual = false;
+    bool signaled = false;
+    std::u16string name;
+};
+
+// A mutex too: both can be entered again by their owner.
+struct CriticalSection final : Object {
+    std::string Describe() const override {
+        return "a lock held by " + (owner ? owner->name : std::string("nobody"));
+    }
+    bool Signaled(Thread& thread) override { return !owner || owner == &thread; }
+    void Consume(Thread& thread) override {
+        owner = &thread;
+        ++depth;
+    }
+    Thread* owner = nullptr;
+    int depth = 0;
+};
+
+struct MessageQueue final : Object {
+    std::string Describe() const override { return "message queue"; }
+    bool Signaled(Thread&) override { return !messages.empty(); }
+    std::deque<std::vector<u8>> messages;
+    u32 maximum = 0;
+    u32 messageSize = 0;
+    bool readable = false;
+};
+
+struct PowerRequest final : Object {
+    std::string Describe() const override { return "power notification"; }
+    std::weak_ptr<MessageQueue> queue;
+    u32 flags = 0;
+};
+using PowerRequests = std::vector<std::weak_ptr<PowerRequest>>;
+
+// Sends a power notification of this kind to everybody who asked for it.
+void PostPowerMessage(Process& process, u32 kind);
+
+}  // namespace ce

@@ -1,0 +1,307 @@
+#include "emulator/machine.h"
+
+#include <cxxabi.h>
+#include <sys/mman.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+namespace ce {
+
+namespace {
+
+constexpr u32 kStubBase = 0xE0000000;
+constexpr u32 kStubBytes = 0x00100000;
+constexpr u32 kReturnInstruction = 0xE12FFF1E;  // bx lr
+constexpr u32 kNowhere = 0xFFFFFFF0;            // where the emulation would end by itself; never reached
+constexpr int kLink = 14, kStack = 13, kCounter = 15;
+constexpr int kFirstKept = 4, kLastKept = 11;
+
+const int kRegisterIds[] = {UC_ARM_REG_R0,  UC_ARM_REG_R1,  UC_ARM_REG_R2,  UC_ARM_REG_R3, UC_ARM_REG_R4,
+                            UC_ARM_REG_R5,  UC_ARM_REG_R6,  UC_ARM_REG_R7,  UC_ARM_REG_R8, UC_ARM_REG_R9,
+                            UC_ARM_REG_R10, UC_ARM_REG_R11, UC_ARM_REG_R12, UC_ARM_REG_SP, UC_ARM_REG_LR,
+                            UC_ARM_REG_PC,  UC_ARM_REG_CPSR};
+
+void Check(uc_err error, const char* what) {
+    if (error != UC_ERR_OK) throw Failure(std::string(what) + ": " + uc_strerror(error));
+}
+
+std::string Hex(u32 value) {
+    char text[12];
+    std::snprintf(text, sizeof text, "0x%08X", value);
+    return text;
+}
+
+}  // namespace
+
+u32 Arguments::Word() {
+    const int index = next_++;
+    return index < 4 ? registers_.r[static_cast<size_t>(index)]
+                     : machine_.Read<u32>(registers_.r[kStack] + 4u * static_cast<u32>(index - 4));
+}
+
+u64 Arguments::Long() {
+    const u64 low = Word();
+    return low | static_cast<u64>(Word()) << 32;
+}
+
+Machine::Machine() {
+    Check(uc_open(UC_ARCH_ARM, UC_MODE_ARM, &engine_), "the emulator does not start");
+    Check(uc_ctl_set_cpu_model(engine_, UC_CPU_ARM_926), "no such processor");
+    Map(kStubBase, kStubBytes);
+    for (u32 offset = 0; offset < kStubBytes; offset += 4) Write(kStubBase + offset, kReturnInstruction);
+    uc_hook hook;
+    // The library takes the callbacks as untyped pointers.
+    Check(uc_hook_add(engine_, &hook, UC_HOOK_CODE, reinterpret_cast<void*>(OnStub), this, kStubBase,
+                      kStubBase + kStubBytes - 1),
+          "hook");
+    Check(uc_hook_add(engine_, &hook, UC_HOOK_MEM_INVALID, reinterpret_cast<void*>(OnInvalid), this, 1, 0),
+          "hook");
+    CheckAlignment(true);
+    returnStub_ = AddStub("(return to the caller)", nullptr);
+}
+
+Machine::~Machine() {
+    uc_close(engine_);
+    for (const Region& region : regions_) munmap(region.bytes, region.size);
+}
+
+void Machine::Map(u32 address, u32 size, bool writable) {
+    void* bytes = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (bytes == MAP_FAILED) throw Failure("no memory for the emulated program");
+    regions_.push_back({address, size, static_cast<u8*>(bytes)});
+    Check(uc_mem_map_ptr(engine_, address, size, writable ? UC_PROT_ALL : UC_PROT_READ | UC_PROT_EXEC, bytes),
+          "mapping");
+}
+
+void Machine::Protect(u32 address, u32 size, u32 permissions) {
+    Check(uc_mem_protect(engine_, address, size, permissions), "protecting");
+}
+
+u8* Machine::Bytes(u32 address, u32 size) {
+    for (const Region& region : regions_) {
+        if (address >= region.address &&
+            static_cast<u64>(address) + size <= static_cast<u64>(region.address) + region.size) {
+            return region.bytes + (address - region.address);
+        }
+    }
+    throw Failure("a system call was given the address " + Hex(address) + ", which is not mapped\n" +
+                  Backtrace());
+}
+
+std::u16string Machine::Text(u32 address) {
+    std::u16string text;
+    for (; const u16 unit = Read<u16>(address); address += 2) text.push_back(static_cast<char16_t>(unit));
+    return text;
+}
+
+std::string Machine::Narrow(u32 address) {
+    return reinterpret_cast<const char*>(Bytes(address));
+}
+
+u32 Machine::AddStub(std::string name, Handler handler) {
+    if (stubs_.size() >= kStubBytes / 4) throw Failure("too many stubs");
+    stubs_.push_back({std::move(name), std::move(handler)});
+    return kStubBase + 4 * static_cast<u32>(stubs_.size() - 1);
+}
+
+Registers Machine::Load() {
+    Registers registers;
+    void* places[17];
+    for (size_t i = 0; i < 16; ++i) places[i] = &registers.r[i];
+    places[16] = &registers.status;
+    uc_reg_read_batch(engine_, const_cast<int*>(kRegisterIds), places, 17);
+    return registers;
+}
+
+void Machine::Store(const Registers& registers) {
+    Registers copy = registers;
+    void* places[17];
+    for (size_t i = 0; i < 16; ++i) places[i] = &copy.r[i];
+    places[16] = &copy.status;
+    // The status first: it selects the bank that the others go to.
+    uc_reg_write(engine_, UC_ARM_REG_CPSR, places[16]);
+    uc_reg_write_batch(engine_, const_cast<int*>(kRegisterIds), places, 16);
+}
+
+u64 Machine::Call(u32 address, const std::vector<u32>& words) {
+    const Registers before = Load();
+    Registers call = before;
+    for (int i = kFirstKept; i <= kLastKept; ++i)
+        call.r[static_cast<size_t>(i)] = 0x4B454550u + static_cast<u32>(i);
+    u32 stack = before.r[kStack];
+    if (words.size() > 4) stack -= 4 * static_cast<u32>(words.size() - 4);
+    for (size_t i = 0; i < words.size(); ++i) {
+        if (i < 4) {
+            call.r[i] = words[i];
+        } else {
+            Write(stack + 4 * static_cast<u32>(i - 4), words[i]);
+        }
+    }
+    call.r[kStack] = stack;
+    call.r[kLink] = returnStub_;
+    call.r[kCounter] = address;
+    Store(call);
+    Run();
+    const Registers after = Load();
+    for (int i = kFirstKept; i <= kLastKept; ++i) {
+        const auto index = static_cast<size_t>(i);
+        if (after.r[index] != call.r[index]) {
+            throw Failure("register r" + std::to_string(i) + " was not kept by " + Describe(address));
+        }
+    }
+    if (after.r[kStack] != stack) throw Failure("the stack pointer was not kept by " + Describe(address));
+    Store(before);
+    return after.r[0] | static_cast<u64>(after.r[1]) << 32;
+}
+
+void Machine::Run() {
+    for (;;) {
+        pendingStub_ = -1;
+        u32 pc = 0;
+        uc_reg_read(engine_, UC_ARM_REG_PC, &pc);
+        const uc_err error = uc_emu_start(engine_, pc, kNowhere, 0, 0);
+        if (!fault_.empty() || error != UC_ERR_OK) {
+            uc_reg_read(engine_, UC_ARM_REG_PC, &pc);
+            Fault(error, pc);
+        }
+        if (pendingStub_ < 0) throw Failure("the emulation stopped without a reason\n" + Backtrace());
+        const u32 index = static_cast<u32>(pendingStub_);
+        if (kStubBase + 4 * index == returnStub_) return;
+        const Registers registers = Load();
+        Arguments arguments(*this, registers);
+        const u64 result = stubs_[index].handler(arguments);
+        Registers back = Load();
+        back.r[0] = static_cast<u32>(result);
+        back.r[1] = static_cast<u32>(result >> 32);
+        back.r[kStack] = registers.r[kStack];
+        back.r[kCounter] = registers.r[kLink];
+        // What a called function may change, the system's functions do change.
+        back.r[2] = 0xDEAD0002;
+        back.r[3] = 0xDEAD0003;
+        back.r[12] = 0xDEAD000C;
+        Store(back);
+    }
+}
+
+void Machine::Fault(uc_err error, u32 pc) {
+    std::string text = fault_;
+    fault_.clear();
+    if (text.empty()) text = std::string(uc_strerror(error)) + " at " + Describe(pc);
+    const u32 stack = Load().r[kStack];
+    const bool below =
+        (faultAddress_ < stackLow_ && faultAddress_ + 0x10000 >= stackLow_) || stack < stackLow_;
+    if (stackLow_ && below) text = "stack overflow: " + text;
+    throw Failure(text + "\n" + Backtrace());
+}
+
+void Machine::OnStub(uc_engine* engine, u64 address, u32, void* self) {
+    static_cast<Machine*>(self)->pendingStub_ = static_cast<int>((address - kStubBase) / 4);
+    uc_emu_stop(engine);
+}
+
+void Machine::OnBlock(uc_engine*, u64, u32 size, void* self) {
+    static_cast<Machine*>(self)->instructions_ += size / 4;
+}
+
+void Machine::OnAccess(uc_engine* engine, uc_mem_type type, u64 address, int size, i64, void* self) {
+    if ((address & static_cast<u64>(size - 1)) == 0) return;
+    auto* machine = static_cast<Machine*>(self);
+    if (!machine->fault_.empty()) return;
+    u32 pc = 0;
+    uc_reg_read(engine, UC_ARM_REG_PC, &pc);
+    machine->fault_ = std::string("unaligned ") + (type == UC_MEM_WRITE ? "store" : "load") + " of " +
+                      std::to_string(size) + " bytes at " + Hex(static_cast<u32>(address)) + " in " +
+                      machine->Describe(pc);
+    machine->faultAddress_ = static_cast<u32>(address);
+    uc_emu_stop(engine);
+}
+
+bool Machine::OnInvalid(uc_engine* engine, uc_mem_type type, u64 address, int size, i64, void* self) {
+    auto* machine = static_cast<Machine*>(self);
+    if (!machine->fault_.empty()) return false;
+    u32 pc = 0;
+    uc_reg_read(engine, UC_ARM_REG_PC, &pc);
+    const char* what = type == UC_MEM_FETCH_UNMAPPED || type == UC_MEM_FETCH_PROT   ? "execution"
+                       : type == UC_MEM_WRITE_UNMAPPED || type == UC_MEM_WRITE_PROT ? "store"
+                                                                                    : "load";
+    machine->fault_ = std::string("invalid ") + what + " of " + std::to_string(size) + " bytes at " +
+                      Hex(static_cast<u32>(address)) + " in " + machine->Describe(pc);
+    machine->faultAddress_ = static_cast<u32>(address);
+    return false;
+}
+
+void Machine::AddSymbols(const std::string& path, u32 base) {
+    std::ifstream file(path);
+    u32 offset = 0, size = 0;
+    char kind = 0;
+    std::string name;
+    while (file >> std::hex >> offset >> size >> kind >> name) {
+        symbols_[base + offset] = {size, kind == 'F', name};
+        if (kind != 'F') continue;
+        codeLow_ = std::min(codeLow_, base + offset);
+        codeHigh_ = std::max(codeHigh_, base + offset + size);
+    }
+}
+
+std::string Machine::Describe(u32 address) const {
+    if (address >= kStubBase && address < kStubBase + 4 * stubs_.size())
+        return stubs_[(address - kStubBase) / 4].name;
+    auto after = symbols_.upper_bound(address);
+    if (after == symbols_.begin()) return Hex(address);
+    const auto& [start, symbol] = *std::prev(after);
+    if (address - start >= symbol.size) return Hex(address);
+    int status = 0;
+    const std::unique_ptr<char, void (*)(void*)> plain(
+        abi::__cxa_demangle(symbol.name.c_str(), nullptr, nullptr, &status), std::free);
+    std::string text = status == 0 ? plain.get() : symbol.name;
+    if (address != start) text += "+" + std::to_string(address - start);
+    return text + " (" + Hex(address) + ")";
+}
+
+// There are no frame pointers: words on the stack that follow a call instruction are taken for return addresses.
+std::string Machine::Backtrace() {
+    const Registers registers = Load();
+    std::string text =
+        "    in " + Describe(registers.r[kCounter]) + "\n    from " + Describe(registers.r[kLink]) + "\n";
+    int shown = 0;
+    for (u32 at = registers.r[kStack]; at < stackHigh_ && at >= stackLow_ && shown < 12; at += 4) {
+        const u32 word = Read<u32>(at);
+        if (word % 4 || word < codeLow_ + 4 || word >= codeHigh_) continue;
+        const u32 before = Read<u32>(word - 4);
+        if ((before & 0x0F000000) != 0x0B000000 && (before & 0x0FFFFFF0) != 0x012FFF10 &&
+            before != 0xE1A0E00F)
+            continue;
+        text += "    from " + Describe(word) + "\n";
+        ++shown;
+    }
+    return text;
+}
+
+void Machine::CheckAlignment(bool on) {
+    if (on == (accessHook_ != 0)) return;
+    if (on) {
+        Check(uc_hook_add(engine_, &accessHook_, UC_HOOK_MEM_READ | UC_HOOK_MEM_WRITE,
+                          reinterpret_cast<void*>(OnAccess), this, 1, 0),
+              "hook");
+    } else {
+        uc_hook_del(engine_, accessHook_);
+        accessHook_ = 0;
+        uc_ctl_remove_cache(engine_, codeLow_, codeHigh_);
+    }
+}
+
+void Machine::StartCounting() {
+    instructions_ = 0;
+    Check(uc_hook_add(engine_, &blockHook_, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnBlock), this, 1, 0),
+          "hook");
+    uc_ctl_remove_cache(engine_, codeLow_, codeHigh_);
+}
+
+u64 Machine::StopCounting() {
+    uc_hook_del(engine_, blockHook_);
+    return instructions_;
+}
+
+}  // namespace ce

@@ -1,0 +1,145 @@
+#include "emulator/process.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace ce {
+
+namespace {
+
+constexpr u32 kProcessAttach = 1, kProcessDetach = 0, kThreadDetach = 3;
+constexpr u32 kPage = 0x1000;
+
+std::string FileName(const std::string& path) {
+    std::string name = path.substr(path.find_last_of('/') + 1);
+    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
+    return name;
+}
+
+std::string Key(const std::string& library, const std::string& name) {
+    return FileName(library) + "!" + name;
+}
+
+}  // namespace
+
+Process::Process(std::string root) : scheduler(machine), heap(machine), folder(std::move(root)) {
+    BindKernel(*this);
+    BindMemory(*this);
+    BindText(*this);
+    BindFiles(*this);
+    BindRegistry(*this);
+    BindCom(*this);
+    BindWindows(*this);
+    BindDrawing(*this);
+    scheduler.onThreadEnd = [this](Thread&) {
+        for (const auto& module : modules_)
+            machine.Call(module->base + module->image.entry, {module->base, kThreadDetach, 0});
+    };
+}
+
+Process::~Process() = default;
+
+Module& Process::Load(const std::string& path) {
+    auto module = std::make_unique<Module>();
+    module->image = PeImage::Read(path);
+    module->name = FileName(path);
+    module->base = nextBase_;
+    const u32 size = (module->image.size + kPage - 1) / kPage * kPage;
+    // A gap behind each image, so that running past its end is seen.
+    nextBase_ += size + 0x10000;
+    module->image.Relocate(module->base);
+    machine.Map(module->base, size);
+    std::memcpy(machine.Bytes(module->base, size), module->image.memory.data(), module->image.memory.size());
+    machine.AddSymbols(path.substr(0, path.find_last_of('.')) + ".sym", module->base);
+    BindImports(*module);
+    modules_.push_back(std::move(module));
+    Module& loaded = *modules_.back();
+    if (!machine.Call(loaded.base + loaded.image.entry, {loaded.base, kProcessAttach, 0})) {
+        throw Failure(path + ": the entry point refused to start");
+    }
+    return loaded;
+}
+
+void Process::Unload(Module& module) {
+    machine.Call(module.base + module.image.entry, {module.base, kProcessDetach, 0});
+    machine.Protect(module.base, (module.image.size + kPage - 1) / kPage * kPage, UC_PROT_NONE);
+    std::erase_if(modules_, [&](const auto& loaded) { return loaded.get() == &module; });
+}
+
+void Process::BindImports(Module& module) {
+    for (const ImportSlot& slot : module.image.imports) {
+        u32 address = 0;
+        if (Module* provider = Find(slot.library)) {
+            const auto& image = provider->image;
+            if (slot.name.empty()) {
+                const auto found = image.exportsByOrdinal.find(slot.ordinal);
+                if (found != image.exportsByOrdinal.end()) address = provider->base + found->second;
+            } else {
+                const auto found = image.exports.find(slot.name);
+                if (found != image.exports.end()) address = provider->base + found->second;
+            }
+        }
+        const std::string name = slot.name.empty() ? "@" + std::to_string(slot.ordinal) : slot.name;
+        machine.Write(module.base + slot.rva, address ? address : StubFor(slot.library, name));
+    }
+}
+
+u32 Process::StubFor(const std::string& library, const std::string& name) {
+    const std::string key = Key(library, name);
+    if (const auto known = stubs_.find(key); known != stubs_.end()) return known->second;
+    const auto found = bound_.find(key);
+    Handler handler;
+    if (found != bound_.end()) {
+        handler = found->second;
+    } else {
+        handler = [this, key](Arguments&) -> u64 {
+            throw Failure("call to an unbound import: " + key + "\n" + machine.Backtrace());
+        };
+    }
+    return stubs_[key] = machine.AddStub(key, std::move(handler));
+}
+
+u32 Process::Address(const Module& module, const std::string& name) {
+    const auto found = module.image.exports.find(name);
+    if (found == module.image.exports.end()) throw Failure(module.name + " does not export " + name);
+    return module.base + found->second;
+}
+
+Module* Process::Find(const std::string& name) {
+    const std::string wanted = FileName(name);
+    for (const auto& module : modules_) {
+        if (module->name == wanted) return module.get();
+    }
+    return nullptr;
+}
+
+// Values are never used twice: a handle that was closed stays wrong.
+u32 Process::AddHandle(ObjectPtr object) {
+    handles_[nextHandle_] = std::move(object);
+    return std::exchange(nextHandle_, nextHandle_ + 4);
+}
+
+ObjectPtr Process::FromHandle(u32 handle) {
+    const auto found = handles_.find(handle);
+    return found == handles_.end() ? nullptr : found->second;
+}
+
+bool Process::CloseHandle(u32 handle) {
+    if (handles_.erase(handle)) return true;
+    SetLastError(kErrorInvalidHandle);
+    return false;
+}
+
+std::string Process::DescribeHandles() const {
+    std::string text;
+    for (const auto& [handle, object] : handles_) text += "  " + object->Describe() + "\n";
+    return text;
+}
+
+u32 Process::NewText(std::u16string_view text) {
+    const u32 address = heap.AllocateSurely(static_cast<u32>(2 * text.size() + 2));
+    std::memcpy(machine.Bytes(address, static_cast<u32>(2 * text.size())), text.data(), 2 * text.size());
+    return address;
+}
+
+}  // namespace ce

@@ -1,0 +1,147 @@
+// An emulated process: its modules, its handles, and the stand-ins for what the system does.
+#pragma once
+
+#include <bit>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "emulator/heap.h"
+#include "emulator/machine.h"
+#include "emulator/pe_image.h"
+#include "emulator/scheduler.h"
+
+namespace ce {
+
+// Win32 errors that the stand-ins report.
+constexpr u32 kErrorFileNotFound = 2, kErrorInvalidHandle = 6, kErrorNoMoreFiles = 18,
+              kErrorInvalidParameter = 87, kErrorInsufficientBuffer = 122, kErrorInvalidName = 123,
+              kErrorProcNotFound = 127, kErrorAlreadyExists = 183, kErrorTimeout = 1460,
+              kErrorModuleNotFound = 126, kErrorNotEnoughMemory = 8, kErrorMoreData = 234;
+
+struct Module {
+    PeImage image;
+    std::string name;  // file name in lower case
+    u32 base = 0;
+};
+
+// An argument of a stand-in, taken from the call in its order.
+template <typename T>
+T TakeArgument(Arguments& arguments) {
+    if constexpr (sizeof(T) == 8) {
+        return std::bit_cast<T>(arguments.Long());
+    } else {
+        return static_cast<T>(arguments.Word());
+    }
+}
+
+// A function of plain numbers as a handler; results of 64 bits come back in r0 and r1.
+template <typename R, typename... A>
+Handler MakeHandler(std::function<R(A...)> function) {
+    return [function = std::move(function)](Arguments& arguments) -> u64 {
+        const std::tuple<A...> taken{TakeArgument<A>(arguments)...};
+        if constexpr (std::is_void_v<R>) {
+            std::apply(function, taken);
+            return 0;
+        } else if constexpr (sizeof(R) == 8) {
+            return std::bit_cast<u64>(std::apply(function, taken));
+        } else {
+            return static_cast<u32>(std::apply(function, taken));
+        }
+    };
+}
+
+class Process {
+  public:
+    // The stand-ins of coredll, ole32 and oleaut32 are bound; files live below `folder`.
+    explicit Process(std::string folder = ".");
+    ~Process();
+
+    Machine machine;
+    Scheduler scheduler;
+    Heap heap;
+
+    // ---- Modules -----------------------------------------------------------------------------------------------
+    // Maps the image at another base than its own, binds it and runs its entry point. A DLL that it imports must have been loaded before; what nobody
+    // provides is reported when it is called.
+    Module& Load(const std::string& path);
+    void Unload(Module& module);
+    u32 Address(const Module& module, const std::string& name);
+    Module* Find(const std::string& name);
+    const std::vector<std::unique_ptr<Module>>& Modules() const { return modules_; }
+
+    // Calls an export with 32-bit words.
+    u32 Call(const Module& module, const std::string& name, const std::vector<u32>& words = {}) {
+        return static_cast<u32>(machine.Call(Address(module, name), words));
+    }
+    u64 CallLong(const Module& module, const std::string& name, const std::vector<u32>& words = {}) {
+        return machine.Call(Address(module, name), words);
+    }
+
+    // ---- Stand-ins ---------------------------------------------------------------------------------------------
+    template <typename F>
+    void Bind(const std::string& library, const std::string& name, F function) {
+        bound_[library + "!" + name] = MakeHandler(std::function(std::move(function)));
+    }
+
+    // For variable arguments: the stand-in takes them itself.
+    void BindRaw(const std::string& library, const std::string& name, Handler handler) {
+        bound_[library + "!" + name] = std::move(handler);
+    }
+
+    // ---- Handles -----------------------------------------------------------------------------------------------
+    u32 AddHandle(ObjectPtr object);
+    ObjectPtr FromHandle(u32 handle);
+    template <typename T>
+    std::shared_ptr<T> FromHandle(u32 handle) {
+        return std::dynamic_pointer_cast<T>(FromHandle(handle));
+    }
+    bool CloseHandle(u32 handle);
+    size_t Handles() const { return handles_.size(); }
+    std::string DescribeHandles() const;
+
+    void SetLastError(u32 error) { scheduler.Current().lastError = error; }
+
+    // ---- Helpers for tests -------------------------------------------------------------------------------------
+    u32 NewText(std::u16string_view text);
+    u32 NewBlock(u32 size) { return heap.AllocateSurely(size); }
+
+    std::map<std::u16string, ObjectPtr> namedObjects;
+    std::string folder;
+    std::vector<std::u16string> debugText;
+    // What other stand-ins keep with the process, by their own names.
+    std::map<std::string, std::shared_ptr<void>> attachments;
+    template <typename T>
+    T& Attachment(const std::string& name) {
+        auto& slot = attachments[name];
+        if (!slot) slot = std::make_shared<T>();
+        return *static_cast<T*>(slot.get());
+    }
+
+  private:
+    void BindImports(Module& module);
+    u32 StubFor(const std::string& library, const std::string& name);
+
+    std::vector<std::unique_ptr<Module>> modules_;
+    std::map<std::string, Handler> bound_;
+    std::map<std::string, u32> stubs_;
+    std::map<u32, ObjectPtr> handles_;
+    u32 nextHandle_ = 0x00010004;
+    u32 nextBase_ = 0x30010000;
+};
+
+// Each file of stand-ins binds its own.
+void BindKernel(Process& process);
+void BindMemory(Process& process);
+void BindText(Process& process);
+void BindFiles(Process& process);
+void BindRegistry(Process& process);
+void BindCom(Process& process);
+void BindWindows(Process& process);
+void BindDrawing(Process& process);
+
+}  // namespace ce

@@ -1,0 +1,30 @@
+// The emulated device's registry, for tests that prepare or inspect it.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "emulator/process.h"
+
+namespace ce {
+
+constexpr u32 kLocalMachine = 0x80000002, kClassesRoot = 0x80000000;
+constexpr u32 kRegistryText = 1, kRegistryNumber = 4;
+
+struct Registry {
+    struct Value {
+        u32 type;
+        std::vector<u8> contents;
+    };
+    // Paths begin with the root's last digit and are in lower case.
+    std::set<std::u16string> keys;
+    std::map<std::pair<std::u16string, std::u16string>, Value> values;  // (key, name)
+};
+
+void SetRegistryValue(Process& process, u32 root, std::u16string_view key, std::u16string_view name, u32 type,
+                      std::vector<u8> contents);
+
+}  // namespace ce

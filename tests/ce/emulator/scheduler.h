@@ -1,0 +1,106 @@
+// The emulated program's threads, and the time. One runs at a time and keeps running until it waits, sleeps or ends; time is virtual and moves
+// only when everybody waits, so that runs are repeatable and a sleep costs nothing.
+#pragma once
+
+#include <ucontext.h>
+
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "emulator/machine.h"
+
+namespace ce {
+
+constexpr u32 kInfinite = 0xFFFFFFFF;
+constexpr u32 kWaitTimeout = 258;
+constexpr u32 kWaitFailed = 0xFFFFFFFF;
+constexpr u32 kStackBytes = 0x10000;  // a device's default
+constexpr size_t kTlsSlots = 64;
+
+class Thread;
+
+// Something a handle stands for.
+struct Object {
+    virtual ~Object() = default;
+    virtual std::string Describe() const = 0;
+    // What a wait asks. Objects that cannot be waited on are signalled.
+    virtual bool Signaled(Thread&) { return true; }
+    virtual void Consume(Thread&) {}
+};
+using ObjectPtr = std::shared_ptr<Object>;
+
+class Thread final : public Object {
+  public:
+    std::string Describe() const override { return "thread " + name; }
+    bool Signaled(Thread&) override { return finished; }
+
+    u32 id = 0;
+    std::string name;
+    bool finished = false;
+    u32 exitCode = 259;
+    u32 lastError = 0;
+    u32 tls[kTlsSlots] = {};
+    u32 stackLow = 0, stackHigh = 0;
+
+  private:
+    friend class Scheduler;
+    ucontext_t context_ = {};
+    std::unique_ptr<char[]> hostStack_;
+    std::function<u32()> body_;
+    Registers registers_;
+    std::exception_ptr failure_;
+    // Waiting: for what, and until when. No wait: ready to run.
+    bool waiting_ = false;
+    std::vector<ObjectPtr> objects_;
+    bool all_ = false;
+    std::optional<u64> deadline_;
+    u32 result_ = 0;
+};
+
+class Scheduler {
+  public:
+    explicit Scheduler(Machine& machine);
+
+    Thread& Current() { return *current_; }
+    const std::vector<std::shared_ptr<Thread>>& Threads() const { return threads_; }
+    // A thread that runs `body`, which may call into the program; its result is the exit code.
+    std::shared_ptr<Thread> Start(std::string name, std::function<u32()> body);
+    // Index of the object that ended the wait, kWaitTimeout; an empty list only lets the time pass.
+    u32 Wait(std::vector<ObjectPtr> objects, bool all, u32 milliseconds);
+    void Sleep(u32 milliseconds) { Wait({}, false, milliseconds); }
+    u64 Now() const { return now_; }
+    [[noreturn]] void Exit(u32 code);
+
+    // The deepest use of a stack so far, in bytes, of threads that have ended and those that live.
+    u32 DeepestStack();
+    // Runs once whenever a thread has ended, on that thread.
+    std::function<void(Thread&)> onThreadEnd;
+
+  private:
+    static void Enter(u32 high, u32 low);
+    void RunThread(Thread& thread);
+    void SwitchAway();
+    void SwitchTo(Thread& next);
+    bool Satisfied(Thread& thread);
+    std::shared_ptr<Thread> NextReady();
+    [[noreturn]] void ReportDeadlock();
+    void GiveStack(Thread& thread);
+    u32 UsedStack(const Thread& thread);
+
+    Machine& machine_;
+    std::vector<std::shared_ptr<Thread>> threads_;
+    std::vector<u32> freeStacks_;
+    Thread* current_ = nullptr;
+    u64 now_ = 1000;
+    u32 nextId_ = 0x1000;
+    u32 nextStack_;
+    u32 deepest_ = 0;
+    std::exception_ptr failure_;
+};
+
+}  // namespace ce

@@ -1,0 +1,423 @@
+// The imager camera on ARM code, against an imager library of the same kind: found by its ordinals, driven, and its pictures read by others.
+#include "camera_fixture.h"
+
+using namespace ce;
+
+namespace {
+
+constexpr u32 kImager = 2;
+constexpr i32 kInvalid = 3, kCaptureFailed = 8, kFailed = 10;
+constexpr u32 kLibraryStatus = 1234;
+
+struct Call {
+    u32 ordinal;
+    std::vector<u32> arguments;
+    bool operator==(const Call&) const = default;
+};
+
+struct WithoutLibrary : Fixture {
+    i32 Select() { return Cam("Select", {kOwner, 0, 0, kImager}); }
+};
+
+struct WithLibrary : WithoutLibrary {
+    Module& imager = process.Load(BuiltDll("imvoxa.dll"));
+    struct Frame {
+        u32 pixels, size, height, width, stride;
+        std::vector<u8> bytes;
+    };
+    std::vector<Frame> frames, stills;
+
+    // The calls so far of the library's operations named, or of all.
+    std::vector<Call> CallsTo(std::set<u32> ordinals = {}) {
+        constexpr u32 kArguments = 6, kRecordBytes = 4 + 4 * kArguments;
+        const u32 log = process.Call(imager, "testCalls");
+        std::vector<Call> calls;
+        for (u32 i = 0; i < process.machine.Read<u32>(log); ++i) {
+            const u32 at = log + 4 + i * kRecordBytes;
+            Call call{process.machine.Read<u32>(at), {}};
+            for (u32 j = 0; j < kArguments; ++j)
+                call.arguments.push_back(process.machine.Read<u32>(at + 4 + 4 * j));
+            if (ordinals.empty() || ordinals.contains(call.ordinal)) calls.push_back(call);
+        }
+        return calls;
+    }
+    size_t CountOf(u32 ordinal) { return CallsTo({ordinal}).size(); }
+    void ClearCalls() { process.machine.Write(process.Call(imager, "testCalls"), 0u); }
+    void Fail(u32 ordinal, u32 argument = 0, u32 status = kLibraryStatus) {
+        process.Call(imager, "testFail", {ordinal, argument, status});
+    }
+    u32 Recorder(std::vector<Frame>& into) {
+        return process.machine.AddStub(
+            "frame callback",
+            MakeHandler(std::function([this, &into](u32 pixels, u32 size, u32 height, u32 width, u32 stride) {
+                const u8* bytes = process.machine.Bytes(pixels, size);
+                into.push_back({pixels, size, height, width, stride, {bytes, bytes + size}});
+            })));
+    }
+    void StartImager() {
+        REQUIRE(Select() == 0);
+        REQUIRE(Cam("SetEventsWindow", {kEvents}) == 0);
+        REQUIRE(Cam("StartPreview") == 0);
+        process.scheduler.Sleep(100);
+    }
+    // The picture in the file has the still's very greys, rows from the top down.
+    void CheckFile(const char* name, const Frame& still) {
+        const Picture picture = Decode(process.folder + "/" + name);
+        REQUIRE(picture.width == static_cast<int>(still.width));
+        REQUIRE(picture.height == static_cast<int>(still.height));
+        size_t different = 0;
+        for (size_t i = 0; i < still.bytes.size(); ++i) different += picture.rgb[3 * i] != still.bytes[i];
+        CHECK(different == 0);
+    }
+    std::string Barcode(const char* name) {
+        FILE* pipe =
+            popen(("zbarimg -q --raw '" + process.folder + "/" + name + "' 2>/dev/null").c_str(), "r");
+        REQUIRE(pipe);
+        char text[64] = {};
+        const size_t length = std::fread(text, 1, sizeof text - 1, pipe);
+        pclose(pipe);
+        return {text, text + length};
+    }
+    void CheckNothingLeft(u32 mark) {
+        CHECK(process.heap.LeakedSince(mark) == "");
+        INFO(process.DescribeHandles());
+        CHECK(process.Handles() == handles);
+        process.heap.Validate();
+    }
+};
+
+}  // namespace
+
+TEST_CASE_FIXTURE(WithLibrary,
+                  "the library is opened, frames reach the callback and the window, and all ends") {
+    process.machine.CheckAlignment(true);
+    u32 mark = 0;
+    for (int round = 0; round < 2; ++round) {
+        CAPTURE(round);
+        ClearCalls();
+        frames.clear();
+        const u32 path = process.NewText(u"\\settings.ini"), section = process.NewText(u"Imager");
+        REQUIRE(Cam("Select", {kOwner, path, section, kImager}) == 0);
+        const u32 place = HostMemory(process, 4);
+        REQUIRE(Cam("GetSelectedType", {place}) == 0);
+        CHECK(process.machine.Read<u32>(place) == kImager);
+        CHECK(State() == 1);
+        // Of what could be applied again only the colour is.
+        CHECK(CallsTo() == std::vector<Call>{{32, {path, section, 0, 0, 0, 0}}, {69, {0, 0, 0, 0, 0, 0}}});
+        process.heap.Free(path);
+        process.heap.Free(section);
+
+        REQUIRE(Cam("RegisterPreviewCallback", {Recorder(frames)}) == 0);
+        ClearCalls();
+        const u64 begin = process.scheduler.Now();
+        REQUIRE(Cam("StartPreview") == 0);
+        process.scheduler.Sleep(1000);
+        // One frame in a pass of 40 ms.
+        CHECK(process.scheduler.Now() - begin == 1000);
+        CHECK(frames.size() >= 24);
+        CHECK(frames.size() <= 26);
+        const size_t before = frames.size();
+        REQUIRE(Cam("StopPreview") == 0);
+        CHECK(frames.size() == before + 1);
+        for (const Frame& frame : frames) {
+            CHECK(frame.size == 320 * 240);
+            CHECK(frame.height == 240);
+            CHECK(frame.width == 320);
+            CHECK(frame.stride == 320);
+        }
+        CHECK(frames.front().bytes != frames.back().bytes);
+        // The snapshot is the image that came last.
+        REQUIRE(Cam("GetSnapshot", {place}) == 0);
+        CHECK(process.machine.Read<u32>(place) == frames.back().pixels);
+        CHECK(Cam("GetSnapshot", {0}) == kInvalid);
+
+        const auto calls = CallsTo({15, 79, 81, 83, 80, 51});
+        REQUIRE(calls.size() == 4 + 2 * frames.size());
+        CHECK(calls[0].ordinal == 15);
+        CHECK(calls[1].ordinal == 79);
+        for (size_t i = 2; i + 2 < calls.size(); i += 2) {
+            CHECK(calls[i] == Call{81, {3, 0, 0, 0, 0, 0}});
+            CHECK(calls[i + 1].ordinal == 83);
+            const auto& drawn = calls[i + 1].arguments;
+            CHECK(drawn == std::vector<u32>{drawn[0], 240, 180, 1, 10, 1});  // the window's size
+            CHECK(drawn[0] != 0);
+        }
+        CHECK(calls[calls.size() - 2].ordinal == 80);
+        CHECK(calls.back().ordinal == 51);
+        process.scheduler.Sleep(200);
+        CHECK(frames.size() == before + 1);
+
+        ClearCalls();
+        REQUIRE(Cam("ShutDown") == 0);
+        CHECK(CountOf(50) >= 1);
+        CHECK(Cam("ShutDown") == 1);
+        // What the library itself keeps after its first use it keeps.
+        if (round == 1) CheckNothingLeft(mark);
+        mark = process.heap.Mark();
+    }
+    MESSAGE("deepest stack: ", process.scheduler.DeepestStack(), " bytes");
+}
+
+TEST_CASE_FIXTURE(WithLibrary,
+                  "stills are written by the library's BMP operation, whatever they are called") {
+    StartImager();
+    REQUIRE(Cam("RegisterStillImageCallback", {Recorder(stills)}) == 0);
+    ClearCalls();
+    struct Case {
+        u32 resolution;
+        const char16_t* name;
+        const char* file;
+        u32 mode, width, height;
+    };
+    const Case cases[] = {{1, u"\\large.bmp", "large.bmp", 2, 640, 480},
+                          {0, u"\\small.BMP", "small.BMP", 3, 320, 240},
+                          {1, u"\\named.jpg", "named.jpg", 2, 640, 480},
+                          {0, u"\\named.Png", "named.Png", 3, 320, 240}};
+    for (const Case& one : cases) {
+        CAPTURE(std::string(one.file));
+        REQUIRE(Cam("SetResolution", {one.resolution}) == 0);
+        auto& posted = process.Attachment<Windows>("windows").posted;
+        posted.clear();
+        stills.clear();
+        ClearCalls();
+        REQUIRE(Snap(one.name) == 0);
+        REQUIRE(posted.size() == 1);
+        CHECK(posted[0].window == kEvents);
+        CHECK(posted[0].message == kStillCaptured);
+        CHECK(State() == 3);
+        const auto acquired = CallsTo({81});
+        CHECK(std::count(acquired.begin(), acquired.end(), Call{81, {2, 0, 0, 0, 0, 0}}) == (one.mode == 2));
+        REQUIRE(stills.size() == 1);
+        CHECK(stills[0].width == one.width);
+        CHECK(stills[0].height == one.height);
+        CHECK(stills[0].stride == one.width);
+        CHECK(stills[0].size == one.width * one.height);
+        FILE* file = std::fopen((process.folder + "/" + one.file).c_str(), "rb");
+        REQUIRE(file);
+        char start[2] = {};
+        CHECK(std::fread(start, 1, 2, file) == 2);
+        std::fclose(file);
+        CHECK(std::string(start, 2) == "BM");
+        // By its contents, not its name.
+        std::filesystem::copy_file(process.folder + "/" + one.file, process.folder + "/copy.bmp",
+                                   std::filesystem::copy_options::overwrite_existing);
+        CheckFile("copy.bmp", stills[0]);
+        CHECK(Barcode("copy.bmp") == "OCELLUS2\n");
+        CHECK(CountOf(40) + CountOf(41) == 0);
+        CHECK(CountOf(39) == 1);
+    }
+    // Without a name nothing is written, but all the rest happens.
+    ClearCalls();
+    REQUIRE(Snap(u"") == 0);
+    CHECK(State() == 3);
+    CHECK(CountOf(39) == 0);
+    // A name that this camera does not write is refused, with the state as if it had been taken up.
+    process.Attachment<Windows>("windows").posted.clear();
+    CHECK(Snap(u"\\x.tif") == kCaptureFailed);
+    CHECK(State() == 5);
+    process.scheduler.Sleep(200);
+    CHECK(process.Attachment<Windows>("windows").posted.empty());
+    CHECK(!std::filesystem::exists(process.folder + "/x.tif"));
+    REQUIRE(Cam("StopPreview") == 0);
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(WithLibrary, "text is stamped by the library, at its own positions") {
+    StartImager();
+    const u32 mark = process.heap.Mark();
+    const u32 name = process.NewText(u"\\t.bmp"), text = process.NewText(u"Text and more");
+    const auto snap = [&](u32 length, u32 position, u32 font) {
+        auto& posted = process.Attachment<Windows>("windows").posted;
+        posted.clear();
+        ClearCalls();
+        REQUIRE(Cam("SnapPictureWithText", {name, 0, text, length, position, 0, font}) == 0);
+        for (int i = 0; i < 100 && posted.empty(); ++i) process.scheduler.Sleep(20);
+        REQUIRE(posted.size() == 1);
+        return CallsTo({57});
+    };
+    constexpr u32 kFont = 0x000F0042;
+    const u32 mapped[] = {0, 4, 1, 6, 6, 6, 6, 6, 3, 5, 2, 6, 6};
+    for (u32 position = 0; position < std::size(mapped); ++position) {
+        CAPTURE(position);
+        CHECK(snap(4, position, kFont) ==
+              std::vector<Call>{{57, {mapped[position], 12, 0x00660046, 4, u'T', 0}}});
+    }
+    // Without a text, its length or a font there is nothing to stamp.
+    CHECK(snap(0, 0, kFont).empty());
+    CHECK(snap(4, 0, 0).empty());
+    process.heap.Free(name);
+    process.heap.Free(text);
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(process.heap.LeakedSince(mark) == "");
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(WithLibrary, "properties: colour, exposure and the two switches") {
+    REQUIRE(Select() == 0);
+    const u32 place = HostMemory(process, 24);
+    const auto word = [&](u32 index) { return process.machine.Read<i32>(place + 4 * index); };
+    const auto get = [&](u32 id, i32 value = -999) {
+        process.machine.Write(place, value);
+        process.machine.Write(place + 4, -999);
+        return Cam("GetProperty", {id, place, place + 4});
+    };
+    const auto range = [&](u32 id) {
+        for (u32 i = 0; i < 5; ++i) process.machine.Write(place + 4 * i, -999);
+        const i32 result = Cam("GetPropertyRange", {id, place, place + 4, place + 8, place + 12, place + 16});
+        return std::vector<i32>{result, word(0), word(1), word(2), word(3), word(4)};
+    };
+    using Numbers = std::vector<i32>;
+    // Colour keeps the value it was given, and is on or off for the library.
+    CHECK(range(6) == Numbers{0, 0, 1, 1, 0, 2});
+    ClearCalls();
+    REQUIRE(Cam("SetProperty", {6, 5, 2}) == 0);
+    REQUIRE(get(6) == 0);
+    CHECK(Numbers{word(0), word(1)} == Numbers{5, 2});
+    REQUIRE(Cam("SetProperty", {6, 0, 2}) == 0);
+    CHECK(CallsTo() == std::vector<Call>{{69, {1, 0, 0, 0, 0, 0}}, {69, {0, 0, 0, 0, 0, 0}}});
+    for (const auto& [id, ordinal] : {std::pair{16u, 44u}, {80u, 75u}}) {
+        CAPTURE(id);
+        ClearCalls();
+        CHECK(range(id) == Numbers{0, 0, 1, 1, 0, 2});
+        REQUIRE(Cam("SetProperty", {id, 1, 2}) == 0);
+        REQUIRE(get(id) == 0);
+        CHECK(Numbers{word(0), word(1)} == Numbers{1, 2});
+        // A status of the library's is no matter.
+        Fail(ordinal);
+        CHECK(Cam("SetProperty", {id, 0, 2}) == 0);
+        Fail(0);
+        REQUIRE(get(id) == 0);
+        CHECK(word(0) == 0);
+        CHECK(CallsTo() == std::vector<Call>{{ordinal, {1, 0, 0, 0, 0, 0}}, {ordinal, {0, 0, 0, 0, 0, 0}}});
+    }
+
+    // Until a get has chosen an exposure setting there is none.
+    ClearCalls();
+    CHECK(range(13) == Numbers{kInvalid, -999, -999, -999, -999, 2});
+    CHECK(CallsTo() == std::vector<Call>{{68, {0xFFFFFFFE, 0, 0, 0, 0, 0}}});
+    ClearCalls();
+    REQUIRE(get(13, 0) == 0);
+    CHECK(Numbers{word(0), word(1)} == Numbers{50, 2});
+    CHECK(range(13) == Numbers{0, 1, 100, 1, 50, 2});
+    REQUIRE(Cam("SetProperty", {13, 70, 2}) == 0);
+    REQUIRE(get(13, 0) == 0);
+    CHECK(word(0) == 70);
+    CHECK(Cam("SetProperty", {13, 101, 2}) == kInvalid);
+    REQUIRE(get(13, 1) == 0);
+    CHECK(word(0) == 0);
+    CHECK(range(13) == Numbers{0, 0, 15, 1, 0, 2});
+    CHECK(get(13, 2) == kInvalid);
+    // -1 is the exposure itself.
+    REQUIRE(get(13, -1) == 0);
+    CHECK(Numbers{word(0), word(1)} == Numbers{2, 2});
+    CHECK(range(13) == Numbers{0, 0, 2, 2, 2, 2});
+    REQUIRE(Cam("SetProperty", {13, 0, 2}) == 0);
+    REQUIRE(get(13, -1) == 0);
+    CHECK(word(0) == 0);
+    CHECK(Cam("SetProperty", {13, 3, 2}) == kInvalid);
+    const auto exposures = CallsTo({59, 67, 68, 70, 99});
+    CHECK(exposures[0] == Call{67, {0, 8, 0, 0, 0, 0}});
+    CHECK(exposures[2] == Call{59, {0, 70, 8, 0, 0, 0}});
+
+    for (const u32 id : {7u, 12u}) {
+        CAPTURE(id);
+        CHECK(get(id) == kInvalid);
+        CHECK(Numbers{word(0), word(1)} == Numbers{0, 2});
+        CHECK(range(id) == Numbers{kInvalid, 0, 0, 0, 0, 1});
+        CHECK(Cam("SetProperty", {id, 1, 2}) == kInvalid);
+    }
+    REQUIRE(Cam("GetResolutionCount", {place}) == 0);
+    CHECK(word(0) == 2);
+    const auto dimensions = [&](u32 index) {
+        REQUIRE(Cam("GetResolutionDimensions", {place, place + 4, index}) == 0);
+        return Numbers{word(0), word(1)};
+    };
+    CHECK(dimensions(0) == Numbers{240, 320});
+    CHECK(dimensions(0xFFFFFFFF) == Numbers{480, 640});
+    REQUIRE(Cam("SetResolution", {0}) == 0);
+    CHECK(dimensions(0xFFFFFFFF) == Numbers{240, 320});
+    CHECK(Cam("SetResolution", {2}) == kInvalid);
+    CHECK(Cam("GetResolutionDimensions", {place, place + 4, 2}) == kInvalid);
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(WithLibrary, "a call that the library fails ends what it belongs to, and no more") {
+    Fail(32);
+    CHECK(Select() == static_cast<i32>(kFail));
+    CHECK(State() == 0);
+    Fail(0);
+    const auto preview = [&] {
+        ClearCalls();
+        StartImager();
+    };
+    const auto stopped = [&] {
+        // The thread has ended by itself: there is nothing to wait for.
+        const u64 now = process.scheduler.Now();
+        REQUIRE(Cam("StopPreview") == 0);
+        CHECK(process.scheduler.Now() == now);
+        Fail(0);
+    };
+    for (const u32 ordinal : {15u, 79u}) {
+        CAPTURE(ordinal);
+        Fail(ordinal);
+        preview();
+        CHECK(CountOf(81) + CountOf(80) + CountOf(51) == 0);
+        stopped();
+    }
+    preview();
+    Fail(81, 3);
+    process.scheduler.Sleep(100);
+    CHECK(CountOf(80) == 1);
+    CHECK(CountOf(51) == 1);
+    stopped();
+    // A still that fails leaves the engine open, and no message is sent.
+    for (const auto& [ordinal, argument] : {std::pair{81u, 2u}, {39u, 0u}}) {
+        CAPTURE(ordinal);
+        preview();
+        process.Attachment<Windows>("windows").posted.clear();
+        Fail(ordinal, argument);
+        CHECK(Snap(u"\\f.bmp") == 0);
+        CHECK(process.Attachment<Windows>("windows").posted.empty());
+        CHECK(!std::filesystem::exists(process.folder + "/f.bmp"));
+        CHECK(State() == 5);
+        CHECK(CountOf(80) + CountOf(51) == 0);
+        stopped();
+    }
+    // And the next preview is a whole one.
+    preview();
+    CHECK(Snap(u"\\f.bmp") == 0);
+    CHECK(Barcode("f.bmp") == "OCELLUS2\n");
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(WithoutLibrary, "without the library the camera says so, and the other one works") {
+    constexpr u32 kNoModule = 0x8007007E;
+    for (int i = 0; i < 2; ++i) CHECK(Select() == static_cast<i32>(kNoModule));
+    CHECK(State() == 0);
+    CHECK(Cam("StartPreview") == kFailed);
+    CHECK(Cam("StopPreview") == 0);
+    const u32 place = HostMemory(process, 20);
+    CHECK(Cam("GetSnapshot", {place}) == kInvalid);
+    CHECK(Cam("SetProperty", {6, 1, 2}) == kInvalid);
+    CHECK(Cam("GetProperty", {13, place, place + 4}) == kInvalid);
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(process.Handles() == handles);
+    Start();
+    REQUIRE(Snap(u"\\one.bmp") == 0);
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(process.Handles() == handles);
+}
+
+TEST_CASE_FIXTURE(WithoutLibrary, "a library of that name that lacks the operations is refused") {
+    constexpr u32 kNoProcedure = 0x8007007F;
+    const std::string path = process.folder + "/Imvoxa.dll";
+    std::filesystem::copy_file(BuiltDll("provider.dll"), path);
+    process.Load(path);
+    CHECK(Select() == static_cast<i32>(kNoProcedure));
+    CHECK(State() == 0);
+    REQUIRE(Cam("ShutDown") == 0);
+    CHECK(process.Handles() == handles);
+}

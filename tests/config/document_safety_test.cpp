@@ -1,0 +1,113 @@
+// Documents that mean harm end in the error of a document that cannot be parsed.
+#include <windows.h>
+#include <objsafe.h>
+
+#include <string>
+
+#include "config/config_document.h"
+#include "config/dom_ids.h"
+#include "config/test_files.h"
+
+using namespace cam::config;
+using cam::ComPtr;
+
+namespace {
+
+const std::string kHead = "<?xml version=\"1.0\"?>";
+
+void CheckRefused(const std::string& bytes) {
+    const TestFile file(L"hostile.xml", bytes);
+    wchar_t error[200] = L"";
+    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), error, 200));
+    CHECK(std::wstring(error).rfind(L"Error -2147467259 : ", 0) == 0);
+    CHECK(std::wstring(error).size() > 20);
+    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), nullptr, 0));
+}
+
+std::string Nested(int levels) {
+    std::string text;
+    for (int i = 0; i < levels; ++i) text += "<Section>";
+    for (int i = 0; i < levels; ++i) text += "</Section>";
+    return text;
+}
+
+std::string EntityBomb() {
+    std::string entities = "<!ENTITY e0 \"xxxxxxxxxx\">";
+    for (int i = 1; i < 10; ++i) {
+        entities += "<!ENTITY e" + std::to_string(i) + " \"";
+        for (int k = 0; k < 10; ++k) entities += "&e" + std::to_string(i - 1) + ";";
+        entities += "\">";
+    }
+    return kHead + "<!DOCTYPE ConfigDoc [" + entities + "]><ConfigDoc>&e9;</ConfigDoc>";
+}
+
+}  // namespace
+
+TEST_CASE("hostile documents are refused, from a file and from memory") {
+    const std::string documents[] = {
+        EntityBomb(),
+        ToUtf16(EntityBomb(), true),
+        kHead + "<!DOCTYPE ConfigDoc SYSTEM \"http://192.0.2.1/x.dtd\"><ConfigDoc/>",
+        kHead + "<!DOCTYPE ConfigDoc [<!ATTLIST ConfigDoc name CDATA 'default'>]><ConfigDoc/>",
+        kHead + "<!DOCTYPE ConfigDoc [<!ENTITY x \"harmless\">]><ConfigDoc>&x;</ConfigDoc>",
+        kHead + Nested(257),
+        kHead + Nested(100'000),
+        kHead + "<ConfigDoc>" + std::string(100, '<'),
+        std::string("\0\0\0\0", 4),
+    };
+    for (const std::string& document : documents) {
+        CAPTURE(document.substr(0, 100));
+        CheckRefused(document);
+        if (document.find('\0') != std::string::npos) continue;
+        wchar_t error[200] = L"";
+        CHECK_FALSE(ConfigDocument::LoadXMLString(Widen(document).c_str(), error, 200));
+        CHECK(std::wstring(error).rfind(L"XMl Load error -2147467259 : ", 0) == 0);
+    }
+}
+
+TEST_CASE("deep and large documents are read, and those whose DTD does no harm") {
+    const std::string documents[] = {
+        kHead + Nested(256),
+        kHead + "<ConfigDoc><Key>" + std::string(1'000'000, 'x') + "</Key></ConfigDoc>",
+        kHead + "<!DOCTYPE ConfigDoc><ConfigDoc/>",
+        kHead +
+            "<!DOCTYPE ConfigDoc [<!ELEMENT ConfigDoc ANY><!ATTLIST ConfigDoc name CDATA #IMPLIED>]>"
+            "<ConfigDoc name='a'/>",
+    };
+    for (const std::string& document : documents) {
+        CAPTURE(document.substr(0, 100));
+        const TestFile file(L"odd.xml", document);
+        CHECK(ConfigDocument::LoadXMLDocument(file.path(), nullptr, 0));
+        CHECK(ConfigDocument::LoadXMLString(Widen(document).c_str(), nullptr, 0));
+    }
+}
+
+// The parser itself is told as well, in case a DTD reaches it in an encoding of its own.
+TEST_CASE("the parser does not follow external entities") {
+    const TestFile secret(L"secret.txt", "SECRET");
+    const TestFile file(L"outer.xml", kHead + "<!DOCTYPE a [<!ENTITY x SYSTEM \"secret.txt\">]><a>&x;</a>");
+    const DomDocument document = ConfigDocument::CreateDocument();
+    REQUIRE(document);
+    VARIANT_BOOL resolves = VARIANT_TRUE;
+    CHECK(SUCCEEDED(document->get_resolveExternals(&resolves)));
+    CHECK(resolves == VARIANT_FALSE);
+    VARIANT_BOOL isLoaded = VARIANT_FALSE;
+    document->load(Variant(file.path()).get(), &isLoaded);
+    Bstr text;
+    document->get_text(text.put());
+    CHECK(std::wstring(text.text()).find(L"SECRET") == std::wstring::npos);
+}
+
+TEST_CASE("a new document is synchronous and has all safety options off") {
+    const DomDocument document = ConfigDocument::CreateDocument();
+    REQUIRE(document);
+    VARIANT_BOOL isAsync = VARIANT_TRUE;
+    CHECK(SUCCEEDED(document->get_async(&isAsync)));
+    CHECK(isAsync == VARIANT_FALSE);
+    ComPtr<IObjectSafety> safety;
+    REQUIRE(SUCCEEDED(document->QueryInterface(kIidObjectSafety, safety.putVoid())));
+    DWORD supported = 0;
+    DWORD enabled = 1;
+    CHECK(SUCCEEDED(safety->GetInterfaceSafetyOptions(kIidDomDocument, &supported, &enabled)));
+    CHECK(enabled == 0);
+}

@@ -1,0 +1,334 @@
+#include "config/settings_store.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "config/camera_settings.h"
+#include "config/test_files.h"
+#include "config/xml_settings.h"
+
+using namespace cam::config;
+
+namespace {
+
+constexpr int32_t kUntouched = -77;
+
+const std::string kHead = "<?xml version=\"1.0\"?>\r\n";
+
+std::string Document(const std::string& content) {
+    return kHead + "<ConfigDoc>" + content + "</ConfigDoc>";
+}
+
+std::string Camera(const std::string& keys) {
+    return Document("<Section name=\"Camera\">" + keys + "</Section>");
+}
+
+int32_t ReadZoom(const wchar_t* path, const wchar_t* section = L"Camera") {
+    int32_t zoom = kUntouched;
+    CHECK(SettingsStore::ReadInteger(path, section, L"Zoom", &zoom) == 0);
+    return zoom;
+}
+
+int32_t ReadZoomOf(const std::string& bytes, const wchar_t* section = L"Camera") {
+    const TestFile file(L"zoom.exm", bytes);
+    SettingsStore::ReadSettings(nullptr, nullptr,
+                                0);  // times are too coarse to tell the files of this test apart
+    return ReadZoom(file.path(), section);
+}
+
+SettingsFileType TypeOf(const std::wstring& name, std::wstring* path = nullptr) {
+    SettingsFile file;
+    SettingsStore::Classify(name.c_str(), &file);
+    if (path) *path = file.path;
+    return file.type;
+}
+
+}  // namespace
+
+TEST_CASE("the first line of a file decides its type") {
+    struct Case {
+        const wchar_t* name;
+        std::string bytes;
+        SettingsFileType type;
+    };
+    for (const Case& c :
+         {Case{L"a.exm", "<?xml version=\"1.0\"?>", SettingsFileType::kXml},
+          {L"a.ini", "<?XML Version='1.0' encoding='UTF-8' standalone='yes'?><a/>", SettingsFileType::kXml},
+          {L"a.exm", "[Camera]", SettingsFileType::kIni},
+          {L"a.exm", "", SettingsFileType::kIni},
+          {L"a.exm", "\r\n<?xml version='1.0'?>", SettingsFileType::kIni},
+          {L"a.exm", " <?xml version='1.0'?>", SettingsFileType::kIni},
+          {L"a.exm", "<?xml  version='1.0'?>", SettingsFileType::kIni},
+          {L"a.exm", "<?xml version", SettingsFileType::kIni},
+          {L"a.exm", "\xEF\xBB\xBF<?xml version='1.0'?>", SettingsFileType::kIni},
+          {L"a.exm", ToUtf16("<?xml version='1.0'?>", true), SettingsFileType::kIni}}) {
+        CAPTURE(c.bytes);
+        const TestFile file(c.name, c.bytes);
+        std::wstring path;
+        CHECK(TypeOf(file.path(), &path) == c.type);
+        CHECK(path == file.path());
+    }
+}
+
+TEST_CASE("a file that is not there is taken for what its extension says") {
+    for (const auto& [name, type] :
+         {std::pair{L"missing.ini", SettingsFileType::kIni},
+          {L"missing.PRO", SettingsFileType::kIni},
+          {L"missing.mnu", SettingsFileType::kIni},
+          {L"missing.ini2", SettingsFileType::kIni},  // four characters count
+          {L"missing.in", SettingsFileType::kXml},
+          {L"missing.exm", SettingsFileType::kXml},
+          {L"missing.xml", SettingsFileType::kXml},
+          {L"missing.x\\file", SettingsFileType::kXml},  // the last dot counts, wherever it is
+          {L"missing", SettingsFileType::kIni},
+          {L"", SettingsFileType::kIni}}) {
+        CAPTURE(Narrow(name));
+        CHECK(TypeOf(name) == type);
+    }
+    int32_t zoom = kUntouched;
+    const TestFile missing(L"missing.pro");
+    CHECK(SettingsStore::ReadInteger(missing.path(), nullptr, L"Zoom", &zoom) == -1);
+    const TestFile missingXml(L"missing.exm");
+    CHECK(SettingsStore::ReadInteger(missingXml.path(), nullptr, L"Zoom", &zoom) == -1);
+    CHECK(SettingsStore::ReadInteger(std::wstring(1000, L'x').c_str(), nullptr, L"Zoom", &zoom) == -1);
+    CHECK(SettingsStore::ReadInteger((std::wstring(300, L'x') + L".exm").c_str(), nullptr, L"Zoom", &zoom) ==
+          -1);
+    CHECK(zoom == kUntouched);
+}
+
+TEST_CASE("a name without extension finds the .exm file before the .ini file") {
+    const TestFile xml(L"both.exm", Camera("<Key name='Zoom'>3</Key>"));
+    const TestFile ini(L"both.ini", "[Camera]\r\nZoom=4\r\n");
+    const std::wstring name = xml.WithoutExtension();
+    REQUIRE(name.find(L'.') == std::wstring::npos);
+    std::wstring path;
+    CHECK(TypeOf(name, &path) == SettingsFileType::kXmlBesideIni);
+    CHECK(path == xml.path());
+    CHECK(ReadZoom(name.c_str()) == 3);
+
+    xml.Write("[Camera]\nZoom=5\n");
+    CHECK(TypeOf(name) == SettingsFileType::kIni);
+    CHECK(ReadZoom(name.c_str()) == 5);
+
+    xml.Remove();
+    CHECK(TypeOf(name, &path) == SettingsFileType::kIni);
+    CHECK(path == ini.path());
+    CHECK(ReadZoom(name.c_str()) == 4);
+
+    ini.Remove();
+    xml.Write(kHead);
+    CHECK(TypeOf(name) == SettingsFileType::kXml);
+    xml.Remove();
+    CHECK(TypeOf(name, &path) == SettingsFileType::kIni);
+    CHECK(path == name);
+}
+
+TEST_CASE("XML values come from live keys of live sections below the root") {
+    struct Case {
+        std::string text;
+        int32_t zoom;
+    };
+    for (const Case& c :
+         {Case{Camera("<Key name='Zoom'>0x10</Key>"), 16},
+          {Camera("<Key name='zoom'>010</Key>"), 8},
+          {Camera("<Key name='Zoom'> 7 </Key>"), 7},
+          {Camera("<Key name='Zoom'><![CDATA[ 9]]></Key>"), 9},
+          {Camera("<Key name='Zoom'><!-- 1 -->5<!-- 2 --></Key>"), 5},
+          {Camera("<Key name='Zoom'/>"), 0},  // the empty value
+          {Camera("<Key name='Zoom'><!-- no text --></Key>"), kUntouched},
+          {Camera("<Key name='Zoom' flags='1'>5</Key>"), kUntouched},
+          {Camera("<Key name='Zoom' flags='1'>5</Key><Key name='Zoom' flags='2'>6</Key>"), 6},
+          {Camera("<Key name='Zoom'>5</Key><Key name='Zoom'>6</Key>"), 6},
+          {Camera("<Key>5</Key><key name='Zoom'>5</key><Section name='Camera'><Key "
+                  "name='Zoom'>5</Key></Section>"),
+           kUntouched},
+          {Document("<Section name='CAMERA'><Key name='Zoom'>5</Key></Section>"), 5},
+          {Document("<Section name='Camera' flags='1'><Key name='Zoom'>5</Key></Section>"), kUntouched},
+          {Document("<Section name='Other'><Key name='Zoom'>5</Key></Section>"), kUntouched},
+          {Document("<Section><Key name='Zoom'>5</Key></Section>"), kUntouched},
+          {Document("<QVXReserved><Section name='Camera'><Key name='Zoom'>5</Key></Section></QVXReserved>"),
+           kUntouched},
+          {Document(
+               "<Section name='Camera'/><!-- --><Section name='Camera'><Key name='Zoom'>5</Key></Section>"),
+           5},
+          {kHead + "<AnyRoot><Section name='Camera'><Key name='Zoom'>5</Key></Section></AnyRoot>", 5},
+          {kHead +
+               "<ConfigDoc flags='1'><Section name='Camera'><Key name='Zoom'>5</Key></Section></ConfigDoc>",
+           kUntouched}}) {
+        CAPTURE(c.text);
+        CHECK(ReadZoomOf(c.text) == c.zoom);
+    }
+    CHECK(ReadZoomOf(Document("<Section name='A'><Key name='Zoom'>1</Key></Section>"
+                              "<Section name='B'><Key name='Zoom'>2</Key></Section>"),
+                     nullptr) == 2);
+}
+
+TEST_CASE("an XML key fills the first request that asks for it, an INI key all of them") {
+    int32_t first = kUntouched;
+    int32_t second = kUntouched;
+    SettingsRequest requests[] = {{nullptr, L"k", 0, &first, 0, 0, 9}, {L"s", L"K", 0, &second, 0, 0, 9}};
+    const TestFile xml(L"first.exm",
+                       Document("<Section name='s'><Key name='k' flags='32'>1</Key></Section>"));
+    CHECK(SettingsStore::ReadSettings(xml.path(), requests, 2) == 0);
+    CHECK(first == 1);
+    CHECK(second == kUntouched);
+    CHECK(requests[0].found == 1);
+    CHECK(requests[0].keyFlag == 1);
+    CHECK(requests[1].found == 0);
+    CHECK(requests[1].keyFlag == 9);
+
+    const TestFile ini(L"first.ini", "[s]\nk=2\n");
+    CHECK(SettingsStore::ReadSettings(ini.path(), requests, 2) == 0);
+    CHECK(first == 2);
+    CHECK(second == 2);
+    CHECK(requests[0].keyFlag == 0);
+}
+
+TEST_CASE("the flag of an XML key is told with its text only") {
+    const TestFile file(L"flags.exm",
+                        Camera("<Key name='a' flags='48'>1</Key><Key name='b' flags='16'>1</Key>"
+                               "<Key name='c' flags='32'/>"));
+    int32_t values[3];
+    SettingsRequest requests[] = {{nullptr, L"a", 0, &values[0], 0, 0, 9},
+                                  {nullptr, L"b", 0, &values[1], 0, 0, 9},
+                                  {nullptr, L"c", 0, &values[2], 0, 0, 9}};
+    CHECK(SettingsStore::ReadSettings(file.path(), requests, 3) == 0);
+    CHECK(requests[0].keyFlag == 1);
+    CHECK(requests[1].keyFlag == 0);
+    CHECK(requests[2].keyFlag == 9);
+    CHECK(requests[2].found == 1);
+}
+
+TEST_CASE("strings fill their buffer, from XML with one character more for the terminator") {
+    const TestFile xml(L"text.exm", Camera("<Key name='t'>abcdef</Key><Key name='e'/>"));
+    const TestFile ini(L"text.ini", "[Camera]\nt=abcdef\ne=\n");
+    struct Case {
+        int length;
+        std::wstring fromXml;
+        std::wstring fromIni;
+    };
+    for (const Case& c :
+         {Case{1, L"a", L""}, {5, L"abcde", L"abcd"}, {6, L"abcdef", L"abcde"}, {7, L"abcdef", L"abcdef"}}) {
+        // Heap blocks of exactly the size that is allowed, for a run with heap checks.
+        const auto wide = std::make_unique<wchar_t[]>(static_cast<size_t>(c.length) + 1);
+        CHECK(SettingsStore::ReadString(xml.path(), L"camera", L"T", wide.get(), c.length) == 0);
+        CHECK(std::wstring(wide.get()) == c.fromXml);
+        const auto narrow = std::make_unique<wchar_t[]>(static_cast<size_t>(c.length));
+        CHECK(SettingsStore::ReadString(ini.path(), L"camera", L"T", narrow.get(), c.length) == 0);
+        CHECK(std::wstring(narrow.get()) == c.fromIni);
+    }
+    wchar_t text[] = L"before";
+    CHECK(SettingsStore::ReadString(xml.path(), nullptr, L"missing", text, 6) == 0);
+    CHECK(std::wstring(text) == L"before");
+    CHECK(SettingsStore::ReadString(xml.path(), nullptr, L"t", text, -1) == 0);
+    CHECK(std::wstring(text) == L"before");
+    CHECK(SettingsStore::ReadString(xml.path(), nullptr, L"t", text, 0) == 0);
+    CHECK(std::wstring(text).empty());
+    text[0] = L'x';
+    CHECK(SettingsStore::ReadString(xml.path(), nullptr, L"e", text, 6) == 0);
+    CHECK(std::wstring(text).empty());
+    CHECK(SettingsStore::ReadIniString(ini.path(), nullptr, L"t", text, 7) == 0);
+    CHECK(std::wstring(text) == L"abcdef");
+    int32_t number = kUntouched;
+    CHECK(SettingsStore::ReadIniInteger(ini.path(), L"Camera", L"t", &number) == 0);
+    CHECK(number == 0);
+}
+
+TEST_CASE("a document stays loaded while its file keeps its time") {
+    constexpr ULONGLONG kTime = 0x01D0000000000000;
+    constexpr ULONGLONG kSecond = 10'000'000;
+    const TestFile file(L"cached.exm", Camera("<Key name='Zoom'>1</Key>"));
+    file.SetTime(kTime);
+    CHECK(ReadZoom(file.path()) == 1);
+    file.Write(Camera("<Key name='Zoom'>2</Key>"));
+    file.SetTime(kTime);
+    CHECK(ReadZoom(file.path()) == 1);  // the loaded document still
+    file.SetTime(kTime + kSecond);
+    CHECK(ReadZoom(file.path()) == 2);
+    file.Write(Camera("<Key name='Zoom'>3</Key>"));
+    file.SetTime(kTime);  // older counts as changed as well
+    CHECK(ReadZoom(file.path()) == 3);
+
+    // Another path, even one that differs in case only, discards the document.
+    file.Write(Camera("<Key name='Zoom'>4</Key>"));
+    file.SetTime(kTime);
+    CHECK(ReadZoom(file.path()) == 3);
+    std::wstring otherCase = file.path();
+    otherCase.back() = L'M';
+    CHECK(ReadZoom(otherCase.c_str()) == 4);
+
+    // So does a null path, and a file that has become unreadable; INI files do not touch it.
+    file.Write(Camera("<Key name='Zoom'>5</Key>"));
+    file.SetTime(kTime);
+    const TestFile ini(L"other.ini", "[Camera]\nZoom=9\n");
+    CHECK(ReadZoom(ini.path()) == 9);
+    CHECK(ReadZoom(otherCase.c_str()) == 4);
+    CHECK(ReadZoom(nullptr) == kUntouched);
+    CHECK(ReadZoom(otherCase.c_str()) == 5);
+    file.Write("<?xml version='1.0'?><broken");
+    int32_t zoom = kUntouched;
+    CHECK(SettingsStore::ReadInteger(otherCase.c_str(), nullptr, L"Zoom", &zoom) == -1);
+    CHECK(zoom == kUntouched);
+    file.Write(Camera("<Key name='Zoom'>6</Key>"));
+    CHECK(ReadZoom(otherCase.c_str()) == 6);
+    file.Remove();
+    CHECK(ReadXmlSettings(otherCase.c_str(), nullptr, 0) == -1);
+}
+
+TEST_CASE("the settings of a camera come from one section, and keep their defaults") {
+    for (const auto& [name, language] : {std::pair{L"camera.ini", "ini"}, {L"camera.exm", "xml"}}) {
+        const TestFile file(name, DocumentedExample(language, 0));
+        CameraSettings settings;
+        CHECK(ReadCameraSettings(file.path(), &settings, L"camera") == 0);
+        CHECK(settings.brightness == 10);
+        CHECK(settings.autofocus == 1);
+        CHECK(settings.flash == 0);
+        CHECK(settings.resolution == 2);
+        CHECK(settings.color == 1);
+        CHECK(settings.focusMinimum == 100);
+        CHECK(settings.focusMaximum == 300);
+        CHECK(settings.focusStep == 8);
+        CHECK(settings.focusFixed == 150);
+        CHECK(settings.zoom == 2);
+    }
+    const TestFile file(L"all.ini",
+                        "[S]\nAutofocus=11\nBrightness=12\nColor=13\nFlash=14\nFocusMin=15\nFocusMax=16\n"
+                        "FocusStep=17\nFocusFixed=18\nResolution=19\nZoom=20\n");
+    CameraSettings settings;
+    CHECK(ReadCameraSettings(file.path(), &settings, L"other") == 0);
+    CHECK(settings.focusFixed == 150);
+    CHECK(ReadCameraSettings(file.path(), &settings, L"s") == 0);
+    const LONG values[] = {settings.autofocus, settings.brightness,   settings.color,
+                           settings.flash,     settings.focusMinimum, settings.focusMaximum,
+                           settings.focusStep, settings.focusFixed,   settings.resolution,
+                           settings.zoom};
+    for (LONG i = 0; i < 10; ++i) CHECK(values[i] == 11 + i);
+    file.Remove();
+    CHECK(ReadCameraSettings(file.path(), &settings, L"s") == -1);
+    CHECK(settings.zoom == 20);
+}
+
+TEST_CASE("INI settings are written, XML settings only reported") {
+    const TestFile log(L"boxes.txt");
+    SetEnvironmentVariableW(L"OCELLUS_MESSAGE_BOX_LOG", log.path());
+    SetEnvironmentVariableW(L"OCELLUS_HEADLESS", L"1");
+    int32_t zoom = 3;
+    const SettingsRequest request = {L"Camera", L"Zoom", 0, &zoom, 0, 0, 0};
+    const TestFile ini(L"write.ini");
+    CHECK(SettingsStore::WriteSettings(ini.path(), &request, 1) == 0);
+    CHECK(ReadBytes(ini.path()) == "[Camera]\r\nZoom=3\r\n");
+    CHECK(GetFileAttributesW(log.path()) == INVALID_FILE_ATTRIBUTES);
+
+    const std::string before = Camera("<Key name='Zoom'>1</Key>");
+    const TestFile xml(L"write.exm", before);
+    CHECK(SettingsStore::WriteSettings(xml.path(), &request, 1) == -1);
+    CHECK(ReadBytes(xml.path()) == before);
+    const std::string box =
+        "QVXXmlSettings Error\tAttempt to call QVXXMLSettingsWrite() detected. Please report this error to "
+        "Tech Support\n";
+    CHECK(ReadBytes(log.path()) == box);
+    CHECK(SettingsStore::WriteSettings(nullptr, &request, 1) == -1);
+    CHECK(ReadBytes(log.path()) == box + box);
+    SetEnvironmentVariableW(L"OCELLUS_MESSAGE_BOX_LOG", nullptr);
+}

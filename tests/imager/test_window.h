@@ -1,0 +1,63 @@
+// A window that counts the library's messages, and waits that end as soon as what they wait for has come.
+#pragma once
+
+#include <windows.h>
+
+#include <ocellus/cam.h>
+
+namespace test {
+
+constexpr DWORD kPatienceMs = 10000;
+constexpr UINT kAsk = WM_APP + 1;  // sent by a callback; counted
+
+class Window {
+  public:
+    Window() {
+        WNDCLASSW windowClass = {};
+        windowClass.lpfnWndProc = Procedure;
+        windowClass.lpszClassName = L"OcellusImagerTest";
+        RegisterClassW(&windowClass);
+        handle = CreateWindowW(L"OcellusImagerTest", L"", WS_POPUP | WS_VISIBLE, 0, 0, 320, 240, nullptr,
+                               nullptr, nullptr, nullptr);
+        SetWindowLongPtrW(handle, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    }
+    ~Window() { DestroyWindow(handle); }
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+
+    HWND get() const { return handle; }
+
+    int captured = 0;
+    WPARAM lastWParam = 1;
+    LPARAM lastLParam = 1;
+    int asked = 0;
+
+  private:
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        auto* self = reinterpret_cast<Window*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+        if (self && message == CAM_MESSAGE_STILL_CAPTURED) {
+            ++self->captured;
+            self->lastWParam = wParam;
+            self->lastLParam = lParam;
+        }
+        if (self && message == kAsk) ++self->asked;
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+
+    HWND handle = nullptr;
+};
+
+// Dispatches this thread's messages until `done()`; false when patience ends first.
+template <typename Done>
+bool Until(Done done, DWORD patienceMs = kPatienceMs) {
+    const DWORD start = GetTickCount();
+    for (;;) {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+        if (done()) return true;
+        if (GetTickCount() - start > patienceMs) return false;
+        MsgWaitForMultipleObjectsEx(0, nullptr, 5, QS_ALLINPUT, 0);
+    }
+}
+
+}  // namespace test

@@ -1,0 +1,329 @@
+// BMP, JPEG and PNG files, written and failed to be written. The files left in the picture folder are judged
+// afterwards by decoders from elsewhere (check_pictures.sh), against a PPM of the same pixels.
+#include "still/picture_writers.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "still/byte_sink.h"
+#include "still/image_writer.h"
+#include "still/jpeg_encoder.h"
+#include "still/jpeg_quality.h"
+#include "still/png_encoder.h"
+#include "still/test_picture.h"
+
+using namespace cam::still;
+
+namespace {
+
+// The same pixels in a form that needs no encoder, for comparison.
+void WritePpm(TestPicture& picture, const std::wstring& name) {
+    std::string ppm =
+        "P6\n" + std::to_string(picture.picture.width) + " " + std::to_string(picture.rows()) + "\n255\n";
+    for (LONG y = 0; y < static_cast<LONG>(picture.rows()); ++y) {
+        for (LONG x = 0; x < picture.picture.width; ++x) {
+            const int word = picture.word(x, y);
+            ppm += static_cast<char>(std::lround((word >> 11) * 255.0 / 31));
+            ppm += static_cast<char>(std::lround((word >> 5 & 63) * 255.0 / 63));
+            ppm += static_cast<char>(std::lround((word & 31) * 255.0 / 31));
+        }
+    }
+    WriteWholeFile(name, ppm.data(), ppm.size());
+}
+
+DWORD PrepareAndStore(TestPicture& picture) {
+    ImageWriter writer(picture.picture, picture.frame());
+    writer.Prepare();
+    return writer.Store();
+}
+
+class QualityKey {
+  public:
+    explicit QualityKey(int level)
+        : path_(L"Software\\Microsoft\\DirectShow\\ImageSink\\Quality\\" + std::to_wstring(level) +
+                L"\\JPG\\Quality") {}
+    ~QualityKey() { RegDeleteKeyW(HKEY_LOCAL_MACHINE, path_.c_str()); }
+    void set(DWORD type, const void* value, DWORD size) {
+        HKEY key = nullptr;
+        REQUIRE(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                &key, nullptr) == ERROR_SUCCESS);
+        REQUIRE(RegSetValueExW(key, L"Value", 0, type, static_cast<const BYTE*>(value), size) ==
+                ERROR_SUCCESS);
+        RegCloseKey(key);
+    }
+    void set(DWORD number) { set(REG_DWORD, &number, sizeof number); }
+
+  private:
+    std::wstring path_;
+};
+
+// Takes a number of writes at each attempt, then no more.
+class FailingSink final : public ByteSink {
+  public:
+    explicit FailingSink(std::vector<int> writesAtAttempt) : writesAtAttempt_(std::move(writesAtAttempt)) {}
+    bool Write(const void* some, std::size_t count) override {
+        if (writesAtAttempt_.at(attempts - 1)-- <= 0) return false;
+        const auto* from = static_cast<const std::uint8_t*>(some);
+        bytes.insert(bytes.end(), from, from + count);
+        return true;
+    }
+    bool Restart() override {
+        bytes.clear();
+        ++attempts;
+        return true;
+    }
+
+    std::size_t attempts = 1;
+    std::vector<std::uint8_t> bytes;
+
+  private:
+    std::vector<int> writesAtAttempt_;
+};
+
+bool CanWrite(const std::wstring& name) {
+    const HANDLE file = CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    CloseHandle(file);
+    return true;
+}
+
+struct Size {
+    LONG width, height;
+};
+
+}  // namespace
+
+TEST_CASE("a BMP file is header, masks and the frame as it lies in memory") {
+    for (const Size& size : {Size{640, 480}, Size{640, -480}, Size{3, 2}, Size{3, -2}}) {
+        CAPTURE(size.width);
+        CAPTURE(size.height);
+        const std::wstring name = InFolder(L"layout.bmp");
+        TestPicture picture(kFormatRgb565, size.width, size.height, name);
+        picture.paint();
+        REQUIRE(PrepareAndStore(picture) == 0);
+        const auto bytes = ReadWholeFile(name);
+        const DWORD imageBytes = picture.rows() * picture.picture.stride;
+        REQUIRE(bytes.size() == 66 + imageBytes);
+        auto number = [&](std::size_t offset) {
+            return static_cast<LONG>(bytes[offset] | bytes[offset + 1] << 8 | bytes[offset + 2] << 16 |
+                                     static_cast<unsigned>(bytes[offset + 3]) << 24);
+        };
+        CHECK(bytes[0] == 'B');
+        CHECK(bytes[1] == 'M');
+        const LONG expected[] = {static_cast<LONG>(66 + imageBytes),
+                                 0,
+                                 66,
+                                 40,
+                                 size.width,
+                                 size.height,
+                                 1 | 16 << 16,
+                                 3,
+                                 0,
+                                 7559,
+                                 7559,
+                                 0,
+                                 0,
+                                 0xF800,
+                                 0x07E0,
+                                 0x001F};
+        for (std::size_t i = 0; i < ARRAYSIZE(expected); ++i) {
+            CAPTURE(2 + 4 * i);
+            CHECK(number(2 + 4 * i) == expected[i]);
+        }
+        CHECK(std::memcmp(bytes.data() + 66, picture.frame(), imageBytes) == 0);
+    }
+}
+
+TEST_CASE("pictures for other decoders") {
+    for (const wchar_t* extension : {L"jpg", L"png", L"bmp"}) {
+        for (const Size& size :
+             {Size{200, 120}, Size{200, -120}, Size{3, 5}, Size{37, -64}, Size{1, 1}, Size{1600, 1200}}) {
+            const std::wstring name =
+                InFolder(std::to_wstring(size.width) + (size.height < 0 ? L"_down_" : L"_up_") +
+                         std::to_wstring(RowCount(size.height)));
+            TestPicture picture(kFormatRgb565, size.width, size.height, name + L"." + extension);
+            picture.paint();
+            WritePpm(picture, name + L".ppm");
+            CHECK(PrepareAndStore(picture) == 0);
+        }
+    }
+}
+
+TEST_CASE("JPEG quality comes from the level's own registry key") {
+    const DWORD fifty = 50;
+    SUBCASE("no key") {
+        for (int level = 0; level < 4; ++level) CHECK(JpegQuality(static_cast<BYTE>(level)) == -1);
+    }
+    SUBCASE("a key for level 1") {
+        QualityKey key(1);
+        key.set(fifty);
+        CHECK(JpegQuality(0) == -1);
+        CHECK(JpegQuality(1) == 50);
+        CHECK(JpegQuality(2) == -1);
+        CHECK(JpegQuality(255) == -1);
+        for (const BYTE level : {0, 1}) {
+            const std::wstring name = InFolder(level ? L"quality_50" : L"quality_90");
+            TestPicture picture(kFormatRgb565, 160, 100, name + L".jpg");
+            picture.paint();
+            picture.picture.qualityLevel = level;
+            WritePpm(picture, name + L".ppm");
+            CHECK(PrepareAndStore(picture) == 0);
+        }
+    }
+    SUBCASE("a level that has no key") {
+        QualityKey key(3);
+        key.set(fifty);
+        CHECK(JpegQuality(3) == -1);
+    }
+    SUBCASE("values that are no numbers") {
+        QualityKey key(0);
+        key.set(REG_SZ, L"fifty", 12);
+        CHECK(JpegQuality(0) == -1);
+        key.set(REG_BINARY, "2", 1);
+        CHECK(JpegQuality(0) == '2');
+        key.set(static_cast<DWORD>(-5));
+        CHECK(JpegQuality(0) == -5);
+    }
+}
+
+TEST_CASE("the extension chooses the format, in any case") {
+    struct {
+        const wchar_t* name;
+        std::vector<std::uint8_t> start;  // empty: no file
+    } const cases[] = {
+        {L"format.BmP", {'B', 'M'}},     {L"format.jPg", {0xFF, 0xD8}}, {L"format.Png", {0x89, 'P'}},
+        {L"format.tIF", {'I', 'I'}},     {L"format.jpeg", {}},          {L"format", {}},
+        {L"format.png.bmp", {'B', 'M'}},
+    };
+    for (const auto& c : cases) {
+        CAPTURE(std::string(c.name, c.name + std::wcslen(c.name)));
+        const std::wstring name = InFolder(c.name);
+        DeleteFileW(name.c_str());
+        TestPicture picture(kFormatRgb565, 32, 32, name);
+        picture.paint();
+        CHECK(PrepareAndStore(picture) == 0);
+        const auto bytes = ReadWholeFile(name);
+        CHECK(FileExists(name) == !c.start.empty());
+        if (!c.start.empty() && bytes.size() > 2)
+            CHECK(std::equal(c.start.begin(), c.start.end(), bytes.begin()));
+    }
+    TestPicture unnamed(kFormatRgb565, 32, 32);
+    CHECK(PrepareAndStore(unnamed) == 0);
+}
+
+TEST_CASE("a file that cannot be created fails the picture and leaves nothing") {
+    CreateDirectoryW(InFolder(L"taken.bmp").c_str(), nullptr);
+    CreateDirectoryW(InFolder(L"taken.jpg").c_str(), nullptr);
+    CreateDirectoryW(InFolder(L"taken.png").c_str(), nullptr);
+    for (const wchar_t* extension : {L".bmp", L".jpg", L".png"}) {
+        CAPTURE(std::string(extension, extension + 4));
+        const std::wstring missing = std::wstring(L"no_such_folder\\a") + extension;
+        TestPicture picture(kFormatRgb565, 64, 48, missing);
+        CHECK(PrepareAndStore(picture) == 0x80000000 + ERROR_PATH_NOT_FOUND);
+        CHECK(!FileExists(missing));
+
+        const std::wstring folder = InFolder(std::wstring(L"taken") + extension);
+        TestPicture overFolder(kFormatRgb565, 64, 48, folder);
+        CHECK((PrepareAndStore(overFolder) & 0x80000000) != 0);
+        CHECK(FileExists(folder));
+
+        // A file that somebody else has open is neither replaced nor deleted.
+        const std::wstring held = InFolder(std::wstring(L"held") + extension);
+        WriteWholeFile(held, "kept", 4);
+        const HANDLE holder = CreateFileW(held.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        REQUIRE(holder != INVALID_HANDLE_VALUE);
+        TestPicture overHeld(kFormatRgb565, 64, 48, held);
+        CHECK(PrepareAndStore(overHeld) == 0x80000000 + ERROR_SHARING_VIOLATION);
+        CloseHandle(holder);
+        CHECK(ReadWholeFile(held).size() == 4);
+        // Nor is a read-only one, where the attribute binds (it does not for a superuser under Wine).
+        SetFileAttributesW(held.c_str(), FILE_ATTRIBUTE_READONLY);
+        if (!CanWrite(held)) {
+            CHECK(PrepareAndStore(overHeld) == 0x80000000 + ERROR_ACCESS_DENIED);
+            CHECK(ReadWholeFile(held).size() == 4);
+        }
+        SetFileAttributesW(held.c_str(), FILE_ATTRIBUTE_NORMAL);
+        DeleteFileW(held.c_str());
+        RemoveDirectoryW(folder.c_str());
+    }
+}
+
+TEST_CASE("a picture that the library refuses is deleted again") {
+    const std::wstring jpeg = InFolder(L"too_wide.jpg");
+    TestPicture wide(kFormatRgb565, 65501, 1, jpeg);
+    CHECK((PrepareAndStore(wide) & 0x80000000) != 0);
+    CHECK(!FileExists(jpeg));
+
+    const std::wstring png = InFolder(L"no_rows.png");
+    TestPicture empty(kFormatRgb565, 8, 0, png);
+    CHECK((PrepareAndStore(empty) & 0x80000000) != 0);
+    CHECK(!FileExists(png));
+
+    // A frame that cannot be read: the headers are written, the pixels are not.
+    const std::wstring bmp = InFolder(L"unreadable.bmp");
+    TestPicture unreadable(kFormatRgb565, 640, 480, bmp);
+    ImageWriter(unreadable.picture, unreadable.frame()).Prepare();
+    CHECK((WriteBmp(unreadable.picture, reinterpret_cast<const BYTE*>(UINT_PTR{16})) & 0x80000000) != 0);
+    CHECK(!FileExists(bmp));
+}
+
+TEST_CASE("a device that takes no more ends the picture with the device's error") {
+    for (const wchar_t* extension : {L".bmp", L".jpg", L".png"}) {
+        CAPTURE(std::string(extension, extension + 4));
+        const std::wstring name = std::wstring(L"\\\\.\\pipe\\ocellus_still") + extension;
+        const HANDLE pipe = CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE | PIPE_WAIT, 1,
+                                             512, 512, 0, nullptr);
+        REQUIRE(pipe != INVALID_HANDLE_VALUE);
+        // Reads a little and goes away in the middle of the picture.
+        std::thread reader([pipe] {
+            ConnectNamedPipe(pipe, nullptr);
+            BYTE some[100];
+            DWORD read = 0;
+            ReadFile(pipe, some, sizeof some, &read, nullptr);
+            CloseHandle(pipe);
+        });
+        TestPicture picture(kFormatRgb565, 640, 480, name);
+        picture.paint();
+        const DWORD result = PrepareAndStore(picture);
+        reader.join();
+        CHECK(result > 0x80000000);
+    }
+}
+
+TEST_CASE("encoders end when the sink takes no more, wherever that is") {
+    TestPicture picture(kFormatRgb565, 1600, 1200);
+    std::uint32_t noise = 1;
+    for (DWORD i = 0; i < picture.picture.sampleSize; ++i) {
+        noise = noise * 1664525 + 1013904223;
+        picture.frame()[i] = static_cast<BYTE>(noise >> 24);
+    }
+    const FrameRows rows = TopDown(picture.frame(), 1600, 1200, picture.picture.stride);
+    for (const int writes : {0, 1, 5}) {
+        CAPTURE(writes);
+        FailingSink jpegSink({writes});
+        CHECK(EncodeJpeg(rows, 90, jpegSink) == EncodeStatus::Failed);
+        CHECK(jpegSink.attempts == 1);
+        FailingSink pngSink({writes, 0, writes});
+        CHECK(EncodePng(rows, pngSink) == EncodeStatus::Failed);
+        CHECK(pngSink.attempts == 3);
+    }
+}
+
+TEST_CASE("a PNG that failed for a moment is whole all the same") {
+    TestPicture picture(kFormatRgb565, 320, 240);
+    picture.paint();
+    const FrameRows rows = TopDown(picture.frame(), 320, 240, picture.picture.stride);
+    constexpr int kAll = 1000;
+    FailingSink undisturbed({kAll});
+    REQUIRE(EncodePng(rows, undisturbed) == EncodeStatus::Done);
+    FailingSink disturbed({0, 0, kAll});
+    CHECK(EncodePng(rows, disturbed) == EncodeStatus::Done);
+    CHECK(disturbed.attempts == 3);
+    CHECK(disturbed.bytes == undisturbed.bytes);
+}

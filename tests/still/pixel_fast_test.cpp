@@ -1,0 +1,139 @@
+// Every fast routine gives what its plain twin gives, bit for bit, and touches nothing else.
+#include "still/pixel_convert.h"
+
+#include <doctest/doctest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "still/guarded_buffer.h"
+
+using namespace cam::still;
+
+namespace {
+
+struct NamedLevel {
+    const char* name;
+    PixelLevel level;
+};
+constexpr NamedLevel kFastLevels[] = {
+    {"word", PixelLevel::Word}, {"sse2", PixelLevel::Sse2}, {"avx2", PixelLevel::Avx2}};
+
+struct NamedConversion {
+    const char* name;
+    void (*run)(std::uint8_t*, const FrameShape&, const PixelRoutines&);
+};
+constexpr NamedConversion kConversions[] = {{"Yuy2ToRgb565", Yuy2ToRgb565},
+                                            {"Yuy2ToGrey", Yuy2ToGrey},
+                                            {"Rgb565ToGrey", Rgb565ToGrey},
+                                            {"ExpandGrey", ExpandGrey}};
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Noise, and the bytes at which clamping and rounding change sides.
+Bytes HostileBytes(std::size_t size, unsigned seed) {
+    static constexpr std::uint8_t kEdges[] = {0, 1, 15, 16, 17, 31, 127, 128, 129, 234, 235, 236, 254, 255};
+    std::minstd_rand random(seed + 1);
+    Bytes bytes(size);
+    for (auto& byte : bytes) {
+        byte = seed % 2 ? kEdges[random() % sizeof kEdges] : static_cast<std::uint8_t>(random() >> 8);
+    }
+    return bytes;
+}
+
+}  // namespace
+
+TEST_CASE("YUY2 to RGB565 agrees for every Y, U and V") {
+    Bytes every(512);
+    for (int y = 0; y < 256; ++y) every[2 * y] = static_cast<std::uint8_t>(y);
+    for (const NamedLevel& fastLevel : kFastLevels) {
+        const PixelRoutines* fast = PixelRoutinesAt(fastLevel.level);
+        if (!fast) continue;
+        CAPTURE(fastLevel.name);
+        int wrong = 0;
+        for (int uv = 0; uv < 65536; ++uv) {
+            for (int pair = 0; pair < 128; ++pair) {
+                every[4 * pair + 1] = static_cast<std::uint8_t>(uv);
+                every[4 * pair + 3] = static_cast<std::uint8_t>(uv >> 8);
+            }
+            Bytes expected = every;
+            Bytes actual = every;
+            kPlainPixels.yuy2RowToRgb565(expected.data(), 256);
+            fast->yuy2RowToRgb565(actual.data(), 256);
+            wrong += expected != actual;
+        }
+        CHECK(wrong == 0);
+    }
+}
+
+TEST_CASE("RGB565 agrees for every word") {
+    Bytes every(2 * 65536);
+    for (int word = 0; word < 65536; ++word) {
+        every[2 * word] = static_cast<std::uint8_t>(word);
+        every[2 * word + 1] = static_cast<std::uint8_t>(word >> 8);
+    }
+    Bytes expectedGrey(65536), expectedRgb(3 * 65536);
+    kPlainPixels.rgb565RowToGrey(expectedGrey.data(), every.data(), 65536);
+    kPlainPixels.rgb565RowToRgb888(expectedRgb.data(), every.data(), 65536);
+    for (const NamedLevel& fastLevel : kFastLevels) {
+        const PixelRoutines* fast = PixelRoutinesAt(fastLevel.level);
+        if (!fast) continue;
+        CAPTURE(fastLevel.name);
+        Bytes grey(65536), rgb(3 * 65536);
+        fast->rgb565RowToGrey(grey.data(), every.data(), 65536);
+        fast->rgb565RowToRgb888(rgb.data(), every.data(), 65536);
+        CHECK(grey == expectedGrey);
+        CHECK(rgb == expectedRgb);
+    }
+}
+
+TEST_CASE("frames of every width agree, flush against unreadable memory") {
+    for (const NamedLevel& fastLevel : kFastLevels) {
+        const PixelRoutines* fast = PixelRoutinesAt(fastLevel.level);
+        if (!fast) continue;
+        CAPTURE(fastLevel.name);
+        for (std::uint32_t width = 1; width <= 70; ++width) {
+            // With odd ones rows begin at any address, and every width sees noise as well as edges.
+            for (const std::uint32_t padding : {0, 1, 2, 4, 7, 12}) {
+                const FrameShape shape = {width, 1 + width % 5, (width * 2 + 3) / 4 * 4 + padding};
+                CAPTURE(width);
+                CAPTURE(padding);
+                const Bytes input = HostileBytes(shape.size(), width * 3 + padding);
+                for (const auto& conversion : kConversions) {
+                    CAPTURE(conversion.name);
+                    Bytes expected = input;
+                    conversion.run(expected.data(), shape, kPlainPixels);
+                    for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
+                        GuardedBuffer frame(shape.size(), flush);
+                        std::memcpy(frame.data(), input.data(), input.size());
+                        conversion.run(frame.data(), shape, *fast);
+                        CHECK(std::memcmp(frame.data(), expected.data(), expected.size()) == 0);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST_CASE("RGB888 rows of every width and alignment end where they must") {
+    for (const NamedLevel& fastLevel : kFastLevels) {
+        const PixelRoutines* fast = PixelRoutinesAt(fastLevel.level);
+        if (!fast) continue;
+        CAPTURE(fastLevel.name);
+        for (std::uint32_t width = 1; width <= 70; ++width) {
+            CAPTURE(width);
+            const Bytes input = HostileBytes(2 * width, width);
+            Bytes expected(3 * width);
+            kPlainPixels.rgb565RowToRgb888(expected.data(), input.data(), width);
+            for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
+                GuardedBuffer row(2 * width, flush);
+                GuardedBuffer rgb(3 * width, flush);
+                std::memcpy(row.data(), input.data(), input.size());
+                fast->rgb565RowToRgb888(rgb.data(), row.data(), width);
+                CHECK(std::memcmp(rgb.data(), expected.data(), expected.size()) == 0);
+            }
+        }
+    }
+}

@@ -1,0 +1,51 @@
+// Frames that arrive at a callback, and what a frame of the kit's test chart shows.
+#pragma once
+
+#include <windows.h>
+
+#include <scene/chart.h>
+
+#include <atomic>
+#include <vector>
+
+#include <ocellus/cam.h>
+
+// The arguments of a frame callback and a copy of the frame.
+struct Frame {
+    DWORD size;
+    LONG height;
+    LONG width;
+    DWORD stride;
+    std::vector<BYTE> bytes;
+
+    // Pixel of the picture, (0, 0) at the top left, whichever way the rows are stored.
+    WORD At(int x, int y) const;
+};
+
+// Collects what a callback is given. The functions are the callbacks to register; there is one of each in a
+// process.
+class FrameCatcher {
+  public:
+    // Forgets everything, and keeps copies of the next `keep` frames.
+    void Reset(size_t keep = 1);
+    LONG count() const { return count_; }
+    const std::vector<Frame>& frames() const { return frames_; }  // complete once count() has reached `keep`
+    void Catch(void* frame, DWORD size, LONG height, LONG width, DWORD stride);
+
+  private:
+    std::atomic<LONG> count_ = 0;
+    size_t keep_ = 0;
+    std::vector<Frame> frames_;
+};
+
+extern FrameCatcher previewFrames;
+extern FrameCatcher stillFrames;
+void WINAPI CatchPreview(void* frame, DWORD size, LONG height, LONG width, DWORD stride);
+void WINAPI CatchStill(void* frame, DWORD size, LONG height, LONG width, DWORD stride);
+
+enum class Layout { kRgb555, kRgb565 };
+
+// Whether the four corner marks and the bars of the test chart stand where they belong.
+bool ShowsChart(const Frame& frame, Layout layout);
+// The number that the test chart carries, 0 to 4095.
+int FrameNumber(const Frame& frame, Layout layout);

@@ -1,0 +1,103 @@
+#include <doctest/doctest.h>
+
+#include "harness.h"
+
+namespace {
+
+constexpr char kSettings[] =
+    "[Other]\nZoom=2\n[Camera]\nBrightness=11\nAutofocus=0\nFlash=1\nResolution=2\nColor=0\nFocusMin="
+    "20\nFocusMax=210\n"
+    "FocusStep=4\nFocusFixed=99\nZoom=3\n";
+
+// What was set, in its order: "IAMVideoProcAmp::Set 0", "IAMStreamConfig::SetFormat ..."
+std::vector<std::wstring> Settings() {
+    std::vector<std::wstring> settings;
+    for (const std::wstring& call : deviceKit().Calls()) {
+        if (call.find(L"::Set ") != std::wstring::npos) settings.push_back(call);
+        if (call.find(L"IAMStreamConfig::SetFormat") == 0) settings.push_back(L"resolution");
+    }
+    return settings;
+}
+
+struct SettingsFile {
+    SettingsFile() { WriteFileBytes(path, kSettings); }
+    const TemporaryFolder folder;
+    const std::wstring path = folder.Path(L"camera.ini");
+};
+
+// Shuts the camera down at the end.
+struct Initialised {
+    Initialised(const std::wstring& scenario, const wchar_t* path, const wchar_t* section) {
+        deviceKit().Play(scenario);
+        result = cam().Init(nullptr, path, section);
+    }
+    ~Initialised() { cam().ShutDown(); }
+    camResult result;
+};
+
+long Value(int id) {
+    long value = -1, flags = 0;
+    cam().GetProperty(id, &value, &flags);
+    return value;
+}
+
+const std::vector<std::wstring> kAll = {L"IAMVideoProcAmp::Set 0",   L"IAMCameraControl::Set 6",
+                                        L"IAMCameraControl::Set 7",  L"resolution",
+                                        L"IAMVideoProcAmp::Set 6",   L"IAMCameraControl::Set 52",
+                                        L"IAMCameraControl::Set 51", L"IAMCameraControl::Set 50",
+                                        L"IAMCameraControl::Set 53", L"IAMCameraControl::Set 3"};
+
+}  // namespace
+
+TEST_CASE("the persisted settings are set one after the other") {
+    const SettingsFile file;
+    const Initialised camera(L"{}", file.path.c_str(), L"Camera");
+    CHECK(camera.result == camOk);
+    CHECK(Settings() == kAll);
+    CHECK(Value(CAM_PROPERTY_BRIGHTNESS) == 11);
+    CHECK(Value(CAM_PROPERTY_ZOOM) == 3);
+    CHECK(Value(CAM_PROPERTY_FOCUS_FIXED) == 99);
+    long height = 0, width = 0, wantedHeight = 0, wantedWidth = 0;
+    cam().GetResolutionDimensions(&height, &width, -1);
+    cam().GetResolutionDimensions(&wantedHeight, &wantedWidth, 2);
+    CHECK(((height == wantedHeight) && (width == wantedWidth)));
+    CHECK(cam().State() == CAM_STATE_INITIALISED);
+}
+
+TEST_CASE("the first setting that fails ends it, and the camera is up all the same") {
+    const SettingsFile file;
+    TakeMessageBoxes();
+    struct Case {
+        const wchar_t* call;
+        size_t done;
+    };
+    for (const Case& c : {Case{L"IAMVideoProcAmp::Set 0", 1},
+                          {L"IAMCameraControl::Set 6", 2},
+                          {L"IAMStreamConfig::SetFormat", 4},
+                          {L"IAMCameraControl::Set 3", 10}}) {
+        const Initialised camera(
+            std::wstring(L"{\"calls\": {\"") + c.call + L"\": {\"result\": \"0x80004005\"}}}",
+            file.path.c_str(), L"Camera");
+        CHECK(camera.result == camOk);
+        CHECK(Settings() == std::vector<std::wstring>(kAll.begin(), kAll.begin() + static_cast<int>(c.done)));
+        CHECK(cam().State() == CAM_STATE_INITIALISED);
+    }
+    TakeMessageBoxes();
+}
+
+TEST_CASE("a section that is not there gives the defaults; no path, no section or no file: nothing is set") {
+    const SettingsFile file;
+    {
+        const Initialised camera(L"{}", file.path.c_str(), L"Elsewhere");
+        CHECK(Settings() == kAll);
+        CHECK(Value(CAM_PROPERTY_FOCUS_FIXED) == 150);
+    }
+    const std::wstring missing = file.folder.Path(L"missing.ini");
+    for (const auto& [path, section] : {std::pair<const wchar_t*, const wchar_t*>{nullptr, L"Camera"},
+                                        {file.path.c_str(), nullptr},
+                                        {missing.c_str(), L"Camera"}}) {
+        const Initialised camera(L"{}", path, section);
+        CHECK(camera.result == camOk);
+        CHECK(Settings().empty());
+    }
+}

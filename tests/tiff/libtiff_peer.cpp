@@ -1,0 +1,79 @@
+#include "tiff/libtiff_peer.h"
+
+#include <string.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace cam::test {
+
+TIFF* MemoryTiff::Open(const char* mode) {
+    TIFFSetErrorHandler(nullptr);
+    TIFFSetWarningHandler(nullptr);
+    auto read = [](thandle_t self, void* to, tmsize_t size) -> tmsize_t {
+        auto& me = *static_cast<MemoryTiff*>(self);
+        if (me.position_ >= me.file_.size()) return 0;
+        const auto count = std::min<uint64_t>(static_cast<uint64_t>(size), me.file_.size() - me.position_);
+        memcpy(to, me.file_.data() + me.position_, count);
+        me.position_ += count;
+        return static_cast<tmsize_t>(count);
+    };
+    auto write = [](thandle_t self, void* from, tmsize_t size) -> tmsize_t {
+        auto& me = *static_cast<MemoryTiff*>(self);
+        const auto count = static_cast<size_t>(size);
+        if (me.file_.size() < me.position_ + count) me.file_.resize(me.position_ + count);
+        memcpy(me.file_.data() + me.position_, from, count);
+        me.position_ += count;
+        return size;
+    };
+    auto seek = [](thandle_t self, toff_t offset, int whence) -> toff_t {
+        auto& me = *static_cast<MemoryTiff*>(self);
+        const uint64_t base = whence == SEEK_CUR ? me.position_ : whence == SEEK_END ? me.file_.size() : 0;
+        return me.position_ = base + offset;
+    };
+    auto close = [](thandle_t) { return 0; };
+    auto size = [](thandle_t self) -> toff_t { return static_cast<MemoryTiff*>(self)->file_.size(); };
+    return TIFFClientOpen("memory", mode, this, read, write, seek, close, size, nullptr, nullptr);
+}
+
+const std::vector<uint8_t>& MemoryTiff::Close() {
+    if (TIFF* tiff = std::exchange(tiff_, nullptr)) TIFFClose(tiff);
+    return file_;
+}
+
+void DescribeG4(TIFF* tiff, uint32_t width, uint32_t rows) {
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, rows);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    TIFFSetField(tiff, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rows);
+}
+
+std::vector<uint8_t> LibtiffEncodeG4(const uint8_t* raster, uint32_t width, uint32_t rows) {
+    MemoryTiff writer;
+    DescribeG4(writer.get(), width, rows);
+    std::vector<uint8_t> copy(raster,
+                              raster + size_t{width / 8} * rows);  // libtiff may change what it is given
+    TIFFWriteEncodedStrip(writer.get(), 0, copy.data(), static_cast<tmsize_t>(copy.size()));
+    MemoryTiff reader(writer.Close());
+    std::vector<uint8_t> strip(static_cast<size_t>(TIFFRawStripSize(reader.get(), 0)));
+    TIFFReadRawStrip(reader.get(), 0, strip.data(), static_cast<tmsize_t>(strip.size()));
+    return strip;
+}
+
+std::vector<uint8_t> LibtiffDecodeG4(const uint8_t* strip, size_t size, uint32_t width, uint32_t rows) {
+    MemoryTiff writer;
+    DescribeG4(writer.get(), width, rows);
+    TIFFWriteRawStrip(writer.get(), 0, const_cast<uint8_t*>(strip), static_cast<tmsize_t>(size));
+    MemoryTiff reader(writer.Close());
+    std::vector<uint8_t> raster(size_t{width / 8} * rows);
+    const auto wanted = static_cast<tmsize_t>(raster.size());
+    if (!reader.get() || TIFFReadEncodedStrip(reader.get(), 0, raster.data(), wanted) != wanted)
+        raster.clear();
+    return raster;
+}
+
+}  // namespace cam::test

@@ -1,0 +1,262 @@
+#include "camera_session.h"
+
+#include <atomic>
+#include <cmath>
+
+#include "base/file_extension.h"
+#include "text.h"
+
+namespace camctl {
+
+namespace {
+
+constexpr wchar_t kWindowClass[] = L"camctl";
+// The client area in which preview is drawn; nobody sees it.
+constexpr int kOwnerWidth = 640;
+constexpr int kOwnerHeight = 480;
+
+// Written by the library's streaming threads.
+std::atomic<long> g_previewFrames;
+std::atomic<bool> g_hasFormat;
+PreviewFormat g_format;  // published by g_hasFormat
+int g_stillsReported;    // the session's own thread
+
+void WINAPI OnPreviewFrame(void*, DWORD, LONG, LONG, DWORD) {
+    ++g_previewFrames;
+}
+
+void WINAPI OnMediaType(LONG height, LONG width, DWORD sampleSize, DWORD stride, LONG formatCode,
+                        LONG framesPerSecond) {
+    g_format = {height, width, sampleSize, stride, formatCode, framesPerSecond};
+    g_hasFormat = true;
+}
+
+LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == CAM_MESSAGE_STILL_CAPTURED) {
+        ++g_stillsReported;
+        return 0;
+    }
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+HWND MakeWindow(int width, int height) {
+    static const ATOM registered = [] {
+        WNDCLASSW windowClass = {};
+        windowClass.lpfnWndProc = WindowProcedure;
+        windowClass.hInstance = GetModuleHandleW(nullptr);
+        windowClass.lpszClassName = kWindowClass;
+        return RegisterClassW(&windowClass);
+    }();
+    (void)registered;
+    RECT frame = {0, 0, width, height};
+    AdjustWindowRect(&frame, WS_OVERLAPPED | WS_CAPTION, FALSE);
+    const HWND window =
+        CreateWindowW(kWindowClass, L"camctl", WS_OVERLAPPED | WS_CAPTION, 0, 0, frame.right - frame.left,
+                      frame.bottom - frame.top, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+    if (!window) {
+        throw ToolError{kExitNoCamera, "a window could not be made",
+                        "run it where windows can be made: scripts/host.sh",
+                        HRESULT_FROM_WIN32(GetLastError())};
+    }
+    return window;
+}
+
+// "chart", or the picture file or .y4m film of that name, as the device kit wants it.
+Json SceneOf(const CameraOptions& options) {
+    if (options.type == CAM_TYPE_IMAGER || options.scene == "chart") return options.scene;
+    if (GetFileAttributesW(ToWide(options.scene).c_str()) == INVALID_FILE_ATTRIBUTES) {
+        throw ToolError{kExitInvalidArgument, "there is no scene '" + options.scene + "'",
+                        "give chart, or a picture file or .y4m film that exists"};
+    }
+    const bool isFilm = cam::SameExtension(cam::FindExtension(ToWide(options.scene).c_str()), L".y4m");
+    return {{isFilm ? "film" : "picture", options.scene}};
+}
+
+// Tells the device kit, if that is the camera, what to play.
+void SetScenario(const CameraOptions& options) {
+    if (options.scene.empty() && options.scenario.empty()) return;
+    std::string scenario = options.scenario;
+    if (!options.scene.empty()) {
+        Json json = {{"scene", SceneOf(options)}};
+        if (options.type == CAM_TYPE_IMAGER) json = {{"imager", json}};
+        scenario = json.dump();
+    }
+    SetEnvironmentVariableW(L"DEVICEKIT_SCENARIO", ToWide(scenario).c_str());
+}
+
+ExitCode ExitCodeFor(camResult result) {
+    switch (result) {
+        case camNotInitialised:
+            return kExitNoCamera;
+        case camInvalidArgument:
+            return kExitInvalidArgument;
+        default:
+            return result < 0 ? kExitNoCamera : kExitCaptureFailed;
+    }
+}
+
+const char* RemedyFor(camResult result) {
+    switch (result) {
+        case camNotInitialised:
+            return "select a camera type that exists: --type dshow or --type imager";
+        case camInvalidArgument:
+            return "ask 'camctl props' and 'camctl formats' for what this camera accepts";
+        case camCaptureFailed:
+            return "the camera driver refused; check that preview runs: camctl preview --seconds 2";
+        case camFailed:
+            return "the camera driver refused; check the connection and try again";
+        default:
+            break;
+    }
+    if (HRESULT_FACILITY(result) == FACILITY_WIN32 && HRESULT_CODE(result) == ERROR_NO_MORE_FILES)
+        return "no active camera device was found; connect one, or register the device kit: run.sh does it";
+    if (result == REGDB_E_CLASSNOTREG)
+        return "a filter class is not registered; register ocellus.dll and devicekit.dll: scripts/host.sh "
+               "does it";
+    if (HRESULT_FACILITY(result) == FACILITY_WIN32 && HRESULT_CODE(result) == ERROR_MOD_NOT_FOUND)
+        return "the imager library Imvoxa.dll must stand beside ocellus.dll";
+    return "check that the camera driver is installed and not in use by another program";
+}
+
+}  // namespace
+
+void Require(camResult result, const std::string& what) {
+    if (result == camOk) return;
+    throw ToolError{ExitCodeFor(result), what + " failed", RemedyFor(result), result};
+}
+
+double Seconds() {
+    static const double frequency = [] {
+        LARGE_INTEGER value;
+        QueryPerformanceFrequency(&value);
+        return static_cast<double>(value.QuadPart);
+    }();
+    LARGE_INTEGER now;
+    QueryPerformanceCounter(&now);
+    return static_cast<double>(now.QuadPart) / frequency;
+}
+
+CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
+    SetScenario(options);
+    g_previewFrames = 0;
+    g_hasFormat = false;
+    g_stillsReported = 0;
+    ownerWindow_ = MakeWindow(kOwnerWidth, kOwnerHeight);
+    eventsWindow_ = MakeWindow(1, 1);
+    const std::wstring file = ToWide(options.settingsFile);
+    const std::wstring section = ToWide(options.settingsSection);
+    const camResult result = camSelect(ownerWindow_, file.empty() ? nullptr : file.c_str(),
+                                       section.empty() ? nullptr : section.c_str(), options.type);
+    if (result != camOk) {
+        camShutDown();
+        DestroyWindow(eventsWindow_);
+        DestroyWindow(ownerWindow_);
+        Require(result, "bringing up the camera");
+    }
+    camSetEventsWindow(eventsWindow_);
+    camRegisterPreviewCallback(OnPreviewFrame);
+    camRegisterMediaTypeCallback(OnMediaType);
+}
+
+CameraSession::~CameraSession() {
+    camRegisterPreviewCallback(nullptr);
+    camRegisterMediaTypeCallback(nullptr);
+    camShutDown();
+    DestroyWindow(eventsWindow_);
+    DestroyWindow(ownerWindow_);
+}
+
+template <typename Condition>
+bool CameraSession::PumpUntil(double seconds, Condition condition) {
+    const double deadline = Seconds() + seconds;
+    for (;;) {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            TranslateMessage(&message);
+            DispatchMessageW(&message);
+        }
+        if (condition()) return true;
+        const double left = deadline - Seconds();
+        if (left <= 0) return false;
+        // Frames are counted by another thread without a message: look again after a few milliseconds.
+        const DWORD milliseconds = static_cast<DWORD>(std::ceil(std::min(left, 0.005) * 1000));
+        MsgWaitForMultipleObjectsEx(0, nullptr, milliseconds, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+    }
+}
+
+void CameraSession::StartPreview() {
+    g_previewFrames = 0;
+    Require(camStartPreview(), "starting preview");
+}
+
+void CameraSession::StopPreview() {
+    Require(camStopPreview(), "stopping preview");
+}
+
+void CameraSession::SkipFrames(long count) {
+    if (PumpUntil(options_.timeoutSeconds, [&] { return g_previewFrames >= count; })) return;
+    throw ToolError{kExitTimeout,
+                    "only " + std::to_string(g_previewFrames) + " of " + std::to_string(count) +
+                        " preview frames came within " + std::to_string(options_.timeoutSeconds) + " s",
+                    "check the camera, or allow more time with --timeout"};
+}
+
+void CameraSession::Pump(double seconds) {
+    PumpUntil(seconds, [] { return false; });
+}
+
+double CameraSession::Snap(const std::wstring& file, int mode, const ocellus::PictureText* text) {
+    const int reportedBefore = g_stillsReported;
+    const double start = Seconds();
+    Require(text ? text->Snap(file.c_str(), mode) : camSnapPicture(file.c_str(), mode),
+            "taking the picture '" + ToUtf8(file) + "'");
+    if (!PumpUntil(options_.timeoutSeconds, [&] { return g_stillsReported != reportedBefore; })) {
+        throw ToolError{kExitTimeout,
+                        "the picture '" + ToUtf8(file) + "' was not reported within " +
+                            std::to_string(options_.timeoutSeconds) + " s",
+                        "check the camera, or allow more time with --timeout"};
+    }
+    return Seconds() - start;
+}
+
+std::vector<Size> CameraSession::Resolutions() const {
+    int count = 0;
+    Require(camGetResolutionCount(&count), "asking for the still resolutions");
+    std::vector<Size> sizes;
+    for (int index = 0; index < count; ++index) {
+        Size size = {};
+        Require(camGetResolutionDimensions(&size.height, &size.width, index),
+                "asking for still resolution " + std::to_string(index));
+        sizes.push_back(size);
+    }
+    return sizes;
+}
+
+void CameraSession::SelectResolution(Size size) {
+    const std::vector<Size> sizes = Resolutions();
+    std::string known;
+    for (size_t index = 0; index < sizes.size(); ++index) {
+        if (sizes[index] == size) {
+            Require(camSetResolution(static_cast<int>(index)),
+                    "selecting still resolution " + std::to_string(index));
+            return;
+        }
+        known += (index ? ", " : "") + std::to_string(sizes[index].width) + "x" +
+                 std::to_string(sizes[index].height);
+    }
+    throw ToolError{kExitInvalidArgument,
+                    "--size " + std::to_string(size.width) + "x" + std::to_string(size.height) +
+                        " is no still resolution of this camera",
+                    "give one of " + known};
+}
+
+long CameraSession::PreviewFrames() const {
+    return g_previewFrames;
+}
+
+std::optional<PreviewFormat> CameraSession::Format() const {
+    if (!g_hasFormat) return std::nullopt;
+    return g_format;
+}
+
+}  // namespace camctl

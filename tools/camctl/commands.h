@@ -1,0 +1,54 @@
+// The commands of camctl, a file each. Every one throws ToolError on failure.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "camera_session.h"
+
+namespace camctl {
+
+struct TextOptions {
+    std::string text;   // "\n" separates lines
+    std::string stamp;  // strftime pattern, put below the text
+    std::string position = "bottom-right";
+    std::string textColor = "white";
+    std::string outline = "black";
+    std::string background = "none";
+    std::string font = "DejaVu Sans,18,bold";
+};
+
+struct SnapOptions {
+    CameraOptions camera;
+    std::vector<std::string> files;
+    int mode = 0;
+    long skip = 3;
+    std::string size;
+    TextOptions text;
+};
+
+struct BenchOptions {
+    CameraOptions camera;
+    long pictures = 20;
+    double previewSeconds = 10;
+    std::string folder = ".";
+};
+
+void Info(const CameraOptions& options, bool asJson);
+void Snap(const SnapOptions& options, bool asJson);
+void Preview(const CameraOptions& options, double seconds, bool asJson);
+void Formats(const CameraOptions& options, bool asJson);
+void Properties(const CameraOptions& options, bool asJson);
+void GetProperty(const CameraOptions& options, const std::string& name, bool asJson);
+void SetProperty(const CameraOptions& options, const std::string& assignment, bool asJson);
+void Profiles(const std::string& file, bool asJson);
+void Settings(const std::string& file, const std::string& section, bool asJson);
+void Convert(const std::string& in, const std::string& out, int mode, bool asJson);
+void Bench(const BenchOptions& options, bool asJson);
+
+// "640x480"; throws ToolError with kExitUsage.
+Size ParseSize(const std::string& text);
+
+const char* FormatName(long formatCode);
+
+}  // namespace camctl

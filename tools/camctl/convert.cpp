@@ -1,0 +1,120 @@
+// Any picture file to bilevel TIFF, through the same code that takes pictures.
+#include <wincodec.h>
+
+#include <memory>
+#include <new>
+
+#include "base/com_ptr.h"
+#include "base/file_extension.h"
+#include "commands.h"
+#include "picture_file.h"
+#include "still/image_writer.h"
+#include "text.h"
+
+namespace camctl {
+
+namespace {
+
+struct GreyPicture {
+    UINT width = 0;
+    UINT height = 0;
+    std::vector<BYTE> pixels;  // one byte a pixel, rows from the top
+};
+
+void RequireDecoded(HRESULT result, const std::string& file) {
+    if (SUCCEEDED(result)) return;
+    throw ToolError{kExitInvalidArgument, "'" + file + "' cannot be read as a picture",
+                    "give a BMP, JPEG, PNG, GIF or TIFF file that exists", result};
+}
+
+GreyPicture Decode(const std::string& file) {
+    cam::ComPtr<IWICImagingFactory> factory;
+    RequireDecoded(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
+                                    __uuidof(IWICImagingFactory), factory.putVoid()),
+                   file);
+    cam::ComPtr<IWICBitmapDecoder> decoder;
+    RequireDecoded(factory->CreateDecoderFromFilename(ToWide(file).c_str(), nullptr, GENERIC_READ,
+                                                      WICDecodeMetadataCacheOnDemand, decoder.put()),
+                   file);
+    cam::ComPtr<IWICBitmapFrameDecode> frame;
+    RequireDecoded(decoder->GetFrame(0, frame.put()), file);
+    cam::ComPtr<IWICBitmapSource> grey;
+    RequireDecoded(WICConvertBitmapSource(GUID_WICPixelFormat8bppGray, frame.get(), grey.put()), file);
+    GreyPicture picture;
+    RequireDecoded(grey->GetSize(&picture.width, &picture.height), file);
+    // Positions in Group 4 data are 16-bit numbers, and the threshold's sums 32-bit ones.
+    constexpr UINT kWidest = 32760;
+    constexpr unsigned long long kMostPixels = 16843009;
+    if (picture.width > kWidest ||
+        static_cast<unsigned long long>(picture.width) * picture.height > kMostPixels) {
+        throw ToolError{kExitInvalidArgument,
+                        "'" + file + "' has " + std::to_string(picture.width) + "x" +
+                            std::to_string(picture.height) + " pixels",
+                        "scale it down: at most 32760 pixels wide and 16843009 pixels in all"};
+    }
+    picture.pixels.resize(static_cast<size_t>(picture.width) * picture.height);
+    RequireDecoded(grey->CopyPixels(nullptr, picture.width, static_cast<UINT>(picture.pixels.size()),
+                                    picture.pixels.data()),
+                   file);
+    return picture;
+}
+
+// As a camera would deliver it: YUY2 without colour. Stored bottom-up, since the threshold refuses top-down
+// frames.
+std::vector<BYTE> AsCameraFrame(const GreyPicture& picture, UINT stride) {
+    constexpr BYTE kNoColor = 128;
+    std::vector<BYTE> frame(static_cast<size_t>(stride) * picture.height, kNoColor);
+    for (UINT y = 0; y < picture.height; ++y) {
+        BYTE* row = &frame[static_cast<size_t>(picture.height - 1 - y) * stride];
+        const BYTE* source = &picture.pixels[static_cast<size_t>(y) * picture.width];
+        for (UINT x = 0; x < picture.width; ++x) row[2 * x] = source[x];
+    }
+    return frame;
+}
+
+}  // namespace
+
+void Convert(const std::string& in, const std::string& out, int mode, bool asJson) {
+    const std::wstring target = ToWide(out);
+    CheckPictureName(target);
+    if (!cam::SameExtension(cam::FindExtension(target.c_str()), L".TIF")) {
+        throw ToolError{kExitInvalidArgument, "'" + out + "' is not named .tif",
+                        "bilevel TIFF is all this writes: name it .tif"};
+    }
+    const GreyPicture grey = Decode(in);
+    const FileMark before = MarkFile(target);
+    cam::still::StillPicture picture;
+    picture.formatCode = cam::still::kFormatYuy2;
+    picture.width = static_cast<LONG>(grey.width);
+    picture.height = static_cast<LONG>(grey.height);
+    picture.stride = (grey.width * 2 + 3) & ~3u;
+    picture.sampleSize = picture.stride * grey.height;
+    picture.qualityLevel = static_cast<BYTE>(mode);
+    picture.fileName = std::make_unique<wchar_t[]>(target.size() + 1);
+    target.copy(picture.fileName.get(), target.size());
+    std::vector<BYTE> frame = AsCameraFrame(grey, picture.stride);
+    const double start = Seconds();
+    cam::still::ImageWriter writer(picture, frame.data());
+    writer.Prepare();
+    const DWORD result = writer.Store();
+    const double seconds = Seconds() - start;
+    if (result != 0) {
+        throw ToolError{kExitNoValidFile,
+                        "'" + out + "' could not be written (code " + std::to_string(result) + ")",
+                        "check that the disk has room and that the file and its folder may be written"};
+    }
+    const PictureFile file = CheckPicture(target, before, false);
+    char line[120];
+    snprintf(line, sizeof line, ": %ux%u, %llu bytes, %.1f ms\n", grey.width, grey.height, file.bytes,
+             seconds * 1000);
+    PrintResult(asJson,
+                {{"ok", true},
+                 {"file", out},
+                 {"width", grey.width},
+                 {"height", grey.height},
+                 {"bytes", file.bytes},
+                 {"milliseconds", seconds * 1000}},
+                out + line);
+}
+
+}  // namespace camctl

@@ -1,0 +1,56 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "commands.h"
+#include "text.h"
+
+namespace camctl {
+
+const char* FormatName(long formatCode) {
+    switch (formatCode) {
+        case CAM_FORMAT_YUY2:
+            return "YUY2";
+        case CAM_FORMAT_RGB555:
+            return "RGB555";
+        case CAM_FORMAT_RGB565:
+            return "RGB565";
+        default:
+            return "other";
+    }
+}
+
+void Preview(const CameraOptions& options, double seconds, bool asJson) {
+    CameraSession session(options);
+    session.StartPreview();
+    session.SkipFrames(1);
+    const long first = session.PreviewFrames();
+    const double start = Seconds();
+    for (double left = seconds; left > 0; left = start + seconds - Seconds()) {
+        session.Pump(std::min(left, 0.5));
+        ShowProgress(std::to_string(session.PreviewFrames() - first) + " frames");
+    }
+    const long frames = session.PreviewFrames() - first;
+    const double rate = static_cast<double>(frames) / (Seconds() - start);
+    ShowProgress("");
+
+    Json json = {{"ok", true}, {"frames", frames}, {"seconds", seconds}, {"framesPerSecond", rate}};
+    char line[160];
+    snprintf(line, sizeof line, "%ld frames in %.1f s: %.1f frames a second\n", frames, seconds, rate);
+    std::string text = line;
+    if (const auto format = session.Format()) {
+        json["format"] = {{"name", FormatName(format->formatCode)},
+                          {"width", format->width},
+                          {"height", format->height},
+                          {"stride", format->stride},
+                          {"sampleSize", format->sampleSize},
+                          {"nominalFramesPerSecond", format->framesPerSecond}};
+        snprintf(line, sizeof line, "%s, %ldx%ld, %s, %lu bytes a row, nominally %ld frames a second\n",
+                 FormatName(format->formatCode), format->width, std::abs(format->height),
+                 format->height > 0 ? "bottom-up" : "top-down", format->stride, format->framesPerSecond);
+        text += line;
+    }
+    session.StopPreview();
+    PrintResult(asJson, json, text);
+}
+
+}  // namespace camctl

@@ -1,0 +1,58 @@
+#include <cstdio>
+
+#include "base/file_extension.h"
+#include "commands.h"
+#include "picture_file.h"
+#include "stamp.h"
+#include "text.h"
+
+namespace camctl {
+
+Size ParseSize(const std::string& text) {
+    Size size = {};
+    char end = 0;
+    if (sscanf(text.c_str(), "%ldx%ld%c", &size.width, &size.height, &end) != 2 || size.width <= 0 ||
+        size.height <= 0) {
+        throw ToolError{kExitUsage, "--size '" + text + "' is no size",
+                        "give width and height in pixels: --size 640x480"};
+    }
+    return size;
+}
+
+void Snap(const SnapOptions& options, bool asJson) {
+    for (const std::string& file : options.files) CheckPictureName(ToWide(file));
+    const Stamp stamp(options.text);
+    const bool isImager = options.camera.type == CAM_TYPE_IMAGER;
+    const std::optional<Size> size =
+        options.size.empty() ? std::nullopt : std::optional(ParseSize(options.size));
+
+    CameraSession session(options.camera);
+    if (size) session.SelectResolution(*size);
+    session.StartPreview();
+    session.SkipFrames(options.skip);
+
+    Json pictures = Json::array();
+    std::string text;
+    size_t taken = 0;
+    for (const std::string& name : options.files) {
+        ShowProgress("picture " + std::to_string(++taken) + " of " + std::to_string(options.files.size()));
+        const std::wstring file = ToWide(name);
+        const FileMark before = MarkFile(file);
+        const double seconds = session.Snap(file, options.mode, stamp.text());
+        const PictureFile picture = CheckPicture(file, before, isImager);
+        pictures.push_back({{"file", name},
+                            {"format", picture.format},
+                            {"bytes", picture.bytes},
+                            {"milliseconds", seconds * 1000}});
+        char line[64];
+        snprintf(line, sizeof line, "%s, %llu bytes, %.0f ms", picture.format.c_str(), picture.bytes,
+                 seconds * 1000);
+        text += name + ": " + line + "\n";
+        if (isImager && !cam::SameExtension(cam::FindExtension(file.c_str()), L".BMP"))
+            text += "  (the imager camera writes BMP whatever the extension says)\n";
+    }
+    ShowProgress("");
+    PrintResult(asJson, {{"ok", true}, {"pictures", pictures}}, text);
+}
+
+}  // namespace camctl

@@ -1,0 +1,27 @@
+// The text options of a command line as the library's text.
+#pragma once
+
+#include <optional>
+
+#include "commands.h"
+
+namespace camctl {
+
+class Stamp {
+  public:
+    // Throws ToolError for a position, a colour or a font that does not exist. The time is the time of
+    // construction.
+    explicit Stamp(const TextOptions& options);
+    ~Stamp();
+    Stamp(const Stamp&) = delete;
+    Stamp& operator=(const Stamp&) = delete;
+
+    // Valid as long as this object; null when there is no text.
+    const ocellus::PictureText* text() const { return text_ ? &*text_ : nullptr; }
+
+  private:
+    HFONT font_ = nullptr;
+    std::optional<ocellus::PictureText> text_;
+};
+
+}  // namespace camctl
