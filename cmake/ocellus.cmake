@@ -76,6 +76,10 @@ function(ocellus_undecorated_exports target def)
     endif()
 endfunction()
 
+# Tests of all builds run in one ctest, where fixtures and their order go by name; so each bears its build's: host.tiff_test.
+get_filename_component(buildName ${CMAKE_BINARY_DIR} NAME)
+set(testPrefix ${buildName}.)
+
 # ocellus_test(NAME files... ROOMS rooms... LIBRARIES libs... [LABELS labels...])
 # A doctest program, run natively or by scripts/host.sh. It counts as passed only when doctest's closing line is seen.
 function(ocellus_test name)
@@ -93,7 +97,7 @@ function(ocellus_test name)
         target_link_libraries(${name} PRIVATE ocellus_${room})
     endforeach()
     target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES})
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES PASS_REGULAR_EXPRESSION "Status: SUCCESS!" SKIP_RETURN_CODE 77 TIMEOUT 900
+    add_test(NAME ${testPrefix}${name} COMMAND ${name})
+    set_tests_properties(${testPrefix}${name} PROPERTIES PASS_REGULAR_EXPRESSION "Status: SUCCESS!" SKIP_RETURN_CODE 77 TIMEOUT 900
                                             LABELS "${TEST_LABELS}")
 endfunction()
