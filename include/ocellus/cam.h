@@ -14,7 +14,13 @@
  * Threads. All functions are synchronous and may be called from any thread, but not at the same time: the
  * current camera is not guarded by a lock. In particular nothing else may run during camInit, camSelect and
  * camShutDown, and the property and resolution functions must not overlap with any other call. A thread that
- * waits in one of these functions lets messages sent to its windows in; posted messages stay in its queue.
+ * waits in one of these functions lets messages sent to its windows in, whose handlers must not call the
+ * library then; posted messages stay in its queue.
+ *
+ * COM. The library registers itself (regsvr32, or DllRegisterServer); camera type 1 finds its own filters
+ * that way. Loading it takes the loading thread into the multithreaded apartment, unless it is in another
+ * one. Some thread of the process must be in the multithreaded apartment as long as the camera is up. Call
+ * camShutDown before you unload the library: nothing else ends its threads.
  *
  * Strings are UTF-16. Paths longer than MAX_PATH are the system's to accept or refuse.
  */
@@ -36,7 +42,7 @@ enum {
     camOk = 0,
     camNotInitialised = 1,  /* no camera is selected; also an unknown type in camSelect */
     camInvalidArgument = 3, /* null pointer, id out of range, bad extension; also every failure of the
-                                property, resolution and snapshot functions */
+                               property, resolution and snapshot functions */
     camCaptureFailed = 8,   /* the still picture could not be triggered */
     camFailed = 10          /* the camera refused: shut down, preview, state */
 };
@@ -48,14 +54,16 @@ enum {
     CAM_TYPE_IMAGER = 2 /* the device's imager, through the imager library */
 };
 
-/* What camGetState reports. */
+/* What camGetState reports. The imager camera knows 0, 1, 3 and 5 only, and its preview changes none: it
+ * goes from 1 to 5 with the first picture that is asked for. */
 enum {
     CAM_STATE_NONE = 0,           /* selected, but not brought up */
     CAM_STATE_INITIALISED = 1,    /* brought up, preview has not yet run */
     CAM_STATE_STOPPED = 2,        /* preview has been stopped */
-    CAM_STATE_PREVIEWING = 3,     /* preview runs; also again after a still picture was stored */
+    CAM_STATE_PREVIEWING = 3,     /* preview runs; also after every still picture that has been taken, even
+                                     if preview was stopped before it came */
     CAM_STATE_PAUSED = 4,         /* the capture graph is paused */
-    CAM_STATE_STILL_TRIGGERED = 5 /* a still picture was asked for and is not stored yet */
+    CAM_STATE_STILL_TRIGGERED = 5 /* a still picture was asked for and has not been taken yet */
 };
 
 /*
@@ -93,7 +101,8 @@ enum {
 enum { CAM_FLAG_AUTO = 1, CAM_FLAG_MANUAL = 2 };
 
 /* Posted to the events window, wParam 0 and lParam 0, when a still picture has been taken and its file, if
- * one was named, has been closed. It is posted as well when writing the file failed: check the file. */
+ * one was named, has been closed. It is posted as well when writing the file failed: check the file. With the
+ * imager camera a failure posts nothing and ends the preview. */
 #define CAM_MESSAGE_STILL_CAPTURED 2623
 
 /* ---- Callbacks ---------------------------------------------------------------------------------------- */
@@ -108,6 +117,8 @@ enum { CAM_FLAG_AUTO = 1, CAM_FLAG_MANUAL = 2 };
  *   height  rows, signed as above
  *   width   pixels
  *   stride  bytes from one row to the next, a multiple of 4
+ * Imager camera, preview and still picture: one byte of grey a pixel, the topmost row first though height is
+ * positive, size is width by height, stride is width.
  * Called on a streaming thread of the capture graph (imager camera: on its preview thread), never on the
  * caller's own. It must not call any function of this library; post a message instead.
  */
@@ -120,7 +131,8 @@ enum { CAM_FORMAT_OTHER = 0, CAM_FORMAT_YUY2 = 2, CAM_FORMAT_RGB555 = 3, CAM_FOR
  *   height, width, sampleSize, stride   of a preview frame: rows (signed as above), pixels, bytes, bytes
  *   formatCode        CAM_FORMAT_...
  *   framesPerSecond   whole frames, 0 when the driver does not say
- * Called on the camera's worker thread while camStartPreview waits for it. The imager camera never calls it.
+ * Called on the camera's worker thread, while camStartPreview waits for it or after the device has resumed.
+ * It must not call any function of this library. The imager camera never calls it.
  */
 typedef void(WINAPI* camMediaTypeCallback)(LONG height, LONG width, DWORD sampleSize, DWORD stride,
                                            LONG formatCode, LONG framesPerSecond);
@@ -144,8 +156,10 @@ camResult WINAPI camInit(HWND ownerWindow, const wchar_t* settingsPath, const wc
  *                    zoom) are read and set in that order; the first that fails ends this, and it never
  *                    fails the call. The imager camera hands both to the imager library instead.
  *   cameraType       CAM_TYPE_...
- * Results: camOk; camNotInitialised: unknown type, and no camera is left; a negative HRESULT: the camera
- * could not be brought up. It stays selected all the same until camShutDown or the next selection.
+ * Results: camOk; camNotInitialised: unknown type or no memory, and no camera is left; a negative HRESULT: the
+ * camera could not be brought up. It stays selected all the same until camShutDown or the next selection.
+ * Frequent ones: 0x80070012 no camera driver; 0x80040154 library or capture filter not registered; 0x800401F0
+ * no multithreaded apartment; 0x8007007E no imager library.
  */
 camResult WINAPI camSelect(HWND ownerWindow, const wchar_t* settingsPath, const wchar_t* settingsSection,
                            int cameraType);
@@ -154,15 +168,20 @@ camResult WINAPI camSelect(HWND ownerWindow, const wchar_t* settingsPath, const 
  * `cameraType` must not be null. Always camOk. */
 camResult WINAPI camGetSelectedType(int* cameraType);
 
-/* Stops preview, ends the camera's threads and discards the camera. camNotInitialised: there is none;
- * camFailed: it could not be shut down and stays. */
+/* Stops preview, ends the camera's threads and discards the camera. For a still picture that is on its way no
+ * message comes any more. camNotInitialised: there is none; camFailed: it could not be shut down and stays. */
 camResult WINAPI camShutDown(void);
 
-/* Starts preview; camOk at once when it runs already. camNotInitialised, camFailed. A picture can be taken
- * only after preview has run once. */
+/* Starts preview; camOk at once in CAM_STATE_PREVIEWING. A picture can be taken only after preview has run
+ * once. When the device resumes from standby a running preview is stopped and started again by itself.
+ * camNotInitialised; camFailed: also when the graph is slow and does not run within 100 ms, in which case it
+ * may come to run later while the state stays as it was. Imager camera: a preview that runs already gets
+ * another one beside it. */
 camResult WINAPI camStartPreview(void);
 
-/* Stops preview; camOk at once when it does not run. camNotInitialised, camFailed. */
+/* Stops preview; camOk at once, and nothing is stopped, in any state but CAM_STATE_PREVIEWING. While a still
+ * picture is on its way wait for its message first. camNotInitialised, camFailed. Imager camera: ends one
+ * preview, whatever the state; camFailed when it does not end within 5 seconds. */
 camResult WINAPI camStopPreview(void);
 
 /* Names the window that is sent CAM_MESSAGE_STILL_CAPTURED; it must live as long as the camera or until
@@ -170,7 +189,7 @@ camResult WINAPI camStopPreview(void);
 camResult WINAPI camSetEventsWindow(HWND eventsWindow);
 
 /* Writes CAM_STATE_... to `state`. camInvalidArgument: null (checked first); camNotInitialised; camFailed:
-   nothing written. */
+ * the camera has no capture graph; nothing is written. */
 camResult WINAPI camGetState(int* state);
 
 /* ---- Properties -------------------------------------------------------------------------------------- */
@@ -204,7 +223,7 @@ camResult WINAPI camGetResolutionDimensions(long* height, long* width, int index
 
 /* Selects still resolution `index`. A running preview is interrupted for about half a second.
  * camNotInitialised; camInvalidArgument: no such resolution or the driver refused; a message box then names
- * the step that failed. */
+ * the step that failed. The imager camera does neither. */
 camResult WINAPI camSetResolution(int index);
 
 /* ---- Still pictures ---------------------------------------------------------------------------------- */
@@ -221,7 +240,8 @@ camResult WINAPI camSetResolution(int index);
  *             "Value", default 90) or TIFF threshold (3, 10 or 20 per cent below the neighbourhood's mean
  *            turns black). Keeps its last value for .bmp and .png.
  * Results, in the order of the checks: camNotInitialised; camInvalidArgument: mode or extension;
- * camCaptureFailed: preview has not run yet, or the driver refused.
+ * camCaptureFailed: preview has not run yet, or the driver refused. The imager camera takes pictures only
+ * while preview runs: what is asked for before answers camOk and is lost.
  */
 camResult WINAPI camSnapPicture(const wchar_t* fileName, int mode);
 
@@ -248,8 +268,8 @@ camResult WINAPI camGetSnapshot(void* snapshot);
 
 /* ---- Callbacks: registration ------------------------------------------------------------------------- */
 
-/* Null unregisters. The preview and still-image callbacks outlive the camera: the next camera of type 1
- * calls them as well. camNotInitialised, else camOk. */
+/* Null unregisters; a call that is under way is not waited for. The preview and still-image callbacks outlive
+ * the camera: the next camera of type 1 calls them as well. camNotInitialised, else camOk. */
 camResult WINAPI camRegisterPreviewCallback(camFrameCallback callback);
 camResult WINAPI camRegisterStillImageCallback(camFrameCallback callback);
 camResult WINAPI camRegisterMediaTypeCallback(camMediaTypeCallback callback);
