@@ -11,13 +11,6 @@
 namespace kit {
 namespace {
 
-struct FilePolicy {
-    using Type = HANDLE;
-    static Type Empty() { return INVALID_HANDLE_VALUE; }
-    static void Close(Type handle) { CloseHandle(handle); }
-};
-using UniqueFile = cam::UniqueResource<FilePolicy>;
-
 constexpr int kLongestLine = 256;
 constexpr int kLargestSide = 8192;
 
@@ -164,7 +157,7 @@ class FilmScene final : public Scene {
         }
     }
 
-    UniqueFile file_;
+    cam::UniqueFileHandle file_;
     FilmHeader header_;
     std::vector<LONGLONG> frames_;  // where each frame's samples begin
     std::vector<BYTE> planes_;

@@ -17,7 +17,6 @@ constexpr char kRevision[] = "2.209.30001.0";
 constexpr int kFirstProperty = 0;
 constexpr int kFirstPropertyOfB = 9;  // the "B" operations serve this id and those above
 constexpr int kLastMode = 2;
-constexpr const wchar_t* kPictureExtensions[] = {L".JPG", L".BMP", L".PNG", L".TIF"};
 
 // Any result but 0 is a failure to these functions, positive ones too.
 constexpr camResult OkOr(camResult failure, HRESULT result) {
@@ -29,14 +28,6 @@ constexpr bool IsProperty(int id) {
 }
 constexpr bool BelongsToA(int id) {
     return id < kFirstPropertyOfB;
-}
-
-bool IsPictureName(const wchar_t* fileName) {
-    const wchar_t* extension = cam::FileExtension(fileName);
-    for (const wchar_t* known : kPictureExtensions) {
-        if (cam::SameExtension(extension, known)) return true;
-    }
-    return false;
 }
 
 }  // namespace
@@ -169,7 +160,7 @@ camResult WINAPI camSnapPictureWithText(const wchar_t* fileName, int mode, UINT_
     CameraDevice* camera = CurrentCamera();
     if (!camera) return camNotInitialised;
     if (mode < 0 || mode > kLastMode) return camInvalidArgument;
-    if (fileName && !IsPictureName(fileName)) return camInvalidArgument;
+    if (fileName && !cam::IsPictureExtension(cam::FileExtension(fileName))) return camInvalidArgument;
     return OkOr(camCaptureFailed, camera->SnapPicture(fileName, mode, text, length, position, color, font));
 }
 

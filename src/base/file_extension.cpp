@@ -37,4 +37,12 @@ bool SameExtension(const wchar_t* extension, const wchar_t* other) {
     return false;
 }
 
+bool IsPictureExtension(const wchar_t* extension) {
+    constexpr const wchar_t* kPictureExtensions[] = {L".JPG", L".BMP", L".PNG", L".TIF"};
+    for (const wchar_t* known : kPictureExtensions) {
+        if (SameExtension(extension, known)) return true;
+    }
+    return false;
+}
+
 }  // namespace cam

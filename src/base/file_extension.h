@@ -16,4 +16,7 @@ const wchar_t* FileExtension(const wchar_t* name);
 // Whether two extensions are the same without regard to the case of their ASCII letters.
 bool SameExtension(const wchar_t* extension, const wchar_t* other);
 
+// Whether the extension is that of a format in which pictures are written.
+bool IsPictureExtension(const wchar_t* extension);
+
 }  // namespace cam

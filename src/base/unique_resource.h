@@ -55,6 +55,13 @@ struct HandlePolicy {  // kernel handles that are null when absent: events, thre
 };
 using UniqueHandle = UniqueResource<HandlePolicy>;
 
+struct FileHandlePolicy {
+    using Type = HANDLE;
+    static Type Empty() { return INVALID_HANDLE_VALUE; }
+    static void Close(Type handle) { CloseHandle(handle); }
+};
+using UniqueFileHandle = UniqueResource<FileHandlePolicy>;
+
 struct RegistryKeyPolicy {
     using Type = HKEY;
     static Type Empty() { return nullptr; }

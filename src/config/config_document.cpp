@@ -9,7 +9,6 @@
 
 #include "base/unique_resource.h"
 #include "config/dom_ids.h"
-#include "config/file_handle.h"
 #include "config/xml_guard.h"
 
 namespace cam::config {

@@ -8,7 +8,6 @@
 #include <memory>
 #include <new>
 
-#include "config/file_handle.h"
 #include "config/ini_text.h"
 #include "config/text_file.h"
 

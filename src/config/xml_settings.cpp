@@ -4,8 +4,8 @@
 #include <cstring>
 #include <cwchar>
 
+#include "base/unique_resource.h"
 #include "config/config_document.h"
-#include "config/file_handle.h"
 #include "config/ini_text.h"
 
 namespace cam::config {

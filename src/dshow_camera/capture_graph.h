@@ -12,6 +12,13 @@ __CRT_UUID_DECL(IMediaEvent, 0x56A868B6, 0x0AD4, 0x11CE, 0xB0, 0x3A, 0x00, 0x20,
 
 namespace cam {
 
+// How long the graph may take to say what state it is in. A graph that takes longer counts as not running.
+constexpr long kStateTimeoutMs = 100;
+// The pauses that renderer and driver need around changes of the video window and of the graph's state.
+constexpr DWORD kWindowSleepMs = 100;
+constexpr DWORD kHaltSleepMs = 100;
+constexpr DWORD kRunSleepMs = 200;
+
 // Thirteen owning pointers, null until the graph is built that far. Their order counts: the destructor lets
 // go of them from the last to the first.
 struct CaptureGraph {

@@ -12,8 +12,6 @@ namespace {
 constexpr DWORD kMostMessages = 3;
 constexpr DWORD kLongestMessage = 144;  // bytes
 
-constexpr long kStateTimeoutMs = 100;
-
 }  // namespace
 
 // The members go afterwards, and with them what Shutdown left: the graph of a camera that never previewed.

@@ -9,9 +9,6 @@
 namespace cam {
 namespace {
 
-constexpr DWORD kWindowSleepMs = 100;  // the renderer's window needs it to come and go without flicker
-constexpr DWORD kHaltSleepMs = 100;
-constexpr long kStateTimeoutMs = 100;
 constexpr long kVideoWindowStyle = WS_CHILD | WS_CLIPSIBLINGS;
 
 constexpr DWORD kUnitsPerSecond = 10'000'000;  // of 100 ns

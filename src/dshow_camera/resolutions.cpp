@@ -14,10 +14,6 @@ namespace cam {
 namespace {
 
 constexpr int kCurrentFormat = -1;
-constexpr DWORD kWindowSleepMs = 100;
-constexpr DWORD kHaltSleepMs = 100;
-constexpr DWORD kRunSleepMs = 200;
-constexpr long kStateTimeoutMs = 100;
 
 // The size of a format block must be above this: a plain VIDEOINFOHEADER of a format without colour masks
 // does not count.

@@ -38,12 +38,6 @@ ToolError NoValidFile(const std::wstring& file, const std::string& why, const st
     return {kExitNoValidFile, "the picture was reported, but '" + ToUtf8(file) + "' " + why, remedy};
 }
 
-struct FilePolicy {
-    using Type = HANDLE;
-    static Type Empty() { return INVALID_HANDLE_VALUE; }
-    static void Close(Type handle) { CloseHandle(handle); }
-};
-
 std::string ReadAt(HANDLE handle, LONGLONG offset) {
     std::string bytes(kLongestMark, '\0');
     LARGE_INTEGER position;
@@ -105,7 +99,7 @@ PictureFile CheckPicture(const std::wstring& file, const FileMark& before, bool 
     const KnownFormat& format =
         *std::find_if(std::begin(kFormats), std::end(kFormats),
                       [&](const KnownFormat& f) { return cam::SameExtension(extension, f.extension); });
-    const cam::UniqueResource<FilePolicy> handle(
+    const cam::UniqueFileHandle handle(
         CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     if (!handle) throw NoValidFile(file, "cannot be read", "close the program that holds it open");
     const std::string head = ReadAt(handle.get(), 0);

@@ -23,16 +23,10 @@ std::string Utf8(const std::wstring& text) {
     return bytes;
 }
 
-struct FilePolicy {
-    using Type = HANDLE;
-    static Type Empty() { return INVALID_HANDLE_VALUE; }
-    static void Close(Type file) { CloseHandle(file); }
-};
-
 void AppendLine(const std::wstring& path, const std::wstring& line) {
-    const UniqueResource<FilePolicy> file(CreateFileW(path.c_str(), FILE_APPEND_DATA,
-                                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                                      OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const UniqueFileHandle file(CreateFileW(path.c_str(), FILE_APPEND_DATA,
+                                            FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                            FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) return;
     const std::string bytes = Utf8(line);
     DWORD written = 0;
