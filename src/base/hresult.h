@@ -15,6 +15,11 @@ inline HRESULT HresultFromLastError() {
     return HresultFromError(GetLastError());
 }
 
+// The last error plus 0x80000000: not the form of other failures, but the one that is settled for picture files.
+inline DWORD FileErrorFromLastError() {
+    return GetLastError() + 0x80000000;
+}
+
 // Leaves the function with the result of `expression` when that is a failure.
 #define CAM_RETURN_IF_FAILED(expression)                                                    \
     do {                                                                                    \

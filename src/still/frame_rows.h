@@ -7,6 +7,8 @@
 #include <memory>
 #include <new>
 
+#include "base/row_count.h"
+
 namespace cam::still {
 
 struct FrameRows {
@@ -19,8 +21,7 @@ struct FrameRows {
 // A positive height means that the lowest row comes first in memory.
 inline FrameRows TopDown(const std::uint8_t* frame, std::int32_t width, std::int32_t height,
                          std::uint32_t stride) {
-    const std::uint32_t rows =
-        height < 0 ? 0u - static_cast<std::uint32_t>(height) : static_cast<std::uint32_t>(height);
+    const std::uint32_t rows = RowCount(height);
     const auto step = static_cast<std::ptrdiff_t>(stride);
     const auto columns = static_cast<std::uint32_t>(width);
     if (height <= 0) return {frame, step, columns, rows};

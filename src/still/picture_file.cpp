@@ -1,12 +1,8 @@
 #include "still/picture_file.h"
 
+#include "base/hresult.h"
+
 namespace cam::still {
-namespace {
-
-// Not the form of other failures, but the one that is settled for these.
-constexpr DWORD kFileErrorBase = 0x80000000;
-
-}  // namespace
 
 PictureFile::PictureFile(const wchar_t* name)
     : name_(name),
@@ -40,7 +36,7 @@ DWORD PictureFile::Finish(EncodeStatus status) {
         case EncodeStatus::Failed:
             break;
     }
-    return GetLastError() + kFileErrorBase;
+    return FileErrorFromLastError();
 }
 
 }  // namespace cam::still

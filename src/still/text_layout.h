@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "base/row_count.h"
+
 namespace cam::still {
 
 // ---- The text ----------------------------------------------------------------------------------------
@@ -56,9 +58,7 @@ struct TextFrame {
     std::int32_t height = 0;   // rows, positive: bottom-up
     std::uint32_t stride = 0;  // bytes
 
-    std::uint32_t rows() const {
-        return height < 0 ? 0u - static_cast<std::uint32_t>(height) : static_cast<std::uint32_t>(height);
-    }
+    std::uint32_t rows() const { return RowCount(height); }
 };
 
 struct TextExtent {

@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "base/row_count.h"
+
 namespace cam::tiff {
 
 bool PlanThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t bufferSize, float ratio,
@@ -11,7 +13,7 @@ bool PlanThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t buff
     if (bufferSize < width * static_cast<uint32_t>(height)) return false;
     if (ratio < 0.0f || ratio > 1.0f) return false;  // a NaN passes, and turns everything white
 
-    const uint32_t rows = height < 0 ? 0u - static_cast<uint32_t>(height) : static_cast<uint32_t>(height);
+    const uint32_t rows = RowCount(height);
     // Where the product wraps round, the size test proves nothing.
     if (uint64_t{width} * rows > bufferSize) return false;
     const uint32_t smaller = width < rows ? width : rows;

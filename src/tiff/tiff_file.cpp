@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "base/row_count.h"
 #include "tiff/encode_g4.h"
 #include "tiff/g4_output.h"
 #include "tiff/pack_pixels.h"
@@ -112,7 +113,7 @@ bool WriteTiffHeader(uint32_t width, uint32_t rows, uint32_t stripBytes, bool gr
 bool EncodeBilevelTiff(ByteBuffer& out, const uint8_t* pixels, int32_t width, int32_t height,
                        const char* description, bool trailer) {
     out.Clear();
-    const uint32_t rows = height < 0 ? 0u - static_cast<uint32_t>(height) : static_cast<uint32_t>(height);
+    const uint32_t rows = RowCount(height);
     if (width < 0 || static_cast<uint32_t>(width) > kG4MaxWidth) return false;
     const auto pixelsPerRow = static_cast<uint32_t>(width);
     const uint32_t paddedWidth = (pixelsPerRow + 7) / 8 * 8;
