@@ -10,6 +10,7 @@
 #include "picture_file.h"
 #include "still/image_writer.h"
 #include "text.h"
+#include "tiff/encode_g4.h"
 
 namespace camctl {
 
@@ -42,15 +43,15 @@ GreyPicture Decode(const std::string& file) {
     RequireDecoded(WICConvertBitmapSource(GUID_WICPixelFormat8bppGray, frame.get(), grey.put()), file);
     GreyPicture picture;
     RequireDecoded(grey->GetSize(&picture.width, &picture.height), file);
-    // Positions in Group 4 data are 16-bit numbers, and the threshold's sums 32-bit ones.
-    constexpr UINT kWidest = 32760;
-    constexpr unsigned long long kMostPixels = 16843009;
-    if (picture.width > kWidest ||
+    // More white pixels do not fit the threshold's 32-bit sums.
+    constexpr UINT kMostPixels = 0xFFFFFFFF / 255;
+    if (picture.width > cam::tiff::kG4MaxWidth ||
         static_cast<unsigned long long>(picture.width) * picture.height > kMostPixels) {
         throw ToolError{kExitInvalidArgument,
                         "'" + file + "' has " + std::to_string(picture.width) + "x" +
                             std::to_string(picture.height) + " pixels",
-                        "scale it down: at most 32760 pixels wide and 16843009 pixels in all"};
+                        "scale it down: at most " + std::to_string(cam::tiff::kG4MaxWidth) +
+                            " pixels wide and " + std::to_string(kMostPixels) + " pixels in all"};
     }
     picture.pixels.resize(static_cast<size_t>(picture.width) * picture.height);
     RequireDecoded(grey->CopyPixels(nullptr, picture.width, static_cast<UINT>(picture.pixels.size()),

@@ -102,7 +102,12 @@ HFONT MakeFont(const std::string& text) {
                         "write NAME,PIXELS and optionally ,bold and ,italic: --font \"DejaVu Sans,18,bold\""};
     }
     std::copy(wideName.begin(), wideName.end(), font.lfFaceName);
-    return CreateFontIndirectW(&font);
+    const HFONT made = CreateFontIndirectW(&font);
+    if (!made) {
+        throw ToolError{kExitInvalidArgument, "the system does not make the font '" + text + "'",
+                        "choose another font or a smaller one"};
+    }
+    return made;
 }
 
 std::string WithLineFeeds(std::string text) {
