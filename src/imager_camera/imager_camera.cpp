@@ -1,9 +1,6 @@
 #include "imager_camera/imager_camera.h"
 
-#include <string.h>
-
-#include <new>
-
+#include "base/copy_text.h"
 #include "base/file_extension.h"
 #include "base/hresult.h"
 #include "base/message_wait.h"
@@ -16,24 +13,12 @@ namespace {
 
 constexpr DWORD kThreadEndMs = 5000;
 constexpr DWORD kOpenRecordInfoWord = 4;  // the fifth
-constexpr UINT_PTR kLongestText =
-    0x7FFFFFFE;  // characters; one more byte of text and its size leaves 32 bits
+// Characters; one more, and the bytes with the terminating zero leave 32 bits.
+constexpr UINT_PTR kLongestText = 0x7FFFFFFE;
 
 bool IsStillExtension(const wchar_t* extension) {
     return SameExtension(extension, L".BMP") || SameExtension(extension, L".JPG") ||
            SameExtension(extension, L".PNG");
-}
-
-// A copy of the first `length` characters; null when there is no memory.
-std::unique_ptr<wchar_t[]> CopyText(const wchar_t* text, UINT_PTR length) {
-    std::unique_ptr<wchar_t[]> copy;
-    if (length > kLongestText) return copy;
-    copy.reset(new (std::nothrow) wchar_t[length + 1]);
-    if (copy) {
-        memcpy(copy.get(), text, length * sizeof(wchar_t));
-        copy[length] = 0;
-    }
-    return copy;
 }
 
 }  // namespace
@@ -153,7 +138,8 @@ HRESULT ImagerCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR te
         request.overlayText.reset();
         request.overlayTextIsOut = false;
         if (text && textLength && font) {
-            request.overlayText = CopyText(reinterpret_cast<const wchar_t*>(text), textLength);
+            if (textLength <= kLongestText)
+                request.overlayText = CopyText(reinterpret_cast<const wchar_t*>(text), textLength);
             if (!request.overlayText) return E_OUTOFMEMORY;
             request.overlayFont = reinterpret_cast<HFONT>(font);
             request.overlayExtra = static_cast<DWORD>(extra);

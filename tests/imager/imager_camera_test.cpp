@@ -360,7 +360,7 @@ TEST_CASE_FIXTURE(Fixture, "a still is stamped at the library's position, in the
     CHECK(kit::Logged(L"StampText") == stamped);
     // A length that no memory holds.
     for (const UINT_PTR length :
-         {static_cast<UINT_PTR>(-1), static_cast<UINT_PTR>(-5), UINT_PTR{0x7FFFFFFF}}) {
+         {static_cast<UINT_PTR>(-1), static_cast<UINT_PTR>(-1) / 4, UINT_PTR{0x7FFFFFFF}}) {
         CHECK(camera->SnapPicture(nullptr, 0, Word(L"hello"), length, 0, 0, Word(font)) == E_OUTOFMEMORY);
     }
     CHECK(State() == 5);
