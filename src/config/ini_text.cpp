@@ -43,13 +43,12 @@ std::wstring_view TakeRun(std::wstring_view& line) {
     return run;
 }
 
-// length - 1 characters at the most are kept: the buffer's last one is the terminator's.
+// length - 1 characters at the most are kept; the rest of the buffer becomes zero, its last character always.
 void StoreString(const SettingsRequest& request, std::wstring_view value) {
     if (request.length <= 0) return;
     auto* const text = static_cast<wchar_t*>(request.destination);
     const size_t kept = std::min(value.size(), static_cast<size_t>(request.length) - 1);
-    std::copy_n(value.data(), kept, text);
-    text[kept] = 0;
+    std::fill(std::copy_n(value.data(), kept, text), text + request.length, L'\0');
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ std::wstring ReadString(const std::wstring& text, const wchar_t* key, int32_t le
     Read(text, &request, 1);
     CHECK(request.found == 1);
     if (buffer.empty()) return L"";
-    CHECK(std::wstring_view(buffer.data(), buffer.size()).find(L'\0') != std::wstring_view::npos);
+    CHECK(buffer.back() == L'\0');
     return buffer.data();
 }
 
