@@ -4,6 +4,8 @@ namespace cam::config {
 namespace {
 
 constexpr uint32_t kByteOrderMark = 0xFEFF;
+constexpr uint32_t kFirstNonAscii = 0x80;
+constexpr uint32_t kEbcdicOpen = 0x4C;  // "<" in EBCDIC, "L" in ASCII
 
 constexpr bool IsXmlSpace(uint32_t unit) {
     return unit == ' ' || unit == '\t' || unit == '\r' || unit == '\n';
@@ -72,11 +74,9 @@ void XmlGuard::Follow(uint32_t unit) {
             // The three bytes of the mark in UTF-8 arrive one by one.
             if (IsXmlSpace(unit) || unit == kByteOrderMark) return;
             if (unit == 0xEF || unit == 0xBB || unit == 0xBF) return;
-            if (unit == '<') {
-                state_ = State::kOpened;
-            } else {
-                verdict_ = XmlVerdict::kUnreadable;
-            }
+            // Not even mark-up: the parser has a reason of its own for that, unless it knows the encoding.
+            if (unit == kEbcdicOpen || unit >= kFirstNonAscii) verdict_ = XmlVerdict::kUnreadable;
+            state_ = unit == '<' ? State::kOpened : State::kText;
             return;
         case State::kText:
             if (unit == '<') state_ = State::kOpened;
