@@ -100,6 +100,7 @@ expect 0 '640x480' formats
 expect 0 'brightness' props
 expect 0 'frames a second' preview --seconds 1
 expect 4 'give .* to ' set brightness=1000000
+expect 0 'exposure is 1' set exposure=1 --type imager
 
 # ---- Configuration files -------------------------------------------------------------------------------------------------
 

@@ -207,8 +207,9 @@ void CameraSession::Pump(double seconds) {
 
 double CameraSession::Snap(const std::wstring& file, int mode, const ocellus::PictureText* text) {
     const int reportedBefore = g_stillsReported;
+    stillName_ = file;
     const double start = Seconds();
-    Require(text ? text->Snap(file.c_str(), mode) : camSnapPicture(file.c_str(), mode),
+    Require(text ? text->Snap(stillName_.c_str(), mode) : camSnapPicture(stillName_.c_str(), mode),
             "taking the picture '" + ToUtf8(file) + "'");
     if (!PumpUntil(options_.timeoutSeconds, [&] { return g_stillsReported != reportedBefore; })) {
         throw ToolError{kExitTimeout,

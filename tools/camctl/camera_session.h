@@ -71,6 +71,8 @@ class CameraSession {
     bool PumpUntil(double seconds, Condition condition);
 
     CameraOptions options_;
+    // The imager camera reads the name when it takes the still, which may be long after a time-out.
+    std::wstring stillName_;
     HWND ownerWindow_ = nullptr;
     HWND eventsWindow_ = nullptr;
 };

@@ -114,8 +114,14 @@ Json PropertyJson(int id, const std::optional<Range>& range, bool hasValue, long
     return json;
 }
 
-// The exposure setting whose value the imager camera is asked for; it reads this from the value it is handed.
-constexpr long kDirectExposure = -1;
+// Before the range is asked for or a value set: the imager camera takes from the value it is handed which exposure
+// setting is meant from then on.
+camResult ReadValue(int id, long& value, long& flags) {
+    constexpr long kDirectExposure = -1;
+    value = kDirectExposure;
+    flags = 0;
+    return camGetProperty(id, &value, &flags);
+}
 
 }  // namespace
 
@@ -124,9 +130,8 @@ void Properties(const CameraOptions& options, bool asJson) {
     Json list = Json::array();
     std::string text;
     for (int id = 0; id <= CAM_PROPERTY_LAST; ++id) {
-        long value = kDirectExposure;
-        long flags = 0;
-        const bool hasValue = camGetProperty(id, &value, &flags) == camOk;
+        long value, flags;
+        const bool hasValue = ReadValue(id, value, flags) == camOk;
         const std::optional<Range> range = RangeOf(id);
         if (!hasValue && !range) continue;
         list.push_back(PropertyJson(id, range, hasValue, value, flags));
@@ -146,9 +151,8 @@ void Properties(const CameraOptions& options, bool asJson) {
 void GetProperty(const CameraOptions& options, const std::string& name, bool asJson) {
     const int id = IdOf(name);
     const CameraSession session(options);
-    long value = kDirectExposure;
-    long flags = 0;
-    const camResult result = camGetProperty(id, &value, &flags);
+    long value, flags;
+    const camResult result = ReadValue(id, value, flags);
     if (result != camOk) {
         throw ToolError{kExitInvalidArgument, "this camera does not tell property " + NameOf(id),
                         "'camctl props' lists those it has", result};
@@ -170,6 +174,8 @@ void SetProperty(const CameraOptions& options, const std::string& assignment, bo
     }
     const int id = IdOf(assignment.substr(0, equals));
     const CameraSession session(options);
+    long current, flags;
+    ReadValue(id, current, flags);
     const std::optional<Range> range = RangeOf(id);
     if (!range) {
         throw ToolError{kExitInvalidArgument, "this camera does not have property " + NameOf(id),
@@ -182,8 +188,8 @@ void SetProperty(const CameraOptions& options, const std::string& assignment, bo
         throw ToolError{kExitInvalidArgument, NameOf(id) + "=" + assignment.substr(equals + 1) + verdict,
                         "give " + RangeText(*range) + ", " + FlagsText(range->flags), result};
     }
-    long flags = 0;
-    const bool hasValue = camGetProperty(id, &value, &flags) == camOk;
+    const bool hasValue = ReadValue(id, current, flags) == camOk;
+    if (hasValue) value = current;
     Json json = PropertyJson(id, range, hasValue, value, flags);
     json["ok"] = true;
     PrintResult(asJson, json, NameOf(id) + " is " + std::to_string(value) + " (" + FlagsText(flags) + ")\n");
