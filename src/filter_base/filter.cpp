@@ -3,10 +3,26 @@
 #include <cwchar>
 
 #include "filter_base/copy_name.h"
-#include "filter_base/enum_pins.h"
+#include "filter_base/enumerator.h"
 #include "filter_base/pin.h"
 
 namespace cam::filter_base {
+
+namespace {
+// What a filter's enumerator goes through.
+struct PinsOfFilter {
+    using Owner = Filter;
+    using OwnerInterface = IBaseFilter;
+    using Interface = IEnumPins;
+    using Item = IPin*;
+
+    static LONG Version(Filter& filter) { return filter.PinVersion(); }
+    static bool Has(Filter& filter, int position) { return position < filter.PinCount(); }
+    static Item Get(Filter& filter, int position) {
+        return Has(filter, position) ? ComPtr<IPin>(filter.PinAt(position)).detach() : nullptr;
+    }
+};
+}  // namespace
 
 Filter::Filter(const wchar_t* name, IUnknown* outer, REFCLSID id) : Implements(outer), classId_(id) {
     CopyName(name, name_);
@@ -100,7 +116,7 @@ HRESULT STDMETHODCALLTYPE Filter::GetSyncSource(IReferenceClock** clock) {
 
 HRESULT STDMETHODCALLTYPE Filter::EnumPins(IEnumPins** out) {
     if (!out) return E_POINTER;
-    *out = PinEnumerator::Create(*this, 0);
+    *out = Enumerator<PinsOfFilter>::Create(*this, 0);
     return *out ? S_OK : E_OUTOFMEMORY;
 }
 

@@ -4,9 +4,29 @@
 #include <cwchar>
 
 #include "filter_base/copy_name.h"
-#include "filter_base/enum_media_types.h"
+#include "filter_base/enumerator.h"
 
 namespace cam::filter_base {
+
+namespace {
+// What a pin's enumerator goes through.
+struct TypesOfPin {
+    using Owner = Pin;
+    using OwnerInterface = IPin;
+    using Interface = IEnumMediaTypes;
+    using Item = AM_MEDIA_TYPE*;  // freed with DeleteMediaType
+
+    static LONG Version(Pin& pin) { return pin.MediaTypeVersion(); }
+    static bool Has(Pin& pin, int position) {
+        MediaType type;
+        return pin.GetMediaType(position, type) == S_OK;
+    }
+    static Item Get(Pin& pin, int position) {
+        MediaType type;
+        return pin.GetMediaType(position, type) == S_OK ? CreateMediaType(type) : nullptr;
+    }
+};
+}  // namespace
 
 HRESULT PinUnknown::NonDelegatingQueryInterface(REFIID, void** out) {
     if (!out) return E_POINTER;
@@ -19,6 +39,16 @@ Pin::Pin(Filter& filter, PIN_DIRECTION direction, const wchar_t* name)
 
 HRESULT Pin::NonDelegatingQueryInterface(REFIID id, void** out) {
     return Implements::NonDelegatingQueryInterface(id == __uuidof(IUnknown) ? __uuidof(IPin) : id, out);
+}
+
+HRESULT Pin::CopyType(MediaType& out) {
+    const Lock lock(typeLock_);
+    return out.CopyFrom(type_);
+}
+
+bool Pin::HasType(const AM_MEDIA_TYPE& type) {
+    const Lock lock(typeLock_);
+    return SameMediaType(type, type_);
 }
 
 HRESULT Pin::SetMediaType(const AM_MEDIA_TYPE& type) {
@@ -111,7 +141,7 @@ HRESULT STDMETHODCALLTYPE Pin::QueryAccept(const AM_MEDIA_TYPE* type) {
 
 HRESULT STDMETHODCALLTYPE Pin::EnumMediaTypes(IEnumMediaTypes** out) {
     if (!out) return E_POINTER;
-    *out = MediaTypeEnumerator::Create(*this, 0);
+    *out = Enumerator<TypesOfPin>::Create(*this, 0);
     return *out ? S_OK : E_OUTOFMEMORY;
 }
 

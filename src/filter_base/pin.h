@@ -40,6 +40,9 @@ class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
     const wchar_t* Name() const { return name_; }
     // For the thread that may change it: under StateLock() while stopped, else *streaming*.
     const MediaType& Type() const { return type_; }
+    // A copy of the connection's type, and whether it is that one. Any thread.
+    HRESULT CopyType(MediaType& out);
+    bool HasType(const AM_MEDIA_TYPE& type);
 
     // What a derived class says and is told. All but those of a media type hold StateLock().
 

@@ -64,9 +64,9 @@ HRESULT TransformInPlaceFilter::Process(IMediaSample& sample) {
 HRESULT TransformInPlaceFilter::InPin::CheckMediaType(const AM_MEDIA_TYPE& type) {
     const HRESULT result = owner_.CheckInputType(type);
     if (result != S_OK) return result;
-    const OutPin& output = owner_.output_;
+    OutPin& output = owner_.output_;
     // A type other than the one that goes out needs the receiver's consent.
-    if (!output.IsConnected() || SameMediaType(type, output.Type())) return S_OK;
+    if (!output.IsConnected() || output.HasType(type)) return S_OK;
     return output.Peer()->QueryAccept(&type) == S_OK ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
 }
 
@@ -82,7 +82,7 @@ HRESULT TransformInPlaceFilter::InPin::SetMediaType(const AM_MEDIA_TYPE& type) {
 
 HRESULT TransformInPlaceFilter::InPin::CompleteConnect(IPin*) {
     OutPin& output = owner_.output_;
-    if (!output.IsConnected() || SameMediaType(Type(), output.Type())) return S_OK;
+    if (!output.IsConnected() || output.HasType(Type())) return S_OK;
     IFilterGraph* graph = owner_.Graph();
     return graph ? graph->Reconnect(&output) : VFW_E_NOT_IN_GRAPH;
 }
@@ -144,7 +144,7 @@ HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::Receive(IMediaSample* s
 
 HRESULT TransformInPlaceFilter::OutPin::CheckMediaType(const AM_MEDIA_TYPE& type) {
     if (!owner_.input_.IsConnected()) return VFW_E_NOT_CONNECTED;
-    return SameMediaType(type, owner_.input_.Type()) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+    return owner_.input_.HasType(type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
 }
 
 HRESULT TransformInPlaceFilter::OutPin::SetMediaType(const AM_MEDIA_TYPE& type) {

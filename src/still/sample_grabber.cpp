@@ -30,7 +30,7 @@ HRESULT SampleGrabberFilter::GetMediaType(int position, filter_base::MediaType& 
     if (!Input().IsConnected()) return E_UNEXPECTED;
     if (position < 0) return E_INVALIDARG;
     if (position > 0) return VFW_S_NO_MORE_ITEMS;
-    return type.CopyFrom(Input().Type());
+    return Input().CopyType(type);
 }
 
 // Both pins carry the same frames: the direction makes no difference.
