@@ -44,7 +44,6 @@ void Binarise(StillPicture& picture, BYTE* frame, const FrameShape& shape) {
 
 void ConvertFrame(StillPicture& picture, BYTE* frame) {
     const FrameShape shape = ShapeOf(picture);
-    if (!shape.holdsPairs()) return;
     const bool isTiff = HasExtension(picture, L".TIF");
     switch (picture.formatCode) {
         case kFormatYuy2:
@@ -83,13 +82,12 @@ void ImageWriter::Prepare() {
     ConvertFrame(picture_, frame_);
     RebuildHeaders(picture_);
     // A picture that could not be stamped is stored all the same.
-    if (picture_.overlayText && ShapeOf(picture_).holdsPairs()) StampText(picture_, frame_);
+    if (picture_.overlayText) StampText(picture_, frame_);
 }
 
 DWORD ImageWriter::Store() {
     if (!picture_.fileName) return 0;
-    // Rows shorter than their pixels: encoding would read past the frame.
-    if (!ShapeOf(picture_).holdsPairs()) return static_cast<DWORD>(E_INVALIDARG);
+    if (picture_.width <= 0) return static_cast<DWORD>(E_INVALIDARG);
     if (HasExtension(picture_, L".BMP")) return WriteBmp(picture_, frame_);
     if (HasExtension(picture_, L".JPG")) return WriteJpeg(picture_, frame_);
     if (HasExtension(picture_, L".PNG")) return WritePng(picture_, frame_);

@@ -7,7 +7,8 @@ namespace cam::still {
 
 class ImageWriter {
   public:
-    // Neither is owned. `frame` holds |height| rows of `stride` bytes.
+    // Neither is owned. `frame` holds |height| rows of `stride` bytes, and at least that many of whole pairs of
+    // pixels (4 bytes each): a shorter stride makes rows overlap. The width is not negative.
     ImageWriter(StillPicture& picture, BYTE* frame) : picture_(picture), frame_(frame) {}
 
     // Turns the frame into RGB565 (for a TIFF picture into the words 0x0000 and 0xFFFF), rebuilds the

@@ -8,16 +8,14 @@
 
 namespace cam::still {
 
-// What lies in a frame buffer of rows * stride bytes.
+// What lies in a frame buffer of rows * stride bytes. Each row takes whole pairs of 16-bit pixels; with a shorter
+// stride the buffer holds as much behind the last one.
 struct FrameShape {
     std::uint32_t width = 0;   // pixels
     std::uint32_t rows = 0;    // in memory order, whichever way up the picture stands
     std::uint32_t stride = 0;  // bytes from row to row
 
     std::size_t size() const { return std::size_t{rows} * stride; }
-
-    // Whether whole pairs of 16-bit pixels fit into a row. The conversions must not be called otherwise.
-    bool holdsPairs() const { return width > 0 && stride >= (std::uint64_t{width} + 1) / 2 * 4; }
 };
 
 // YUY2 becomes RGB565; the stride stays.

@@ -1,5 +1,6 @@
 #include "still/still_image_sink.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
@@ -23,14 +24,6 @@ std::unique_ptr<wchar_t[]> CopyText(const wchar_t* text, size_t length) {
     std::memcpy(copy.get(), text, length * sizeof(wchar_t));
     copy[length] = 0;
     return copy;
-}
-
-bool IsPictureName(const wchar_t* name) {
-    const wchar_t* extension = FileExtension(name);
-    for (const wchar_t* known : {L".BMP", L".JPG", L".PNG", L".TIF"}) {
-        if (SameExtension(extension, known)) return true;
-    }
-    return false;
 }
 
 LONG FormatCodeOf(const GUID& subtype) {
@@ -87,7 +80,7 @@ HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetFileName(const wchar_t* name)
     settings_.fileName.reset();
     settings_.hasFileName = true;
     if (!name) return S_OK;
-    if (!IsPictureName(name)) return kBadFileName;
+    if (!IsPictureExtension(FileExtension(name))) return kBadFileName;
     settings_.fileName = CopyText(name, std::wcslen(name));
     return settings_.fileName ? S_OK : E_OUTOFMEMORY;
 }
@@ -133,17 +126,16 @@ void StillImageSinkFilter::TakeSettings() {
 
 // ---- The picture ---------------------------------------------------------------------------------
 
-// Whether the sample's buffer is as large as the rows that its media type promises. Of a frame without extent
-// nothing is touched.
+// Whether everything that is done with a frame stays in the sample's buffer. Of a frame without extent nothing
+// is touched.
 bool StillImageSinkFilter::HoldsFrame(IMediaSample& sample) const {
-    const auto size = static_cast<int64_t>(sample.GetSize());
-    const auto height = static_cast<int64_t>(picture_.height);
-    const int64_t rows = height < 0 ? -height : height;
-    if (rows == 0 || picture_.width <= 0) return true;
-    // Pixels go in pairs of 4 bytes. With a format of fewer bits a pixel the rows overlap, and the last one
-    // reaches furthest.
-    const int64_t rowBytes = (static_cast<int64_t>(picture_.width) + 1) / 2 * 4;
-    return rows * picture_.stride <= size && (rows - 1) * picture_.stride + rowBytes <= size;
+    if (picture_.width < 0) return false;
+    if (picture_.width == 0) return true;
+    // Pixels go in pairs of 4 bytes. Rows that a format of fewer bits a pixel puts closer together overlap, but
+    // the bitmap and the TIFF file read them as if they did not.
+    const uint64_t rowBytes = (static_cast<uint64_t>(picture_.width) + 1) / 2 * 4;
+    const auto size = static_cast<uint64_t>(std::max(sample.GetSize(), 0L));
+    return RowCount(picture_.height) * std::max<uint64_t>(picture_.stride, rowBytes) <= size;
 }
 
 void StillImageSinkFilter::MakePicture(BYTE* frame) {

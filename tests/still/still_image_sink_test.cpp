@@ -263,10 +263,12 @@ TEST_CASE(
         LONG width, height;
         WORD bits;
     };
-    // Types whose frames no sample could hold, or whose rows are shorter than their pixels.
-    for (const Row& row : {Row{"most rows", kWidth, std::numeric_limits<LONG>::min(), 16},
-                           Row{"widest", std::numeric_limits<LONG>::max(), 1, 16},
-                           Row{"rows too short", kWidth * kHeight + 2, 1, 8}}) {
+    // Types whose frames the sample does not hold.
+    for (const Row& row :
+         {Row{"most rows", kWidth, std::numeric_limits<LONG>::min(), 16},
+          Row{"widest", std::numeric_limits<LONG>::max(), 1, 16}, Row{"width below 0", -kWidth, kHeight, 16},
+          Row{"rows that overlap", kWidth, kHeight + 1, 8},
+          Row{"one row that is too short", kWidth * kHeight + 2, 1, 8}}) {
         CAPTURE(row.what);
         MediaType type = VideoType(MEDIASUBTYPE_YUY2, 2, 2, row.bits);
         auto* info = reinterpret_cast<VIDEOINFOHEADER*>(type.pbFormat);
