@@ -39,8 +39,8 @@ struct ISampleGrabberControl : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE SetCallback(camFrameCallback callback) = 0;
     // Fills in the geometry of the type accepted last; S_OK even when nothing is connected.
     virtual HRESULT STDMETHODCALLTYPE GetGeometry(FrameGeometry* geometry) = 0;
-    // A copy of the input connection's type, whose format block the caller frees (filter_base::MediaType
-    // does), or VFW_E_NOT_CONNECTED and an empty type.
+    // A copy of the type accepted last, whose format block the caller frees (filter_base::MediaType does), or
+    // VFW_E_NOT_CONNECTED and an empty type when there has been none.
     virtual HRESULT STDMETHODCALLTYPE GetInputMediaType(AM_MEDIA_TYPE* type) = 0;
 };
 

@@ -26,8 +26,8 @@ constexpr DWORD RowCount(LONG height) {
     return height < 0 ? 0u - static_cast<DWORD>(height) : static_cast<DWORD>(height);
 }
 
-// Owned by the sink. Written by the setters on the *worker* or *caller* thread before a still is triggered,
-// used by the *streaming* thread while it renders.
+// Owned by the sink. Its format is written when a type is agreed upon, the rest by the *streaming* thread, which
+// takes over what the setters have left and renders.
 struct StillPicture {
     LONG formatCode = kFormatNone;
     DWORD sampleSize = 0;  // bytes
