@@ -120,7 +120,8 @@ enum { CAM_FLAG_AUTO = 1, CAM_FLAG_MANUAL = 2 };
  * Imager camera, preview and still picture: one byte of grey a pixel, the topmost row first though height is
  * positive, size is width by height, stride is width.
  * Called on a streaming thread of the capture graph (imager camera: on its preview thread), never on the
- * caller's own. It must not call any function of this library; post a message instead.
+ * caller's own. It must neither call any function of this library nor wait for a thread that may be in one,
+ * as SendMessage does; post a message instead.
  */
 typedef void(WINAPI* camFrameCallback)(void* frame, DWORD size, LONG height, LONG width, DWORD stride);
 
@@ -149,7 +150,8 @@ camResult WINAPI camInit(HWND ownerWindow, const wchar_t* settingsPath, const wc
 /*
  * Discards the current camera, if there is one, and brings up a camera of the given type.
  *   ownerWindow      window in whose client area preview is drawn; null: the system shows a window of its own
- *                    (imager: nothing is drawn). Must live until camShutDown returns.
+ *                    (imager: nothing is drawn). Must live until camShutDown returns; its thread must dispatch
+ *                    messages while another thread calls the library.
  *   settingsPath     settings file (INI or XML), or null
  *   settingsSection  section of that file, or null. When both are given, ten persisted settings (brightness,
  *                    autofocus, flash, resolution, colour, focus minimum, maximum, step and fixed focus,
@@ -221,9 +223,10 @@ camResult WINAPI camGetResolutionCount(int* count);
  * (-1). camNotInitialised; camInvalidArgument: a null pointer, or no such resolution. */
 camResult WINAPI camGetResolutionDimensions(long* height, long* width, int index);
 
-/* Selects still resolution `index`. A running preview is interrupted for about half a second.
- * camNotInitialised; camInvalidArgument: no such resolution or the driver refused; a message box then names
- * the step that failed. The imager camera does neither. */
+/* Selects still resolution `index`. A running preview is interrupted for about half a second; a still picture
+ * that is on its way may be lost. camNotInitialised; camInvalidArgument: no such resolution or the driver
+ * refused; a message box then names the step that failed. With the imager camera it counts from the next
+ * picture, without interruption or message box. */
 camResult WINAPI camSetResolution(int index);
 
 /* ---- Still pictures ---------------------------------------------------------------------------------- */

@@ -3,36 +3,20 @@
 #include <oleauto.h>
 #include <wchar.h>
 
-#include <atomic>
 #include <memory>
 #include <new>
 #include <utility>
 
+#include "filter_base/com_object.h"
+
 namespace cam {
 namespace {
 
-class MemoryPropertyBag final : public IPropertyBag {
+class MemoryPropertyBag final : public filter_base::Implements<filter_base::ComObject, IPropertyBag> {
   public:
-    MemoryPropertyBag() = default;
-    MemoryPropertyBag(const MemoryPropertyBag&) = delete;
-    MemoryPropertyBag& operator=(const MemoryPropertyBag&) = delete;
+    MemoryPropertyBag() : Implements(nullptr) {}
 
-    // ---- IUnknown ----
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = iid == __uuidof(IUnknown) || iid == __uuidof(IPropertyBag) ? this : nullptr;
-        if (!*out) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) delete this;
-        return left;
-    }
-
-    // ---- IPropertyBag ----
+    // IPropertyBag
     // A type in `value` asks for that type, VT_EMPTY for the one that was written.
     HRESULT STDMETHODCALLTYPE Read(LPCOLESTR name, VARIANT* value, IErrorLog*) override {
         if (!name || !value) return E_POINTER;
@@ -65,8 +49,6 @@ class MemoryPropertyBag final : public IPropertyBag {
         std::unique_ptr<Entry> next;
     };
 
-    ~MemoryPropertyBag() = default;
-
     Entry* Find(LPCOLESTR name) const {
         Entry* entry = first_.get();
         while (entry && _wcsicmp(entry->name, name) != 0) entry = entry->next.get();
@@ -80,16 +62,13 @@ class MemoryPropertyBag final : public IPropertyBag {
         return first_.get();
     }
 
-    std::atomic<ULONG> references_ = 1;
     std::unique_ptr<Entry> first_;
 };
 
 }  // namespace
 
 ComPtr<IPropertyBag> CreateMemoryPropertyBag() {
-    ComPtr<IPropertyBag> bag;
-    bag.attach(new (std::nothrow) MemoryPropertyBag);
-    return bag;
+    return ComPtr<IPropertyBag>(new (std::nothrow) MemoryPropertyBag);
 }
 
 }  // namespace cam
