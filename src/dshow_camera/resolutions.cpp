@@ -144,8 +144,9 @@ HRESULT DShowCamera::ConnectStillPins() {
         if (!CanBeStill(*type.get())) continue;
         const HRESULT result =
             graph.filterGraph->ConnectDirect(graph.stillPin.get(), graph.sinkPin.get(), type.get());
-        if (FAILED(result)) ShowFailure(L"Couldn't reconnect", L"SetStillImageResolution");
-        return result;
+        if (SUCCEEDED(result)) return result;
+        ShowFailure(L"Couldn't reconnect", L"SetStillImageResolution");
+        break;
     }
     return E_FAIL;
 }
