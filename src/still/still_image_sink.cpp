@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <cwchar>
 #include <new>
 #include <utility>
 
+#include "base/copy_text.h"
 #include "base/file_extension.h"
 #include "still/frame_format.h"
 #include "still/image_writer.h"
@@ -15,16 +15,6 @@ namespace cam::still {
 
 namespace {
 constexpr UINT kBitsPerPixel = 16;  // of a prepared frame
-
-// `length` characters and a terminating zero; null when there is no memory, or never could be.
-std::unique_ptr<wchar_t[]> CopyText(const wchar_t* text, size_t length) {
-    if (length >= SIZE_MAX / sizeof(wchar_t) - 1) return nullptr;
-    std::unique_ptr<wchar_t[]> copy(new (std::nothrow) wchar_t[length + 1]);
-    if (!copy) return nullptr;
-    std::memcpy(copy.get(), text, length * sizeof(wchar_t));
-    copy[length] = 0;
-    return copy;
-}
 
 LONG FormatCodeOf(const GUID& subtype) {
     if (IsEqualGUID(subtype, MEDIASUBTYPE_YUY2)) return kFormatYuy2;

@@ -314,7 +314,7 @@ TEST_CASE("SetText takes a text away when there is none, no length, or no memory
         HRESULT expected;
     };
     for (const Row& row : {Row{nullptr, 3, S_OK}, Row{L"Ag", 0, S_OK}, Row{L"Ag", kMost, E_OUTOFMEMORY},
-                           Row{L"Ag", kMost / 2, E_OUTOFMEMORY}, Row{L"Ag", kMost / 2 - 1, E_OUTOFMEMORY}}) {
+                           Row{L"Ag", kMost / 2, E_OUTOFMEMORY}, Row{L"Ag", kMost / 4, E_OUTOFMEMORY}}) {
         CAPTURE(row.length);
         Sink sink;
         REQUIRE(sink.SetText(L"Ag", 2) == S_OK);
