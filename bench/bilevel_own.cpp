@@ -11,8 +11,6 @@
 namespace cam::bench {
 namespace {
 
-constexpr float kRatio = 0.1f;
-
 uint32_t Pixels(const Picture& picture) {
     return picture.size.width * picture.size.rows;
 }
@@ -26,10 +24,11 @@ Way ThresholdBy(const char* name, tiff::ThresholdWay* threshold) {
                 };
                 auto run = [buffer, &picture, threshold]() -> size_t {
                     tiff::ThresholdPlan plan;
-                    const bool done = PlanThreshold(buffer->data(), picture.size.width,
-                                                    static_cast<int32_t>(picture.size.rows),
-                                                    static_cast<uint32_t>(buffer->size()), kRatio, &plan) &&
-                                      threshold(plan);
+                    const bool done =
+                        PlanThreshold(buffer->data(), picture.size.width,
+                                      static_cast<int32_t>(picture.size.rows),
+                                      static_cast<uint32_t>(buffer->size()), kThresholdRatio, &plan) &&
+                        threshold(plan);
                     return done ? Pixels(picture) : 0;
                 };
                 return Job{prepare, run};
@@ -61,7 +60,7 @@ Way FileBy(const char* name, tiff::ThresholdWay* threshold, still::PixelLevel le
                 Yuy2ToGrey(frame->data(), shape, routines);
                 tiff::ThresholdPlan plan;
                 PlanThreshold(frame->data(), shape.width, static_cast<int32_t>(shape.rows),
-                              static_cast<uint32_t>(frame->size()), kRatio, &plan);
+                              static_cast<uint32_t>(frame->size()), kThresholdRatio, &plan);
                 threshold(plan);
                 ExpandGrey(frame->data(), shape, routines);
                 tiff::ByteBuffer file((Pixels(picture) + 7) / 8, true);
@@ -96,9 +95,8 @@ std::vector<Way> OwnWays() {
     ways.push_back(ThresholdBy("sse2", ThresholdSse2));
     ways.push_back(EncodeBy("sse2", EncodeG4Sse2));
     ways.push_back(FileBy("sse2", ThresholdSse2, PixelLevel::Sse2));
-    if (HasAvx2AndBmi()) {
+    if (__builtin_cpu_supports("avx2")) {
         ways.push_back(ThresholdBy("avx2", ThresholdAvx2));
-        ways.push_back(EncodeBy("avx2", EncodeG4Avx2));
         ways.push_back(FileBy("avx2", ThresholdAvx2, PixelLevel::Avx2));
     }
 #endif

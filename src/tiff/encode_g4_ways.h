@@ -1,10 +1,6 @@
 // The ways to code Group 4 data. All give the same bytes; arguments and results are those of EncodeG4.
 #pragma once
 
-#ifdef __x86_64__
-#include <cpuid.h>
-#endif
-
 #include <stdint.h>
 
 #include "tiff/byte_buffer.h"
@@ -21,21 +17,8 @@ EncodeG4Way EncodeG4Plain;
 EncodeG4Way EncodeG4Word;
 
 #ifdef __x86_64__
-// 64-bit words and the vectors that every such processor has.
+// 64-bit words, the vectors that every such processor has, and next to no branches. Wider vectors or newer instructions do not make it faster.
 EncodeG4Way EncodeG4Sse2;
-// The same with AVX2, BMI and POPCNT; call it only where HasBmi() says so.
-EncodeG4Way EncodeG4Avx2;
-
-// Asked of the processor itself: not every compiler's own question knows this name.
-inline bool HasLzcnt() {
-    unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
-    return __get_cpuid(0x80000001, &eax, &ebx, &ecx, &edx) && (ecx & bit_LZCNT);
-}
-
-inline bool HasAvx2AndBmi() {
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-           __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt") && HasLzcnt();
-}
 #endif
 
 }  // namespace cam::tiff

@@ -1,6 +1,5 @@
 #include "tiff/encode_g4_ways.h"
 #include "tiff/g4_code_words.h"
-#include "tiff/g4_coder.inl"
 #include "tiff/g4_output.h"
 
 namespace cam::tiff {
@@ -28,7 +27,6 @@ constexpr ChangeTable MakeChangeTable() {
 
 constexpr ChangeTable kChanges = MakeChangeTable();
 
-// Writes the positions of the changes in a line and returns the place behind them.
 class ByteScanner {
   public:
     static int16_t* Scan(const uint8_t* line, uint32_t bytes, int16_t* list) {
@@ -69,8 +67,12 @@ class ByteScanner {
     int position_ = -1;   // one less than that of the next byte's first pixel
 };
 
-class WordSink {
+class WordCoder {
   public:
+    static int16_t* Scan(const uint8_t* line, uint32_t bytes, int16_t* list) {
+        return ByteScanner::Scan(line, bytes, list);
+    }
+
     void Start(uint8_t* output) { begin_ = out_ = output; }
     void Move(uint8_t* output) {
         out_ = output + (out_ - begin_);
@@ -78,6 +80,52 @@ class WordSink {
     }
     uint32_t Bytes() const { return static_cast<uint32_t>(out_ - begin_); }
 
+    // Throughout, `b` is the first change of the reference line right of a0 with the opposite colour, `a` is a1.
+    void CodeLine(const int16_t* b, const int16_t* a, int width) {
+        int a0 = 0;
+        int color = 0;
+        for (;;) {
+            const int a1 = *a;
+            if (b[1] < a1) {
+                Put(kPassCode);
+                a0 = b[1];
+                b += 2;
+                continue;
+            }
+            const auto reach = static_cast<uint32_t>(a1 - *b + kVerticalReach);
+            if (reach <= 2 * kVerticalReach) {
+                Put(kVerticalCodes[static_cast<int>(reach)]);
+                a0 = a1;
+                if (a0 == width) return;
+                color ^= 1;
+                ++a;
+                if (reach >= kVerticalReach) {
+                    ++b;
+                    if (reach > kVerticalReach) {
+                        while (*b <= a0) b += 2;
+                    }
+                } else {
+                    b += b[-1] > a0 ? -1 : 1;
+                }
+            } else {
+                PutHorizontal(a1 - a0, a[1] - a1, color);
+                a0 = a[1];
+                if (a0 == width) return;
+                a += 2;
+                while (*b <= a0) b += 2;
+            }
+        }
+    }
+
+    void EndBlock() {
+        Put(kEndOfLineCode);
+        Put(kEndOfLineCode);
+        for (; count_ >= 8; count_ -= 8) *out_++ = static_cast<uint8_t>(pending_ >> (count_ - 8));
+        if (count_) *out_++ = static_cast<uint8_t>(pending_ << (8 - count_));
+        count_ = 0;
+    }
+
+  private:
     void Put(uint32_t bits, uint32_t length) {
         pending_ = pending_ << length | bits;
         count_ += length;
@@ -97,13 +145,6 @@ class WordSink {
         PutRun(second, color ^ 1);
     }
 
-    void End() {
-        for (; count_ >= 8; count_ -= 8) *out_++ = static_cast<uint8_t>(pending_ >> (count_ - 8));
-        if (count_) *out_++ = static_cast<uint8_t>(pending_ << (8 - count_));
-        count_ = 0;
-    }
-
-  private:
     void PutRun(int length, int color) {
         if (length >= kMakeUpStep) {
             for (; length >= kLongestMakeUp; length -= kLongestMakeUp) Put(kWhiteMakeUp[kMakeUpCodes - 1]);
@@ -123,7 +164,7 @@ class WordSink {
 
 bool EncodeG4Word(const uint8_t* raster, uint32_t rasterLength, uint32_t width, uint32_t rows,
                   ByteBuffer& output, uint32_t* outLength) {
-    return EncodeG4With<ByteScanner, WordSink>(raster, rasterLength, width, rows, output, outLength);
+    return EncodeG4Lines<WordCoder>(raster, rasterLength, width, rows, output, outLength);
 }
 
 }  // namespace cam::tiff

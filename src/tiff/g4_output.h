@@ -1,4 +1,4 @@
-// What both Group 4 encoders share: the lists of changing elements and the bounded output area.
+// What the Group 4 encoders share: the lists of changing elements, the bounded output area, and for the fast ones the walk over the rows.
 #pragma once
 
 #include <stdint.h>
@@ -63,6 +63,36 @@ inline bool EnsureG4Room(ByteBuffer& output, uint32_t used, uint32_t room) {
     if (!output.IsGrowable() || wanted > UINT32_MAX - 2 || !output.SetLength(used)) return false;
     output.Resize(static_cast<uint32_t>(wanted), false);
     return output.Capacity() - used >= room;
+}
+
+// EncodeG4 by a coder with
+//   Start(output), Move(output)         where the data begin, at first and after the area has grown
+//   Bytes()                             how many whole bytes are stored
+//   Scan(line, bytes, list)             writes the positions of a line's changes and returns the place behind them; it may overwrite
+//                                       eight entries behind that
+//   CodeLine(reference, coding, width)  the lists' first changes; both end as G4LineLists::Terminate makes them
+//   EndBlock()
+template <typename Coder>
+bool EncodeG4Lines(const uint8_t* raster, uint32_t rasterLength, uint32_t width, uint32_t rows,
+                   ByteBuffer& output, uint32_t* outLength) {
+    if (!IsG4Raster(rasterLength, width, rows)) return false;
+    G4LineLists lists;
+    if (!lists.Create(width)) return false;
+    Coder coder;
+    coder.Start(output.Data());
+    const uint32_t lineBytes = width / 8;
+    for (uint32_t row = 0; row < rows; ++row, raster += lineBytes) {
+        if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
+        coder.Move(output.Data());
+        G4LineLists::Terminate(coder.Scan(raster, lineBytes, lists.Coding() + 1), width);
+        coder.CodeLine(lists.Reference() + 1, lists.Coding() + 1, static_cast<int>(width));
+        lists.Swap();
+    }
+    if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
+    coder.Move(output.Data());
+    coder.EndBlock();
+    *outLength = coder.Bytes();
+    return output.SetLength(*outLength);
 }
 
 }  // namespace cam::tiff

@@ -29,7 +29,6 @@ std::vector<Way> FastWays() {
     std::vector<Way> ways = {{"dispatched", EncodeG4}, {"word", EncodeG4Word}};
 #ifdef __x86_64__
     ways.push_back({"sse2", EncodeG4Sse2});
-    if (HasAvx2AndBmi()) ways.push_back({"avx2", EncodeG4Avx2});
 #endif
     return ways;
 }
