@@ -17,12 +17,14 @@ enum class Content { Page, Photograph, Halftone, RandomBits };
 constexpr Content kContents[] = {Content::Page, Content::Photograph, Content::Halftone, Content::RandomBits};
 const char* ContentName(Content content);
 
+constexpr float kThresholdRatio = 0.1f;
+
 // One camera frame in the forms that the stages take.
 struct Picture {
     Size size;
     std::vector<uint8_t> grey;    // luma, no padding
     std::vector<uint8_t> yuy2;    // the same with neutral chroma, 2 bytes a pixel
-    std::vector<uint8_t> raster;  // thresholded with ratio 0.1 and packed, 1 is black
+    std::vector<uint8_t> raster;  // thresholded with kThresholdRatio and packed, 1 is black
 };
 
 // `count` different pictures. Photographs and halftones are made of frames of `film` (a .y4m file); without one, of synthetic ones.

@@ -39,19 +39,27 @@ Way Libtiff() {
 #endif
 
 #ifdef CAM_HAVE_OPENCV
-void OpencvThreshold(const cv::Mat& grey, cv::Mat& out, int type) {
+// `offset` is what a pixel must be darker than its surroundings by.
+void OpencvThreshold(const cv::Mat& grey, cv::Mat& out, int type, double offset) {
     const int side = (std::min(grey.cols, grey.rows) >> 3) | 1;
-    cv::adaptiveThreshold(grey, out, 255, cv::ADAPTIVE_THRESH_MEAN_C, type, side, 10);
+    cv::adaptiveThreshold(grey, out, 255, cv::ADAPTIVE_THRESH_MEAN_C, type, side, offset);
+}
+
+// What our ratio comes to at the picture's mean brightness: the pictures then have about as much to encode.
+double OffsetFor(const Picture& picture) {
+    uint64_t sum = 0;
+    for (uint8_t pixel : picture.grey) sum += pixel;
+    return kThresholdRatio * static_cast<double>(sum) / static_cast<double>(picture.grey.size());
 }
 
 Way Opencv() {
     return {Stage::Threshold, "opencv", true, [](const Picture& picture) {
                 auto out = std::make_shared<cv::Mat>();
-                auto run = [out, &picture]() -> size_t {
+                auto run = [out, &picture, offset = OffsetFor(picture)]() -> size_t {
                     const cv::Mat grey(static_cast<int>(picture.size.rows),
                                        static_cast<int>(picture.size.width), CV_8UC1,
                                        const_cast<uint8_t*>(picture.grey.data()));
-                    OpencvThreshold(grey, *out, cv::THRESH_BINARY);
+                    OpencvThreshold(grey, *out, cv::THRESH_BINARY, offset);
                     return out->total();
                 };
                 return Job{[] {}, run};
@@ -71,12 +79,12 @@ Way OpencvAndLibtiff() {
                 auto grey = std::make_shared<cv::Mat>();
                 auto mask = std::make_shared<cv::Mat>();
                 auto raster = std::make_shared<std::vector<uint8_t>>(picture.raster.size());
-                auto run = [=, &picture] {
+                auto run = [=, &picture, offset = OffsetFor(picture)] {
                     const cv::Mat frame(static_cast<int>(picture.size.rows),
                                         static_cast<int>(picture.size.width), CV_8UC2,
                                         const_cast<uint8_t*>(picture.yuy2.data()));
                     cv::extractChannel(frame, *grey, 0);
-                    OpencvThreshold(*grey, *mask, cv::THRESH_BINARY_INV);
+                    OpencvThreshold(*grey, *mask, cv::THRESH_BINARY_INV, offset);
                     for (size_t i = 0; i < raster->size(); ++i) (*raster)[i] = PackEight(mask->data + 8 * i);
                     return LibtiffFile(raster->data(), picture.size);
                 };

@@ -78,7 +78,11 @@ measure() { # TABLE
     files) scripts/host.sh build/host/bin/picture_bench.exe | tr -d '\r' ;;
     latency) scripts/host.sh build/host/bin/latency_bench.exe "$previewSeconds" | tr -d '\r' ;;
     arm) build/native/bin/ce_instructions ;;
-    bilevel) build/native/bin/bilevel_bench ;;
+    bilevel)
+        build/native/bin/bilevel_bench
+        printf '\n'
+        scripts/count-instructions.sh
+        ;;
     esac
 }
 
