@@ -19,11 +19,9 @@ constexpr CLSID kClsidStillImageSink = {
 constexpr long kEventStillCaptured = 0x101;
 // Auto-reset event that the sink sets at the same moment.
 constexpr wchar_t kSavedEventName[] = L"CAPTURED_IMAGE_SAVED";
-// Results of the sink's setters and of the encoders that are plain Win32 numbers and no HRESULTs.
+// Results of the sink's setters and of stamping that are plain Win32 numbers and no HRESULTs.
 constexpr HRESULT kBadFileName = ERROR_INVALID_NAME;               // 123
 constexpr HRESULT kBitmapSectionFailed = ERROR_INVALID_PARAMETER;  // 87
-constexpr HRESULT kEncodingFailed = ERROR_BAD_FORMAT;              // 11
-constexpr HRESULT kShortWrite = ERROR_WRITE_FAULT;                 // 29
 
 // The shape of the frames that pass through the sample grabber: all 0 until a type has been negotiated.
 struct FrameGeometry {

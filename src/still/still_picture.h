@@ -5,6 +5,8 @@
 
 #include <memory>
 
+#include "base/row_count.h"
+
 namespace cam::still {
 
 enum FormatCode : LONG { kFormatNone = 0, kFormatYuy2 = 2, kFormatRgb565 = 4 };
@@ -20,11 +22,6 @@ static_assert(sizeof(BitmapInfoHeader565) == 52 && sizeof(BITMAPFILEHEADER) == 1
               "as they stand in a BMP file");
 
 constexpr WORD kBitmapFileType = 0x4D42;  // "BM"
-
-// How many rows a signed height stands for.
-constexpr DWORD RowCount(LONG height) {
-    return height < 0 ? 0u - static_cast<DWORD>(height) : static_cast<DWORD>(height);
-}
 
 // Owned by the sink. Its format is written when a type is agreed upon, the rest by the *streaming* thread, which
 // takes over what the setters have left and renders.

@@ -146,7 +146,7 @@ TEST_CASE("pictures for other decoders") {
              {Size{200, 120}, Size{200, -120}, Size{3, 5}, Size{37, -64}, Size{1, 1}, Size{1600, 1200}}) {
             const std::wstring name =
                 InFolder(std::to_wstring(size.width) + (size.height < 0 ? L"_down_" : L"_up_") +
-                         std::to_wstring(RowCount(size.height)));
+                         std::to_wstring(cam::RowCount(size.height)));
             TestPicture picture(kFormatRgb565, size.width, size.height, name + L"." + extension);
             picture.paint();
             WritePpm(picture, name + L".ppm");

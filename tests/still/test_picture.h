@@ -35,14 +35,14 @@ struct TestPicture {
         picture.width = width;
         picture.height = height;
         picture.stride = static_cast<DWORD>((width * 2 + 3) / 4 * 4);
-        picture.sampleSize = cam::still::RowCount(height) * picture.stride;
+        picture.sampleSize = cam::RowCount(height) * picture.stride;
         if (!fileName.empty()) picture.fileName = Copy(fileName);
         memory.assign(kMargin * 2 + picture.sampleSize, kMarginByte);
         for (std::size_t i = 0; i < picture.sampleSize; ++i) frame()[i] = 0;
     }
 
     BYTE* frame() { return memory.data() + kMargin; }
-    DWORD rows() const { return cam::still::RowCount(picture.height); }
+    DWORD rows() const { return cam::RowCount(picture.height); }
 
     // The pixel in column x of row y, counted from the top of the picture as it is seen.
     BYTE* at(LONG x, LONG y) {
