@@ -43,4 +43,5 @@ scripts/check.sh
 # One run over all builds, with one closing line.
 printf 'subdirs(%s)\n' "${presets[*]}" >build/CTestTestfile.cmake
 say "Testing"
-ctest --test-dir build --output-on-failure -j 2
+# More at a time than there are cores: what takes longest are the pauses that a camera needs, not work.
+ctest --test-dir build --output-on-failure -j $(($(nproc) + 2))
