@@ -44,4 +44,4 @@ scripts/check.sh
 printf 'subdirs(%s)\n' "${presets[*]}" >build/CTestTestfile.cmake
 say "Testing"
 # More at a time than there are cores: what takes longest are the pauses that a camera needs, not work.
-ctest --test-dir build --output-on-failure -j $(($(nproc) + 2))
+ctest --test-dir build --output-on-failure -j $(($(nproc) + 3))

@@ -65,8 +65,12 @@ registerLibraries() {
 mkdir -p "$(dirname "$WINEPREFIX")"
 (
     flock 9
-    [ -f "$WINEPREFIX/.complete" ] || makePrefix
-    registerLibraries
+    # The server and services that the first program starts outlive it: they must inherit neither the lock nor its output.
+    {
+        [ -f "$WINEPREFIX/.complete" ] || makePrefix
+        wineserver -k0 2>/dev/null || wine cmd /c exit >/dev/null 2>&1
+        registerLibraries
+    } 9>&-
 ) 9>"$WINEPREFIX.lock"
 
 # The launcher reports the full 32-bit exit code: Wine's own keeps the low byte, and a program that fails to load can end in 0.

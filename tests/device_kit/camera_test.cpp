@@ -62,7 +62,9 @@ TEST_CASE("preview shows the chart, counts its frames and leaves no time stamps"
         CheckChart(late.bytes, format, kRounding555);
         CHECK_FALSE(late.stamped);
         CHECK(FrameCounter(late.bytes, format) > FrameCounter(early.bytes, format));
-        CHECK(kitPreviewFrames() >= 6);
+        // The kit counts a frame when it has been taken, and the stop refused the one on its way.
+        CHECK(kitPreviewFrames() + 1 >= static_cast<LONG>(graph.previewFrames.Count()));
+        CHECK(kitPreviewFrames() <= static_cast<LONG>(graph.previewFrames.Count()));
         CHECK(kitStillPictures() == 0);
     }
     CHECK(kitLiveObjects() == 0);
