@@ -54,6 +54,7 @@ class WordScanner {
     static int16_t* Take(uint64_t changes, int position, int16_t* list) {
         if (!changes) return list;
         __m128i base = _mm_set1_epi16(static_cast<int16_t>(position));
+#pragma GCC unroll 8
         for (int shift = 56; shift >= 0; shift -= 8) {
             const uint64_t byte = changes >> shift & 0xFF;
             const __m128i positions = _mm_load_si128(reinterpret_cast<const __m128i*>(kOnes.positions[byte]));
@@ -102,17 +103,16 @@ constexpr RunTable MakeRunTable() {
 
 constexpr RunTable kRuns = MakeRunTable();
 
-// Vertical mode by a1 - b1 + 3; then pass mode.
+// Pass mode; then vertical mode by a1 - b1 + 3.
 struct ModeTable {
-    static constexpr int kPass = 2 * kVerticalReach + 1;
-    LeftCode codes[kPass + 1];
+    static constexpr int kVertical = 2 * kVerticalReach + 1;
+    LeftCode codes[1 + kVertical];
 };
 
 constexpr ModeTable MakeModeTable() {
-    ModeTable table{};
-    for (int i = 0; i < ModeTable::kPass; ++i)
-        table.codes[i] = ToLeftCode(kVerticalCodes[i].bits, kVerticalCodes[i].length);
-    table.codes[ModeTable::kPass] = ToLeftCode(kPassCode.bits, kPassCode.length);
+    ModeTable table{{ToLeftCode(kPassCode.bits, kPassCode.length)}};
+    for (int i = 0; i < ModeTable::kVertical; ++i)
+        table.codes[1 + i] = ToLeftCode(kVerticalCodes[i].bits, kVerticalCodes[i].length);
     return table;
 }
 
@@ -170,7 +170,7 @@ class BranchlessCoder : public WordScanner {
             const int64_t pass = (b2 - a1) >> 63;  // -1 when b2 lies left of a1, else 0
             const int64_t reach = a1 - b1 + kVerticalReach;
             if (static_cast<uint64_t>(reach & ~pass) <= 2 * kVerticalReach) {
-                const LeftCode code = kModes.codes[(reach | pass) & ModeTable::kPass];
+                const LeftCode code = kModes.codes[1 + (reach | pass)];
                 // Behind pass mode, two changes on. Behind vertical mode, the next change, unless a0 has just met it (then that after
                 // the next) or the one before b1 still lies right of a0.
                 b += 1 - pass + 2 * (static_cast<int64_t>(b2 == a1) - static_cast<int64_t>(b[-1] > a1));

@@ -206,7 +206,7 @@ class VectorThreshold {
         uint32_t* even = sums_[0];
         uint32_t* odd = sums_[1];
         Vector before = Zero();
-        auto moveBlock = [&](const uint8_t* in, const uint8_t* out) {
+        auto moveBlock = [&](const uint8_t* in, const uint8_t* out) __attribute__((always_inline)) {
             before = MoveBlock(even, odd, Load(in), Load(out), before);
             even += kPairs;
             odd += kPairs;
@@ -252,7 +252,7 @@ class VectorThreshold {
         const uint32_t* oddStarts = sums_[kind] - (half + 1) / 2;
         const Floats keep = CAM_SIMD(set1_ps)(plan_.keep);
         uint32_t i = 0;
-        auto classifyBlock = [&](Vector samples) {
+        auto classifyBlock = [&](Vector samples) __attribute__((always_inline)) {
             const Wide even = WidenUnsigned(LowBytes(samples));
             const Wide odd = WidenUnsigned(CAM_SIMD(srli_epi16)(samples, 8));
             const uint32_t j = i + kLanes;
