@@ -139,9 +139,9 @@ bool EncodeBilevelTiff(ByteBuffer& out, const uint8_t* pixels, int32_t width, in
             return false;
     }
     WriteTiffHeader(paddedWidth, rows, stripBytes, false, true, description, out, trailer);
-    // Whether `out` took everything is its owner's to see by the length, as after the header.
-    out.AppendBytes(compressed.Data(), stripBytes);
-    return true;
+    // What a buffer of fixed size took is its owner's to see by the length, as after the header. One that should have grown and could
+    // not would make a file that ends in the middle of the picture.
+    return out.AppendBytes(compressed.Data(), stripBytes) || !out.IsGrowable();
 }
 
 }  // namespace cam::tiff
