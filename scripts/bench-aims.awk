@@ -1,5 +1,5 @@
 # Puts what scripts/bench.sh measured beside what is aimed at, as rows of a table. Reads the texts of pixel_bench, the comparison of the
-# builds, picture_bench and ce_instructions, in any order; what is not there is left out.
+# builds, picture_bench, ce_instructions and bilevel_bench with its instructions, in any order; what is not there is left out.
 
 function row(what, size, relation, aim, reached) {
     met = relation == "<=" ? reached <= aim : reached >= aim
@@ -9,6 +9,31 @@ function row(what, size, relation, aim, reached) {
 function compare(what, race, one, other, relation, aim) {
     if (((race, size, one) in time) && ((race, size, other) in time))
         row(what, size, relation, aim, time[race, size, one] / time[race, size, other])
+}
+
+# The smallest ratio over the contents that match: how many times faster `way` is than the peer.
+function slowest(what, stage, peer, way, contents, aim,    key, parts, s, ratio, least) {
+    for (s = 1; s <= bilevelSizes; ++s) {
+        least = 0
+        for (key in bilevel) {
+            split(key, parts, SUBSEP)
+            if (parts[1] != stage || parts[2] != way || parts[3] != bilevelSize[s] || parts[4] !~ contents) continue
+            if (!((stage, peer, parts[3], parts[4]) in bilevel)) continue
+            ratio = bilevel[stage, peer, parts[3], parts[4]] / bilevel[key]
+            if (!least || ratio < least) least = ratio
+        }
+        if (least) row(what, bilevelSize[s], ">=", aim, least)
+    }
+}
+# The largest number over all contents: instructions a pixel, or (peer given) their share of the peer's.
+function most(what, stage, way, peer, aim,    key, parts, number, largest) {
+    for (key in counted) {
+        split(key, parts, SUBSEP)
+        if (parts[1] != stage || parts[2] != way) continue
+        number = peer == "" ? counted[key] : counted[key] / counted[stage, peer, parts[3]]
+        if (number > largest) largest = number
+    }
+    if (largest) row(what, "640x480", "<=", aim, largest)
 }
 
 # pixel_bench: "YUY2 to RGB565, 640 x 480 (best of 488 rounds)", then "  NAME   T ms ...".
@@ -40,6 +65,15 @@ function compare(what, race, one, other, relation, aim) {
 /^grey to words +words / { arm["grey to words", 0.6] = $(NF - 1) }
 /^RGB565 to RGB888 +words / { arm["RGB565 to RGB888", 0.6] = $(NF - 1) }
 
+# bilevel_bench: | stage | implementation | size | content | ns a pixel | ...; its instructions: | stage | implementation | content | number | share |.
+/^\| (threshold|group4|file) / {
+    n = split($0, cell, / *\| */)
+    if (cell[4] ~ /^[0-9]+x[0-9]+$/) {
+        if (!(cell[4] in bilevelSeen)) { bilevelSeen[cell[4]] = 1; bilevelSize[++bilevelSizes] = cell[4] }
+        bilevel[cell[2], cell[3], cell[4], cell[5]] = cell[6] + 0
+    } else counted[cell[2], cell[3], cell[4]] = cell[5] + 0
+}
+
 END {
     for (s = 1; s <= sizeCount; ++s) {
         size = sizes[s]
@@ -64,4 +98,13 @@ END {
         split(key, parts, SUBSEP)
         row(parts[1] ": instructions on ARM to the plain twin's", "640 x 480", "<=", parts[2], arm[key])
     }
+    slowest("Group 4: libtiff to ours, worst content but random bits", "group4", "libtiff", "sse2", "^[^r]", 5)
+    slowest("Group 4: libtiff to ours, random bits", "group4", "libtiff", "sse2", "^random", 4.5)
+    slowest("Group 4: spandsp to ours, worst content", "group4", "spandsp", "sse2", ".", 2)
+    slowest("threshold: OpenCV to ours with SSE2, worst content", "threshold", "opencv", "sse2", ".", 2.4)
+    slowest("threshold: OpenCV to ours with AVX2, worst content", "threshold", "opencv", "avx2", ".", 4)
+    slowest("YUY2 frame to TIFF: OpenCV and libtiff to ours with SSE2, worst content", "file", "opencv + libtiff", "sse2", ".", 3)
+    slowest("YUY2 frame to TIFF: OpenCV and libtiff to ours with AVX2, worst content", "file", "opencv + libtiff", "avx2", ".", 3.7)
+    most("Group 4: our instructions to libtiff's, worst content", "group4", "sse2", "libtiff", 0.33)
+    most("threshold: instructions a pixel with SSE2", "threshold", "sse2", "", 11)
 }

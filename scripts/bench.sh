@@ -107,7 +107,7 @@ done
 printf '\n## Aims\n\n| what | size | aim | reached | |\n|---|---|---|---|---|\n'
 files=()
 for table in "${tables[@]}"; do
-    if [ "$table" != latency ] && [ "$table" != bilevel ] && [ -f "$out/$table.txt" ]; then files+=("$out/$table.txt"); fi
+    if [ "$table" != latency ] && [ -f "$out/$table.txt" ]; then files+=("$out/$table.txt"); fi
 done
 awk -f scripts/bench-aims.awk "${files[@]}" /dev/null
 exit $failed
