@@ -19,7 +19,7 @@ class ByteSink {
 
 // Encoders collect their output in a buffer of this many bytes, so that the file system sees few large
 // writes.
-constexpr std::size_t kOutputBufferBytes = 64 * 1024;
+constexpr std::size_t kOutputBufferBytes = 65536;
 
 enum class EncodeStatus {
     Done,

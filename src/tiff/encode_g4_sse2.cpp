@@ -169,7 +169,7 @@ class BranchlessCoder : public WordScanner {
             const int64_t a1 = a[0], b1 = b[0], b2 = b[1];
             const int64_t pass = (b2 - a1) >> 63;  // -1 when b2 lies left of a1, else 0
             const int64_t reach = a1 - b1 + kVerticalReach;
-            if (static_cast<uint64_t>(reach & ~pass) <= 2 * kVerticalReach) {
+            if (static_cast<uint64_t>(reach & ~pass) < ModeTable::kVertical) {
                 const LeftCode code = kModes.codes[1 + (reach | pass)];
                 // Behind pass mode, two changes on. Behind vertical mode, the next change, unless a0 has just met it (then that after
                 // the next) or the one before b1 still lies right of a0.

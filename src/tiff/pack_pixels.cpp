@@ -13,8 +13,8 @@ constexpr uint32_t kByteBits = 8;
 
 uint8_t PackByte(const uint8_t* pixels, uint32_t count) {
     uint32_t byte = 0;
-    for (uint32_t x = 0; x < count; ++x) {
-        const bool black = (pixels[2 * x] | pixels[2 * x + 1]) == 0;
+    for (uint32_t x = 0; x < count; ++x, pixels += 2) {
+        const bool black = (pixels[0] | pixels[1]) == 0;
         byte |= static_cast<uint32_t>(black) << (kByteBits - 1 - x);
     }
     return static_cast<uint8_t>(byte);

@@ -156,8 +156,8 @@ class VectorThreshold {
         auto* floats = reinterpret_cast<float*>(sums + 2 * entries);
         for (int kind = 0; kind < 2; ++kind) {
             sums_[kind] = sums + kind * entries + padding_;
-            columnCounts_[kind] = floats + kind * pairs_;
-            counts_[kind] = floats + (kind + 2) * pairs_;
+            columnCounts_[kind] = floats + kind * size_t{pairs_};
+            counts_[kind] = floats + (kind + 2) * size_t{pairs_};
         }
         zeros_ = reinterpret_cast<uint8_t*>(floats + 4 * size_t{pairs_});
         kept_ = zeros_ + rowStride;
@@ -211,7 +211,7 @@ class VectorThreshold {
             even += kPairs;
             odd += kPairs;
         };
-        const uint8_t* const end = added + plan_.width / kBlock * kBlock;
+        const uint8_t* const end = added + size_t{plan_.width / kBlock} * kBlock;
         for (; added != end; added += kBlock, removed += kBlock) moveBlock(added, removed);
         if (const uint32_t rest = plan_.width % kBlock) {
             alignas(sizeof(Vector)) uint8_t last[2][kBlock] = {};
@@ -264,7 +264,7 @@ class VectorThreshold {
             i += kPairs;
             return merged;
         };
-        uint8_t* const end = row + plan_.width / kBlock * kBlock;
+        uint8_t* const end = row + size_t{plan_.width / kBlock} * kBlock;
         for (; row != end; row += kBlock, kept += kBlock) {
             const Vector samples = Load(row);
             Store(kept, samples);

@@ -68,7 +68,7 @@ std::vector<BYTE> AsCameraFrame(const GreyPicture& picture, UINT stride) {
     for (UINT y = 0; y < picture.height; ++y) {
         BYTE* row = &frame[static_cast<size_t>(picture.height - 1 - y) * stride];
         const BYTE* source = &picture.pixels[static_cast<size_t>(y) * picture.width];
-        for (UINT x = 0; x < picture.width; ++x) row[2 * x] = source[x];
+        for (size_t x = 0; x < picture.width; ++x) row[2 * x] = source[x];
     }
     return frame;
 }
