@@ -38,7 +38,8 @@ expect() { # CODE PATTERN ARGUMENTS...: camctl must end with CODE and print some
 expect 0 'snap.*' --help
 expect 2 'remedy' 
 expect 2 'remedy' snap
-expect 2 'remedy' snap a.jpg --mode 3
+expect 2 "no command 'nonsense'" nonsense
+expect 2 '"exitCode": 2' snap a.jpg --mode 3 --json
 expect 2 'remedy' snap a.jpg --size 640
 expect 2 "position 'nowhere'.*" snap a.jpg --text x --position nowhere
 expect 2 "no font" snap a.jpg --text x --font "DejaVu Sans"
@@ -67,7 +68,7 @@ check "pngcheck accepts the PNG" pngcheck -q a.Png
 for picture in a.bmp a.jpg a.Png; do
     check "$picture has the size asked for" test "$(identify -format '%wx%h' "$picture")" = 640x480
 done
-expect 0 '"ok": true' snap --json b.jpg --skip 0 --mode 2
+expect 0 '"ok": true' snap --json "$folder/b.jpg" --skip 0 --mode 2
 
 mkdir taken.bmp
 expect 7 'untouched' snap taken.bmp

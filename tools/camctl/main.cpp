@@ -5,12 +5,22 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+
 #include "commands.h"
 #include "text.h"
 
 namespace {
 
 using namespace camctl;
+
+// Turns what --type is given into its number; what it returns is CLI11's message, empty for none.
+std::string ToCameraType(std::string& text) {
+    const std::string lower = CLI::detail::to_lower(text);
+    if (lower != "dshow" && lower != "imager") return "'" + text + "' is no kind of camera: dshow or imager";
+    text = std::to_string(lower == "dshow" ? CAM_TYPE_DSHOW : CAM_TYPE_IMAGER);
+    return "";
+}
 
 void AddJson(CLI::App* command, bool& asJson) {
     command->add_flag("--json", asJson, "Print the result, or the error, as JSON");
@@ -19,9 +29,8 @@ void AddJson(CLI::App* command, bool& asJson) {
 void AddCamera(CLI::App* command, CameraOptions& options, bool& asJson) {
     AddJson(command, asJson);
     command->add_option("--type", options.type, "Kind of camera")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, int>{{"dshow", CAM_TYPE_DSHOW}, {"imager", CAM_TYPE_IMAGER}},
-            CLI::ignore_case))
+        ->transform(CLI::Validator(ToCameraType, ""))
+        ->type_name("dshow|imager")
         ->default_str("dshow");
     command->add_option(
         "--scene", options.scene,
@@ -151,6 +160,13 @@ void AddFiles(CLI::App& app, Arguments& a) {
     convert->callback([&a] { Convert(a.file, a.out, a.mode, a.asJson); });
 }
 
+// CLI11 asks for a command before it looks at what stands in its place.
+std::string Problem(const CLI::App& app, const CLI::ParseError& error,
+                    const std::vector<std::string>& words) {
+    if (!app.get_subcommands().empty() || words.empty() || words.back().starts_with('-')) return error.what();
+    return "there is no command '" + words.back() + "'";
+}
+
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
@@ -158,6 +174,8 @@ int wmain(int argc, wchar_t** argv) {
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     CLI::App app("Takes pictures with ocellus.dll, shows what a camera can do, and measures it.", "camctl");
     app.require_subcommand(1);
+    // A word that begins with a slash is a path: under Wine absolute ones do.
+    app.allow_windows_style_options(false);
     app.footer(
         "Exit codes: 0 done, 2 usage, 3 no camera, 4 invalid argument, 5 capture failed, 6 time-out,\n"
         "7 picture reported but no valid file.");
@@ -168,13 +186,15 @@ int wmain(int argc, wchar_t** argv) {
     AddFiles(app, arguments);
     std::vector<std::string> words;  // CLI11 takes them last one first
     for (int i = argc - 1; i > 0; --i) words.push_back(ToUtf8(argv[i]));
+    // Beforehand: what is wrong may stand before it.
+    arguments.asJson = std::find(words.begin(), words.end(), "--json") != words.end();
     try {
-        app.parse(words);
+        app.parse(std::vector<std::string>(words));
         return kExitOk;
     } catch (const CLI::CallForHelp& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
-        PrintError(arguments.asJson, {kExitUsage, error.what(),
+        PrintError(arguments.asJson, {kExitUsage, Problem(app, error, words),
                                       "camctl --help, or camctl COMMAND --help, shows what there is"});
         return kExitUsage;
     } catch (const ToolError& error) {
