@@ -174,6 +174,14 @@ class DamagedInput(unittest.TestCase):
                 self.assertIn(complaint, str(caught.exception))
 
 
+class OtherConvention(unittest.TestCase):
+    def test_the_wrong_compiler_option_does_not_compile(self):
+        options = ["-march=armv4t", "-mabi=aapcs", "-E", "-include", str(CE / "include" / "ocellus_ce_prefix.h"), "-x", "c", "/dev/null"]
+        run = subprocess.run(["arm-none-eabi-gcc", *options], capture_output=True, text=True)
+        self.assertNotEqual(run.returncode, 0)
+        self.assertIn("The calling convention of the system is that of -mabi=apcs-gnu", run.stderr)
+
+
 class MissingFunctions(unittest.TestCase):
     def test_a_function_that_the_system_lacks_fails_the_link_with_its_name(self):
         for function in ("GetSystemTimeAsFileTime", "CreateFileA", "GetEnvironmentVariableW", "InitializeSRWLock"):

@@ -5,6 +5,10 @@
 #ifndef OCELLUS_CE_PREFIX_H
 #define OCELLUS_CE_PREFIX_H
 
+#if defined(__ARM_PCS) && !defined(OCELLUS_CE_OTHER_CONVENTION) /* a test has it on purpose */
+#error The calling convention of the system is that of -mabi=apcs-gnu: the other one passes 64-bit arguments elsewhere
+#endif
+
 #define _WIN32 1
 #define _WIN32_WCE 0x500
 #define UNDER_CE 500

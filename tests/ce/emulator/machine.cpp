@@ -17,6 +17,7 @@ constexpr u32 kReturnInstruction = 0xE12FFF1E;  // bx lr
 constexpr u32 kNowhere = 0xFFFFFFF0;            // where the emulation would end by itself; never reached
 constexpr int kLink = 14, kStack = 13, kCounter = 15;
 constexpr int kFirstKept = 4, kLastKept = 11;
+constexpr u32 kBehindArguments = 16;  // bytes of stack that belong to nobody
 
 const int kRegisterIds[] = {UC_ARM_REG_R0,  UC_ARM_REG_R1,  UC_ARM_REG_R2,  UC_ARM_REG_R3, UC_ARM_REG_R4,
                             UC_ARM_REG_R5,  UC_ARM_REG_R6,  UC_ARM_REG_R7,  UC_ARM_REG_R8, UC_ARM_REG_R9,
@@ -37,8 +38,15 @@ std::string Hex(u32 value) {
 
 u32 Arguments::Word() {
     const int index = next_++;
-    return index < 4 ? registers_.r[static_cast<size_t>(index)]
-                     : machine_.Read<u32>(registers_.r[kStack] + 4u * static_cast<u32>(index - 4));
+    const u32 stub = registers_.r[kCounter];
+    const u32 word = index < 4 ? registers_.r[static_cast<size_t>(index)]
+                               : machine_.Read<u32>(registers_.r[kStack] + 4u * static_cast<u32>(index - 4));
+    if (word / 16 == kUnset / 16 || word == stub) {
+        throw Failure(
+            "the caller of " + machine_.Describe(stub) + " passes nothing in word " + std::to_string(index) +
+            " of its arguments: another signature or the other calling convention\n" + machine_.Backtrace());
+    }
+    return word;
 }
 
 u64 Arguments::Long() {
@@ -130,8 +138,9 @@ u64 Machine::Call(u32 address, const std::vector<u32>& words) {
     Registers call = before;
     for (int i = kFirstKept; i <= kLastKept; ++i)
         call.r[static_cast<size_t>(i)] = 0x4B454550u + static_cast<u32>(i);
-    u32 stack = before.r[kStack];
-    if (words.size() > 4) stack -= 4 * static_cast<u32>(words.size() - 4);
+    for (u32 i = 1; i < 4; ++i) call.r[i] = kUnset + i;
+    const u32 end = before.r[kStack] - kBehindArguments;
+    const u32 stack = end - (words.size() > 4 ? 4 * static_cast<u32>(words.size() - 4) : 0);
     for (size_t i = 0; i < words.size(); ++i) {
         if (i < 4) {
             call.r[i] = words[i];
@@ -143,7 +152,9 @@ u64 Machine::Call(u32 address, const std::vector<u32>& words) {
     call.r[kLink] = returnStub_;
     call.r[kCounter] = address;
     Store(call);
+    calls_[end] = address;
     Run();
+    calls_.erase(end);
     const Registers after = Load();
     for (int i = kFirstKept; i <= kLastKept; ++i) {
         const auto index = static_cast<size_t>(i);
@@ -178,9 +189,7 @@ void Machine::Run() {
         back.r[kStack] = registers.r[kStack];
         back.r[kCounter] = registers.r[kLink];
         // What a called function may change, the system's functions do change.
-        back.r[2] = 0xDEAD0002;
-        back.r[3] = 0xDEAD0003;
-        back.r[12] = 0xDEAD000C;
+        for (const u32 changed : {2u, 3u, 12u}) back.r[changed] = kUnset + changed;
         Store(back);
     }
 }
@@ -206,14 +215,20 @@ void Machine::OnBlock(uc_engine*, u64, u32 size, void* self) {
 }
 
 void Machine::OnAccess(uc_engine* engine, uc_mem_type type, u64 address, int size, i64, void* self) {
-    if ((address & static_cast<u64>(size - 1)) == 0) return;
     auto* machine = static_cast<Machine*>(self);
-    if (!machine->fault_.empty()) return;
+    const bool aligned = (address & static_cast<u64>(size - 1)) == 0;
+    auto call = machine->calls_.upper_bound(static_cast<u32>(address));
+    const bool behind = call != machine->calls_.begin() && address < (--call)->first + kBehindArguments;
+    if ((aligned && !behind) || !machine->fault_.empty()) return;
     u32 pc = 0;
     uc_reg_read(engine, UC_ARM_REG_PC, &pc);
-    machine->fault_ = std::string("unaligned ") + (type == UC_MEM_WRITE ? "store" : "load") + " of " +
-                      std::to_string(size) + " bytes at " + Hex(static_cast<u32>(address)) + " in " +
+    machine->fault_ = std::string(aligned ? "" : "unaligned ") + (type == UC_MEM_WRITE ? "store" : "load") +
+                      " of " + std::to_string(size) + " bytes at " + Hex(static_cast<u32>(address)) + " in " +
                       machine->Describe(pc);
+    if (behind) {
+        machine->fault_ += ", behind the arguments of " + machine->Describe(call->second) +
+                           ": another signature or the other calling convention";
+    }
     machine->faultAddress_ = static_cast<u32>(address);
     uc_emu_stop(engine);
 }

@@ -27,8 +27,11 @@ struct Registers {
     u32 status = 0;
 };
 
+// What a called function may change, it does change to these values, by the register's number; nobody passes one of them on purpose.
+constexpr u32 kUnset = 0xDEAD0000;
+
 // Reads a call's arguments in their order: each takes whole words, 64-bit ones two of them without alignment, the first four words
-// in registers.
+// in registers. Failure when a word is one that the caller cannot have meant: then it passes its arguments elsewhere.
 class Arguments {
   public:
     Arguments(class Machine& machine, const Registers& registers)
@@ -73,7 +76,8 @@ class Machine {
     // ---- Code --------------------------------------------------------------------------------------------------
     // The address of a new stub: calling it runs `handler`.
     u32 AddStub(std::string name, Handler handler);
-    // Calls a function and returns r0 and r1. Checks that it keeps the registers it has to keep. May be nested: from inside a handler.
+    // Calls a function and returns r0 and r1. Checks that it keeps the registers it has to keep, and while alignment is checked also that it reads no
+    // argument behind the last one. May be nested: from inside a handler.
     u64 Call(u32 address, const std::vector<u32>& words);
 
     Registers Load();
@@ -125,6 +129,8 @@ class Machine {
     u32 faultAddress_ = 0;
     u32 stackLow_ = 0, stackHigh_ = 0;
     u32 returnStub_ = 0;
+    std::map<u32, u32>
+        calls_;  // of the calls under way: the end of the arguments on the stack, and the function
     u32 codeLow_ = 0xFFFFFFFF, codeHigh_ = 0;
 };
 

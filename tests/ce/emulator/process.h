@@ -39,18 +39,19 @@ T TakeArgument(Arguments& arguments) {
     }
 }
 
-// A function of plain numbers as a handler; results of 64 bits come back in r0 and r1.
+// A function of plain numbers as a handler; results of 64 bits come back in r0 and r1, and smaller ones leave r1 unset.
 template <typename R, typename... A>
 Handler MakeHandler(std::function<R(A...)> function) {
     return [function = std::move(function)](Arguments& arguments) -> u64 {
+        constexpr u64 kNoHigh = static_cast<u64>(kUnset + 1) << 32;
         const std::tuple<A...> taken{TakeArgument<A>(arguments)...};
         if constexpr (std::is_void_v<R>) {
             std::apply(function, taken);
-            return 0;
+            return kNoHigh | kUnset;
         } else if constexpr (sizeof(R) == 8) {
             return std::bit_cast<u64>(std::apply(function, taken));
         } else {
-            return static_cast<u32>(std::apply(function, taken));
+            return kNoHigh | static_cast<u32>(std::apply(function, taken));
         }
     };
 }

@@ -2,13 +2,13 @@
 #include <windows.h>
 
 #include <setjmp.h>
-#include <unknwn.h>
 
-#include <atomic>
 #include <memory>
 #include <new>
 #include <string>
 #include <vector>
+
+#include "adder.h"
 
 // The faults are meant.
 #pragma GCC diagnostic ignored "-Winfinite-recursion"
@@ -19,11 +19,6 @@ int WINAPI provideSquare(int value);
 const wchar_t* WINAPI provideName();
 void lateFunction();
 }
-
-// 64-bit arguments behind a 32-bit one, and on the stack: a register pair that does not begin at an even register.
-struct IAdder : IUnknown {
-    virtual HRESULT STDMETHODCALLTYPE Add(LONGLONG first, LONGLONG second, double factor, LONGLONG* sum) = 0;
-};
 
 namespace {
 
@@ -53,28 +48,6 @@ __attribute__((noinline)) void Throw(int depth, int code) {
     Throw(depth - 1, code);
     __asm__ volatile("" ::: "memory");
 }
-
-class Adder final : public IAdder {
-  public:
-    STDMETHODIMP QueryInterface(REFIID, void** out) override {
-        *out = this;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(++references_); }
-    STDMETHODIMP_(ULONG) Release() override {
-        const LONG left = --references_;
-        if (left == 0) delete this;
-        return static_cast<ULONG>(left);
-    }
-    STDMETHODIMP Add(LONGLONG one, LONGLONG other, double factor, LONGLONG* out) override {
-        *out = one + static_cast<LONGLONG>(static_cast<double>(other) * factor);
-        return S_OK;
-    }
-
-  private:
-    std::atomic<LONG> references_{1};
-};
 
 struct Work {
     HANDLE go;
@@ -172,16 +145,6 @@ int WINAPI RunWorkers(int count) {
     }
     CloseHandle(go);
     return failures ? -failures : static_cast<int>(total);
-}
-
-LONGLONG WINAPI CallAdder(IAdder* adder) {
-    LONGLONG out = 0;
-    adder->Add(0x100000001LL, 0x0000000200000002LL, 2.0, &out);
-    return out;
-}
-
-IAdder* WINAPI MakeAdder() {
-    return new (std::nothrow) Adder;
 }
 
 int WINAPI CallProvider(int value) {
