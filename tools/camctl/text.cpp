@@ -82,6 +82,19 @@ std::string HresultName(HRESULT result) {
     return name.empty() || text.empty() ? name + text : name + ": " + text;
 }
 
+// A console is written to in UTF-16, since bytes would go through the machine's own code page.
+void Write(FILE* stream, const std::string& text) {
+    const HANDLE handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+    DWORD ignored;
+    if (GetConsoleMode(handle, &ignored)) {
+        const std::wstring wide = ToWide(text);
+        WriteConsoleW(handle, wide.data(), static_cast<DWORD>(wide.size()), &ignored, nullptr);
+    } else {
+        fwrite(text.data(), 1, text.size(), stream);
+        fflush(stream);
+    }
+}
+
 }  // namespace
 
 std::wstring ToWide(std::string_view utf8) {
@@ -109,9 +122,7 @@ std::string ResultText(long result) {
 }
 
 void PrintResult(bool asJson, const Json& value, const std::string& text) {
-    const std::string output = asJson ? value.dump(2) + "\n" : text;
-    fwrite(output.data(), 1, output.size(), stdout);
-    fflush(stdout);
+    Write(stdout, asJson ? value.dump(2) + "\n" : text);
 }
 
 void PrintError(bool asJson, const ToolError& error) {
@@ -119,7 +130,7 @@ void PrintError(bool asJson, const ToolError& error) {
     std::string text = "camctl: " + error.problem;
     if (error.result != 0) text += "\n  result: " + ResultText(error.result);
     if (!error.remedy.empty()) text += "\n  remedy: " + error.remedy;
-    fprintf(stderr, "%s\n", text.c_str());
+    Write(stderr, text + "\n");
     if (!asJson) return;
     Json value = {
         {"ok", false}, {"exitCode", error.exitCode}, {"problem", error.problem}, {"remedy", error.remedy}};
@@ -130,8 +141,7 @@ void PrintError(bool asJson, const ToolError& error) {
 void ShowProgress(const std::string& text) {
     static const bool isTerminal = _isatty(_fileno(stderr)) != 0;
     if (!isTerminal) return;
-    fprintf(stderr, "\r%-60s\r%s", "", text.c_str());
-    fflush(stderr);
+    Write(stderr, "\r" + std::string(60, ' ') + "\r" + text);
 }
 
 }  // namespace camctl
