@@ -51,6 +51,8 @@ expect 4 "folder 'nowhere' does not exist" snap nowhere/a.jpg
 expect 4 'is no still resolution.*' snap a.jpg --size 641x480
 expect 4 'there is no file' profiles nothing.xml
 expect 4 'there is no file' settings nothing.ini Camera
+expect 4 'there is no file' snap a.jpg --settings nothing.ini --section Camera
+expect 4 "no scenario file 'nothing.json'" snap a.jpg --scenario nothing.json
 check "nothing was written by the refusals" test -z "$(ls -A)"
 
 # ---- A camera that is not there, or misbehaves ---------------------------------------------------------------------------

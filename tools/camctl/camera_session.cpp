@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/file_extension.h"
+#include "commands.h"
 #include "text.h"
 
 namespace camctl {
@@ -63,7 +64,12 @@ HWND MakeWindow(int width, int height) {
 
 // "chart", or the picture file or .y4m film of that name, as the device kit wants it.
 Json SceneOf(const CameraOptions& options) {
-    if (options.type == CAM_TYPE_IMAGER || options.scene == "chart") return options.scene;
+    if (options.type == CAM_TYPE_IMAGER) {
+        if (options.scene == "barcode" || options.scene == "page") return options.scene;
+        throw ToolError{kExitInvalidArgument, "the imager camera has no scene '" + options.scene + "'",
+                        "give barcode or page"};
+    }
+    if (options.scene == "chart") return options.scene;
     if (GetFileAttributesW(ToWide(options.scene).c_str()) == INVALID_FILE_ATTRIBUTES) {
         throw ToolError{kExitInvalidArgument, "there is no scene '" + options.scene + "'",
                         "give chart, or a picture file or .y4m film that exists"};
@@ -76,6 +82,12 @@ Json SceneOf(const CameraOptions& options) {
 void SetScenario(const CameraOptions& options) {
     if (options.scene.empty() && options.scenario.empty()) return;
     std::string scenario = options.scenario;
+    const size_t first = scenario.find_first_not_of(" \t\r\n");
+    const bool isFile = first != std::string::npos && scenario[first] != '{';
+    if (isFile && GetFileAttributesW(ToWide(scenario).c_str()) == INVALID_FILE_ATTRIBUTES) {
+        throw ToolError{kExitInvalidArgument, "there is no scenario file '" + scenario + "'",
+                        "give a file that exists, or JSON text in braces"};
+    }
     if (!options.scene.empty()) {
         Json json = {{"scene", SceneOf(options)}};
         if (options.type == CAM_TYPE_IMAGER) json = {{"imager", json}};
@@ -138,6 +150,9 @@ double Seconds() {
 
 CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
     SetScenario(options);
+    // The library takes a file that is not there for one without settings.
+    if (options.type == CAM_TYPE_DSHOW && !options.settingsFile.empty())
+        RequireSettingsFile(options.settingsFile);
     g_previewFrames = 0;
     g_hasFormat = false;
     g_stillsReported = 0;
@@ -151,6 +166,11 @@ CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
         camShutDown();
         DestroyWindow(eventsWindow_);
         DestroyWindow(ownerWindow_);
+        if (result == E_INVALIDARG && !(options.scene.empty() && options.scenario.empty())) {
+            throw ToolError{kExitNoCamera, "bringing up the camera failed",
+                            "the device kit says above what is wrong with the scene or scenario; correct it",
+                            result};
+        }
         Require(result, "bringing up the camera");
     }
     camSetEventsWindow(eventsWindow_);

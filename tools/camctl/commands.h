@@ -46,6 +46,9 @@ void Settings(const std::string& file, const std::string& section, bool asJson);
 void Convert(const std::string& in, const std::string& out, int mode, bool asJson);
 void Bench(const BenchOptions& options, bool asJson);
 
+// Throws ToolError when the library would find no settings file by this name, which may lack the extension.
+void RequireSettingsFile(const std::string& file);
+
 // "640x480"; throws ToolError with kExitUsage.
 Size ParseSize(const std::string& text);
 

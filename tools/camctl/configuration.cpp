@@ -13,6 +13,7 @@ namespace camctl {
 namespace {
 
 using cam::config::CameraSettings;
+using cam::config::SettingsFile;
 using cam::config::SettingsFileType;
 using cam::config::SettingsRequest;
 using cam::config::SettingsStore;
@@ -55,18 +56,28 @@ const char* TypeName(SettingsFileType type) {
     return "unknown";
 }
 
-}  // namespace
-
-void Settings(const std::string& file, const std::string& section, bool asJson) {
+// As the library finds it: the path may lack its extension.
+SettingsFile FindSettingsFile(const std::string& file) {
     const std::wstring path = ToWide(file);
-    if (path.size() > cam::config::SettingsFile::kMaximumPath) {
+    if (path.size() > SettingsFile::kMaximumPath) {
         throw ToolError{kExitInvalidArgument, "the path '" + file + "' is longer than 260 characters",
                         "move the file, or start in its folder"};
     }
-    cam::config::SettingsFile found;
+    SettingsFile found;
     SettingsStore::Classify(path.c_str(), &found);
     RequireFile(ToUtf8(found.path));
+    return found;
+}
 
+}  // namespace
+
+void RequireSettingsFile(const std::string& file) {
+    FindSettingsFile(file);
+}
+
+void Settings(const std::string& file, const std::string& section, bool asJson) {
+    const SettingsFile found = FindSettingsFile(file);
+    const std::wstring path = ToWide(file);
     CameraSettings settings;
     const CameraSettings defaults;
     const std::wstring wideSection = ToWide(section);
