@@ -3,12 +3,12 @@
 
 #include "camera_fixture.h"
 #include "graph/dom.h"
+#include "tables/settings.h"
 
 using namespace ce;
 
 namespace {
 
-using Slots = std::vector<std::u16string>;
 constexpr size_t kSlots = 32;
 constexpr u32 kUntouched = 0xABCD;
 
@@ -27,29 +27,28 @@ struct Configuration : Fixture {
         std::ofstream(process.folder + "/" + name, std::ios::binary) << content;
     }
 
-    // The names, "-" for an empty slot; nothing when no list was handed out. The list is freed as an application does it.
-    Slots Profiles(std::u16string_view path) {
+    // The slots as the shared tables have them. The list is freed as an application does it.
+    std::string Profiles(std::u16string_view path) {
         const u32 out = HostMemory(process, 4), name = process.NewText(path);
         process.machine.Write(out, kUntouched);
         CHECK(Cam("GetProfiles", {name, out}) == 0);
         process.heap.Free(name);
         const u32 block = process.machine.Read<u32>(out);
-        Slots slots;
-        if (block == kUntouched) return slots;
+        if (block == kUntouched) return "none";
         CHECK(process.heap.Size(block) == 4 * kSlots);
+        std::u16string slots;
+        size_t end = 0;
         std::set<u32> texts;
         for (u32 i = 0; i < kSlots; ++i) {
             const u32 text = process.machine.Read<u32>(block + 4 * i);
-            slots.push_back(text ? process.machine.Text(text) : u"-");
-            if (text) texts.insert(text);
+            slots += (text ? process.machine.Text(text) : u"-") + u" ";
+            if (!text) continue;
+            end = slots.size() - 1;
+            texts.insert(text);
         }
         for (const u32 text : texts) process.heap.Free(text);
         process.heap.Free(block);
-        return slots;
-    }
-    static Slots Padded(Slots slots) {
-        slots.resize(kSlots, u"-");
-        return slots;
+        return std::filesystem::path(slots.substr(0, end)).string();
     }
 
     // What a start with these settings sets, in its order.
@@ -102,57 +101,16 @@ struct StringMaker<std::vector<CaptureFilter::Setting>> {
 
 TEST_CASE_FIXTURE(Configuration, "profiles are the sections in the section of that name") {
     process.machine.CheckAlignment(true);
-    const std::string head = "<?xml version=\"1.0\"?>\r\n<ConfigDoc name=\"d\">\r\n";
-    Write("documented.exm", head +
-                                "  <Section name=\"Profiles\">\n"
-                                "    <Section name=\"Document\"><Key name=\"Resolution\">2</Key></Section>\n"
-                                "    <!-- takes a slot -->\n"
-                                "    <Section name=\"Close-up\"/>\n"
-                                "    <Section name=\"Gone\" flags=\"1\"/>\n"
-                                "    <Section/>\n"
-                                "  </Section>\n</ConfigDoc>");
-    CHECK(Profiles(u"\\documented.exm") == Padded({u"Document", u"-", u"Close-up", u"-", u"Close-up"}));
-
-    struct Case {
-        const char* content;
-        Slots slots;
-    };
-    const Case cases[] = {
-        {"<Section name=\"Profiles\"/>", Padded({})},
-        {"<Section name=\"Profiles\"><Section name=\"A\"/><Key name=\"K\"/><Section name=\"B\" flags=\"2\"/>"
-         "</Section>",
-         Padded({u"A", u"-", u"B"})},
-        {"<Section name=\"Profiles\"><Section flags=\"0\"/><Section name=\"&#220;bersicht &amp; "
-         "Plan\"/></Section>",
-         Padded({u"-", u"\u00DCbersicht & Plan"})},
-        {"<Section name=\"Profiles\" flags=\"1\"><Section name=\"A\"/></Section>"
-         "<Section name=\"Profiles\"><Section name=\"B\"/></Section>",
-         Padded({u"B"})},
-        {"<Section name=\"profiles\"><Section name=\"A\"/></Section>", {}},
-        {"<Section name=\"Profiles\"><Section name=\"A\"></Section>", {}},  // no XML
-    };
-    for (const Case& one : cases) {
-        CAPTURE(std::string(one.content));
-        Write("case.exm", head + one.content + "</ConfigDoc>");
-        CHECK(Profiles(u"\\case.exm") == one.slots);
+    for (const auto& [text, slots] : tables::kProfiles) {
+        CAPTURE(text);
+        Write("case.exm", text);
+        CHECK(Profiles(u"\\case.exm") == slots);
     }
-    for (const size_t count : {kSlots, kSlots + 1}) {
-        std::string sections;
-        Slots names;
-        for (size_t i = 0; i < count; ++i) {
-            sections += "<Section name=\"P" + std::to_string(i) + "\"/>";
-            const std::string name = "P" + std::to_string(i);
-            names.emplace_back(name.begin(), name.end());
-        }
-        Write("many.exm", head + "<Section name=\"Profiles\">" + sections + "</Section></ConfigDoc>");
-        CHECK(Profiles(u"\\many.exm") == (count == kSlots ? names : Slots()));
-    }
-    const std::string body = "<Section name=\"Profiles\"><Section name=\"A\"/></Section>";
-    Write("deleted.exm", "<ConfigDoc flags=\"1\">" + body + "</ConfigDoc>");
-    Write("other.exm", "<Config>" + body + "</Config>");
-    Write("dtd.exm", "<!DOCTYPE ConfigDoc [<!ENTITY e \"x\">]><ConfigDoc>" + body + "</ConfigDoc>");
-    for (const char16_t* name : {u"\\deleted.exm", u"\\other.exm", u"\\dtd.exm", u"\\absent.exm"})
-        CHECK(Profiles(name).empty());
+    Write("many.exm", tables::Profiles(tables::Sections(kSlots)));
+    CHECK(Profiles(u"\\many.exm").ends_with(" P30 P31"));
+    Write("dtd.exm",
+          "<!DOCTYPE ConfigDoc [<!ENTITY e \"x\">]><ConfigDoc><Section name=\"Profiles\"/></ConfigDoc>");
+    for (const char16_t* name : {u"\\dtd.exm", u"\\absent.exm"}) CHECK(Profiles(name) == "none");
     process.heap.Validate();
     CHECK(ReferencedObjects(process) == "");
     CHECK(process.heap.LeakedSince(mark) == "");
@@ -198,6 +156,22 @@ TEST_CASE_FIXTURE(Configuration,
         REQUIRE(process.Handles() == handles);
     }
     CHECK(refused > 5);
+}
+
+TEST_CASE_FIXTURE(Configuration, "a setting is what the file says, or else what is preset") {
+    process.machine.CheckAlignment(true);
+    const int preset = Values().zoom;
+    const auto check = [&](const std::string& name, const tables::SettingsCase& one) {
+        CAPTURE(one.text);
+        Write(name, one.text);
+        const auto settings = SettingsOf(u"\\" + std::u16string(name.begin(), name.end()), u"Camera");
+        REQUIRE(settings.size() == 9);
+        CHECK(settings.back().value == (one.zoom == tables::kNotSet ? preset : one.zoom));
+    };
+    for (const auto& one : tables::kIniSettings) check("case.ini", one);
+    // A document is kept as long as the file of that name has its time.
+    int number = 0;
+    for (const auto& one : tables::kXmlSettings) check("case" + std::to_string(number++) + ".exm", one);
 }
 
 TEST_CASE_FIXTURE(Configuration, "settings from an INI file are applied in their order") {

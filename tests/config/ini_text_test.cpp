@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tables/settings.h"
+
 using cam::config::IniReader;
 using cam::config::ParseInteger;
 using cam::config::SettingsRequest;
@@ -14,7 +16,7 @@ using cam::config::SplitAt;
 
 namespace {
 
-constexpr int32_t kUntouched = -77;
+constexpr int32_t kUntouched = tables::kNotSet;
 
 SettingsRequest WantInteger(const wchar_t* section, const wchar_t* key, int32_t* destination) {
     return {section, key, 0, destination, 0, 0, 9};
@@ -53,35 +55,9 @@ std::wstring ReadString(const std::wstring& text, const wchar_t* key, int32_t le
 }  // namespace
 
 TEST_CASE("a line sets a value only in its section and only with its exact key") {
-    struct Case {
-        const wchar_t* text;
-        int32_t zoom;
-    };
-    for (const Case& c : {Case{L"[Camera]\nZoom=5\n", 5},
-                          {L"[camera]\nzOOM=5", 5},  // no newline at the end
-                          {L"[Other]\nZoom=5\n", kUntouched},
-                          {L"Zoom=5\n[Camera]\n", kUntouched},    // before any section
-                          {L"[Camera]\nZoom = 2\n", kUntouched},  // the key is "Zoom "
-                          {L"[Camera]\n Zoom=2\n", kUntouched},
-                          {L"[Camera]\nZoom= 7\n", 7},
-                          {L"[Camera]\nZoom=2\nZoom=3\n", 3},  // the last one wins
-                          {L"[Camera]\nZoom=2\n[Other]\nZoom=4\n[Camera]\nZoom=3\n", 3},
-                          {L"[Camera]\n;Zoom=2\n", kUntouched},
-                          {L"[Camera]\n ;Zoom=2\n", kUntouched},
-                          {L"[Camera]\n[]\nZoom=2\n", 2},  // "[]" changes nothing
-                          {L"[Camera]\n[\nZoom=2\n", 2},
-                          {L"[Camera\nZoom=2\n", 2},  // a missing "]"
-                          {L"[Camera] ; remark\nZoom=2\n", 2},
-                          {L" [Camera]\nZoom=2\n", kUntouched},  // a key, not a section
-                          {L"[ Camera]\nZoom=2\n", kUntouched},
-                          {L"[Camera]\n==Zoom==2=3\n", 2},
-                          {L"[Camera]\nZoom\n", 0},  // a key without a value has the empty one
-                          {L"[Camera]\nZoom=\n", 0},
-                          {L"[Camera]\n=2\n", kUntouched},
-                          {L"[Camera]\n\n\nZoom=2\n", 2},
-                          {L"", kUntouched}}) {
-        CAPTURE(std::string(c.text, c.text + std::wstring(c.text).size()));
-        CHECK(ReadZoom(c.text) == c.zoom);
+    for (const auto& [text, zoom] : tables::kIniSettings) {
+        CAPTURE(text);
+        CHECK(ReadZoom({text.begin(), text.end()}) == zoom);
     }
     CHECK(ReadZoom(L"[A]\nZoom=1\n[B]\nZoom=2\n", nullptr) == 2);
     CHECK(ReadZoom(L"Zoom=1\n[B]\nZoom=2\n", L"") == 1);

@@ -7,22 +7,15 @@
 #include "config/camera_settings.h"
 #include "config/test_files.h"
 #include "config/xml_settings.h"
+#include "tables/settings.h"
 
 using namespace cam::config;
+using tables::Camera;
+using tables::Document;
 
 namespace {
 
-constexpr int32_t kUntouched = -77;
-
-const std::string kHead = "<?xml version=\"1.0\"?>\r\n";
-
-std::string Document(const std::string& content) {
-    return kHead + "<ConfigDoc>" + content + "</ConfigDoc>";
-}
-
-std::string Camera(const std::string& keys) {
-    return Document("<Section name=\"Camera\">" + keys + "</Section>");
-}
+constexpr int32_t kUntouched = tables::kNotSet;
 
 int32_t ReadZoom(const wchar_t* path, const wchar_t* section = L"Camera") {
     int32_t zoom = kUntouched;
@@ -117,7 +110,7 @@ TEST_CASE("a name without extension finds the .exm file before the .ini file") {
     CHECK(ReadZoom(name.c_str()) == 4);
 
     ini.Remove();
-    xml.Write(kHead);
+    xml.Write(tables::kXmlHead);
     CHECK(TypeOf(name) == SettingsFileType::kXml);
     xml.Remove();
     CHECK(TypeOf(name, &path) == SettingsFileType::kIni);
@@ -125,39 +118,9 @@ TEST_CASE("a name without extension finds the .exm file before the .ini file") {
 }
 
 TEST_CASE("XML values come from live keys of live sections below the root") {
-    struct Case {
-        std::string text;
-        int32_t zoom;
-    };
-    for (const Case& c :
-         {Case{Camera("<Key name='Zoom'>0x10</Key>"), 16},
-          {Camera("<Key name='zoom'>010</Key>"), 8},
-          {Camera("<Key name='Zoom'> 7 </Key>"), 7},
-          {Camera("<Key name='Zoom'><![CDATA[ 9]]></Key>"), 9},
-          {Camera("<Key name='Zoom'><!-- 1 -->5<!-- 2 --></Key>"), 5},
-          {Camera("<Key name='Zoom'/>"), 0},  // the empty value
-          {Camera("<Key name='Zoom'><!-- no text --></Key>"), kUntouched},
-          {Camera("<Key name='Zoom' flags='1'>5</Key>"), kUntouched},
-          {Camera("<Key name='Zoom' flags='1'>5</Key><Key name='Zoom' flags='2'>6</Key>"), 6},
-          {Camera("<Key name='Zoom'>5</Key><Key name='Zoom'>6</Key>"), 6},
-          {Camera("<Key>5</Key><key name='Zoom'>5</key><Section name='Camera'><Key "
-                  "name='Zoom'>5</Key></Section>"),
-           kUntouched},
-          {Document("<Section name='CAMERA'><Key name='Zoom'>5</Key></Section>"), 5},
-          {Document("<Section name='Camera' flags='1'><Key name='Zoom'>5</Key></Section>"), kUntouched},
-          {Document("<Section name='Other'><Key name='Zoom'>5</Key></Section>"), kUntouched},
-          {Document("<Section><Key name='Zoom'>5</Key></Section>"), kUntouched},
-          {Document("<QVXReserved><Section name='Camera'><Key name='Zoom'>5</Key></Section></QVXReserved>"),
-           kUntouched},
-          {Document(
-               "<Section name='Camera'/><!-- --><Section name='Camera'><Key name='Zoom'>5</Key></Section>"),
-           5},
-          {kHead + "<AnyRoot><Section name='Camera'><Key name='Zoom'>5</Key></Section></AnyRoot>", 5},
-          {kHead +
-               "<ConfigDoc flags='1'><Section name='Camera'><Key name='Zoom'>5</Key></Section></ConfigDoc>",
-           kUntouched}}) {
-        CAPTURE(c.text);
-        CHECK(ReadZoomOf(c.text) == c.zoom);
+    for (const auto& [text, zoom] : tables::kXmlSettings) {
+        CAPTURE(text);
+        CHECK(ReadZoomOf(text) == zoom);
     }
     CHECK(ReadZoomOf(Document("<Section name='A'><Key name='Zoom'>1</Key></Section>"
                               "<Section name='B'><Key name='Zoom'>2</Key></Section>"),
