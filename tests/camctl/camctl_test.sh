@@ -73,7 +73,9 @@ done
 expect 0 '"ok": true' snap --json "$folder/b.jpg" --skip 0 --mode 2
 
 mkdir taken.bmp
-expect 7 'untouched' snap taken.bmp
+expect 4 'is a folder' snap taken.bmp
+expect 4 'stores no TIFF' snap a.bmp a.tif --type imager
+expect 7 'first.jpg: JPEG' snap first.jpg 'no?.jpg'
 mkdir small
 if mount -t tmpfs -o size=8k camctl-test small 2>/dev/null; then
     for picture in small/full.bmp small/full.jpg small/full.png small/full.tif; do

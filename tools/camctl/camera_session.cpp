@@ -1,7 +1,9 @@
 #include "camera_session.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstdio>
 
 #include "base/file_extension.h"
 #include "commands.h"
@@ -130,6 +132,12 @@ const char* RemedyFor(camResult result) {
     return "check that the camera driver is installed and not in use by another program";
 }
 
+std::string TimeoutText(const CameraOptions& options) {
+    char text[32];
+    snprintf(text, sizeof text, "%g s", options.timeoutSeconds);
+    return text;
+}
+
 }  // namespace
 
 void Require(camResult result, const std::string& what) {
@@ -214,11 +222,16 @@ void CameraSession::StopPreview() {
 }
 
 void CameraSession::SkipFrames(long count) {
-    if (PumpUntil(options_.timeoutSeconds, [&] { return g_previewFrames >= count; })) return;
-    throw ToolError{kExitTimeout,
-                    "only " + std::to_string(g_previewFrames) + " of " + std::to_string(count) +
-                        " preview frames came within " + std::to_string(options_.timeoutSeconds) + " s",
-                    "check the camera, or allow more time with --timeout"};
+    const double deadline = Seconds() + options_.timeoutSeconds;
+    const auto enough = [&] { return g_previewFrames >= count; };
+    while (!PumpUntil(std::min(0.5, deadline - Seconds()), enough)) {
+        const std::string frames = std::to_string(g_previewFrames) + " of " + std::to_string(count);
+        ShowProgress("preview frame " + frames);
+        if (Seconds() < deadline) continue;
+        throw ToolError{kExitTimeout,
+                        "only " + frames + " preview frames came within " + TimeoutText(options_),
+                        "check the camera, or allow more time with --timeout"};
+    }
 }
 
 void CameraSession::Pump(double seconds) {
@@ -233,9 +246,11 @@ double CameraSession::Snap(const std::wstring& file, int mode, const ocellus::Pi
             "taking the picture '" + ToUtf8(file) + "'");
     if (!PumpUntil(options_.timeoutSeconds, [&] { return g_stillsReported != reportedBefore; })) {
         throw ToolError{kExitTimeout,
-                        "the picture '" + ToUtf8(file) + "' was not reported within " +
-                            std::to_string(options_.timeoutSeconds) + " s",
-                        "check the camera, or allow more time with --timeout"};
+                        "the picture '" + ToUtf8(file) + "' was not reported within " + TimeoutText(options_),
+                        options_.type == CAM_TYPE_IMAGER
+                            ? "check that the file may be written, since this camera reports no failed "
+                              "picture; or allow more time with --timeout"
+                            : "check the camera, or allow more time with --timeout"};
     }
     return Seconds() - start;
 }
@@ -255,15 +270,17 @@ std::vector<Size> CameraSession::Resolutions() const {
 
 void CameraSession::SelectResolution(Size size) {
     const std::vector<Size> sizes = Resolutions();
-    std::string known;
+    std::string known;  // each once, though a camera may have a size in several pixel formats
     for (size_t index = 0; index < sizes.size(); ++index) {
         if (sizes[index] == size) {
             Require(camSetResolution(static_cast<int>(index)),
                     "selecting still resolution " + std::to_string(index));
             return;
         }
-        known += (index ? ", " : "") + std::to_string(sizes[index].width) + "x" +
-                 std::to_string(sizes[index].height);
+        const std::string name =
+            std::to_string(sizes[index].width) + "x" + std::to_string(sizes[index].height);
+        if ((" " + known + ",").find(" " + name + ",") == std::string::npos)
+            known += (known.empty() ? "" : ", ") + name;
     }
     throw ToolError{kExitInvalidArgument,
                     "--size " + std::to_string(size.width) + "x" + std::to_string(size.height) +

@@ -71,6 +71,10 @@ void CheckPictureName(const std::wstring& file) {
             kExitInvalidArgument, "'" + ToUtf8(file) + "' has the extension '" + ToUtf8(extension) + "'",
             "the extension chooses the format: give .bmp, .jpg, .png or .tif", camInvalidArgument};
     }
+    const DWORD old = GetFileAttributesW(file.c_str());
+    if (old != INVALID_FILE_ATTRIBUTES && (old & FILE_ATTRIBUTE_DIRECTORY)) {
+        throw ToolError{kExitInvalidArgument, "'" + ToUtf8(file) + "' is a folder", "give another name"};
+    }
     const size_t separator = file.find_last_of(L"\\/");
     if (separator == std::wstring::npos || separator == 0) return;
     const std::wstring folder = file.substr(0, separator);
@@ -91,7 +95,10 @@ FileMark MarkFile(const std::wstring& file) {
 
 PictureFile CheckPicture(const std::wstring& file, const FileMark& before, bool bmpWhateverExtension) {
     const FileMark after = MarkFile(file);
-    const char* remedy = "check that the disk has room and that the file and its folder may be written";
+    const char* remedy =
+        "check that the system allows the name, that the disk has room and that the file and its folder may "
+        "be "
+        "written";
     if (!after.exists) throw NoValidFile(file, "does not exist", remedy);
     if (before.exists && after.writeTime == before.writeTime)
         throw NoValidFile(file, "is the old file, untouched", remedy);

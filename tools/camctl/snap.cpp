@@ -19,10 +19,24 @@ Size ParseSize(const std::string& text) {
     return size;
 }
 
+namespace {
+
+bool HasExtension(const std::string& file, const wchar_t* extension) {
+    return cam::SameExtension(cam::FindExtension(ToWide(file).c_str()), extension);
+}
+
+}  // namespace
+
 void Snap(const SnapOptions& options, bool asJson) {
-    for (const std::string& file : options.files) CheckPictureName(ToWide(file));
-    const Stamp stamp(options.text);
     const bool isImager = options.camera.type == CAM_TYPE_IMAGER;
+    for (const std::string& file : options.files) {
+        CheckPictureName(ToWide(file));
+        if (isImager && HasExtension(file, L".TIF")) {
+            throw ToolError{kExitInvalidArgument, "the imager camera stores no TIFF, as in '" + file + "'",
+                            "it writes BMP: name it .bmp"};
+        }
+    }
+    const Stamp stamp(options.text);
     const std::optional<Size> size =
         options.size.empty() ? std::nullopt : std::optional(ParseSize(options.size));
 
@@ -32,7 +46,6 @@ void Snap(const SnapOptions& options, bool asJson) {
     session.SkipFrames(options.skip);
 
     Json pictures = Json::array();
-    std::string text;
     size_t taken = 0;
     for (const std::string& name : options.files) {
         ShowProgress("picture " + std::to_string(++taken) + " of " + std::to_string(options.files.size()));
@@ -47,12 +60,14 @@ void Snap(const SnapOptions& options, bool asJson) {
         char line[64];
         snprintf(line, sizeof line, "%s, %llu bytes, %.0f ms", picture.format.c_str(), picture.bytes,
                  seconds * 1000);
-        text += name + ": " + line + "\n";
-        if (isImager && !cam::SameExtension(cam::FindExtension(file.c_str()), L".BMP"))
+        std::string text = name + ": " + line + "\n";
+        if (isImager && !HasExtension(name, L".BMP"))
             text += "  (the imager camera writes BMP whatever the extension says)\n";
+        ShowProgress("");
+        // At once: a later picture may fail.
+        if (!asJson) PrintResult(asJson, {}, text);
     }
-    ShowProgress("");
-    PrintResult(asJson, {{"ok", true}, {"pictures", pictures}}, text);
+    if (asJson) PrintResult(asJson, {{"ok", true}, {"pictures", pictures}}, "");
 }
 
 }  // namespace camctl
