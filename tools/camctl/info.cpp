@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "commands.h"
 #include "text.h"
 
@@ -62,10 +64,13 @@ void Formats(const CameraOptions& options, bool asJson) {
     Size current = {};
     Require(camGetResolutionDimensions(&current.height, &current.width, -1),
             "asking for the current still resolution");
+    // The library tells the current one by its size alone, which a camera may have in several pixel formats.
+    const char* mark =
+        std::count(sizes.begin(), sizes.end(), current) > 1 ? "  current size\n" : "  current\n";
     std::string text;
     for (size_t index = 0; index < sizes.size(); ++index) {
         text += std::to_string(index) + "  " + std::to_string(sizes[index].width) + "x" +
-                std::to_string(sizes[index].height) + (sizes[index] == current ? "  current\n" : "\n");
+                std::to_string(sizes[index].height) + (sizes[index] == current ? mark : "\n");
     }
     PrintResult(asJson,
                 {{"ok", true},

@@ -45,7 +45,11 @@ std::string NameOf(int id) {
     return "property-" + std::to_string(id);
 }
 
+// The imager's values are its own library's: units are known of the colour camera only.
 const char* UnitOf(int id) {
+    int type;
+    camGetSelectedType(&type);
+    if (type == CAM_TYPE_IMAGER && id != CAM_PROPERTY_COLOR_ENABLE) return "";
     for (const PropertyName& property : kProperties) {
         if (property.id == id) return property.unit;
     }
@@ -167,12 +171,13 @@ void SetProperty(const CameraOptions& options, const std::string& assignment, bo
     std::string valueText = equals == std::string::npos ? "" : assignment.substr(equals + 1);
     const bool isAuto = valueText.ends_with(",auto");
     if (isAuto) valueText.resize(valueText.size() - 5);
-    long value = 0;
-    if (equals == std::string::npos || !ParseNumber(valueText, value)) {
-        throw ToolError{kExitUsage, "'" + assignment + "' is no assignment",
-                        "write NAME=NUMBER or NAME=NUMBER,auto"};
-    }
+    const char* form = "write NAME=NUMBER or NAME=NUMBER,auto";
+    if (equals == std::string::npos)
+        throw ToolError{kExitUsage, "'" + assignment + "' is no assignment", form};
     const int id = IdOf(assignment.substr(0, equals));
+    long value = 0;
+    if (!ParseNumber(valueText, value))
+        throw ToolError{kExitUsage, "'" + valueText + "' is no whole number of 32 bits", form};
     const CameraSession session(options);
     long current, flags;
     ReadValue(id, current, flags);
