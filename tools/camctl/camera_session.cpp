@@ -14,7 +14,7 @@ namespace camctl {
 namespace {
 
 constexpr wchar_t kWindowClass[] = L"camctl";
-// The client area in which preview is drawn; nobody sees it.
+// The client area in which preview is drawn; `preview --show` alone shows it.
 constexpr int kOwnerWidth = 640;
 constexpr int kOwnerHeight = 480;
 
@@ -39,6 +39,7 @@ LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
         ++g_stillsReported;
         return 0;
     }
+    if (message == WM_CLOSE) return 0;  // the window must outlive the camera
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
@@ -165,6 +166,7 @@ CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
     g_hasFormat = false;
     g_stillsReported = 0;
     ownerWindow_ = MakeWindow(kOwnerWidth, kOwnerHeight);
+    if (options.showWindow) ShowWindow(ownerWindow_, SW_SHOW);
     eventsWindow_ = MakeWindow(1, 1);
     const std::wstring file = ToWide(options.settingsFile);
     const std::wstring section = ToWide(options.settingsSection);

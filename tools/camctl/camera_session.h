@@ -25,6 +25,7 @@ struct CameraOptions {
     std::string settingsFile;
     std::string settingsSection;
     double timeoutSeconds = 10;
+    bool showWindow = false;  // that in which preview is drawn
 };
 
 // What the media-type callback told.

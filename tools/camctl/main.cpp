@@ -98,6 +98,7 @@ void AddLooking(CLI::App& app, Arguments& a) {
     preview->add_option("--seconds", a.previewSeconds, "How long")
         ->check(CLI::Range(0.1, 86400.0))
         ->capture_default_str();
+    preview->add_flag("--show", a.camera.showWindow, "Show the window in which preview is drawn");
     AddCamera(preview, a.camera, a.asJson);
     preview->callback([&a] { Preview(a.camera, a.previewSeconds, a.asJson); });
 
