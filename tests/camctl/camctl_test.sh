@@ -98,6 +98,10 @@ for picture in photo.png photo.jpg photo.bmp; do
     check "and not upside down ($mirrored)" awk "BEGIN { exit !($mirrored > 2 * $error) }"
 done
 
+# The example application, which stands beside camctl, takes one picture and ends.
+check "the example ends well" "$root/scripts/host.sh" "$(dirname "$camctlProgram")/take_pictures.exe" "$folder/example.jpg"
+check "and djpeg reads its picture" djpeg -outfile /dev/null example.jpg
+
 # ---- Looking ---------------------------------------------------------------------------------------------------------------
 
 expect 0 '2\.209\.30001\.0' info
