@@ -2,6 +2,8 @@
 # Sets up, builds, and takes pictures: a BMP, a JPEG and a PNG each of the test chart, of a photograph and of a film, with ocellus.dll and the
 # device kit's camera under Wine. The pictures land in pictures/.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/scripts/usage.sh"
+takesNoArguments "$@"
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 scripts/setup.sh run

@@ -5,6 +5,7 @@
 #   ./test.sh --fuzz SECONDS   each fuzzer that long
 #   ./test.sh --soak           200 cycles of the camera's life
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/scripts/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 fuzzSeconds=10
@@ -12,14 +13,11 @@ while [ $# -gt 0 ]; do
     case $1 in
     --soak) export OCELLUS_SOAK=200 ;;
     --fuzz)
-        [[ ${2:-} =~ ^[1-9][0-9]*$ ]] || { echo "test.sh: --fuzz wants a number of seconds, not '${2:-}'" >&2; exit 2; }
+        [[ ${2:-} =~ ^[1-9][0-9]*$ ]] || refuse "--fuzz wants a number of seconds, not '${2:-}'"
         fuzzSeconds=$2
         shift
         ;;
-    *)
-        echo "test.sh: unknown option '$1'; there are --fuzz SECONDS and --soak" >&2
-        exit 2
-        ;;
+    *) refuse "unknown option '$1'" ;;
     esac
     shift
 done

@@ -7,11 +7,12 @@
 # Each table stays in build/bench/TABLE.txt. Times are ratios within one run, best of many rounds; others on the machine disturb them
 # little, but a ratio that is missed by a hair deserves a second run. Ends with 1 when something could not be measured.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 tables=(pixel kernels files latency arm bilevel)
 for table in "$@"; do
-    [[ " ${tables[*]} " = *" $table "* ]] || { echo "bench.sh: there is no table '$table', only: ${tables[*]}" >&2; exit 2; }
+    [[ " ${tables[*]} " = *" $table "* ]] || refuse "there is no table '$table', only: ${tables[*]}"
 done
 if [ $# -gt 0 ]; then tables=("$@"); fi
 wanted() { [[ " ${tables[*]} " = *" $1 "* ]]; }

@@ -4,12 +4,15 @@
 #   scripts/check.sh                     formatting; a few seconds
 #   scripts/check.sh --tidy [FILES...]   clang-tidy as well, over FILES or all of src, device_kit and tools; minutes
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 tidy=
 if [ "${1:-}" = --tidy ]; then
     tidy=yes
     shift
+elif [ $# -gt 0 ]; then
+    refuse "unknown option '$1'"
 fi
 mapfile -t sources < <(git ls-files '*.cpp' '*.h' '*.hpp')
 if ! clang-format --dry-run -Werror "${sources[@]}" >/dev/null 2>&1; then

@@ -4,9 +4,11 @@
 #
 #   scripts/count-instructions.sh [WIDTHxHEIGHT]    default: 640x480; build bilevel_bench first (scripts/bench.sh does)
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 size=${1:-640x480}
+[[ $size =~ ^[1-9][0-9]*x[1-9][0-9]*$ ]] || refuse "'$size' is no size as 640x480"
 bench=build/native/bin/bilevel_bench
 [ -x "$bench" ] || { echo "count-instructions: there is no $bench; build it: cmake --preset native && cmake --build --preset native --target bilevel_bench" >&2; exit 1; }
 command -v valgrind >/dev/null || { echo "count-instructions: valgrind is missing; run scripts/setup.sh bench" >&2; exit 1; }

@@ -6,6 +6,7 @@
 # Headless unless OCELLUS_HEADLESS=0 is set (then the X display in DISPLAY is used). The program's exit code is passed on; 126 when it did
 # not start. OCELLUS_WINE_PREFIX names another prefix than build/wine.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 die() {

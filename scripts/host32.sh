@@ -6,6 +6,7 @@
 #
 # Exit codes are host.sh's; 77 when this machine cannot run 32-bit programs or may not make the root: the test is then skipped, not passed.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 system=$root/build/root32
 

@@ -2,6 +2,8 @@
 # Makes docs/images/page-*.png: a text page as a camera sees it (askew, unevenly lit, a little soft and noisy; made from LICENSE, not
 # photographed) and the three thresholds of black and white pictures of it. Wants build/host (./run.sh) and ImageMagick (scripts/setup.sh).
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
+takesNoArguments "$@"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 work=build/page-pictures

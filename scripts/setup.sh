@@ -4,6 +4,7 @@
 #
 #   scripts/setup.sh [run|test|bench]    what to prepare for (each includes the one before it); default: test
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 goal=${1:-test}
@@ -28,7 +29,7 @@ case $goal in
 run) packages=("${runPackages[@]}") ;;
 test) packages=("${runPackages[@]}" "${testPackages[@]}") ;;
 bench) packages=("${runPackages[@]}" "${testPackages[@]}" "${benchPackages[@]}") ;;
-*) die "unknown goal '$goal': give run, test or bench" ;;
+*) refuse "unknown goal '$goal', only: run, test, bench" ;;
 esac
 
 installed() { dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null | grep -qx installed; }
