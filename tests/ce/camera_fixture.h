@@ -16,6 +16,7 @@
 #include "emulator/windows.h"
 #include "graph/graph.h"
 #include "support.h"
+#include "tables/platform_calls.h"
 
 namespace ce {
 
@@ -156,4 +157,38 @@ inline std::vector<std::string> CallsOf(Process& process, std::initializer_list<
     return calls;
 }
 
+// The shared tables' calls, without those that are none on objects of the host.
+inline std::vector<std::string> Expected(const tables::PlatformCalls& calls) {
+    std::vector<std::string> expected;
+    for (const auto& one : calls) {
+        if (!one.OnOwnObject()) expected.push_back(one.call);
+    }
+    return expected;
+}
+inline bool InSharedTables(const std::string& call) {
+    const char* watched[] = {
+        "CoCreateInstance", "ICaptureGraphBuilder2::", "IGraphBuilder::",       "IMediaControl::",
+        "IMediaEvent::",    "IVideoWindow::",          "IPersistPropertyBag::", "IBaseFilter::QueryInterface",
+        "IAMStreamConfig::"};
+    return call != "CoCreateInstance MemoryAllocator" &&
+           std::any_of(std::begin(watched), std::end(watched),
+                       [&](const char* name) { return call.starts_with(name); });
+}
+inline std::vector<std::string> PlatformCallsOf(Process& process) {
+    auto calls = Calls(process).calls;
+    std::erase_if(calls, [](const std::string& call) { return !InSharedTables(call); });
+    return calls;
+}
+
 }  // namespace ce
+
+namespace doctest {
+template <>
+struct StringMaker<std::vector<std::string>> {
+    static String convert(const std::vector<std::string>& lines) {
+        std::string text;
+        for (const std::string& line : lines) text += "\n  " + line;
+        return text.c_str();
+    }
+};
+}  // namespace doctest

@@ -185,7 +185,7 @@ TEST_CASE_FIXTURE(Configuration, "settings from an INI file are applied in their
     // The resolution comes between flash and colour.
     CHECK(CallsOf(process, {"IAMVideoProcAmp", "IAMCameraControl", "IAMStreamConfig::SetFormat"}) ==
           std::vector<std::string>{"IAMVideoProcAmp::Set", "IAMCameraControl::Set", "IAMCameraControl::Set",
-                                   "IAMStreamConfig::SetFormat", "IAMVideoProcAmp::Set",
+                                   "IAMStreamConfig::SetFormat Still", "IAMVideoProcAmp::Set",
                                    "IAMCameraControl::Set", "IAMCameraControl::Set", "IAMCameraControl::Set",
                                    "IAMCameraControl::Set", "IAMCameraControl::Set"});
     // A section that is not there leaves what is preset, and the resolution with index 1.

@@ -11,9 +11,8 @@ constexpr u32 kRefused = 0x80041234;
 const std::vector<VideoFormat> kStills = {
     {kSubtypeYuy2, 160, 120}, {kSubtype565, 320, 240}, {kSubtypeYuy2, 161, -101}, {kSubtypeYuy2, 640, 480}};
 
-using Boxes = std::vector<std::pair<std::u16string, std::u16string>>;
-const Boxes::value_type kNotSet = {u"Error setting resolution", u"GraphManager"};
-const Boxes::value_type kNotReconnected = {u"Couldn't reconnect", u"SetStillImageResolution"};
+using Boxes = std::vector<std::string>;
+using tables::kNotSetBox;
 
 struct Controls : Fixture {
     struct Step {
@@ -21,31 +20,36 @@ struct Controls : Fixture {
         u64 at;
     };
 
-    // The calls that `call` makes on the graph and its pins' settings, with their times; the time at which it returns stands at the end.
+    // The calls that `call` makes on the platform, with their times; the time at which it returns stands at the end.
     template <typename F>
     std::vector<Step> Watch(F call) {
-        std::vector<Step> steps;
-        Calls(process).onCall = [&](const std::string& name) {
-            for (const char* watched : {"IMediaControl::", "IVideoWindow::", "ICaptureGraphBuilder2::",
-                                        "IAMStreamConfig::", "IGraphBuilder::", "IEnumMediaTypes::"}) {
-                if (!name.starts_with(watched)) continue;
-                steps.push_back({name, process.scheduler.Now()});
-                // Its parting and joining happen without a window's owner, its running with one.
-                if (name == "IMediaControl::Pause") CHECK(platform.graph->windowOwner == 0);
-                if (name == "IMediaControl::Run") CHECK(platform.graph->windowOwner == kOwner);
-            }
-        };
+        auto& log = Calls(process);
+        std::vector<u64> times;
+        log.calls.clear();
+        log.onCall = [&](const std::string&) { times.resize(log.calls.size(), process.scheduler.Now()); };
         call();
-        Calls(process).onCall = nullptr;
+        log.onCall = nullptr;
+        times.resize(log.calls.size(), process.scheduler.Now());
+        std::vector<Step> steps;
+        for (size_t i = 0; i < log.calls.size(); ++i) {
+            if (InSharedTables(log.calls[i])) steps.push_back({log.calls[i], times[i]});
+        }
         steps.push_back({"return", process.scheduler.Now()});
         return steps;
     }
     static std::vector<std::string> Names(const std::vector<Step>& steps) {
         std::vector<std::string> names;
-        for (const Step& step : steps) names.push_back(step.call);
+        for (size_t i = 0; i + 1 < steps.size(); ++i) names.push_back(steps[i].call);
         return names;
     }
-    Boxes TakeBoxes() { return std::exchange(process.Attachment<Windows>("windows").boxes, {}); }
+    // As the tables have them.
+    Boxes TakeBoxes() {
+        Boxes taken;
+        for (const auto& [text, caption] : std::exchange(process.Attachment<Windows>("windows").boxes, {}))
+            taken.push_back(std::string(caption.begin(), caption.end()) + "\t" +
+                            std::string(text.begin(), text.end()));
+        return taken;
+    }
     // Height and width.
     std::pair<i32, i32> Dimensions(i32 index) {
         const u32 place = HostMemory(process, 8);
@@ -63,18 +67,6 @@ struct Controls : Fixture {
         CHECK(process.heap.LeakedSince(mark) == "");
         CHECK(process.Handles() == handles);
     }
-};
-
-const std::vector<std::string> kReconnecting = {
-    "ICaptureGraphBuilder2::FindInterface",
-    "IAMStreamConfig::GetNumberOfCapabilities",
-    "IAMStreamConfig::GetStreamCaps",
-    "IGraphBuilder::Disconnect",
-    "IGraphBuilder::Disconnect",
-    "IAMStreamConfig::SetFormat",
-    "IEnumMediaTypes::Reset",
-    "IEnumMediaTypes::Next",
-    "IGraphBuilder::ConnectDirect",
 };
 
 }  // namespace
@@ -116,40 +108,31 @@ TEST_CASE_FIXTURE(Controls, "properties reach the driver's two sets under their 
     const u32 place = HostMemory(process, 20);
     const auto word = [&](u32 index) { return process.machine.Read<i32>(place + 4 * index); };
 
-    struct Case {
-        u32 id;
-        std::map<u32, CaptureFilter::Property>& set;
-        u32 number;
-        const char* interface;
-        i32 fresh;
-    };
-    const Case cases[] = {{0, video, 0, "IAMVideoProcAmp", -77},
-                          {8, video, 8, "IAMVideoProcAmp", 9},
-                          {9, camera, 0, "IAMCameraControl", 180},
-                          {12, camera, 3, "IAMCameraControl", 400},
-                          {80, camera, 71, "IAMCameraControl", -3}};
-    for (const Case& one : cases) {
-        CAPTURE(one.id);
+    for (const auto& [signedId, set, signedNumber] : tables::kProperties) {
+        CAPTURE(signedId);
+        const u32 id = static_cast<u32>(signedId), number = static_cast<u32>(signedNumber);
+        if (id == kIdentifier) continue;  // it can only be read
         Calls(process).calls.clear();
-        auto& property = one.set.at(one.number);
-        REQUIRE(Cam("GetPropertyRange", {one.id, place, place + 4, place + 8, place + 12, place + 16}) == 0);
+        auto& property = (set == std::string("IAMVideoProcAmp") ? video : camera).at(number);
+        const i32 fresh = property.maximum;
+        REQUIRE(Cam("GetPropertyRange", {id, place, place + 4, place + 8, place + 12, place + 16}) == 0);
         CHECK(std::vector{word(0), word(1), word(2), word(3)} ==
               std::vector{property.minimum, property.maximum, property.step, property.preset});
         CHECK(static_cast<u32>(word(4)) == property.flags);
-        REQUIRE(Cam("GetProperty", {one.id, place, place + 4}) == 0);
+        REQUIRE(Cam("GetProperty", {id, place, place + 4}) == 0);
         CHECK(word(0) == property.value);
         CHECK(word(1) == 2);
-        REQUIRE(Cam("SetProperty", {one.id, static_cast<u32>(one.fresh), 1}) == 0);
-        CHECK(property.value == one.fresh);
+        REQUIRE(Cam("SetProperty", {id, static_cast<u32>(fresh), 1}) == 0);
+        CHECK(property.value == fresh);
         CHECK(property.mode == 1);
-        REQUIRE(Cam("GetProperty", {one.id, place, place + 4}) == 0);
-        CHECK(word(0) == one.fresh);
+        REQUIRE(Cam("GetProperty", {id, place, place + 4}) == 0);
+        CHECK(word(0) == fresh);
         CHECK(word(1) == 1);
         // The driver's refusal is passed on, and nothing changes.
-        CHECK(Cam("SetProperty", {one.id, 0x7FFFFFFF, 2}) == kInvalid);
-        CHECK(property.value == one.fresh);
+        CHECK(Cam("SetProperty", {id, 0x7FFFFFFF, 2}) == kInvalid);
+        CHECK(property.value == fresh);
         CHECK(property.mode == 1);
-        const std::string interface = one.interface;
+        const std::string interface = set;
         CHECK(CallsOf(process, {"IAM"}) ==
               std::vector<std::string>{interface + "::GetRange", interface + "::Get", interface + "::Set",
                                        interface + "::Get", interface + "::Set"});
@@ -220,21 +203,17 @@ TEST_CASE_FIXTURE(Controls, "a resolution is set with the preview halted, in its
     process.machine.CheckAlignment(true);
     const u32 mark = process.heap.Mark();
     Start();
-    std::vector<std::string> expected = {"IMediaControl::GetState", "IVideoWindow::put_Owner",
-                                         "IMediaControl::Pause", "IMediaControl::Stop"};
-    expected.insert(expected.end(), kReconnecting.begin(), kReconnecting.end());
-    expected.insert(expected.end(), {"IVideoWindow::put_Owner", "IMediaControl::Run", "return"});
     process.machine.CheckAlignment(false);
     for (const u32 index : {1u, 2u, 3u, 0u}) {
         CAPTURE(index);
         i32 result = -1;
         const auto steps = Watch([&] { result = Cam("SetResolution", {index}); });
         REQUIRE(result == 0);
-        REQUIRE(Names(steps) == expected);
+        REQUIRE(Names(steps) == Expected(tables::ResolutionChange(static_cast<int>(index), true)));
         CHECK(steps[2].at - steps[1].at == 100);    // the window's owner, then the halt
         CHECK(steps[4].at - steps[3].at == 100);    // halted, then the pins
-        CHECK(steps[14].at - steps[13].at == 100);  // the owner again, then the run
-        CHECK(steps[15].at - steps[14].at == 200);
+        CHECK(steps[12].at - steps[11].at == 100);  // the owner again, then the run
+        CHECK(steps[13].at - steps[12].at == 200);
         CHECK(State() == 3);
         CheckPicture(kStills[index]);
         const u32 frames = platform.renderer.input.frames;
@@ -249,19 +228,22 @@ TEST_CASE_FIXTURE(Controls, "a resolution set while nothing runs neither touches
     const u32 mark = process.heap.Mark();
     REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
     REQUIRE(Cam("SetEventsWindow", {kEvents}) == 0);
-    std::vector<std::string> expected = {"IMediaControl::GetState"};
-    expected.insert(expected.end(), kReconnecting.begin(), kReconnecting.end());
-    expected.push_back("return");
+    auto started = Expected(tables::kPreviewStart);
     // Before the first preview, and after one.
     for (const u32 index : {2u, 1u}) {
         i32 result = -1;
         const auto steps = Watch([&] { result = Cam("SetResolution", {index}); });
         REQUIRE(result == 0);
-        CHECK(Names(steps) == expected);
+        CHECK(Names(steps) == Expected(tables::ResolutionChange(static_cast<int>(index), false)));
         CHECK(steps.back().at == steps.front().at);
-        REQUIRE(Cam("StartPreview") == 0);
+        const auto start = Watch([&] { result = Cam("StartPreview"); });
+        CHECK(result == 0);
+        CHECK(Names(start) == started);
+        started.erase(started.begin());  // the window is known by now
         CheckPicture(kStills[index]);
-        REQUIRE(Cam("StopPreview") == 0);
+        const auto stop = Watch([&] { result = Cam("StopPreview"); });
+        CHECK(result == 0);
+        CHECK(Names(stop) == Expected(tables::kPreviewStop));
     }
     CHECK(TakeBoxes().empty());
     CheckNothingLeft(mark);
@@ -275,24 +257,13 @@ TEST_CASE_FIXTURE(Controls,
         REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
         REQUIRE(Cam("SetEventsWindow", {kEvents}) == 0);
         if (previewing) REQUIRE(Cam("StartPreview") == 0);
-        struct Case {
-            const char* call;
-            u32 result;
-            Boxes boxes;
-            bool parted;
-        };
-        const Case cases[] = {
-            {"ICaptureGraphBuilder2::FindInterface", kRefused, {kNotSet}, false},
-            {"IAMStreamConfig::GetNumberOfCapabilities", kRefused, {kNotSet}, false},
-            {"IAMStreamConfig::GetStreamCaps", kRefused, {kNotSet}, false},
-            {"IGraphBuilder::Disconnect", kRefused, {kNotSet}, false},
-            {"IAMStreamConfig::SetFormat", kRefused, {kNotSet}, true},
-            {"IEnumMediaTypes::Next", kFalse, {kNotSet}, true},  // no type that the sink could take
-            {"IGraphBuilder::ConnectDirect", kRefused, {kNotReconnected, kNotSet}, true},
-        };
-        for (const Case& one : cases) {
-            CAPTURE(std::string(one.call));
-            Calls(process).faults = {{one.call, one.result}};
+        std::vector<tables::ChangeFault> faults(std::begin(tables::kChangeFaults),
+                                                std::end(tables::kChangeFaults));
+        faults.push_back({"IEnumMediaTypes::Next", {kNotSetBox}, true});
+        for (const tables::ChangeFault& one : faults) {
+            CAPTURE(one.call);
+            // No type that the sink could take is no failure of the call.
+            Calls(process).faults = {{one.call, one.call == "IEnumMediaTypes::Next" ? kFalse : kRefused}};
             i32 result = 0;
             const auto names = Names(Watch([&] { result = Cam("SetResolution", {3}); }));
             Calls(process).faults.clear();
@@ -311,11 +282,11 @@ TEST_CASE_FIXTURE(Controls,
 
         for (const u32 index : {static_cast<u32>(kStills.size()), 0xFFFFFFFFu}) {
             CHECK(Cam("SetResolution", {index}) == kInvalid);
-            CHECK(TakeBoxes() == Boxes{kNotSet});
+            CHECK(TakeBoxes() == Boxes{kNotSetBox});
         }
         platform.capture.still.capabilityBytes = 120;
         CHECK(Cam("SetResolution", {0}) == kInvalid);
-        CHECK(TakeBoxes() == Boxes{kNotSet});
+        CHECK(TakeBoxes() == Boxes{kNotSetBox});
         platform.capture.still.capabilityBytes = 128;
         if (previewing) CheckPicture(kStills[1]);
         // The end comes while the pins are apart.

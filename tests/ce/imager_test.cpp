@@ -139,7 +139,7 @@ TEST_CASE_FIXTURE(WithLibrary,
             CHECK(calls[i] == Call{81, {3, 0, 0, 0, 0, 0}});
             CHECK(calls[i + 1].ordinal == 83);
             const auto& drawn = calls[i + 1].arguments;
-            CHECK(drawn == std::vector<u32>{drawn[0], 240, 180, 1, 10, 1});  // the window's size
+            CHECK(drawn == std::vector<u32>{drawn[0], 320, 240, 1, 10, 1});  // the window's size
             CHECK(drawn[0] != 0);
         }
         CHECK(calls[calls.size() - 2].ordinal == 80);

@@ -2,6 +2,7 @@
 
 #include "frames.h"
 #include "harness.h"
+#include "tables/platform_calls.h"
 
 namespace {
 
@@ -154,20 +155,12 @@ TEST_CASE("of two camera drivers the second is opened, further ones are not look
 TEST_CASE("properties reach the interface and the number that belong to their id") {
     Camera camera;
     REQUIRE(camera.initResult == camOk);
-    struct Case {
-        int id;
-        const wchar_t* call;
-    };
-    for (const Case& c : {Case{0, L"IAMVideoProcAmp::Get 0"},
-                          {8, L"IAMVideoProcAmp::Get 8"},
-                          {-1, L"IAMVideoProcAmp::Get -1"},
-                          {9, L"IAMCameraControl::Get 0"},
-                          {12, L"IAMCameraControl::Get 3"},
-                          {80, L"IAMCameraControl::Get 71"}}) {
-        CAPTURE(c.id);
+    for (const auto& [id, set, number] : tables::kProperties) {
+        CAPTURE(id);
         long value = 0, flags = 0;
-        cam().GetProperty(c.id, &value, &flags);
-        CHECK(deviceKit().CallCount(c.call) == 1);
+        cam().GetProperty(id, &value, &flags);
+        const std::string call = std::string(set) + "::Get " + std::to_string(number);
+        CHECK(deviceKit().CallCount(std::wstring(call.begin(), call.end()).c_str()) == 1);
     }
     long minimum = 0, maximum = 0, step = 0, initial = 0, flags = 0, value = 0;
     CHECK(cam().GetPropertyRange(CAM_PROPERTY_ZOOM, &minimum, &maximum, &step, &initial, &flags) == camOk);

@@ -5,12 +5,11 @@
 
 #include "frames.h"
 #include "harness.h"
+#include "tables/platform_calls.h"
 
 namespace {
 
 using Boxes = std::vector<std::string>;
-constexpr char kNotSet[] = "GraphManager\tError setting resolution";
-constexpr char kNotReconnected[] = "SetStillImageResolution\tCouldn't reconnect";
 
 }  // namespace
 
@@ -73,7 +72,7 @@ TEST_CASE("an index that does not exist is refused with a box, and preview goes 
     cam().GetResolutionCount(&count);
     for (const int index : {count, -1, -2}) {
         CHECK(cam().SetResolution(index) == camInvalidArgument);
-        CHECK(TakeMessageBoxes() == Boxes{kNotSet});
+        CHECK(TakeMessageBoxes() == Boxes{tables::kNotSetBox});
         CHECK(cam().State() == CAM_STATE_PREVIEWING);
     }
     CHECK(cam().SnapPicture(nullptr, 0) == camOk);
@@ -82,21 +81,13 @@ TEST_CASE("an index that does not exist is refused with a box, and preview goes 
 
 TEST_CASE("every step of a change that fails is reported, and the next change heals") {
     TakeMessageBoxes();
-    struct Case {
-        const wchar_t* call;
-        int at;
-        Boxes boxes;
-    };
-    for (const Case& c : {Case{L"IAMStreamConfig::GetNumberOfCapabilities", 1, {kNotSet}},
-                          {L"IAMStreamConfig::GetStreamCaps", 1, {kNotSet}},
-                          {L"IAMStreamConfig::SetFormat", 1, {kNotSet}},
-                          {L"IPin::Connect Still", 2, {kNotReconnected, kNotSet}},
-                          {L"IPin::Disconnect Still", 1, {kNotSet}}}) {
+    for (const tables::ChangeFault& c : tables::kChangeFaults) {
         for (const bool previewing : {false, true}) {
-            CAPTURE(std::string(c.call, c.call + wcslen(c.call)));
+            CAPTURE(c.call);
             CAPTURE(previewing);
-            Camera camera(std::wstring(L"{\"calls\": {\"") + c.call + L"\": {\"at\": " +
-                          std::to_wstring(c.at) + L", \"result\": \"0x80004005\"}}}");
+            Camera camera(L"{\"watchGraph\": true, \"calls\": {\"" +
+                          std::wstring(c.call.begin(), c.call.end()) +
+                          L"\": {\"at\": 1, \"result\": \"0x80004005\"}}}");
             REQUIRE(camera.initResult == camOk);
             REQUIRE(cam().StartPreview() == camOk);
             if (!previewing) REQUIRE(cam().StopPreview() == camOk);

@@ -14,21 +14,25 @@ struct Apartments {
     std::map<u32, int> entered;  // by thread
 };
 
-using Classes = std::map<Guid, Creator>;
+struct Class {
+    std::string name;
+    Creator create;
+};
+using Classes = std::map<Guid, Class>;
 
 u32 Create(Process& process, u32 clsid, u32 iid, u32 out) {
     process.machine.Write(out, 0u);
     const Guid wanted = ReadGuid(process.machine, clsid);
-    auto& log = Calls(process);
-    log.calls.push_back("CoCreateInstance " + FormatGuid(wanted));
-    if (const auto fault = log.faults.find("CoCreateInstance " + FormatGuid(wanted));
-        fault != log.faults.end())
-        return fault->second;
     auto& classes = process.Attachment<Classes>("classes");
     const auto found = classes.find(wanted);
     if (found == classes.end()) return kClassNotRegistered;
+    try {
+        Calls(process).Add("CoCreateInstance " + found->second.name);
+    } catch (const CallLog::Refusal& refusal) {
+        return refusal.result;
+    }
     u32 result = kNoInterface;
-    const u32 pointer = found->second(ReadGuid(process.machine, iid), result);
+    const u32 pointer = found->second.create(ReadGuid(process.machine, iid), result);
     process.machine.Write(out, pointer);
     return pointer ? kOk : result;
 }
@@ -81,8 +85,8 @@ void BindVariants(Process& p) {
 
 }  // namespace
 
-void RegisterClass(Process& process, const Guid& clsid, Creator creator) {
-    process.Attachment<Classes>("classes")[clsid] = std::move(creator);
+void RegisterClass(Process& process, const Guid& clsid, const std::string& name, Creator creator) {
+    process.Attachment<Classes>("classes")[clsid] = {name, std::move(creator)};
 }
 
 void BindCom(Process& p) {

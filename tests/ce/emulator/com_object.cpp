@@ -55,6 +55,20 @@ CallLog& Calls(Process& process) {
     return process.Attachment<CallLog>("calls");
 }
 
+void CallLog::Add(const std::string& call) {
+    calls.push_back(call);
+    RefuseIfToldTo();
+}
+
+void CallLog::Detail(const std::string& text) {
+    calls.back() += " " + text;
+    RefuseIfToldTo();
+}
+
+void CallLog::RefuseIfToldTo() const {
+    if (const auto fault = faults.find(calls.back()); fault != faults.end()) throw Refusal{fault->second};
+}
+
 MethodEntry Unused(std::string name) {
     return {std::move(name), [](Arguments&) -> u64 { return kNotImplemented; }};
 }
@@ -79,7 +93,7 @@ HostObject::HostObject(Process& process, std::string name)
 u32 HostObject::Interface(const Guid& iid) const {
     if (iid == kIidUnknown) return first_;
     const auto found = interfaces_.find(iid);
-    return found == interfaces_.end() ? 0 : found->second;
+    return found == interfaces_.end() ? 0 : found->second.pointer;
 }
 
 u32 HostObject::Query(const Guid& iid) {
@@ -98,8 +112,12 @@ u32 HostObject::ReleaseReference() {
 void HostObject::Implement(const Guid& iid, const std::string& interfaceName,
                            std::vector<MethodEntry> methods) {
     std::vector<MethodEntry> all;
-    all.push_back(Method("QueryInterface", [this](u32 wanted, u32 out) -> u32 {
-        const u32 pointer = Query(ReadGuid(machine_, wanted));
+    all.push_back(Method("QueryInterface", [this, interfaceName](u32 wanted, u32 out) -> u32 {
+        const Guid wantedId = ReadGuid(machine_, wanted);
+        machine_.Write(out, 0u);
+        if (const auto found = interfaces_.find(wantedId); found != interfaces_.end())
+            Calls(process_).Add(interfaceName + "::QueryInterface " + found->second.name);
+        const u32 pointer = Query(wantedId);
         machine_.Write(out, pointer);
         return pointer ? kOk : kNoInterface;
     }));
@@ -116,20 +134,23 @@ void HostObject::Implement(const Guid& iid, const std::string& interfaceName,
             if (references_ <= 0)
                 throw Failure(full + " on " + name_ + ", to which nobody holds a reference\n" +
                               machine_.Backtrace());
-            if (quiet) return inner(arguments);
-            auto& log = Calls(process_);
-            log.calls.push_back(full);
-            if (log.onCall) log.onCall(full);
-            const auto fault = log.faults.find(full);
-            if (fault != log.faults.end()) return fault->second;
-            return inner(arguments);
+            try {
+                if (quiet) return inner(arguments);
+                auto& log = Calls(process_);
+                log.calls.push_back(full);
+                if (log.onCall) log.onCall(full);
+                log.RefuseIfToldTo();
+                return inner(arguments);
+            } catch (const CallLog::Refusal& refusal) {
+                return refusal.result;
+            }
         };
         machine_.Write(table + 4 * static_cast<u32>(i), machine_.AddStub(full, std::move(handler)));
     }
     const u32 pointer = HostMemory(process_, 8);
     machine_.Write(pointer, table);
     if (!first_) first_ = pointer;
-    interfaces_[iid] = pointer;
+    interfaces_[iid] = {pointer, interfaceName};
 }
 
 std::string ReferencedObjects(Process& process) {

@@ -23,14 +23,19 @@ constexpr u32 kOk = 0, kFalse = 1, kNotImplemented = 0x80004001, kNoInterface = 
               kInvalidArgument = 0x80070057, kOutOfMemory = 0x8007000E, kUnexpected = 0x8000FFFF;
 const Guid kIidUnknown = ParseGuid("00000000-0000-0000-C000-000000000046");
 
-// The calls on host objects in their order, "IMediaControl::Run", with what matters of the arguments behind a space. A call named in `faults` is not
-// carried out but answered with that result.
+// The calls on host objects in their order, "IMediaControl::Run", with what matters of the arguments behind a space. A call named in `faults`, with or
+// without that, is not carried out but answered with that result.
 struct CallLog {
+    struct Refusal {
+        u32 result;
+    };
     std::vector<std::string> calls;
     std::map<std::string, u32> faults;
-    // Told of each call on an object before it is carried out.
+    // Told of each call on an object, but for those of IUnknown, before it is carried out.
     std::function<void(const std::string& call)> onCall;
-    void Detail(const std::string& text) { calls.back() += " " + text; }
+    void Add(const std::string& call);
+    void Detail(const std::string& text);
+    void RefuseIfToldTo() const;
 };
 CallLog& Calls(Process& process);
 
@@ -75,8 +80,12 @@ class HostObject {
     Machine& machine_;
 
   private:
+    struct Facet {
+        u32 pointer;
+        std::string name;
+    };
     std::string name_;
-    std::map<Guid, u32> interfaces_;
+    std::map<Guid, Facet> interfaces_;
     u32 first_ = 0;
     i32 references_ = 0;
     i32 held_ = 0;
@@ -92,9 +101,9 @@ u32 Release(Process& process, u32 pointer);
 // Memory for the host's own use in the program's address space; never freed, and not part of its heap.
 u32 HostMemory(Process& process, u32 size);
 
-// CoCreateInstance finds classes here; a creator returns an interface with a reference, or 0 and the reason.
+// CoCreateInstance finds classes here, and logs their names; a creator returns an interface with a reference, or 0 and the reason.
 using Creator = std::function<u32(const Guid& iid, u32& result)>;
-void RegisterClass(Process& process, const Guid& clsid, Creator creator);
+void RegisterClass(Process& process, const Guid& clsid, const std::string& name, Creator creator);
 
 // BSTRs.
 u32 AllocateBstr(Process& process, std::u16string_view text);

@@ -16,7 +16,7 @@ struct Windows {
     std::vector<PostedMessage> posted;
     std::vector<std::pair<std::u16string, std::u16string>> boxes;  // text, caption
     u32 updates = 0;
-    u32 clientWidth = 240, clientHeight = 180;
+    u32 clientWidth = 320, clientHeight = 240;
 };
 
 }  // namespace ce

@@ -286,11 +286,12 @@ Document::Document(Process& process, Parser& parser)
 
 Parser& RegisterParser(Process& process) {
     auto& parser = process.Attachment<Parser>("parser");
-    RegisterClass(process, kClsidDomDocument, [&process, &parser](const Guid& iid, u32& result) {
-        parser.documents.push_back(std::make_unique<Document>(process, parser));
-        result = kNoInterface;
-        return parser.documents.back()->Query(iid);
-    });
+    RegisterClass(process, kClsidDomDocument, "DOMDocument",
+                  [&process, &parser](const Guid& iid, u32& result) {
+                      parser.documents.push_back(std::make_unique<Document>(process, parser));
+                      result = kNoInterface;
+                      return parser.documents.back()->Query(iid);
+                  });
     return parser;
 }
 

@@ -81,6 +81,7 @@ SourcePin::SourcePin(Process& process, std::string name, std::vector<VideoFormat
     Implement(kIidStreamConfig, "IAMStreamConfig",
               {Method("SetFormat",
                       [this](u32 type) -> u32 {
+                          Calls(process_).Detail(Name() == "still pin" ? "Still" : "Preview");
                           VideoFormat wanted;
                           if (!ReadMediaType(process_, type, wanted)) return kInvalidArgument;
                           for (size_t i = 0; i < formats_.size(); ++i) {
@@ -94,11 +95,13 @@ SourcePin::SourcePin(Process& process, std::string name, std::vector<VideoFormat
                       }),
                Method("GetNumberOfCapabilities",
                       [this](u32 countAt, u32 sizeAt) -> u32 {
+                          Calls(process_).Detail(Name() == "still pin" ? "Still" : "Preview");
                           machine_.Write(countAt, static_cast<u32>(capabilities_.size()));
                           machine_.Write(sizeAt, capabilityBytes);
                           return kOk;
                       }),
                Method("GetStreamCaps", [this](u32 index, u32 out, u32 capability) -> u32 {
+                   Calls(process_).Detail(std::to_string(index));
                    if (index >= capabilities_.size()) return kFalse;
                    // The whole record is written: one that is smaller in the program's view is overrun, and the heap's fences tell.
                    std::memset(machine_.Bytes(capability, capabilityBytes), 0x11, capabilityBytes);
@@ -303,6 +306,7 @@ CaptureFilter::CaptureFilter(Process& process)
                           const u32 text = machine_.Read<u32>(variant + 8);
                           driver = machine_.Text(text);
                           process_.heap.Free(text - 4);
+                          Calls(process_).Detail(std::string(driver.begin(), driver.end()));
                           return kOk;
                       }),
                Unused("Save")});

@@ -116,8 +116,10 @@ void FilterGraph::ImplementControl() {
     methods.push_back(Method("Run", [this]() { return ChangeState(2); }));
     methods.push_back(Method("Pause", [this]() { return ChangeState(1); }));
     methods.push_back(Method("Stop", [this]() { return ChangeState(0); }));
-    methods.push_back(
-        Method("GetState", [this](u32, u32 out) -> u32 { return machine_.Write(out, state), kOk; }));
+    methods.push_back(Method("GetState", [this](u32 timeout, u32 out) -> u32 {
+        Calls(process_).Detail(std::to_string(timeout));
+        return machine_.Write(out, state), kOk;
+    }));
     for (const char* name : {"RenderFile", "AddSourceFilter", "get_FilterCollection",
                              "get_RegFilterCollection", "StopWhenReady"}) {
         methods.push_back(Unused(name));
@@ -159,28 +161,39 @@ void FilterGraph::ImplementWindow() {
     std::vector<MethodEntry> methods;
     AddDispatch(methods);
     for (const char* name : {"put_Caption", "get_Caption"}) methods.push_back(Unused(name));
-    methods.push_back(
-        Method("put_WindowStyle", [this](u32 style) -> u32 { return windowStyle = style, kOk; }));
+    methods.push_back(Method("put_WindowStyle", [this](u32 style) -> u32 {
+        Calls(process_).Detail(std::to_string(style));
+        return windowStyle = style, kOk;
+    }));
     for (const char* name :
          {"get_WindowStyle", "put_WindowStyleEx", "get_WindowStyleEx", "put_AutoShow", "get_AutoShow",
           "put_WindowState", "get_WindowState", "put_BackgroundPalette", "get_BackgroundPalette"}) {
         methods.push_back(Unused(name));
     }
-    methods.push_back(
-        Method("put_Visible", [this](i32 visible) -> u32 { return windowVisible = visible, kOk; }));
+    methods.push_back(Method("put_Visible", [this](i32 visible) -> u32 {
+        Calls(process_).Detail(std::to_string(visible));
+        return windowVisible = visible, kOk;
+    }));
     for (const char* name : {"get_Visible", "put_Left", "get_Left", "put_Width", "get_Width", "put_Top",
                              "get_Top", "put_Height", "get_Height"}) {
         methods.push_back(Unused(name));
     }
-    methods.push_back(Method("put_Owner", [this](u32 owner) -> u32 { return windowOwner = owner, kOk; }));
+    methods.push_back(Method("put_Owner", [this](u32 owner) -> u32 {
+        Calls(process_).Detail(owner ? "set" : "0");
+        return windowOwner = owner, kOk;
+    }));
     methods.push_back(Unused("get_Owner"));
-    methods.push_back(Method("put_MessageDrain", [](u32) -> u32 { return kOk; }));
+    methods.push_back(Method("put_MessageDrain", [this](u32 drain) -> u32 {
+        Calls(process_).Detail(drain ? "set" : "0");
+        return kOk;
+    }));
     for (const char* name : {"get_MessageDrain", "get_BorderColor", "put_BorderColor", "get_FullScreenMode",
                              "put_FullScreenMode", "SetWindowForeground", "NotifyOwnerMessage"}) {
         methods.push_back(Unused(name));
     }
     methods.push_back(Method("SetWindowPosition", [this](u32 left, u32 top, u32 width, u32 height) -> u32 {
-        windowPlace = {left, top, width, height};
+        Calls(process_).Detail(std::to_string(left) + " " + std::to_string(top) + " " +
+                               std::to_string(width) + " " + std::to_string(height));
         return kOk;
     }));
     Implement(kIidVideoWindow, "IVideoWindow", std::move(methods));
@@ -216,33 +229,41 @@ class GraphBuilder final : public HostObject {
   public:
     GraphBuilder(Process& process, Platform& platform)
         : HostObject(process, "capture graph builder"), platform_(platform) {
-        Implement(kIidCaptureGraphBuilder, "ICaptureGraphBuilder2",
-                  {Method("SetFiltergraph",
-                          [this](u32 graph) -> u32 {
-                              CallMethod(process_, graph, 1);
-                              graph_ = graph;
-                              return kOk;
-                          }),
-                   Unused("GetFiltergraph"), Unused("SetOutputFileName"),
-                   Method("FindInterface",
-                          [this](u32 category, u32, u32, u32 iid, u32 out) -> u32 {
-                              SourcePin& pin = ReadGuid(machine_, category) == kCategoryStill
-                                                   ? platform_.capture.still
-                                                   : platform_.capture.preview;
-                              const u32 found = pin.Query(ReadGuid(machine_, iid));
-                              machine_.Write(out, found);
-                              return found ? kOk : kNoInterface;
-                          }),
-                   Method("RenderStream",
-                          [this](u32 category, u32, u32, u32 middle, u32 sink) {
-                              return Render(ReadGuid(machine_, category) == kCategoryStill, middle, sink);
-                          }),
-                   Unused("ControlStream"), Unused("AllocCapFile"), Unused("CopyCaptureFile"),
-                   Method("FindPin", [this](u32, u32, u32 category, u32, u32, u32, u32 out) -> u32 {
-                       if (ReadGuid(machine_, category) != kCategoryStill) return kNotFound;
-                       machine_.Write(out, platform_.capture.still.Query(kIidPin));
-                       return kOk;
-                   })});
+        Implement(
+            kIidCaptureGraphBuilder, "ICaptureGraphBuilder2",
+            {Method("SetFiltergraph",
+                    [this](u32 graph) -> u32 {
+                        CallMethod(process_, graph, 1);
+                        graph_ = graph;
+                        return kOk;
+                    }),
+             Unused("GetFiltergraph"), Unused("SetOutputFileName"),
+             Method("FindInterface",
+                    [this](u32 category, u32 type, u32, u32 iid, u32 out) -> u32 {
+                        const bool stream = ReadGuid(machine_, iid) == kIidStreamConfig;
+                        Calls(process_).Detail(Kind(category, type) + (stream ? " IAMStreamConfig" : " ?"));
+                        SourcePin& pin = ReadGuid(machine_, category) == kCategoryStill
+                                             ? platform_.capture.still
+                                             : platform_.capture.preview;
+                        const u32 found = pin.Query(ReadGuid(machine_, iid));
+                        machine_.Write(out, found);
+                        return found ? kOk : kNoInterface;
+                    }),
+             Method("RenderStream",
+                    [this](u32 category, u32 type, u32, u32 middle, u32 sink) {
+                        Calls(process_).Detail(Kind(category, type));
+                        return Render(ReadGuid(machine_, category) == kCategoryStill, middle, sink);
+                    }),
+             Unused("ControlStream"), Unused("AllocCapFile"), Unused("CopyCaptureFile"),
+             Method("FindPin",
+                    [this](u32, u32 direction, u32 category, u32 type, u32 unconnected, u32 number,
+                           u32 out) -> u32 {
+                        Calls(process_).Detail(std::to_string(direction) + " " + Kind(category, type) + " " +
+                                               std::to_string(unconnected) + " " + std::to_string(number));
+                        if (ReadGuid(machine_, category) != kCategoryStill) return kNotFound;
+                        machine_.Write(out, platform_.capture.still.Query(kIidPin));
+                        return kOk;
+                    })});
     }
 
   protected:
@@ -251,8 +272,14 @@ class GraphBuilder final : public HostObject {
     }
 
   private:
+    std::string Kind(u32 category, u32 type) {
+        const Guid id = ReadGuid(machine_, category);
+        return std::string(id == kCategoryStill     ? "PIN_CATEGORY_STILL "
+                           : id == kCategoryPreview ? "PIN_CATEGORY_PREVIEW "
+                                                    : "? ") +
+               (ReadGuid(machine_, type) == kMajorVideo ? "MEDIATYPE_Video" : "?");
+    }
     u32 Render(bool still, u32 middle, u32 sink) {
-        Calls(process_).Detail(still ? "still" : "preview");
         SourcePin& source = still ? platform_.capture.still : platform_.capture.preview;
         const u32 first = FindPin(process_, middle ? middle : sink, 0);
         if (!first) return kFail;
@@ -278,7 +305,7 @@ Platform::Platform(Process& owner) : process(owner), capture(owner), renderer(ow
         result = kNoInterface;
         return object.Query(iid);
     };
-    RegisterClass(process, kClsidFilterGraph, [this, make](const Guid& iid, u32& result) {
+    RegisterClass(process, kClsidFilterGraph, "FilterGraph", [this, make](const Guid& iid, u32& result) {
         auto fresh = std::make_unique<FilterGraph>(process);
         graph = fresh.get();
         created.push_back(std::move(fresh));
@@ -287,36 +314,40 @@ Platform::Platform(Process& owner) : process(owner), capture(owner), renderer(ow
                            {renderer.input.Pointer(), &renderer.input}};
         return make(*graph, iid, result);
     });
-    RegisterClass(process, kClsidCaptureGraphBuilder, [this, make](const Guid& iid, u32& result) {
-        created.push_back(std::make_unique<GraphBuilder>(process, *this));
-        return make(*created.back(), iid, result);
-    });
-    RegisterClass(process, kClsidVideoCapture,
+    RegisterClass(process, kClsidCaptureGraphBuilder, "CaptureGraphBuilder",
+                  [this, make](const Guid& iid, u32& result) {
+                      created.push_back(std::make_unique<GraphBuilder>(process, *this));
+                      return make(*created.back(), iid, result);
+                  });
+    RegisterClass(process, kClsidVideoCapture, "CaptureFilter",
                   [this, make](const Guid& iid, u32& result) { return make(capture, iid, result); });
-    RegisterClass(process, kClsidVideoRenderer,
+    RegisterClass(process, kClsidVideoRenderer, "VideoRenderer",
                   [this, make](const Guid& iid, u32& result) { return make(renderer, iid, result); });
-    RegisterClass(process, kClsidMemoryAllocator, [this, make](const Guid& iid, u32& result) {
-        auto allocator = std::make_shared<MemAllocator>(process);
-        process.attachments["allocator" + std::to_string(process.attachments.size())] = allocator;
-        return make(*allocator, iid, result);
-    });
+    RegisterClass(
+        process, kClsidMemoryAllocator, "MemoryAllocator", [this, make](const Guid& iid, u32& result) {
+            auto allocator = std::make_shared<MemAllocator>(process);
+            process.attachments["allocator" + std::to_string(process.attachments.size())] = allocator;
+            return make(*allocator, iid, result);
+        });
 }
 
 void Platform::RegisterFilters(const Module& module) {
     for (const Guid& clsid : {kClsidGrabber, kClsidSink}) {
         const u32 getClass = process.Address(module, "DllGetClassObject");
-        RegisterClass(process, clsid, [this, clsid, getClass](const Guid& iid, u32& result) -> u32 {
-            const u32 place = HostMemory(process, 48);
-            WriteGuid(process.machine, place + 8, clsid);
-            WriteGuid(process.machine, place + 24, kIidClassFactory);
-            result = static_cast<u32>(process.machine.Call(getClass, {place + 8, place + 24, place}));
-            if (result != kOk) return 0;
-            const u32 factory = process.machine.Read<u32>(place);
-            WriteGuid(process.machine, place + 24, iid);
-            result = CallMethod(process, factory, 3, {0, place + 24, place});
-            Release(process, factory);
-            return result == kOk ? process.machine.Read<u32>(place) : 0;
-        });
+        RegisterClass(
+            process, clsid, clsid == kClsidSink ? "StillImageSink" : "SampleGrabber",
+            [this, clsid, getClass](const Guid& iid, u32& result) -> u32 {
+                const u32 place = HostMemory(process, 48);
+                WriteGuid(process.machine, place + 8, clsid);
+                WriteGuid(process.machine, place + 24, kIidClassFactory);
+                result = static_cast<u32>(process.machine.Call(getClass, {place + 8, place + 24, place}));
+                if (result != kOk) return 0;
+                const u32 factory = process.machine.Read<u32>(place);
+                WriteGuid(process.machine, place + 24, iid);
+                result = CallMethod(process, factory, 3, {0, place + 24, place});
+                Release(process, factory);
+                return result == kOk ? process.machine.Read<u32>(place) : 0;
+            });
     }
 }
 

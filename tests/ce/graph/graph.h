@@ -19,7 +19,6 @@ class FilterGraph final : public HostObject {
     u32 windowOwner = 0;
     i32 windowVisible = 0;
     u32 windowStyle = 0;
-    std::array<u32, 4> windowPlace{};
     std::map<u32, HostPin*> hostPins;
 
   protected:
