@@ -70,18 +70,17 @@ struct Configuration : Fixture {
     std::pair<i32, i32> resolution;
 };
 
-// In the order in which they are applied.
-struct Values {
-    i32 brightness = 0, autofocus = 1, flash = 0, color = 1, minimum = 100, maximum = 200, step = 8,
-        fixed = 150, zoom = 1;
-    std::vector<CaptureFilter::Setting> Settings() const {
-        const char* video = "IAMVideoProcAmp";
-        const char* camera = "IAMCameraControl";
-        return {{video, 0, brightness, 2}, {camera, 6, autofocus, 2}, {camera, 7, flash, 2},
-                {video, 6, color, 2},      {camera, 52, minimum, 2},  {camera, 51, maximum, 2},
-                {camera, 50, step, 2},     {camera, 53, fixed, 2},    {camera, 3, zoom, 2}};
+// What is preset, but for some values.
+std::vector<CaptureFilter::Setting> Applied(const std::map<std::string, i32>& values) {
+    std::vector<CaptureFilter::Setting> settings;
+    for (const auto& [key, set, number, preset] : tables::kApplied) {
+        const auto value = values.find(key);
+        if (set)
+            settings.push_back(
+                {set, static_cast<u32>(number), value == values.end() ? preset : value->second, 2});
     }
-};
+    return settings;
+}
 
 }  // namespace
 
@@ -160,7 +159,7 @@ TEST_CASE_FIXTURE(Configuration,
 
 TEST_CASE_FIXTURE(Configuration, "a setting is what the file says, or else what is preset") {
     process.machine.CheckAlignment(true);
-    const int preset = Values().zoom;
+    const int preset = tables::kApplied[9].preset;
     const auto check = [&](const std::string& name, const tables::SettingsCase& one) {
         CAPTURE(one.text);
         Write(name, one.text);
@@ -180,16 +179,22 @@ TEST_CASE_FIXTURE(Configuration, "settings from an INI file are applied in their
           "; Brightness=1\n[Other]\nBrightness=99\n[Camera]\r\nBrightness=-7\r\nAUTOFOCUS=0\nFlash=2\n"
           "Resolution=3\nColor=0\nFocusMin=0x10\nFocusMax=010\nFocusStep= 7\nFocusFixed=44 and more\n"
           "Zoom = 9\nBrightness=12=13\n[]\nFlash=3\n[Last]\nColor=5\n");
-    CHECK(SettingsOf(u"\\cam.ini", u"camera") == Values{12, 0, 3, 0, 16, 8, 7, 44, 1}.Settings());
+    CHECK(SettingsOf(u"\\cam.ini", u"camera") == Applied({{"Brightness", 12},
+                                                          {"Autofocus", 0},
+                                                          {"Flash", 3},
+                                                          {"Color", 0},
+                                                          {"FocusMin", 16},
+                                                          {"FocusMax", 8},
+                                                          {"FocusStep", 7},
+                                                          {"FocusFixed", 44}}));
     CHECK(resolution == std::pair(640, 480));
-    // The resolution comes between flash and colour.
-    CHECK(CallsOf(process, {"IAMVideoProcAmp", "IAMCameraControl", "IAMStreamConfig::SetFormat"}) ==
-          std::vector<std::string>{"IAMVideoProcAmp::Set", "IAMCameraControl::Set", "IAMCameraControl::Set",
-                                   "IAMStreamConfig::SetFormat Still", "IAMVideoProcAmp::Set",
-                                   "IAMCameraControl::Set", "IAMCameraControl::Set", "IAMCameraControl::Set",
-                                   "IAMCameraControl::Set", "IAMCameraControl::Set"});
+    // The resolution comes between the others.
+    std::vector<std::string> order;
+    for (const auto& one : tables::kApplied)
+        order.push_back(one.set ? std::string(one.set) + "::Set" : "IAMStreamConfig::SetFormat Still");
+    CHECK(CallsOf(process, {"IAMVideoProcAmp", "IAMCameraControl", "IAMStreamConfig::SetFormat"}) == order);
     // A section that is not there leaves what is preset, and the resolution with index 1.
-    CHECK(SettingsOf(u"\\cam.ini", u"absent") == Values().Settings());
+    CHECK(SettingsOf(u"\\cam.ini", u"absent") == Applied({}));
     CHECK(resolution == std::pair(320, 240));
     // A file that is not there sets nothing.
     CHECK(SettingsOf(u"\\absent.ini", u"camera").empty());
@@ -214,7 +219,8 @@ TEST_CASE_FIXTURE(Configuration, "settings from an XML document are applied in t
         "  <Key name=\"FocusFixed\">151</Key>\n </Section>\n</ConfigDoc>\n";
     Write("cam.exm", xml);
     // A key without content is an empty text, and so 0; one with other content keeps what is preset.
-    const auto expected = Values{-3, 2, 0, 1, 9, 200, 8, 151, 1}.Settings();
+    const auto expected =
+        Applied({{"Brightness", -3}, {"Autofocus", 2}, {"FocusMin", 9}, {"FocusFixed", 151}});
     CHECK(SettingsOf(u"\\cam.exm", u"camera") == expected);
     CHECK(resolution == std::pair(161, 101));
     CHECK(parser.loads == 1);
@@ -232,9 +238,9 @@ TEST_CASE_FIXTURE(Configuration, "settings from an XML document are applied in t
     Write("xml.ini", xml);
     CHECK(SettingsOf(u"\\xml.ini", u"camera") == expected);
     Write("ini.exm", "[Camera]\nZoom=5\n");
-    CHECK(SettingsOf(u"\\ini.exm", u"camera") == Values{.zoom = 5}.Settings());
+    CHECK(SettingsOf(u"\\ini.exm", u"camera") == Applied({{"Zoom", 5}}));
     std::filesystem::remove(file);
-    CHECK(SettingsOf(u"\\cam", u"camera") == Values{.zoom = 5}.Settings());
+    CHECK(SettingsOf(u"\\cam", u"camera") == Applied({{"Zoom", 5}}));
     // Of all documents only the one read last is still held, for the next start.
     CHECK(ReferencedObjects(process) == "  XML document (1)\n");
 
@@ -246,7 +252,7 @@ TEST_CASE_FIXTURE(Configuration, "settings from an XML document are applied in t
 
 TEST_CASE_FIXTURE(Configuration, "the first setting that the camera refuses is the last that is tried") {
     Write("cam.ini", "[Camera]\nFlash=2\nResolution=1\nFocusMax=8\n");
-    const auto all = Values{.flash = 2, .maximum = 8}.Settings();
+    const auto all = Applied({{"Flash", 2}, {"FocusMax", 8}});
     const auto until = [&](size_t count) {
         return std::vector<CaptureFilter::Setting>(all.begin(),
                                                    all.begin() + static_cast<std::ptrdiff_t>(count));

@@ -1,5 +1,6 @@
 // The imager camera on ARM code, against an imager library of the same kind: found by its ordinals, driven, and its pictures read by others.
 #include "camera_fixture.h"
+#include "tables/stamping.h"
 
 using namespace ce;
 
@@ -237,11 +238,9 @@ TEST_CASE_FIXTURE(WithLibrary, "text is stamped by the library, at its own posit
         return CallsTo({57});
     };
     constexpr u32 kFont = 0x000F0042;
-    const u32 mapped[] = {0, 4, 1, 6, 6, 6, 6, 6, 3, 5, 2, 6, 6};
-    for (u32 position = 0; position < std::size(mapped); ++position) {
-        CAPTURE(position);
-        CHECK(snap(4, position, kFont) ==
-              std::vector<Call>{{57, {mapped[position], 12, 0x00660046, 4, u'T', 0}}});
+    for (const auto& [asked, stamped] : tables::kImagerPositions) {
+        CAPTURE(asked);
+        CHECK(snap(4, asked, kFont) == std::vector<Call>{{57, {stamped, 12, 0x00660046, 4, u'T', 0}}});
     }
     // Without a text, its length or a font there is nothing to stamp.
     CHECK(snap(0, 0, kFont).empty());

@@ -2,6 +2,7 @@
 #include <tiffio.h>
 
 #include "camera_fixture.h"
+#include "tables/stamping.h"
 
 using namespace ce;
 
@@ -15,12 +16,12 @@ const std::vector<VideoFormat> kStills = {
 
 struct Color {
     int r, g, b;
+    static Color Of(u32 word) {
+        return {static_cast<int>(word & 255), static_cast<int>(word >> 8 & 255),
+                static_cast<int>(word >> 16 & 255)};
+    }
 };
 
-// By the code of a background or an outline; 0 is the inverse of the text's colour, 15 is none.
-const Color kColors[] = {{},          {0, 0, 0},     {128, 128, 128}, {192, 192, 192}, {255, 255, 255},
-                         {255, 0, 0}, {255, 0, 255}, {255, 165, 0},   {255, 255, 0},   {165, 42, 42},
-                         {0, 255, 0}, {0, 0, 255},   {0, 255, 255},   {238, 130, 238}, {0, 0, 0}};
 constexpr u32 kNone = 15;
 
 struct Stamp {
@@ -73,10 +74,9 @@ void Apply(const Stamp& stamp, Picture& picture, int width) {
     const int cellWidth = static_cast<int>(kGlyphWidth), cellHeight = static_cast<int>(kGlyphHeight),
               lineHeight = cellHeight + 1;
     const auto count = static_cast<int>(1 + std::count(stamp.text.begin(), stamp.text.end(), u'\n'));
-    const Color ink = {static_cast<int>(stamp.colors & 255), static_cast<int>(stamp.colors >> 8 & 255),
-                       static_cast<int>(stamp.colors >> 16 & 255)};
+    const Color ink = Color::Of(stamp.colors);
     const auto colorOf = [&](u32 code) {
-        return code == 0 ? Color{255 - ink.r, 255 - ink.g, 255 - ink.b} : kColors[code];
+        return code == 0 ? Color{255 - ink.r, 255 - ink.g, 255 - ink.b} : Color::Of(tables::kColors[code]);
     };
     const u32 outline = stamp.colors >> 24 & 15, background = stamp.colors >> 28;
     int line = 0;
@@ -184,8 +184,6 @@ struct Stamping : Fixture {
     }
 };
 
-constexpr u32 kPositions[] = {0, 1, 2, 4, 5, 6, 8, 9, 10};
-
 }  // namespace
 
 TEST_CASE_FIXTURE(Stamping, "text stands at its place in every kind of frame") {
@@ -198,7 +196,7 @@ TEST_CASE_FIXTURE(Stamping, "text stands at its place in every kind of frame") {
         const Picture plain = Decode(Path("plain.png"));
         REQUIRE(Compare(plain, kStills[index]).worst == 0);
         // An empty line collapses, but counts; the carriage return is measured, but not drawn.
-        for (const u32 position : kPositions) CheckStamp(plain, {u"AB\n\nCDE f\r\nG", position});
+        for (const u32 position : tables::kPositions) CheckStamp(plain, {u"AB\n\nCDE f\r\nG", position});
         // Wider than the picture, from its left edge.
         CheckStamp(plain, {std::u16string(45, u'W') + u"\nx", 0});
         // Taller than the picture.
@@ -250,7 +248,7 @@ TEST_CASE_FIXTURE(Stamping, "text that cannot be stamped leaves the picture as i
         CHECK(drawing.texts.empty());
         CHECK(process.Handles() == open);
     };
-    for (const u32 position : {3u, 7u, 11u, 0x80000000u}) staysPlain({u"no\nplace", position});
+    for (const u32 position : tables::kNoPositions) staysPlain({u"no\nplace", position});
     drawing.refuseSections = true;
     staysPlain({u"no\nmemory", 0});
     drawing.refuseSections = false;
@@ -274,7 +272,7 @@ TEST_CASE_FIXTURE(Stamping, "in a black and white picture text is black on white
             // The threshold leaves both, for the stamp to stand out from; a frame from the top down has no threshold and is white.
             CHECK((kStills[index].height > 0 ? dots(0) > 300 : dots(0) == 0));
             CHECK(dots(255) > 300);
-            for (const u32 position : kPositions) {
+            for (const u32 position : tables::kPositions) {
                 CAPTURE(position);
                 SnapStamped(u"\\stamped.tif", {u"Tif\nxy", position, 0xFFFFFFFF}, quality);
                 Picture expected = plain;

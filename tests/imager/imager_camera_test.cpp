@@ -8,6 +8,7 @@
 
 #include "kit.h"
 #include "process_counts.h"
+#include "tables/stamping.h"
 #include "test_window.h"
 
 namespace {
@@ -329,12 +330,8 @@ TEST_CASE_FIXTURE(Fixture, "a still is stamped at the library's position, in the
     CHECK(metrics.tmHeight > 20);
 
     Start();
-    constexpr UINT_PTR kPositions[][2] = {{0, 0}, {1, 4}, {2, 1}, {3, 6},  {4, 6},  {5, 6},          {6, 6},
-                                          {7, 6}, {8, 3}, {9, 5}, {10, 2}, {11, 6}, {0xFFFFFFFFU, 6}};
     int taken = 0;
-    for (const auto& position : kPositions) {
-        const UINT_PTR asked = position[0];
-        const UINT_PTR stamped = position[1];
+    for (const auto& [asked, stamped] : tables::kImagerPositions) {
         CAPTURE(asked);
         // Twelve characters are given, and eleven are meant.
         REQUIRE(camera->SnapPicture(nullptr, 0, Word(L"hello world!"), 11, asked, 1, Word(font)) == S_OK);

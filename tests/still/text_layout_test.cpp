@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "still/guarded_buffer.h"
+#include "tables/stamping.h"
 
 using namespace cam::still;
 
@@ -69,13 +70,11 @@ TEST_CASE("the colour word names text, outline and background") {
     CHECK(colors.text == 0x123456);
     CHECK(ColorOfCode(colors.outline, colors.text) == 0xFFFF00);     // cyan, blue in the high byte
     CHECK(ColorOfCode(colors.background, colors.text) == 0x00A5FF);  // orange
-    const std::uint32_t expected[16] = {0xEDCBA9, 0x000000, 0x808080, 0xC0C0C0, 0xFFFFFF, 0x0000FF,
-                                        0xFF00FF, 0x00A5FF, 0x00FFFF, 0x2A2AA5, 0x00FF00, 0xFF0000,
-                                        0xFFFF00, 0xEE82EE, 0x000000, 0x000000};
     for (std::uint32_t code = 0; code < 16; ++code) {
         CAPTURE(code);
-        CHECK(ColorOfCode(TakeApart(code << 28).background, 0x123456) == expected[code]);
-        CHECK(ColorOfCode(TakeApart(code << 24).outline, 0x123456) == expected[code]);
+        const std::uint32_t expected = code == 0 ? 0xEDCBA9 : tables::kColors[code];
+        CHECK(ColorOfCode(TakeApart(code << 28).background, 0x123456) == expected);
+        CHECK(ColorOfCode(TakeApart(code << 24).outline, 0x123456) == expected);
     }
 }
 
@@ -102,7 +101,7 @@ TEST_CASE("every position, both ways up") {
     CHECK(PlaceLine(FrameOf(100, -90), 4, 2, 4, {20, 10})->top == 44);
     CHECK(PlaceLine(FrameOf(100, -90), 8, 2, 4, {20, 10})->top == 64);
     CHECK(PlaceLine(FrameOf(100, 90), 8, 2, 4, {20, 10})->top == 14);
-    for (const std::uint32_t code : {3u, 7u, 11u, 12u, 16u, 0x80000000u, 0xFFFFFFFFu}) {
+    for (const std::uint32_t code : tables::kNoPositions) {
         CHECK(!PlaceLine(FrameOf(100, 50), code, 0, 1, {20, 10}));
     }
 }

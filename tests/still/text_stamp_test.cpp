@@ -12,6 +12,7 @@
 #include "still/image_writer.h"
 #include "still/test_picture.h"
 #include "still/text_layout.h"
+#include "tables/stamping.h"
 
 using namespace cam::still;
 using ocellus::PackColors;
@@ -106,7 +107,7 @@ TEST_CASE("the box stands where the position says, the same both ways up, and no
     REQUIRE(extent.height > 10);
     const LONG width = 161;
     const LONG rows = 100;
-    for (const DWORD position : {0, 1, 2, 4, 5, 6, 8, 9, 10}) {
+    for (const DWORD position : tables::kPositions) {
         CAPTURE(position);
         const LONG lefts[] = {0, (width - extent.width) / 2 - 1, width - extent.width - 2};
         const LONG tops[] = {3, (rows - extent.height) / 2 - 1, rows - extent.height - 5};
@@ -198,7 +199,7 @@ TEST_CASE("a carriage return before the line feed is not drawn") {
 
 TEST_CASE("an invalid position leaves the picture and keeps the text, cut behind its first line") {
     const Font font(-12);
-    for (const DWORD position : {3u, 7u, 11u, 0xFFFFFFFFu}) {
+    for (const DWORD position : tables::kNoPositions) {
         CAPTURE(position);
         HRESULT result = S_OK;
         TestPicture picture = Stamped(100, 60, {L"one\ntwo", position}, font, &result);
@@ -221,7 +222,7 @@ TEST_CASE("text that does not fit stays within the frame") {
     for (const LONG width : {1, 2, 3, 20, 61}) {
         for (const LONG rows : {1, 2, 15, 64}) {
             for (const LONG height : {rows, -rows}) {
-                for (const DWORD position : {0, 1, 2, 4, 5, 6, 8, 9, 10}) {
+                for (const DWORD position : tables::kPositions) {
                     Stamped(width, height, {L"wider than that\nby far", position}, wide);
                     Stamped(width, height, {L"W\nW\nW\nW", position}, tall);
                 }

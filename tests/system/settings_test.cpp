@@ -1,6 +1,7 @@
 #include <doctest/doctest.h>
 
 #include "harness.h"
+#include "tables/settings.h"
 
 namespace {
 
@@ -41,11 +42,14 @@ long Value(int id) {
     return value;
 }
 
-const std::vector<std::wstring> kAll = {L"IAMVideoProcAmp::Set 0",   L"IAMCameraControl::Set 6",
-                                        L"IAMCameraControl::Set 7",  L"resolution",
-                                        L"IAMVideoProcAmp::Set 6",   L"IAMCameraControl::Set 52",
-                                        L"IAMCameraControl::Set 51", L"IAMCameraControl::Set 50",
-                                        L"IAMCameraControl::Set 53", L"IAMCameraControl::Set 3"};
+const std::vector<std::wstring> kAll = [] {
+    std::vector<std::wstring> calls;
+    for (const auto& [key, set, number, preset] : tables::kApplied) {
+        const std::string call = set ? std::string(set) + "::Set " + std::to_string(number) : "resolution";
+        calls.emplace_back(call.begin(), call.end());
+    }
+    return calls;
+}();
 
 }  // namespace
 
