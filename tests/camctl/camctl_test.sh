@@ -42,7 +42,7 @@ expect 2 "no command 'nonsense'" nonsense
 expect 2 '"exitCode": 2' snap a.jpg --mode 3 --json
 expect 2 'remedy' snap a.jpg --size 640
 expect 2 "position 'nowhere'.*" snap a.jpg --text x --position nowhere
-expect 2 "no font" snap a.jpg --text x --font "DejaVu Sans"
+expect 2 "no font" snap a.jpg --text x --font "DejaVu Sans,18pt"
 expect 2 "no property 'sparkle'" get sparkle
 expect 2 'no assignment' set brightness
 expect 4 "extension '.jpeg'" snap a.jpeg
@@ -127,6 +127,8 @@ expect 0 'TIFF' snap page.tif --mode 1
 check "the TIFF is black and white Group 4" test "$(identify -format '%[compression] %z' page.tif)" = "Group4 1"
 expect 0 'bytes' convert scene.png converted.tif
 check "the converted picture has its size" test "$(identify -format '%wx%h' converted.tif)" = 640x480
+convert scene.png palette.gif
+expect 0 'bytes' convert palette.gif palette.tif
 expect 4 'cannot be read as a picture' convert camera.ini out.tif
 
 echo "$passed passed, $failed failed"

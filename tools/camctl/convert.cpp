@@ -28,6 +28,14 @@ void RequireDecoded(HRESULT result, const std::string& file) {
                     "give a BMP, JPEG, PNG, GIF or TIFF file that exists", result};
 }
 
+HRESULT CopyGrey(IWICBitmapSource* source, GreyPicture& picture) {
+    cam::ComPtr<IWICBitmapSource> grey;
+    const HRESULT result = WICConvertBitmapSource(GUID_WICPixelFormat8bppGray, source, grey.put());
+    if (FAILED(result)) return result;
+    return grey->CopyPixels(nullptr, picture.width, static_cast<UINT>(picture.pixels.size()),
+                            picture.pixels.data());
+}
+
 GreyPicture Decode(const std::string& file) {
     cam::ComPtr<IWICImagingFactory> factory;
     RequireDecoded(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
@@ -39,10 +47,8 @@ GreyPicture Decode(const std::string& file) {
                    file);
     cam::ComPtr<IWICBitmapFrameDecode> frame;
     RequireDecoded(decoder->GetFrame(0, frame.put()), file);
-    cam::ComPtr<IWICBitmapSource> grey;
-    RequireDecoded(WICConvertBitmapSource(GUID_WICPixelFormat8bppGray, frame.get(), grey.put()), file);
     GreyPicture picture;
-    RequireDecoded(grey->GetSize(&picture.width, &picture.height), file);
+    RequireDecoded(frame->GetSize(&picture.width, &picture.height), file);
     // More white pixels do not fit the threshold's 32-bit sums.
     constexpr UINT kMostPixels = 0xFFFFFFFF / 255;
     if (picture.width > cam::tiff::kG4MaxWidth ||
@@ -54,9 +60,12 @@ GreyPicture Decode(const std::string& file) {
                             " pixels wide and " + std::to_string(kMostPixels) + " pixels in all"};
     }
     picture.pixels.resize(static_cast<size_t>(picture.width) * picture.height);
-    RequireDecoded(grey->CopyPixels(nullptr, picture.width, static_cast<UINT>(picture.pixels.size()),
-                                    picture.pixels.data()),
-                   file);
+    if (FAILED(CopyGrey(frame.get(), picture))) {
+        // Not every system makes grey of a palette or of 16 bits a channel in one step.
+        cam::ComPtr<IWICBitmapSource> colors;
+        RequireDecoded(WICConvertBitmapSource(GUID_WICPixelFormat32bppBGRA, frame.get(), colors.put()), file);
+        RequireDecoded(CopyGrey(colors.get(), picture), file);
+    }
     return picture;
 }
 

@@ -4,6 +4,7 @@
 
 #include <dshow.h>
 #include <io.h>
+#include <wincodec.h>
 
 #include <cstdio>
 
@@ -18,7 +19,7 @@ struct ResultName {
     const char* name;
 };
 
-// Those that a capture graph is known to answer; the rest is named by the system's own text.
+// Those that a capture graph or a picture decoder is known to answer; the rest is named by the system's own text.
 constexpr ResultName kHresultNames[] = {
     {E_NOTIMPL, "E_NOTIMPL"},
     {E_NOINTERFACE, "E_NOINTERFACE"},
@@ -40,6 +41,11 @@ constexpr ResultName kHresultNames[] = {
     {VFW_E_NOT_FOUND, "VFW_E_NOT_FOUND"},
     {VFW_E_WRONG_STATE, "VFW_E_WRONG_STATE"},
     {VFW_E_TIMEOUT, "VFW_E_TIMEOUT"},
+    {WINCODEC_ERR_UNKNOWNIMAGEFORMAT, "WINCODEC_ERR_UNKNOWNIMAGEFORMAT"},
+    {WINCODEC_ERR_COMPONENTNOTFOUND, "WINCODEC_ERR_COMPONENTNOTFOUND"},
+    {WINCODEC_ERR_BADIMAGE, "WINCODEC_ERR_BADIMAGE"},
+    {WINCODEC_ERR_UNSUPPORTEDPIXELFORMAT, "WINCODEC_ERR_UNSUPPORTEDPIXELFORMAT"},
+    {WINCODEC_ERR_UNSUPPORTEDOPERATION, "WINCODEC_ERR_UNSUPPORTEDOPERATION"},
 };
 
 const char* CamResultName(long result) {
