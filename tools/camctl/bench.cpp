@@ -64,8 +64,9 @@ void Bench(const BenchOptions& options, bool asJson) {
     std::string text = line;
     text += "trigger to report, milliseconds        min  median     p99\n";
     Json rows = Json::array();
-    for (const Size& size : sizes) {
-        session.SelectResolution(size);
+    for (size_t index = 0; index < sizes.size(); ++index) {
+        const Size size = sizes[index];
+        session.SelectResolution(static_cast<int>(index));
         for (const char* extension : {"bmp", "jpg", "png", "tif"}) {
             if (isImager && std::string_view(extension) != "bmp") continue;  // it writes nothing else
             const std::string name = options.folder + "/camctl-bench." + extension;
@@ -80,14 +81,16 @@ void Bench(const BenchOptions& options, bool asJson) {
                 DeleteFileW(ToWide(name).c_str());
             }
             const Summary s = Summarise(std::move(milliseconds));
-            rows.push_back({{"width", size.width},
+            rows.push_back({{"index", index},
+                            {"width", size.width},
                             {"height", size.height},
                             {"format", extension},
                             {"minimum", s.minimum},
                             {"median", s.median},
                             {"percentile99", s.percentile99}});
-            snprintf(line, sizeof line, "%5ldx%-5ld %-4s %22.2f %7.2f %7.2f\n", size.width, size.height,
-                     extension, s.minimum, s.median, s.percentile99);
+            snprintf(line, sizeof line, "%3u %5ldx%-5ld %-4s %18.2f %7.2f %7.2f\n",
+                     static_cast<unsigned>(index), size.width, size.height, extension, s.minimum, s.median,
+                     s.percentile99);
             text += line;
         }
     }

@@ -270,13 +270,16 @@ std::vector<Size> CameraSession::Resolutions() const {
     return sizes;
 }
 
+void CameraSession::SelectResolution(int index) {
+    Require(camSetResolution(index), "selecting still resolution " + std::to_string(index));
+}
+
 void CameraSession::SelectResolution(Size size) {
     const std::vector<Size> sizes = Resolutions();
     std::string known;  // each once, though a camera may have a size in several pixel formats
     for (size_t index = 0; index < sizes.size(); ++index) {
         if (sizes[index] == size) {
-            Require(camSetResolution(static_cast<int>(index)),
-                    "selecting still resolution " + std::to_string(index));
+            SelectResolution(static_cast<int>(index));
             return;
         }
         const std::string name =

@@ -61,7 +61,8 @@ class CameraSession {
     double Snap(const std::wstring& file, int mode, const ocellus::PictureText* text);
 
     std::vector<Size> Resolutions() const;
-    void SelectResolution(Size size);
+    void SelectResolution(int index);
+    void SelectResolution(Size size);  // the first of that size
 
     long PreviewFrames() const;
     std::optional<PreviewFormat> Format() const;

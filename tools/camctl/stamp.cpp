@@ -83,10 +83,11 @@ HFONT MakeFont(const std::string& text) {
     std::getline(parts, name, ',');
     std::getline(parts, pixels, ',');
     LOGFONTW font = {};
-    font.lfHeight = -static_cast<LONG>(strtol(pixels.c_str(), nullptr, 10));
+    char* end = nullptr;
+    font.lfHeight = -static_cast<LONG>(strtol(pixels.c_str(), &end, 10));
     font.lfCharSet = DEFAULT_CHARSET;
     font.lfQuality = ANTIALIASED_QUALITY;
-    bool valid = !name.empty() && font.lfHeight < 0 && font.lfHeight >= -1000;
+    bool valid = !name.empty() && *end == '\0' && font.lfHeight < 0 && font.lfHeight >= -1000;
     while (std::getline(parts, style, ',')) {
         if (style == "bold")
             font.lfWeight = FW_BOLD;
@@ -119,7 +120,7 @@ std::string Now(const std::string& pattern) {
     const time_t now = time(nullptr);
     std::array<char, 256> text;
     if (strftime(text.data(), text.size(), pattern.c_str(), localtime(&now)) == 0) {
-        throw ToolError{kExitUsage, "--stamp '" + pattern + "' gives no text",
+        throw ToolError{kExitUsage, "--stamp '" + pattern + "' gives no text of at most 255 bytes",
                         "write a pattern such as \"%Y-%m-%d %H:%M:%S\""};
     }
     return text.data();
