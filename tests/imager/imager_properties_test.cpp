@@ -3,6 +3,7 @@
 
 #include "imager_camera/imager_camera.h"
 #include "kit.h"
+#include "tables/imager_properties.h"
 
 namespace {
 
@@ -27,51 +28,42 @@ struct Properties {
         return id < 9 ? camera.GetPropertyRangeA(id, &range[0], &range[1], &range[2], &range[3], &range[4])
                       : camera.GetPropertyRangeB(id, &range[0], &range[1], &range[2], &range[3], &range[4]);
     }
-    bool RangeIs(long minimum, long maximum, long step, long defaultValue, long capability) const {
-        return range[0] == minimum && range[1] == maximum && range[2] == step && range[3] == defaultValue &&
-               range[4] == capability;
-    }
-
     cam::ImagerCamera camera;
     long flags = 0;
     long range[5] = {};
 };
 
-TEST_CASE_FIXTURE(Properties, "three on-off properties are kept as they are given and reach the library") {
-    struct Case {
-        int id;
-        const wchar_t* told;
-    };
-    for (const Case& c : {Case{6, L"imgEnableMonoColor 1"}, {16, L"SetSwitch16 5"}, {80, L"SetSwitch80 5"}}) {
-        CAPTURE(c.id);
-        long value = 9;
-        CHECK(Get(c.id, value) == S_OK);
-        CHECK(value == 0);
-        CHECK(flags == 2);
-        CHECK(Range(c.id) == S_OK);
-        CHECK(RangeIs(0, 1, 1, 0, 2));
-        CHECK(Set(c.id, 5) == S_OK);
-        CHECK(kit::Log().back() == c.told);
-        CHECK(Get(c.id, value) == S_OK);
-        CHECK(value == 5);
+TEST_CASE_FIXTURE(Properties, "properties answer and reach the library as the table says") {
+    using Do = tables::ImagerStep::Do;
+    for (const tables::ImagerStep& step : tables::kImagerSteps) {
+        CAPTURE(static_cast<int>(step.what));
+        CAPTURE(step.id);
+        CAPTURE(step.value);
+        kit::Load(L"{}");
+        long value = step.value;
+        const HRESULT result = step.what == Do::kGet   ? Get(step.id, value)
+                               : step.what == Do::kSet ? Set(step.id, value)
+                                                       : Range(step.id);
+        CHECK(static_cast<unsigned>(result) == step.result);
+        const std::vector<int> answer = step.what == Do::kGet     ? std::vector<int>{value, flags}
+                                        : step.what == Do::kRange ? std::vector<int>(range, range + 5)
+                                                                  : std::vector<int>();
+        CHECK(answer == step.answer);
+        CHECK(kit::Log() == (step.told.empty() ? Lines() : Lines{{step.told.begin(), step.told.end()}}));
     }
-    kit::LoadCalls(L"{\"SetSwitch16\": {\"result\": 1}, \"75\": {\"result\": 1}}");
-    CHECK(Set(16, 0) == S_OK);  // the library's answer is not asked for
-    CHECK(Set(80, 0) == S_OK);
 }
 
-TEST_CASE_FIXTURE(Properties, "any other property is not implemented") {
-    for (const int id : {-1, 0, 5, 7, 8, 9, 12, 14, 15, 17, 79}) {
-        CAPTURE(id);
-        long value = 9;
-        CHECK(Get(id, value) == E_NOTIMPL);
-        CHECK(value == 0);
-        CHECK(flags == 2);
-        CHECK(Range(id) == E_NOTIMPL);
-        CHECK(RangeIs(0, 0, 0, 0, 1));
-        CHECK(Set(id, 1) == E_NOTIMPL);
-    }
-    CHECK(kit::Log().empty());
+TEST_CASE_FIXTURE(Properties, "the library's refusal is passed on for the exposure, and for no switch") {
+    long value = -1;
+    kit::LoadCalls(
+        L"{\"SetSwitch16\": {\"result\": 1}, \"75\": {\"result\": 1}, \"99\": {\"result\": 1}, \"70\": "
+        L"{\"result\": 1}}");
+    CHECK(Set(16, 0) == S_OK);
+    CHECK(Set(80, 0) == S_OK);
+    CHECK(Get(13, value) == E_FAIL);
+    CHECK(Set(13, 0) == E_FAIL);
+    CHECK(Range(13) == S_OK);
+    CHECK(Get(-1, value) == E_NOTIMPL);
 }
 
 TEST_CASE_FIXTURE(Properties, "null pointers are refused before anything else") {
@@ -94,63 +86,6 @@ TEST_CASE_FIXTURE(Properties, "null pointers are refused before anything else") 
         CHECK(flags == 77);
     }
     CHECK(value == 9);
-}
-
-TEST_CASE_FIXTURE(Properties,
-                  "a get of the exposure selects the setting that is set and ranged from then on") {
-    // None is selected at first: the library is asked for setting -2, and refuses.
-    CHECK(Range(13) == E_INVALIDARG);
-    CHECK(RangeIs(77, 77, 77, 77, 2));
-    CHECK(kit::Log().back() == L"imgGetExposureSettingParms -2");
-    CHECK(Set(13, 1) == E_FAIL);
-    CHECK(kit::Log().back() == L"SetExposureSetting -2=1 8");
-
-    long value = -1;
-    CHECK(Get(13, value) == S_OK);
-    CHECK(value == 2);
-    CHECK(flags == 2);
-    CHECK(kit::Log().back() == L"GetExposure");
-    const auto calls = kit::Log().size();
-    CHECK(Range(13) == S_OK);
-    CHECK(RangeIs(0, 2, 2, 2, 2));
-    CHECK(kit::Log().size() == calls);
-    CHECK(Set(13, 1) == S_OK);
-    CHECK(kit::Log().back() == L"SetExposure 1");
-    value = -1;
-    CHECK(Get(13, value) == S_OK);
-    CHECK(value == 1);
-    CHECK(Set(13, 3) == E_FAIL);
-
-    value = 0;
-    CHECK(Get(13, value) == S_OK);
-    CHECK(value == 50);
-    CHECK(kit::Log().back() == L"GetExposureSetting 0 8");
-    CHECK(Range(13) == S_OK);
-    CHECK(RangeIs(1, 100, 1, 50, 2));
-    CHECK(Set(13, 80) == S_OK);
-    CHECK(kit::Log().back() == L"SetExposureSetting 0=80 8");
-    CHECK(Set(13, 101) == E_FAIL);
-    CHECK(Set(13, -1) == E_FAIL);  // a value, which selects nothing
-    value = 0;
-    CHECK(Get(13, value) == S_OK);
-    CHECK(value == 80);
-
-    value = 1;
-    CHECK(Get(13, value) == S_OK);
-    CHECK(Range(13) == S_OK);
-    CHECK(RangeIs(0, 15, 1, 0, 2));
-
-    value = 9;  // no such setting, yet it is selected
-    CHECK(Get(13, value) == E_FAIL);
-    CHECK(value == 9);
-    CHECK(flags == 2);
-    CHECK(Range(13) == E_INVALIDARG);
-
-    kit::LoadCalls(L"{\"99\": {\"result\": 1}, \"70\": {\"result\": 1}}");
-    value = -1;
-    CHECK(Get(13, value) == E_FAIL);
-    CHECK(Set(13, 0) == E_FAIL);
-    CHECK(Range(13) == S_OK);
 }
 
 }  // namespace
