@@ -31,6 +31,7 @@ if [ "$OCELLUS_HEADLESS" = 0 ]; then WINEPREFIX=$WINEPREFIX-visible; else unset 
 
 makePrefix() {
     local log=$WINEPREFIX.log
+    if [ -t 2 ]; then printf 'host.sh: making a Wine prefix in %s; half a minute at most, once\n' "$WINEPREFIX" >&2; fi
     rm -rf "$WINEPREFIX"
     mkdir -p "$WINEPREFIX"
     {
