@@ -49,7 +49,12 @@ void Preview(const CameraOptions& options, double seconds, bool asJson) {
                  format->height > 0 ? "bottom-up" : "top-down", format->stride, format->framesPerSecond);
         text += line;
     }
-    session.StopPreview();
+    try {
+        session.StopPreview();
+    } catch (ToolError& error) {  // as when the camera was lost: how far it came is what there is to tell
+        error.problem += " after " + std::to_string(frames) + " frames";
+        throw;
+    }
     PrintResult(asJson, json, text);
 }
 
