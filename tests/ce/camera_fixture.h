@@ -29,6 +29,7 @@ struct Fixture {
     Platform platform{process};
     Module& module = process.Load(BuiltDll("ocellus.dll"));
     size_t handles = process.Handles();
+    u32 mark = process.heap.Mark();
 
     Fixture() {
         platform.RegisterFilters(module);
@@ -67,6 +68,15 @@ struct Fixture {
             process.scheduler.Sleep(20);
         if (text) process.heap.Free(text);
         return result;
+    }
+    // Shuts the camera down; nothing of it may be left.
+    void End() {
+        REQUIRE(Cam("ShutDown") == 0);
+        process.heap.Validate();
+        CHECK(ReferencedObjects(process) == "");
+        CHECK(process.heap.LeakedSince(mark) == "");
+        INFO(process.DescribeHandles());
+        CHECK(process.Handles() == handles);
     }
     size_t FileSize(const std::string& name) const {
         return std::filesystem::file_size(process.folder + "/" + name);

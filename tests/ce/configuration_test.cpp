@@ -14,7 +14,6 @@ constexpr u32 kUntouched = 0xABCD;
 
 struct Configuration : Fixture {
     Parser& parser = RegisterParser(process);
-    u32 mark = process.heap.Mark();
 
     Configuration() {
         // Whatever is set is accepted, unless a test narrows it.

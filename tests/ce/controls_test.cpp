@@ -60,13 +60,6 @@ struct Controls : Fixture {
         REQUIRE(Snap(u"\\p.bmp") == 0);
         CHECK(Compare(Decode(process.folder + "/p.bmp"), format).worst <= 4);
     }
-    void CheckNothingLeft(u32 mark) {
-        REQUIRE(Cam("ShutDown") == 0);
-        process.heap.Validate();
-        CHECK(ReferencedObjects(process) == "");
-        CHECK(process.heap.LeakedSince(mark) == "");
-        CHECK(process.Handles() == handles);
-    }
 };
 
 }  // namespace
@@ -103,7 +96,6 @@ TEST_CASE_FIXTURE(Controls, "properties reach the driver's two sets under their 
     video[8] = {1, 9, 2, 3, 5, 1};
     camera[0] = {-180, 180, 5, 0, -45, 3};
     camera[71] = {-3, 3, 1, 1, 2, 2};
-    const u32 mark = process.heap.Mark();
     REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
     const u32 place = HostMemory(process, 20);
     const auto word = [&](u32 index) { return process.machine.Read<i32>(place + 4 * index); };
@@ -143,12 +135,11 @@ TEST_CASE_FIXTURE(Controls, "properties reach the driver's two sets under their 
     CHECK(Cam("GetProperty", {kIdentifier, place, place + 4}) == 0);
     // A number that the driver does not know.
     CHECK(Cam("GetProperty", {79, place, place + 4}) == kInvalid);
-    CheckNothingLeft(mark);
+    End();
 }
 
 TEST_CASE_FIXTURE(Controls, "resolutions are the still pin's capabilities") {
     process.machine.CheckAlignment(true);
-    const u32 mark = process.heap.Mark();
     REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
     const u32 place = HostMemory(process, 8);
     // While the driver does not answer there are none; asked again, the answer is kept.
@@ -196,12 +187,11 @@ TEST_CASE_FIXTURE(Controls, "resolutions are the still pin's capabilities") {
         refuses(1);
         Calls(process).faults.clear();
     }
-    CheckNothingLeft(mark);
+    End();
 }
 
 TEST_CASE_FIXTURE(Controls, "a resolution is set with the preview halted, in its order and with its pauses") {
     process.machine.CheckAlignment(true);
-    const u32 mark = process.heap.Mark();
     Start();
     process.machine.CheckAlignment(false);
     for (const u32 index : {1u, 2u, 3u, 0u}) {
@@ -221,11 +211,10 @@ TEST_CASE_FIXTURE(Controls, "a resolution is set with the preview halted, in its
         CHECK(platform.renderer.input.frames > frames);
     }
     CHECK(TakeBoxes().empty());
-    CheckNothingLeft(mark);
+    End();
 }
 
 TEST_CASE_FIXTURE(Controls, "a resolution set while nothing runs neither touches the window nor waits") {
-    const u32 mark = process.heap.Mark();
     REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
     REQUIRE(Cam("SetEventsWindow", {kEvents}) == 0);
     auto started = Expected(tables::kPreviewStart);
@@ -246,12 +235,11 @@ TEST_CASE_FIXTURE(Controls, "a resolution set while nothing runs neither touches
         CHECK(Names(stop) == Expected(tables::kPreviewStop));
     }
     CHECK(TakeBoxes().empty());
-    CheckNothingLeft(mark);
+    End();
 }
 
 TEST_CASE_FIXTURE(Controls,
                   "a resolution that cannot be set is reported, and the next one joins the pins again") {
-    const u32 mark = process.heap.Mark();
     for (const bool previewing : {false, true}) {
         CAPTURE(previewing);
         REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
@@ -294,6 +282,6 @@ TEST_CASE_FIXTURE(Controls,
         CHECK(Cam("SetResolution", {0}) == kInvalid);
         Calls(process).faults.clear();
         TakeBoxes();
-        CheckNothingLeft(mark);
+        End();
     }
 }

@@ -160,40 +160,32 @@ void FilterGraph::ImplementEvents() {
 void FilterGraph::ImplementWindow() {
     std::vector<MethodEntry> methods;
     AddDispatch(methods);
-    for (const char* name : {"put_Caption", "get_Caption"}) methods.push_back(Unused(name));
-    methods.push_back(Method("put_WindowStyle", [this](u32 style) -> u32 {
-        Calls(process_).Detail(std::to_string(style));
-        return windowStyle = style, kOk;
-    }));
-    for (const char* name :
-         {"get_WindowStyle", "put_WindowStyleEx", "get_WindowStyleEx", "put_AutoShow", "get_AutoShow",
-          "put_WindowState", "get_WindowState", "put_BackgroundPalette", "get_BackgroundPalette"}) {
-        methods.push_back(Unused(name));
-    }
-    methods.push_back(Method("put_Visible", [this](i32 visible) -> u32 {
-        Calls(process_).Detail(std::to_string(visible));
-        return windowVisible = visible, kOk;
-    }));
-    for (const char* name : {"get_Visible", "put_Left", "get_Left", "put_Width", "get_Width", "put_Top",
-                             "get_Top", "put_Height", "get_Height"}) {
-        methods.push_back(Unused(name));
-    }
-    methods.push_back(Method("put_Owner", [this](u32 owner) -> u32 {
-        Calls(process_).Detail(owner ? "set" : "0");
-        return windowOwner = owner, kOk;
-    }));
-    methods.push_back(Unused("get_Owner"));
-    methods.push_back(Method("put_MessageDrain", [this](u32 drain) -> u32 {
-        Calls(process_).Detail(drain ? "set" : "0");
-        return kOk;
-    }));
-    for (const char* name : {"get_MessageDrain", "get_BorderColor", "put_BorderColor", "get_FullScreenMode",
-                             "put_FullScreenMode", "SetWindowForeground", "NotifyOwnerMessage"}) {
-        methods.push_back(Unused(name));
-    }
+    const auto unused = [&](std::initializer_list<const char*> names) {
+        for (const char* name : names) methods.push_back(Unused(name));
+    };
+    // Logged with the number, or whether there is a window.
+    const auto put = [&](const char* name, bool window = false, u32* kept = nullptr) {
+        methods.push_back(Method(name, [this, window, kept](i32 value) -> u32 {
+            Calls(process_).Detail(!window ? std::to_string(value) : value ? "set" : "0");
+            if (kept) *kept = static_cast<u32>(value);
+            return kOk;
+        }));
+    };
+    unused({"put_Caption", "get_Caption"});
+    put("put_WindowStyle");
+    unused({"get_WindowStyle", "put_WindowStyleEx", "get_WindowStyleEx", "put_AutoShow", "get_AutoShow",
+            "put_WindowState", "get_WindowState", "put_BackgroundPalette", "get_BackgroundPalette"});
+    put("put_Visible");
+    unused({"get_Visible", "put_Left", "get_Left", "put_Width", "get_Width", "put_Top", "get_Top",
+            "put_Height", "get_Height"});
+    put("put_Owner", true, &windowOwner);
+    unused({"get_Owner"});
+    put("put_MessageDrain", true);
+    unused({"get_MessageDrain", "get_BorderColor", "put_BorderColor", "get_FullScreenMode",
+            "put_FullScreenMode", "SetWindowForeground", "NotifyOwnerMessage"});
     methods.push_back(Method("SetWindowPosition", [this](u32 left, u32 top, u32 width, u32 height) -> u32 {
-        Calls(process_).Detail(std::to_string(left) + " " + std::to_string(top) + " " +
-                               std::to_string(width) + " " + std::to_string(height));
+        for (const u32 number : {left, top, width, height})
+            Calls(process_).calls.back() += " " + std::to_string(number);
         return kOk;
     }));
     Implement(kIidVideoWindow, "IVideoWindow", std::move(methods));

@@ -15,10 +15,7 @@ class FilterGraph final : public HostObject {
     std::vector<u32> filters;  // with a reference each
     u32 Disconnect(u32 pin);
     void Notify(u32 code, u32 first, u32 second);
-    // The video window as the program left it.
-    u32 windowOwner = 0;
-    i32 windowVisible = 0;
-    u32 windowStyle = 0;
+    u32 windowOwner = 0;  // as the program left it
     std::map<u32, HostPin*> hostPins;
 
   protected:
