@@ -34,42 +34,28 @@ std::wstring Log() {
 
 }  // namespace
 
-TEST_CASE("each call of the building of a graph can be made to fail") {
-    struct Row {
-        const wchar_t* call;
-        int at;
-    };
-    const Row rows[] = {{L"CoCreateInstance CaptureGraphBuilder", 1},
-                        {L"CoCreateInstance FilterGraph", 1},
-                        {L"ICaptureGraphBuilder2::SetFiltergraph", 1},
-                        {L"IGraphBuilder::QueryInterface IMediaControl", 1},
-                        {L"CoCreateInstance CaptureFilter", 1},
-                        {L"IBaseFilter::QueryInterface IPersistPropertyBag", 1},
-                        {L"IPersistPropertyBag::Load", 1},
-                        {L"IPersistPropertyBag::Load CAM1:", 1},
-                        {L"IGraphBuilder::AddFilter", 2},
-                        {L"IGraphBuilder::AddFilter Video Renderer", 1},
-                        {L"CoCreateInstance VideoRenderer", 1},
-                        {L"CoCreateInstance", 4},
-                        {L"ICaptureGraphBuilder2::RenderStream", 2},
-                        {L"ICaptureGraphBuilder2::RenderStream PIN_CATEGORY_PREVIEW MEDIATYPE_Video", 1},
-                        {L"ICaptureGraphBuilder2::FindPin", 1},
-                        {L"ICaptureGraphBuilder2::FindInterface", 1},
-                        {L"IBaseFilter::QueryInterface IAMVideoControl", 1}};
-    for (const Row& row : rows) {
-        CAPTURE(row.call);
-        Load(FailAt(row.call, row.at));
+// That a rule reaches each call of the building of a graph, and that a watched graph tells its calls in their order, is seen in the
+// library's own tests.
+TEST_CASE("a call is counted for its name, for the name before its argument, and from graph to graph anew") {
+    for (const auto& [call, at] : {std::pair<const wchar_t*, int>{L"IPersistPropertyBag::Load CAM1:", 1},
+                                   {L"IPersistPropertyBag::Load", 1},
+                                   {L"IGraphBuilder::AddFilter", 2},
+                                   {L"CoCreateInstance", 4},
+                                   {L"ICaptureGraphBuilder2::RenderStream", 2},
+                                   {L"ICaptureGraphBuilder2::FindInterface", 1}}) {
+        CAPTURE(call);
+        Load(FailAt(call, at));
         {
             Graph graph;
             CHECK(graph.Build(L"CAM1:", true) == kWanted);
         }
-        CHECK(kitCallCount(row.call) == row.at);
+        CHECK(kitCallCount(call) == at);
         CHECK(kitLiveObjects() == 0);
     }
     kitReset();
 }
 
-TEST_CASE("a watched graph works like any other and tells its calls in their order") {
+TEST_CASE("a watched graph is one object like any other, and its log is cut to the reader's buffer") {
     Load(L"{\"watchGraph\": true}");
     {
         Graph graph;
@@ -81,57 +67,13 @@ TEST_CASE("a watched graph works like any other and tells its calls in their ord
         ComPtr<IGraphBuilder> again;
         REQUIRE(graph.builder->GetFiltergraph(again.put()) == S_OK);
         CHECK(again.get() == graph.graph.get());
-        ComPtr<IEnumPins> pins;
-        REQUIRE(graph.renderer->EnumPins(pins.put()) == S_OK);
-        ComPtr<IPin> pin;
-        REQUIRE(pins->Next(1, pin.put(), nullptr) == S_OK);
-        ComPtr<IVideoWindow> window;
-        REQUIRE(graph.graph->QueryInterface(IID_IVideoWindow, window.putVoid()) == S_OK);
-        REQUIRE(SUCCEEDED(window->put_Owner(0)));
-        REQUIRE(SUCCEEDED(graph.Run()));
-        REQUIRE(graph.previewFrames.WaitFor(3));
-        REQUIRE(graph.TriggerStill() == S_OK);
-        REQUIRE(graph.stillFrames.WaitFor(1));
-        REQUIRE(SUCCEEDED(graph.Stop()));
-        REQUIRE(graph.SetStillFormat(0) == S_OK);
-    }
-    const std::wstring log = Log();
-    std::size_t at = 0;
-    for (const wchar_t* line : {L"CoCreateInstance CaptureGraphBuilder\n",
-                                L"CoCreateInstance FilterGraph\n",
-                                L"ICaptureGraphBuilder2::SetFiltergraph\n",
-                                L"IGraphBuilder::QueryInterface IMediaControl\n",
-                                L"CoCreateInstance CaptureFilter\n",
-                                L"IBaseFilter::QueryInterface IPersistPropertyBag\n",
-                                L"IPersistPropertyBag::Load CAM1:\n",
-                                L"IGraphBuilder::AddFilter Video Capture Filter Source\n",
-                                L"CoCreateInstance VideoRenderer\n",
-                                L"IGraphBuilder::AddFilter Video Renderer\n",
-                                L"ICaptureGraphBuilder2::RenderStream PIN_CATEGORY_PREVIEW MEDIATYPE_Video\n",
-                                L"ICaptureGraphBuilder2::RenderStream PIN_CATEGORY_STILL MEDIATYPE_Video\n",
-                                L"ICaptureGraphBuilder2::FindPin 1 PIN_CATEGORY_STILL MEDIATYPE_Video 0 0\n",
-                                L"IBaseFilter::QueryInterface IAMVideoControl\n",
-                                L"IBaseFilter::EnumPins VideoRenderer\n",
-                                L"IEnumPins::Next 1\n",
-                                L"IGraphBuilder::QueryInterface IVideoWindow\n",
-                                L"IVideoWindow::put_Owner 0\n",
-                                L"IMediaControl::Run\n",
-                                L"IMediaControl::GetState 2000\n",
-                                L"IAMVideoControl::SetMode 8\n",
-                                L"IMediaControl::Stop\n",
-                                L"IGraphBuilder::Disconnect\n",
-                                L"IAMStreamConfig::GetStreamCaps 0\n",
-                                L"IAMStreamConfig::SetFormat Still\n",
-                                L"IGraphBuilder::ConnectDirect\n"}) {
-        CAPTURE(line);
-        const std::size_t found = log.find(line, at);
-        REQUIRE(found != std::wstring::npos);
-        at = found + 1;
     }
     CHECK(kitCallCount(L"IGraphBuilder::AddFilter") == 5);
     CHECK(kitCallCount(L"IGraphBuilder::AddFilter Video Renderer") == 1);
     CHECK(kitLiveObjects() == 0);
-    // The buffer is never overrun, and always ended.
+    // Never overrun, and always ended.
+    const std::wstring log = Log();
+    CHECK(log.find(L"CoCreateInstance CaptureGraphBuilder\n") == 0);
     wchar_t little[4] = {L'x', L'x', L'x', L'x'};
     CHECK(kitCallLog(little, 3) == log.size() + 1);
     CHECK(std::wstring(little, 4) == std::wstring(L"Co\0x", 4));
@@ -193,14 +135,6 @@ TEST_CASE("a lost device sends no more frames and fails every call, and the grap
         CHECK(graph.camera->Pause() == kGone);
     }
     CHECK(kitPreviewFrames() == 4);
-    CHECK(kitLiveObjects() == 0);
-    kitReset();
-    {
-        Graph graph;
-        REQUIRE(SUCCEEDED(graph.Build()));
-        kitLoseDevice();
-        CHECK(graph.camera->Run(0) == kGone);
-    }
     CHECK(kitLiveObjects() == 0);
     kitReset();
 }

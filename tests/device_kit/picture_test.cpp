@@ -5,38 +5,19 @@
 #include <string>
 #include <vector>
 
-#include "device_kit/test_graph.h"
+#include "device_kit/chart_reader.h"
 #include "look.h"
-#include "scene/chart.h"
+#include "properties.h"
 #include "scene/scene.h"
+#include "test_files.h"
 
 namespace {
 
 using namespace kit;
 using namespace kit::test;
 
-// A file in the temporary folder that goes away with the object.
-class TemporaryFile {
-  public:
-    TemporaryFile(const wchar_t* name, const std::vector<BYTE>& bytes) {
-        wchar_t folder[MAX_PATH];
-        GetTempPathW(MAX_PATH, folder);
-        path = folder + std::wstring(name);
-        const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-        DWORD written = 0;
-        WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-        CloseHandle(file);
-    }
-    ~TemporaryFile() { DeleteFileW(path.c_str()); }
-    std::wstring path;
-};
-
-std::vector<BYTE> Bytes(const std::string& text) {
-    return {text.begin(), text.end()};
-}
-
 // A bottom-up BMP of 24 bits: four quarters in the colours given, from the top left in reading order.
-std::vector<BYTE> QuartersBmp(int side, const Pixel (&quarters)[4]) {
+std::string QuartersBmp(int side, const Pixel (&quarters)[4]) {
     const auto rowBytes = static_cast<DWORD>(side * 3);
     BITMAPFILEHEADER file = {};
     BITMAPINFOHEADER info = {};
@@ -47,13 +28,12 @@ std::vector<BYTE> QuartersBmp(int side, const Pixel (&quarters)[4]) {
     info.biWidth = info.biHeight = side;
     info.biPlanes = 1;
     info.biBitCount = 24;
-    std::vector<BYTE> bytes(reinterpret_cast<const BYTE*>(&file), reinterpret_cast<const BYTE*>(&file + 1));
-    bytes.insert(bytes.end(), reinterpret_cast<const BYTE*>(&info), reinterpret_cast<const BYTE*>(&info + 1));
+    std::string bytes(reinterpret_cast<const char*>(&file), sizeof file);
+    bytes.append(reinterpret_cast<const char*>(&info), sizeof info);
     for (int y = side - 1; y >= 0; --y) {
         for (int x = 0; x < side; ++x) {
             const Pixel pixel = quarters[(y < side / 2 ? 0 : 2) + (x < side / 2 ? 0 : 1)];
-            for (const int part : {Blue(pixel), Green(pixel), Red(pixel)})
-                bytes.push_back(static_cast<BYTE>(part));
+            for (const int part : {Blue(pixel), Green(pixel), Red(pixel)}) bytes += static_cast<char>(part);
         }
     }
     return bytes;
@@ -107,9 +87,9 @@ TEST_CASE("the chart counts its frames, and is the same chart in every size") {
 
 TEST_CASE("a picture file is shown in every size") {
     const Pixel quarters[4] = {Rgb(250, 10, 20), Rgb(30, 240, 40), Rgb(50, 60, 230), Rgb(200, 200, 0)};
-    const TemporaryFile file(L"devicekit-quarters.bmp", QuartersBmp(32, quarters));
+    const TestFile file(L"quarters.bmp", QuartersBmp(32, quarters));
     std::string error;
-    const auto scene = OpenPicture(file.path, error);
+    const auto scene = OpenPicture(file.path(), error);
     REQUIRE(scene);
     for (const int side : {32, 8, 100, 33}) {
         CAPTURE(side);
@@ -124,9 +104,9 @@ TEST_CASE("a picture file is shown in every size") {
 TEST_CASE("a film is played frame by frame, again and again") {
     for (const bool is422 : {false, true}) {
         CAPTURE(is422);
-        const TemporaryFile file(L"devicekit-film.y4m", Bytes(Film(is422)));
+        const TestFile file(L"film.y4m", Film(is422));
         std::string error;
-        const auto scene = OpenFilm(file.path, error);
+        const auto scene = OpenFilm(file.path(), error);
         CAPTURE(error);
         REQUIRE(scene);
         for (const unsigned number : {0u, 1u, 2u, 5u}) {
@@ -144,24 +124,21 @@ TEST_CASE("a film is played frame by frame, again and again") {
 }
 
 TEST_CASE("files that are no film are refused with a reason") {
-    struct Row {
-        const char* content;
-        const char* reason;
-    };
-    const Row rows[] = {{"", "is no film"},
-                        {"YUV4MPEG2 W4 H4 C420jpeg", "is no film"},
-                        {"YUV4MPEG2 W4 H4 C444\nFRAME\n", "is no film"},
-                        {"YUV4MPEG2 W0 H4 C420\nFRAME\n", "is no film"},
-                        {"YUV4MPEG2 W99999 H4 C420\nFRAME\n", "is no film"},
-                        {"YUV4MPEG2 W4 H4 C420p10\nFRAME\n", "is no film"},
-                        {"YUV4MPEG2 W4 H4 C420\n", "no whole frame"},
-                        {"YUV4MPEG2 W4 H4 C420\nFRAME\n0123456789", "no whole frame"}};
-    for (const Row& row : rows) {
-        CAPTURE(row.content);
-        const TemporaryFile file(L"devicekit-bad.y4m", Bytes(row.content));
+    const std::pair<const char*, const char*> rows[] = {
+        {"", "is no film"},
+        {"YUV4MPEG2 W4 H4 C420jpeg", "is no film"},
+        {"YUV4MPEG2 W4 H4 C444\nFRAME\n", "is no film"},
+        {"YUV4MPEG2 W0 H4 C420\nFRAME\n", "is no film"},
+        {"YUV4MPEG2 W99999 H4 C420\nFRAME\n", "is no film"},
+        {"YUV4MPEG2 W4 H4 C420p10\nFRAME\n", "is no film"},
+        {"YUV4MPEG2 W4 H4 C420\n", "no whole frame"},
+        {"YUV4MPEG2 W4 H4 C420\nFRAME\n0123456789", "no whole frame"}};
+    for (const auto& [content, reason] : rows) {
+        CAPTURE(content);
+        const TestFile file(L"bad.y4m", content);
         std::string error;
-        CHECK_FALSE(OpenFilm(file.path, error));
-        CHECK(error.find(row.reason) != std::string::npos);
+        CHECK_FALSE(OpenFilm(file.path(), error));
+        CHECK(error.find(reason) != std::string::npos);
     }
 }
 
@@ -171,31 +148,27 @@ TEST_CASE("pixels are packed as the format says, padding included") {
     const Pixel colors[6] = {Rgb(255, 0, 0),     Rgb(0, 255, 0), Rgb(0, 0, 255),
                              Rgb(255, 255, 255), Rgb(8, 4, 8),   Rgb(0, 0, 0)};
     std::copy(colors, colors + 6, picture.pixels.begin());
-    struct Row {
-        Format format;
-        std::vector<std::uint16_t> words;
-    };
     // Red, green and blue of the upper row: luma 82, 145, 41 (BT.601, studio range); chroma of the first pair is that of both.
-    const Row rows[] = {
+    const std::pair<Format, std::vector<std::uint16_t>> rows[] = {
         {{Layout::Rgb555, 3, 2, true}, {0x7C00, 0x03E0, 0x001F, 0, 0x7FFF, 0x0401, 0, 0}},
         {{Layout::Rgb555, 3, 2, false}, {0x7FFF, 0x0401, 0, 0, 0x7C00, 0x03E0, 0x001F, 0}},
         {{Layout::Rgb565, 3, 2, true}, {0xF800, 0x07E0, 0x001F, 0, 0xFFFF, 0x0821, 0, 0}},
         {{Layout::Yuy2, 3, 2, true}, {0x4852, 0x8891, 0xF029, 0x6E29, 0x80EB, 0x8016, 0x8010, 0x8010}}};
-    for (const Row& row : rows) {
-        CAPTURE(static_cast<int>(row.format.layout));
-        CHECK(row.format.Stride() == 8);
-        std::vector<BYTE> sample(static_cast<std::size_t>(row.format.SampleSize()), 0xEE);
-        Pack(picture, row.format, sample.data());
-        for (std::size_t index = 0; index < row.words.size(); ++index) {
+    for (const auto& [format, words] : rows) {
+        CAPTURE(static_cast<int>(format.layout));
+        CHECK(format.Stride() == 8);
+        std::vector<BYTE> sample(static_cast<std::size_t>(format.SampleSize()), 0xEE);
+        Pack(picture, format, sample.data());
+        for (std::size_t index = 0; index < words.size(); ++index) {
             CAPTURE(index);
             const int word = sample[2 * index] | sample[2 * index + 1] << 8;
-            const bool isYuv = row.format.layout == Layout::Yuy2;
+            const bool isYuv = format.layout == Layout::Yuy2;
             // Rounding may differ by one in either byte.
             if (isYuv) {
-                CHECK(std::abs((word & 255) - (row.words[index] & 255)) <= 1);
-                CHECK(std::abs((word >> 8) - (row.words[index] >> 8)) <= 1);
+                CHECK(std::abs((word & 255) - (words[index] & 255)) <= 1);
+                CHECK(std::abs((word >> 8) - (words[index] >> 8)) <= 1);
             } else {
-                CHECK(word == row.words[index]);
+                CHECK(word == words[index]);
             }
         }
     }

@@ -180,6 +180,8 @@ TEST_CASE("sizes, rate, still formats and properties are the scenario's") {
         CHECK(header->AvgTimePerFrame == 666666);
         CHECK(header->bmiHeader.biWidth == 32);
         CHECK(type->subtype == MEDIASUBTYPE_YUY2);
+        CHECK(type->lSampleSize == 32 * 24 * 2);
+        CHECK(type->cbFormat == 100);  // with masks
         cam::filter_base::DeleteMediaType(type);
         VIDEO_STREAM_CONFIG_CAPS caps;
         CHECK(graph.stillConfig->GetStreamCaps(2, &type, reinterpret_cast<BYTE*>(&caps)) == S_FALSE);

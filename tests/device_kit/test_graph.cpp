@@ -1,8 +1,6 @@
 #include "device_kit/test_graph.h"
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 
 namespace kit::test {
 namespace {
@@ -136,50 +134,6 @@ HRESULT Graph::Stop() {
 HRESULT Graph::TriggerStill() {
     constexpr LONG kTrigger = 8;
     return videoControl->SetMode(stillPin.get(), kTrigger);
-}
-
-HRESULT Graph::SetStillFormat(int index) {
-    ComPtr<IPin> grabberIn, grabberOut, end;
-    HRESULT hr =
-        builder->FindPin(stillGrabber.get(), PINDIR_INPUT, nullptr, nullptr, FALSE, 0, grabberIn.put());
-    if (SUCCEEDED(hr))
-        hr =
-            builder->FindPin(stillGrabber.get(), PINDIR_OUTPUT, nullptr, nullptr, FALSE, 0, grabberOut.put());
-    if (SUCCEEDED(hr))
-        hr = builder->FindPin(stillEnd.get(), PINDIR_INPUT, nullptr, nullptr, FALSE, 0, end.put());
-    if (FAILED(hr)) return hr;
-    for (const ComPtr<IPin>* pin : {&stillPin, &grabberIn, &grabberOut, &end}) graph->Disconnect(pin->get());
-    AM_MEDIA_TYPE* type = nullptr;
-    VIDEO_STREAM_CONFIG_CAPS caps;
-    hr = stillConfig->GetStreamCaps(index, &type, reinterpret_cast<BYTE*>(&caps));
-    if (hr != S_OK) return FAILED(hr) ? hr : E_INVALIDARG;
-    hr = stillConfig->SetFormat(type);
-    if (SUCCEEDED(hr)) hr = graph->ConnectDirect(stillPin.get(), grabberIn.get(), type);
-    if (SUCCEEDED(hr)) hr = graph->ConnectDirect(grabberOut.get(), end.get(), nullptr);
-    cam::filter_base::DeleteMediaType(type);
-    return hr;
-}
-
-Pixel PixelAt(const std::vector<BYTE>& frame, const Format& format, int x, int y) {
-    const int row = format.topDown ? y : format.height - 1 - y;
-    const BYTE* bytes = frame.data() + row * format.Stride();
-    if (format.layout == Layout::Yuy2) {
-        const BYTE* pair = bytes + x / 2 * 4;
-        const int luma = 298 * (pair[x % 2 * 2] - 16) + 128, u = pair[1] - 128, v = pair[3] - 128;
-        return Rgb(Clamp255((luma + 409 * v) >> 8), Clamp255((luma - 100 * u - 208 * v) >> 8),
-                   Clamp255((luma + 516 * u) >> 8));
-    }
-    const int word = bytes[2 * x] | bytes[2 * x + 1] << 8;
-    const int blue = (word & 31) * 255 / 31;
-    if (format.layout == Layout::Rgb565)
-        return Rgb((word >> 11) * 255 / 31, (word >> 5 & 63) * 255 / 63, blue);
-    return Rgb((word >> 10 & 31) * 255 / 31, (word >> 5 & 31) * 255 / 31, blue);
-}
-
-bool IsNear(Pixel left, Pixel right, int tolerance) {
-    return std::abs(Red(left) - Red(right)) <= tolerance &&
-           std::abs(Green(left) - Green(right)) <= tolerance &&
-           std::abs(Blue(left) - Blue(right)) <= tolerance;
 }
 
 }  // namespace kit::test

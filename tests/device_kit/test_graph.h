@@ -12,7 +12,7 @@
 #include "base/com_ptr.h"
 #include "class_ids.h"
 #include "devicekit.h"
-#include "format.h"
+#include "filter_base/media_type.h"
 
 namespace kit::test {
 
@@ -75,8 +75,6 @@ class Graph {
     HRESULT Build(const wchar_t* device = L"CAM1:", bool videoRenderer = false);
     HRESULT Run();
     HRESULT Stop();
-    // Another still format: takes the still branch apart and puts it together again.
-    HRESULT SetStillFormat(int index);
     HRESULT TriggerStill();
 
     Frames previewFrames, stillFrames;  // outlive the graph's filters
@@ -91,9 +89,5 @@ class Graph {
   private:
     HRESULT AddGrabber(ComPtr<IBaseFilter>& filter, Frames& frames, const wchar_t* name);
 };
-
-// The colour of the pixel at (x, y) from the top left, as the format stores it.
-Pixel PixelAt(const std::vector<BYTE>& frame, const Format& format, int x, int y);
-bool IsNear(Pixel left, Pixel right, int tolerance);
 
 }  // namespace kit::test

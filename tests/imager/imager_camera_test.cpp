@@ -72,7 +72,7 @@ class Fixture {
         REQUIRE(camera->StartPreview() == S_OK);
     }
     bool SeesFrames(int count) {
-        return test::Until([count] { return frames.previews >= count; });
+        return PumpUntil([count] { return frames.previews >= count; });
     }
     int State() {
         int state = -1;
@@ -83,10 +83,10 @@ class Fixture {
     // takes one more frame.
     bool HasEnded() {
         const int threads = threadsBefore;
-        return test::Until([threads] { return counts::Threads() == threads; });
+        return PumpUntil([threads] { return counts::Threads() == threads; });
     }
 
-    test::Window window;
+    Window window;
     std::optional<cam::ImagerCamera> camera{std::in_place};
     int threadsBefore = counts::Threads();
 };
@@ -109,7 +109,7 @@ TEST_CASE_FIXTURE(Fixture, "the state follows initialisation, opening, a still's
     CHECK(camera->StartPreview() == S_OK);
     CHECK(State() == 2);
     CHECK(camera->SnapPicture(nullptr, 0, 0, 0, 0, 0, 0) == S_OK);
-    REQUIRE(test::Until([this] { return window.captured == 1; }));
+    REQUIRE(PumpUntil([this] { return window.captured == 1; }));
     CHECK(State() == 3);
     CHECK(window.lastWParam == 0);
     CHECK(window.lastLParam == 0);
@@ -144,10 +144,10 @@ TEST_CASE_FIXTURE(Fixture,
     frames.onFrame = [](int number) {
         if (number != 1) return;
         SetEvent(inFirst);
-        SendMessageW(askedWindow, test::kAsk, 0, 0);
+        SendMessageW(askedWindow, kAsk, 0, 0);
     };
     Start();
-    REQUIRE(WaitForSingleObject(inFirst, test::kPatienceMs) == WAIT_OBJECT_0);
+    REQUIRE(WaitForSingleObject(inFirst, kLongEnough) == WAIT_OBJECT_0);
     CHECK(camera->StopPreview() == S_OK);
     CHECK(window.asked == 1);
     CHECK(frames.previews.load() == 2);
@@ -182,36 +182,30 @@ TEST_CASE_FIXTURE(Fixture, "frames are drawn into the owner window, and without 
 }
 
 TEST_CASE_FIXTURE(Fixture, "what stands in the way of a preview ends its thread") {
-    struct Case {
-        const wchar_t* calls;
-        Lines log;
-        LONG openEngines;
-    };
-    for (const Case& c : {
-             Case{L"{\"15\": {\"result\": 0}}", {L"OpenEngine"}, 0},
-             Case{L"{\"Start\": {\"result\": 7}}", {L"OpenEngine", L"Start"}, 1},
-             Case{L"{\"Acquire\": {\"result\": 7}}",
-                  {L"OpenEngine", L"Start", L"Acquire 3", L"Stop", L"CloseEngine"},
-                  0},
-             Case{L"{\"81\": {\"at\": 2, \"result\": 7}}",
-                  {L"OpenEngine", L"Start", L"Acquire 3", L"Draw 1 10 1", L"Acquire 3", L"Stop",
-                   L"CloseEngine"},
-                  0},
+    for (const auto& [calls, log, openEngines] : {
+             std::tuple<const wchar_t*, Lines, LONG>{L"{\"15\": {\"result\": 0}}", {L"OpenEngine"}, 0},
+             {L"{\"Start\": {\"result\": 7}}", {L"OpenEngine", L"Start"}, 1},
+             {L"{\"Acquire\": {\"result\": 7}}",
+              {L"OpenEngine", L"Start", L"Acquire 3", L"Stop", L"CloseEngine"},
+              0},
+             {L"{\"81\": {\"at\": 2, \"result\": 7}}",
+              {L"OpenEngine", L"Start", L"Acquire 3", L"Draw 1 10 1", L"Acquire 3", L"Stop", L"CloseEngine"},
+              0},
          }) {
-        CAPTURE(kit::Narrow(c.calls));
+        CAPTURE(kit::Narrow(calls));
         REQUIRE(camera->Init(window.get(), nullptr, nullptr) == S_OK);
-        kit::LoadCalls(c.calls);
+        kit::LoadCalls(calls);
         CHECK(camera->StartPreview() == S_OK);
         CHECK(HasEnded());
-        CHECK(kit::LastLogged(99) == c.log);
-        CHECK(imvKitOpenEngines() == c.openEngines);
+        CHECK(kit::LastLogged(99) == log);
+        CHECK(imvKitOpenEngines() == openEngines);
         CHECK(camera->StopPreview() == S_OK);
         CHECK(window.captured == 0);
         camera->Shutdown();
     }
     // A window that is gone has neither rectangle nor context.
     {
-        test::Window gone;
+        Window gone;
         REQUIRE(camera->Init(gone.get(), nullptr, nullptr) == S_OK);
     }
     kit::Load(L"{}");
@@ -223,28 +217,25 @@ TEST_CASE_FIXTURE(Fixture, "what stands in the way of a preview ends its thread"
 // A still that is asked for while the first frame is shown is taken in the second pass: the library's
 // second acquisition.
 TEST_CASE_FIXTURE(Fixture, "a failed still ends the preview with the engine open") {
-    struct Case {
-        const wchar_t* calls;
-        Lines last;
-    };
-    for (const Case& c : {Case{L"{\"Acquire\": {\"at\": 2, \"result\": 7}}", {L"Acquire 2"}},
-                          Case{L"{\"SaveBmp\": {\"result\": 7}}", {L"Acquire 2", L"SaveBmp still.png"}}}) {
-        CAPTURE(kit::Narrow(c.calls));
-        kit::LoadCalls(c.calls);
+    for (const auto& [calls, last] :
+         {std::pair<const wchar_t*, Lines>{L"{\"Acquire\": {\"at\": 2, \"result\": 7}}", {L"Acquire 2"}},
+          {L"{\"SaveBmp\": {\"result\": 7}}", {L"Acquire 2", L"SaveBmp still.png"}}}) {
+        CAPTURE(kit::Narrow(calls));
+        kit::LoadCalls(calls);
         frames.previews = 0;
         frames.onFrame = [](int number) {
             if (number == 1) current->SnapPicture(L"still.png", 0, 0, 0, 0, 0, 0);
         };
         Start();
         CHECK(HasEnded());
-        CHECK(kit::LastLogged(c.last.size()) == c.last);
+        CHECK(kit::LastLogged(last.size()) == last);
         CHECK(kit::Logged(L"Stop") == 0);
         CHECK(imvKitOpenEngines() == 1);
         const DWORD start = GetTickCount();
         CHECK(camera->StopPreview() == S_OK);
         CHECK(GetTickCount() - start < 1000);
         CHECK(State() == 5);
-        test::Until([] { return true; });
+        PumpUntil([] { return true; });
         CHECK(window.captured == 0);
 
         frames.onFrame = nullptr;  // the next preview opens another engine
@@ -265,7 +256,7 @@ TEST_CASE_FIXTURE(Fixture, "two snaps within one pass give one still, with what 
     Start();
     REQUIRE(SeesFrames(5));
     camera->StopPreview();
-    test::Until([] { return true; });
+    PumpUntil([] { return true; });
     CHECK(kit::Logged(L"Acquire 2") == 1);
     CHECK(kit::Logged(L"Save") == 0);
     CHECK(frames.stills.load() == 1);
@@ -277,9 +268,9 @@ TEST_CASE_FIXTURE(Fixture, "a snap while a still is acquired changes that one, a
     Start();
     const UINT_PTR font = Word(GetStockObject(SYSTEM_FONT));
     REQUIRE(camera->SnapPicture(nullptr, 0, Word(L"first"), 5, 0, 0, font) == S_OK);
-    REQUIRE(test::Until([] { return kit::Logged(L"Acquire 2") == 1; }));
+    REQUIRE(PumpUntil([] { return kit::Logged(L"Acquire 2") == 1; }));
     REQUIRE(camera->SnapPicture(nullptr, 0, Word(L"second"), 6, 0, 0, font) == S_OK);
-    REQUIRE(test::Until([&] { return window.captured == 2; }));
+    REQUIRE(PumpUntil([&] { return window.captured == 2; }));
     Lines stamped = kit::Log();
     std::erase_if(stamped, [](const std::wstring& line) { return line.rfind(L"StampText", 0) != 0; });
     REQUIRE(stamped.size() == 2);
@@ -310,7 +301,7 @@ TEST_CASE_FIXTURE(Fixture, "a refused file name takes no still but leaves its te
         refused = current->SnapPicture(L"x.tif", 0, Word(text), 4, 1, 0, Word(font));
     };
     camera->StartPreview();
-    REQUIRE(test::Until([this] { return window.captured == 1; }));
+    REQUIRE(PumpUntil([this] { return window.captured == 1; }));
     camera->StopPreview();
     CHECK(refused == ERROR_INVALID_NAME);
     CHECK(kit::Logged(L"StampText 4 ") == 1);
@@ -336,7 +327,7 @@ TEST_CASE_FIXTURE(Fixture, "a still is stamped at the library's position, in the
         // Twelve characters are given, and eleven are meant.
         REQUIRE(camera->SnapPicture(nullptr, 0, Word(L"hello world!"), 11, asked, 1, Word(font)) == S_OK);
         ++taken;
-        REQUIRE(test::Until([&] { return window.captured == taken; }));
+        REQUIRE(PumpUntil([&] { return window.captured == taken; }));
         const auto log = kit::Log();
         const auto last = std::find_if(log.rbegin(), log.rend(), [](const std::wstring& line) {
             return line.rfind(L"StampText", 0) == 0;
@@ -352,7 +343,7 @@ TEST_CASE_FIXTURE(Fixture, "a still is stamped at the library's position, in the
     for (const auto& [text, length, with] : incomplete) {
         REQUIRE(camera->SnapPicture(nullptr, 0, text, length, 0, 0, with) == S_OK);
         ++taken;
-        REQUIRE(test::Until([&] { return window.captured == taken; }));
+        REQUIRE(PumpUntil([&] { return window.captured == taken; }));
     }
     CHECK(kit::Logged(L"StampText") == stamped);
     // A length that no memory holds.
@@ -396,7 +387,7 @@ TEST_CASE_FIXTURE(Fixture, "the resolution chooses the still's acquisition and i
         camera->RegisterPreviewCallback(nullptr);  // so that the still's figures stay
         REQUIRE(camera->SnapPicture(nullptr, 0, 0, 0, 0, 0, 0) == S_OK);
         ++taken;
-        REQUIRE(test::Until([&] { return window.captured == taken; }));
+        REQUIRE(PumpUntil([&] { return window.captured == taken; }));
         CHECK(frames.width.load() == c.width);
         CHECK(frames.height.load() == c.height);
         CHECK(frames.size.load() == static_cast<DWORD>(c.width * c.height));
@@ -412,7 +403,7 @@ TEST_CASE_FIXTURE(Fixture, "a camera that goes away ends its threads, however ma
     Start();
     REQUIRE(SeesFrames(1));
     CHECK(camera->StartPreview() == S_OK);  // a second one beside it
-    REQUIRE(test::Until([] { return imvKitOpenEngines() == 2; }));
+    REQUIRE(PumpUntil([] { return imvKitOpenEngines() == 2; }));
     camera.reset();
     CHECK(imvKitOpenEngines() == 0);
     const LONG acquired = imvKitCallCount(L"Acquire");
@@ -427,7 +418,7 @@ TEST_CASE_FIXTURE(
     SUBCASE("it answers again before the camera goes away") {
         kit::LoadCalls(L"{\"Acquire\": {\"at\": 2, \"delayMs\": 7000}}");
         Start();
-        REQUIRE(test::Until([] { return imvKitCallCount(L"Acquire") == 2; }));
+        REQUIRE(PumpUntil([] { return imvKitCallCount(L"Acquire") == 2; }));
         const DWORD start = GetTickCount();
         CHECK(camera->StopPreview() == E_ABORT);
         CHECK(GetTickCount() - start >= 4900);
@@ -437,7 +428,7 @@ TEST_CASE_FIXTURE(
     SUBCASE("it answers when there is no camera any more") {
         kit::LoadCalls(L"{\"Acquire\": {\"at\": 2, \"delayMs\": 8000}}");
         Start();
-        REQUIRE(test::Until([] { return imvKitCallCount(L"Acquire") == 2; }));
+        REQUIRE(PumpUntil([] { return imvKitCallCount(L"Acquire") == 2; }));
         const DWORD start = GetTickCount();
         camera.reset();
         CHECK(GetTickCount() - start < 7000);
@@ -450,7 +441,7 @@ TEST_CASE_FIXTURE(
         Start();
         REQUIRE(camera->SnapPicture(nullptr, 0, Word(L"text"), 4, 0, 0, Word(GetStockObject(SYSTEM_FONT))) ==
                 S_OK);
-        REQUIRE(test::Until([] { return imvKitCallCount(L"StampText") == 1; }));
+        REQUIRE(PumpUntil([] { return imvKitCallCount(L"StampText") == 1; }));
         const DWORD start = GetTickCount();
         CHECK(State() == 5);
         CHECK(GetTickCount() - start < 1000);
@@ -463,7 +454,7 @@ TEST_CASE_FIXTURE(
 }
 
 TEST_CASE("cameras leave nothing behind") {
-    test::Window window;
+    Window window;
     imvKitReset();
     int handles = 0;
     int threads = 0;
@@ -480,7 +471,7 @@ TEST_CASE("cameras leave nothing behind") {
                 REQUIRE(camera.SnapPicture(nullptr, 0, Word(L"text"), 4, 0, 0,
                                            Word(GetStockObject(SYSTEM_FONT))) == S_OK);
                 const int wanted = frames.previews + 2;
-                REQUIRE(test::Until([wanted] { return frames.previews >= wanted; }));
+                REQUIRE(PumpUntil([wanted] { return frames.previews >= wanted; }));
                 if (start == 0 || round % 2 == 0) CHECK(camera.StopPreview() == S_OK);
             }
         }

@@ -70,31 +70,26 @@ TEST_CASE_FIXTURE(Engine, "rules act at their count, as often as they say, and m
 }
 
 TEST_CASE("a scenario that cannot be used changes nothing, and says what is wrong with it") {
-    struct Case {
-        const wchar_t* scenario;
-        const char* named;
-    };
     imvKitReset();
     kit::LoadCalls(L"{\"Open\": {\"result\": 1}}");
-    for (const Case& c : {
-             Case{L"{", "JSON"},
-             Case{L"missing.json", "missing.json"},
-             Case{L"{\"imager\": 5}", "\"imager\" is 5"},
-             Case{L"{\"imager\": {\"scene\": \"moon\"}}", "\"imager.scene\" is \"moon\""},
-             Case{L"{\"imager\": {\"sceen\": \"page\"}}", "imager.sceen"},
-             Case{L"{\"imager\": {\"calls\": {\"Fly\": {\"result\": 1}}}}", "imager.calls.Fly"},
-             Case{L"{\"imager\": {\"calls\": {\"82\": {\"result\": 1}}}}", "imager.calls.82"},
-             Case{L"{\"imager\": {\"calls\": {\"Open\": {}}}}", "say what shall happen"},
-             Case{L"{\"imager\": {\"calls\": {\"Open\": {\"result\": \"five\"}}}}",
-                  "imager.calls.Open.result"},
-             Case{L"{\"imager\": {\"calls\": {\"Open\": [{\"at\": 0, \"result\": 1}]}}}",
-                  "imager.calls.Open[0].at"},
-             Case{L"{\"imager\": {\"calls\": {\"Open\": {\"delayMs\": 60001}}}}", "from 0 to 60000"},
+    for (const auto& [scenario, named] : {
+             std::pair<const wchar_t*, const char*>{L"{", "JSON"},
+             {L"missing.json", "missing.json"},
+             {L"{\"imager\": 5}", "\"imager\" is 5"},
+             {L"{\"imager\": {\"scene\": \"moon\"}}", "\"imager.scene\" is \"moon\""},
+             {L"{\"imager\": {\"sceen\": \"page\"}}", "imager.sceen"},
+             {L"{\"imager\": {\"calls\": {\"Fly\": {\"result\": 1}}}}", "imager.calls.Fly"},
+             {L"{\"imager\": {\"calls\": {\"82\": {\"result\": 1}}}}", "imager.calls.82"},
+             {L"{\"imager\": {\"calls\": {\"Open\": {}}}}", "say what shall happen"},
+             {L"{\"imager\": {\"calls\": {\"Open\": {\"result\": \"five\"}}}}", "imager.calls.Open.result"},
+             {L"{\"imager\": {\"calls\": {\"Open\": [{\"at\": 0, \"result\": 1}]}}}",
+              "imager.calls.Open[0].at"},
+             {L"{\"imager\": {\"calls\": {\"Open\": {\"delayMs\": 60001}}}}", "from 0 to 60000"},
          }) {
-        CAPTURE(c.named);
+        CAPTURE(named);
         wchar_t error[300] = L"";
-        CHECK_FALSE(imvKitLoadScenario(c.scenario, error, 300));
-        CHECK(kit::Narrow(error).find(c.named) != std::string::npos);
+        CHECK_FALSE(imvKitLoadScenario(scenario, error, 300));
+        CHECK(kit::Narrow(error).find(named) != std::string::npos);
     }
     CHECK_FALSE(imvKitLoadScenario(L"{", nullptr, 0));
     cam::ImagerLibrary library;

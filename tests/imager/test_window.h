@@ -1,13 +1,12 @@
-// A window that counts the library's messages, and waits that end as soon as what they wait for has come.
+// A window that counts the library's messages.
 #pragma once
 
 #include <windows.h>
 
 #include <ocellus/cam.h>
 
-namespace test {
+#include "pump.h"
 
-constexpr DWORD kPatienceMs = 10000;
 constexpr UINT kAsk = WM_APP + 1;  // sent by a callback; counted
 
 class Window {
@@ -46,18 +45,3 @@ class Window {
 
     HWND handle = nullptr;
 };
-
-// Dispatches this thread's messages until `done()`; false when patience ends first.
-template <typename Done>
-bool Until(Done done, DWORD patienceMs = kPatienceMs) {
-    const DWORD start = GetTickCount();
-    for (;;) {
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-        if (done()) return true;
-        if (GetTickCount() - start > patienceMs) return false;
-        MsgWaitForMultipleObjectsEx(0, nullptr, 5, QS_ALLINPUT, 0);
-    }
-}
-
-}  // namespace test

@@ -30,23 +30,23 @@ bool LetSentMessagesIn(const std::function<bool()>& done, DWORD timeoutMs) {
 
 TEST_CASE("the owner's thread can stay in the library from the first call to the last") {
     const Windows windows;
-    deviceKit().Play(L"{}");
+    Play(L"{}");
     const Deadline deadline("no message is served between the calls");
-    REQUIRE(cam().Init(windows.owner(), nullptr, nullptr) == camOk);
+    REQUIRE(camInit(windows.owner(), nullptr, nullptr) == camOk);
     for (int round = 0; round < 3; ++round) {
-        CHECK(cam().StartPreview() == camOk);
-        CHECK(cam().SnapPicture(nullptr, 0) == camOk);
-        while (cam().State() != CAM_STATE_PREVIEWING) Sleep(1);
-        CHECK(cam().SetResolution(round) == camOk);
-        CHECK(cam().StopPreview() == camOk);
+        CHECK(camStartPreview() == camOk);
+        CHECK(camSnapPicture(nullptr, 0) == camOk);
+        while (State() != CAM_STATE_PREVIEWING) Sleep(1);
+        CHECK(camSetResolution(round) == camOk);
+        CHECK(camStopPreview() == camOk);
     }
-    CHECK(cam().StartPreview() == camOk);
-    CHECK(cam().ShutDown() == camOk);
+    CHECK(camStartPreview() == camOk);
+    CHECK(camShutDown() == camOk);
 }
 
 TEST_CASE("windows above the video window can be worked on while the camera is idle") {
     Camera camera;
-    REQUIRE(cam().StartPreview() == camOk);
+    REQUIRE(camStartPreview() == camOk);
     const HWND video = GetWindow(camera.windows.owner(), GW_CHILD);
     REQUIRE(video);
     const Deadline deadline("work on the windows above the video");
@@ -61,16 +61,16 @@ TEST_CASE("windows above the video window can be worked on while the camera is i
     SetWindowPos(camera.windows.top(), nullptr, 10, 10, 500, 400, SWP_NOZORDER);
     ShowWindow(camera.windows.top(), SW_HIDE);
     ShowWindow(camera.windows.top(), SW_SHOW);
-    CHECK(cam().State() == CAM_STATE_PREVIEWING);
+    CHECK(State() == CAM_STATE_PREVIEWING);
     DestroyWindow(camera.windows.top());
-    CHECK(cam().State() == CAM_STATE_PREVIEWING);
-    CHECK(cam().ShutDown() == camOk);
+    CHECK(State() == CAM_STATE_PREVIEWING);
+    CHECK(camShutDown() == camOk);
 }
 
 TEST_CASE("posted messages wait until the call has returned") {
     Camera camera;
     PostMessageW(camera.windows.events(), CAM_MESSAGE_STILL_CAPTURED, 0, 0);
-    REQUIRE(cam().StartPreview() == camOk);
+    REQUIRE(camStartPreview() == camOk);
     CHECK(camera.windows.captured() == 0);
     CHECK(camera.windows.WaitForCaptured(1));
 }

@@ -3,12 +3,12 @@
 
 #include <windows.h>
 
-#include <scene/chart.h>
-
 #include <atomic>
 #include <vector>
 
 #include <ocellus/cam.h>
+
+#include "device_kit/chart_reader.h"
 
 // The arguments of a frame callback and a copy of the frame.
 struct Frame {
@@ -18,6 +18,12 @@ struct Frame {
     DWORD stride;
     std::vector<BYTE> bytes;
 
+    kit::Format FormatOf(kit::Layout layout) const { return {layout, width, abs(height), height < 0}; }
+    // Room for the rounding to five bits, for the conversion from YUY2 and for the colour that this shares between two pixels.
+    bool ShowsChart(kit::Layout layout) const {
+        constexpr int kTolerance = 40;
+        return kit::test::ShowsChart(bytes, FormatOf(layout), kTolerance);
+    }
     // Pixel of the picture, (0, 0) at the top left, whichever way the rows are stored.
     WORD At(int x, int y) const;
 };
@@ -42,10 +48,3 @@ extern FrameCatcher previewFrames;
 extern FrameCatcher stillFrames;
 void WINAPI CatchPreview(void* frame, DWORD size, LONG height, LONG width, DWORD stride);
 void WINAPI CatchStill(void* frame, DWORD size, LONG height, LONG width, DWORD stride);
-
-enum class Layout { kRgb555, kRgb565 };
-
-// Whether the four corner marks and the bars of the test chart stand where they belong.
-bool ShowsChart(const Frame& frame, Layout layout);
-// The number that the test chart carries, 0 to 4095.
-int FrameNumber(const Frame& frame, Layout layout);

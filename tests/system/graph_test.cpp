@@ -16,7 +16,7 @@ std::string Narrow(const std::wstring& text) {
 
 // The calls since `from`, without what the system does to the camera's pins on its own account.
 std::string CallsFrom(size_t from) {
-    const std::vector<std::wstring> all = deviceKit().Calls();
+    const std::vector<std::wstring> all = Calls();
     std::string calls;
     for (size_t call = from; call < all.size(); ++call) {
         if (all[call].find(L"IPin::") != 0 && all[call].find(L"CaptureFilter") == std::wstring::npos) {
@@ -56,28 +56,28 @@ TEST_CASE("the graph is built in its order") {
     Camera camera(LR"({"watchGraph": true})");
     REQUIRE(camera.initResult == camOk);
     CHECK(CallsFrom(0) == Lines(tables::kConstruction));
-    CHECK(deviceKit().CallCount(L"CoCreateInstance CaptureFilter") == 1);
+    CHECK(kitCallCount(L"CoCreateInstance CaptureFilter") == 1);
 }
 
 TEST_CASE("preview, a picture and a change of the resolution call the graph in their order") {
     Camera camera(LR"({"watchGraph": true})");
     REQUIRE(camera.initResult == camOk);
     auto callsOf = [](const std::function<camResult()>& operation) {
-        const size_t from = deviceKit().Calls().size();
+        const size_t from = Calls().size();
         CHECK(operation() == camOk);
         return OperationsFrom(from);
     };
-    CHECK(callsOf([] { return cam().StartPreview(); }) == Lines(tables::kPreviewStart));
-    CHECK(callsOf([] { return cam().SetResolution(1); }) == Lines(tables::ResolutionChange(1, true)));
-    CHECK(callsOf([] { return cam().StopPreview(); }) == Lines(tables::kPreviewStop));
-    CHECK(callsOf([] { return cam().SetResolution(1); }) == Lines(tables::ResolutionChange(1, false)));
+    CHECK(callsOf([] { return camStartPreview(); }) == Lines(tables::kPreviewStart));
+    CHECK(callsOf([] { return camSetResolution(1); }) == Lines(tables::ResolutionChange(1, true)));
+    CHECK(callsOf([] { return camStopPreview(); }) == Lines(tables::kPreviewStop));
+    CHECK(callsOf([] { return camSetResolution(1); }) == Lines(tables::ResolutionChange(1, false)));
     // The quality level goes with .jpg and .tif only.
-    CHECK(callsOf([] { return cam().SnapPicture(L"C:\\a.Tif", 1); }) ==
+    CHECK(callsOf([] { return camSnapPicture(L"C:\\a.Tif", 1); }) ==
           "IStillImageSinkControl::SetText 0 0 0 0 0\n"
           "IStillImageSinkControl::SetFileName C:\\a.Tif\n"
           "IStillImageSinkControl::SetQualityLevel 1\n"
           "IAMVideoControl::SetMode 8\n");
-    CHECK(callsOf([] { return cam().SnapPicture(L"C:\\a.bmp", 1); }) ==
+    CHECK(callsOf([] { return camSnapPicture(L"C:\\a.bmp", 1); }) ==
           "IStillImageSinkControl::SetText 0 0 0 0 0\n"
           "IStillImageSinkControl::SetFileName C:\\a.bmp\n"
           "IAMVideoControl::SetMode 8\n");
@@ -89,14 +89,14 @@ TEST_CASE("a step of the construction that fails is what camInit returns, and th
     for (const tables::PlatformCall& step : tables::kConstruction) {
         CAPTURE(step.call);
         const Deadline deadline("a failing step", 20000);
-        deviceKit().Play(Failing(step.call));
-        CHECK(cam().Init(windows.owner(), nullptr, nullptr) == (step.matters ? kFault : camResult{camOk}));
-        CHECK(cam().StopPreview() == camOk);  // a camera is selected
-        if (selectAway = !selectAway; !selectAway) CHECK(cam().ShutDown() == camOk);
-        deviceKit().Play(L"{}");
-        CHECK(cam().Init(windows.owner(), nullptr, nullptr) == camOk);
-        CHECK(cam().ShutDown() == camOk);
-        CHECK(deviceKit().LiveObjects() == 0);
+        Play(Failing(step.call));
+        CHECK(camInit(windows.owner(), nullptr, nullptr) == (step.matters ? kFault : camResult{camOk}));
+        CHECK(camStopPreview() == camOk);  // a camera is selected
+        if (selectAway = !selectAway; !selectAway) CHECK(camShutDown() == camOk);
+        Play(L"{}");
+        CHECK(camInit(windows.owner(), nullptr, nullptr) == camOk);
+        CHECK(camShutDown() == camOk);
+        CHECK(kitLiveObjects() == 0);
     }
 }
 
@@ -117,19 +117,19 @@ TEST_CASE("a camera that was built in part refuses what it cannot do") {
                           {"IBaseFilter::QueryInterface IAMVideoControl", true}}) {
         CAPTURE(c.failing);
         const Deadline deadline("a camera in part", 20000);
-        deviceKit().Play(Failing(c.failing));
-        REQUIRE(cam().Init(windows.owner(), nullptr, nullptr) == kFault);
-        CHECK(cam().StartPreview() == (c.previews ? camOk : camFailed));
-        CHECK(cam().SnapPicture(nullptr, 0) == camCaptureFailed);
-        CHECK(cam().RegisterStillImageCallback(nullptr) == camOk);
+        Play(Failing(c.failing));
+        REQUIRE(camInit(windows.owner(), nullptr, nullptr) == kFault);
+        CHECK(camStartPreview() == (c.previews ? camOk : camFailed));
+        CHECK(camSnapPicture(nullptr, 0) == camCaptureFailed);
+        CHECK(camRegisterStillImageCallback(nullptr) == camOk);
         int count = -1;
-        CHECK(cam().GetResolutionCount(&count) == camOk);
+        CHECK(camGetResolutionCount(&count) == camOk);
         long height = 0, width = 0;
-        CHECK(cam().GetResolutionDimensions(&height, &width, 0) == (count ? camOk : camInvalidArgument));
-        cam().SetResolution(0);
-        CHECK(cam().StopPreview() == camOk);
-        CHECK(cam().ShutDown() == camOk);
-        CHECK(deviceKit().LiveObjects() == 0);
+        CHECK(camGetResolutionDimensions(&height, &width, 0) == (count ? camOk : camInvalidArgument));
+        camSetResolution(0);
+        CHECK(camStopPreview() == camOk);
+        CHECK(camShutDown() == camOk);
+        CHECK(kitLiveObjects() == 0);
     }
     TakeMessageBoxes();
 }
@@ -140,11 +140,11 @@ TEST_CASE("steps of preview that fail: the failure is reported, the state tells 
         const Deadline deadline("preview with a failing step", 20000);
         Camera camera(Failing(c.at.call));
         REQUIRE(camera.initResult == camOk);
-        CHECK(cam().StartPreview() == c.start);
-        CHECK(cam().State() == c.started);
-        CHECK(cam().StopPreview() == c.stop);
-        CHECK(cam().State() == c.stopped);
-        CHECK(cam().ShutDown() == camOk);
-        CHECK(deviceKit().LiveObjects() == 0);
+        CHECK(camStartPreview() == c.start);
+        CHECK(State() == c.started);
+        CHECK(camStopPreview() == c.stop);
+        CHECK(State() == c.stopped);
+        CHECK(camShutDown() == camOk);
+        CHECK(kitLiveObjects() == 0);
     }
 }

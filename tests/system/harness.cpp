@@ -10,27 +10,6 @@
 
 namespace {
 
-HMODULE LoadBeside(const wchar_t* name) {
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    wcscpy(wcsrchr(path, L'\\') + 1, name);
-    const HMODULE library = LoadLibraryW(path);
-    if (!library) {
-        printf("%ls cannot be loaded: error %lu\n", path, GetLastError());
-        exit(1);
-    }
-    return library;
-}
-
-template <typename Function>
-void Import(HMODULE library, const char* name, Function& function) {
-    function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, name)));
-    if (!function) {
-        printf("%s is not exported\n", name);
-        exit(1);
-    }
-}
-
 constexpr wchar_t kWindowClass[] = L"OcellusSystemTest";
 
 LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -46,73 +25,24 @@ HWND MakeWindow(HWND parent, DWORD style, int width, int height) {
                            GetModuleHandleW(nullptr), nullptr);
 }
 
-std::wstring TemporaryPath(const wchar_t* name) {
-    wchar_t path[MAX_PATH];
-    GetTempPathW(MAX_PATH, path);
-    return std::wstring(path) + name + std::to_wstring(GetCurrentProcessId());
-}
-
 }  // namespace
 
-CameraLibrary::CameraLibrary() {
-    const HMODULE library = LoadBeside(L"ocellus.dll");
-#define CAM_IMPORT(name) Import(library, "cam" #name, name)
-    CAM_IMPORT(GetDllRevision);
-    CAM_IMPORT(Init);
-    CAM_IMPORT(Select);
-    CAM_IMPORT(GetSelectedType);
-    CAM_IMPORT(ShutDown);
-    CAM_IMPORT(StartPreview);
-    CAM_IMPORT(StopPreview);
-    CAM_IMPORT(SetEventsWindow);
-    CAM_IMPORT(GetState);
-    CAM_IMPORT(GetPropertyRange);
-    CAM_IMPORT(GetProperty);
-    CAM_IMPORT(SetProperty);
-    CAM_IMPORT(GetCameraID);
-    CAM_IMPORT(GetResolutionCount);
-    CAM_IMPORT(GetResolutionDimensions);
-    CAM_IMPORT(SetResolution);
-    CAM_IMPORT(SnapPicture);
-    CAM_IMPORT(SnapPictureWithText);
-    CAM_IMPORT(GetSnapshot);
-    CAM_IMPORT(RegisterPreviewCallback);
-    CAM_IMPORT(RegisterStillImageCallback);
-    CAM_IMPORT(RegisterMediaTypeCallback);
-#undef CAM_IMPORT
-}
-
-int CameraLibrary::State() const {
+int State() {
     int state = -1;
-    GetState(&state);
+    camGetState(&state);
     return state;
 }
 
-Kit::Kit() {
-    const HMODULE library = LoadBeside(L"devicekit.dll");
-#define KIT_IMPORT(name) Import(library, "kit" #name, name)
-    KIT_IMPORT(LoadScenario);
-    KIT_IMPORT(Reset);
-    KIT_IMPORT(Resume);
-    KIT_IMPORT(LoseDevice);
-    KIT_IMPORT(CallCount);
-    KIT_IMPORT(CallLog);
-    KIT_IMPORT(LiveObjects);
-    KIT_IMPORT(PreviewFrames);
-    KIT_IMPORT(StillPictures);
-#undef KIT_IMPORT
-}
-
-void Kit::Play(const std::wstring& scenario) const {
+void Play(const std::wstring& scenario) {
     wchar_t error[300] = L"";
-    const BOOL played = LoadScenario(scenario.c_str(), error, 300);
+    const BOOL played = kitLoadScenario(scenario.c_str(), error, 300);
     if (!played) printf("%ls\n", error);
     REQUIRE(played);
 }
 
-std::vector<std::wstring> Kit::Calls() const {
-    std::wstring log(CallLog(nullptr, 0), L'\0');
-    CallLog(log.data(), static_cast<DWORD>(log.size()));
+std::vector<std::wstring> Calls() {
+    std::wstring log(kitCallLog(nullptr, 0), L'\0');
+    kitCallLog(log.data(), static_cast<DWORD>(log.size()));
     std::vector<std::wstring> calls;
     for (size_t at = 0; at < log.size() && log[at];) {
         const size_t end = std::min(log.find(L'\n', at), log.find(L'\0', at));
@@ -120,34 +50,6 @@ std::vector<std::wstring> Kit::Calls() const {
         at = end + 1;
     }
     return calls;
-}
-
-const CameraLibrary& cam() {
-    static const CameraLibrary library;
-    return library;
-}
-
-const Kit& deviceKit() {
-    static const Kit library = [] {
-        cam();  // initialises COM for the process
-        return Kit();
-    }();
-    return library;
-}
-
-bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs) {
-    const DWORD started = GetTickCount();
-    for (;;) {
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-        if (done()) return true;
-        if (GetTickCount() - started > timeoutMs) return false;
-        MsgWaitForMultipleObjects(0, nullptr, FALSE, 5, QS_ALLINPUT);
-    }
-}
-
-void PumpFor(DWORD ms) {
-    PumpUntil([] { return false; }, ms);
 }
 
 Windows::Windows() {
@@ -174,43 +76,12 @@ int Windows::captured() const {
 }
 
 Camera::Camera(const std::wstring& scenario)
-    : initResult((deviceKit().Play(scenario), cam().Init(windows.owner(), nullptr, nullptr))) {
-    cam().SetEventsWindow(windows.events());
+    : initResult((Play(scenario), camInit(windows.owner(), nullptr, nullptr))) {
+    camSetEventsWindow(windows.events());
 }
 
 Camera::~Camera() {
-    cam().ShutDown();
-}
-
-TemporaryFolder::TemporaryFolder() : folder_(TemporaryPath(L"ocellus")) {
-    CreateDirectoryW(folder_.c_str(), nullptr);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    WIN32_FIND_DATAW found;
-    const HANDLE search = FindFirstFileW(Path(L"*").c_str(), &found);
-    for (BOOL more = search != INVALID_HANDLE_VALUE; more; more = FindNextFileW(search, &found)) {
-        DeleteFileW(Path(found.cFileName).c_str());
-    }
-    FindClose(search);
-    RemoveDirectoryW(folder_.c_str());
-}
-
-std::string ReadFileBytes(const std::wstring& path) {
-    std::string bytes;
-    FILE* file = _wfopen(path.c_str(), L"rb");
-    if (!file) return bytes;
-    char buffer[4096];
-    for (size_t read; (read = fread(buffer, 1, sizeof buffer, file)) > 0;) bytes.append(buffer, read);
-    fclose(file);
-    return bytes;
-}
-
-void WriteFileBytes(const std::wstring& path, const std::string& bytes) {
-    FILE* file = _wfopen(path.c_str(), L"wb");
-    REQUIRE(file);
-    fwrite(bytes.data(), 1, bytes.size(), file);
-    fclose(file);
+    camShutDown();
 }
 
 Holdings CountHoldings() {
@@ -223,7 +94,7 @@ Holdings CountHoldings() {
         GetWindowThreadProcessId(window, &process);
         holdings.windows += process == GetCurrentProcessId();
     }
-    holdings.kitObjects = deviceKit().LiveObjects();
+    holdings.kitObjects = kitLiveObjects();
     return holdings;
 }
 
@@ -284,14 +155,11 @@ Deadline::~Deadline() {
 }
 
 std::vector<std::string> TakeMessageBoxes() {
-    static const std::wstring path = [] {
-        const std::wstring log = TemporaryPath(L"boxes");
-        SetEnvironmentVariableW(L"OCELLUS_MESSAGE_BOX_LOG", log.c_str());
-        SetEnvironmentVariableW(L"OCELLUS_HEADLESS", L"1");
-        return log;
-    }();
-    const std::string text = ReadFileBytes(path);
-    DeleteFileW(path.c_str());
+    static const TestFile log(L"boxes");
+    SetEnvironmentVariableW(L"OCELLUS_MESSAGE_BOX_LOG", log.path());
+    SetEnvironmentVariableW(L"OCELLUS_HEADLESS", L"1");
+    const std::string text = ReadBytes(log.path());
+    log.Remove();
     std::vector<std::string> boxes;
     for (size_t at = 0; at < text.size();) {
         const size_t end = text.find('\n', at);

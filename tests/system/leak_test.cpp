@@ -1,63 +1,48 @@
 #include <doctest/doctest.h>
-#include <dshow.h>
 
 #include <cstdlib>
 
 #include "frames.h"
 #include "harness.h"
+#include "process_counts.h"
 
 namespace {
 
-void Cycle(const TemporaryFolder& folder) {
+void Cycle(const TestFile& picture) {
     Camera camera;
     REQUIRE(camera.initResult == camOk);
-    cam().RegisterPreviewCallback(CatchPreview);
+    camRegisterPreviewCallback(CatchPreview);
     previewFrames.Reset();
-    REQUIRE(cam().StartPreview() == camOk);
+    REQUIRE(camStartPreview() == camOk);
     constexpr wchar_t text[] = L"stamped";
-    CHECK(cam().SnapPictureWithText(folder.Path(L"a.jpg").c_str(), 0, reinterpret_cast<UINT_PTR>(text),
-                                    wcslen(text), 0, 0,
-                                    reinterpret_cast<UINT_PTR>(GetStockObject(DEFAULT_GUI_FONT))) == camOk);
+    CHECK(camSnapPictureWithText(picture.path(), 0, reinterpret_cast<UINT_PTR>(text), wcslen(text), 0, 0,
+                                 reinterpret_cast<UINT_PTR>(GetStockObject(DEFAULT_GUI_FONT))) == camOk);
     REQUIRE(camera.windows.WaitForCaptured(1));
     REQUIRE(PumpUntil([] { return previewFrames.count() > 0; }));
-    REQUIRE(cam().ShutDown() == camOk);
+    REQUIRE(camShutDown() == camOk);
 }
 
 }  // namespace
 
-// Handles that the system's own filter graph loses each time it is made, in some systems one.
-int HandlesLostByTheSystem(int graphs) {
-    const int before = CountHoldings().handles;
-    for (int graph = 0; graph < graphs; ++graph) {
-        IUnknown* made = nullptr;
-        REQUIRE(CoCreateInstance(CLSID_FilterGraph, nullptr, CLSCTX_ALL, IID_IUnknown,
-                                 reinterpret_cast<void**>(&made)) == S_OK);
-        made->Release();
-    }
-    return CountHoldings().handles - before;
-}
-
 // OCELLUS_SOAK gives another number of cycles.
 TEST_CASE("bringing the camera up, previewing, taking a picture and shutting down leave nothing behind") {
-    const TemporaryFolder folder;
+    const TestFile picture(L"a.jpg");
     const char* soak = getenv("OCELLUS_SOAK");
     const int cycles = soak ? atoi(soak) : 20;
     // What the system makes once and keeps.
     for (int warmUp = 0; warmUp < 3; ++warmUp) {
         const Deadline deadline("a first cycle", 20000);
-        Cycle(folder);
+        Cycle(picture);
     }
-    const int lostBySystem = HandlesLostByTheSystem(cycles);
+    const int lostBySystem = cycles * counts::HandlesLostPerGraph();
     Holdings allowed = CountHoldings();
     CAPTURE(Describe(allowed));
     allowed.handles += lostBySystem;
-    // The system keeps as many device contexts as were ever used at once, each with a region and a bitmap.
-    constexpr int deviceContextsKept = 2;
-    allowed.gdiObjects += 3 * deviceContextsKept;
+    allowed.gdiObjects += counts::kGdiObjectsKept;
     const ULONGLONG started = GetTickCount64();
     for (int cycle = 0; cycle < cycles; ++cycle) {
         const Deadline deadline("a cycle", 20000);
-        Cycle(folder);
+        Cycle(picture);
     }
     printf("%d cycles, %llu ms each\n", cycles, (GetTickCount64() - started) / static_cast<unsigned>(cycles));
     const bool returned = HoldingsReturnTo(allowed);

@@ -34,11 +34,11 @@ TEST_CASE("preview frames reach the callback as they leave the camera") {
         Camera camera(std::wstring(L"{\"preview\": ") + c.preview + L"}");
         REQUIRE(camera.initResult == camOk);
         previewFrames.Reset(3);
-        cam().RegisterPreviewCallback(CatchPreview);
-        REQUIRE(cam().StartPreview() == camOk);
+        camRegisterPreviewCallback(CatchPreview);
+        REQUIRE(camStartPreview() == camOk);
         REQUIRE(PumpUntil([] { return previewFrames.count() >= 3; }));
-        CHECK(cam().StopPreview() == camOk);
-        cam().RegisterPreviewCallback(nullptr);
+        CHECK(camStopPreview() == camOk);
+        camRegisterPreviewCallback(nullptr);
 
         int last = -1;
         for (const Frame& frame : previewFrames.frames()) {
@@ -46,8 +46,8 @@ TEST_CASE("preview frames reach the callback as they leave the camera") {
             CHECK(frame.width == c.width);
             CHECK(frame.stride == c.stride);
             CHECK(frame.size >= c.stride * static_cast<DWORD>(abs(c.height)));
-            CHECK(ShowsChart(frame, Layout::kRgb555));
-            const int number = FrameNumber(frame, Layout::kRgb555);
+            CHECK(frame.ShowsChart(kit::Layout::Rgb555));
+            const int number = kit::test::FrameNumber(frame.bytes, frame.FormatOf(kit::Layout::Rgb555));
             if (last >= 0) CHECK(number == last + 1);
             last = number;
         }
@@ -59,23 +59,23 @@ TEST_CASE(
     {
         Camera camera;
         previewFrames.Reset();
-        cam().RegisterPreviewCallback(CatchPreview);
-        REQUIRE(cam().StartPreview() == camOk);
+        camRegisterPreviewCallback(CatchPreview);
+        REQUIRE(camStartPreview() == camOk);
         REQUIRE(PumpUntil([] { return previewFrames.count() > 0; }));
-        REQUIRE(cam().StopPreview() == camOk);
+        REQUIRE(camStopPreview() == camOk);
         const LONG count = previewFrames.count();
         PumpFor(150);
         CHECK(previewFrames.count() == count);
     }
     Camera next;
     previewFrames.Reset();
-    REQUIRE(cam().StartPreview() == camOk);
+    REQUIRE(camStartPreview() == camOk);
     CHECK(PumpUntil([] { return previewFrames.count() > 0; }));
-    cam().RegisterPreviewCallback(nullptr);
-    const LONG frames = deviceKit().PreviewFrames();
-    PumpUntil([=] { return deviceKit().PreviewFrames() > frames + 1; });  // what was under way has arrived
+    camRegisterPreviewCallback(nullptr);
+    const LONG frames = kitPreviewFrames();
+    PumpUntil([=] { return kitPreviewFrames() > frames + 1; });  // what was under way has arrived
     const LONG count = previewFrames.count();
-    REQUIRE(PumpUntil([=] { return deviceKit().PreviewFrames() > frames + 4; }));
+    REQUIRE(PumpUntil([=] { return kitPreviewFrames() > frames + 4; }));
     CHECK(previewFrames.count() == count);
 }
 
@@ -83,20 +83,20 @@ TEST_CASE("the media type is told each time preview reaches the running state") 
     Camera camera(LR"({"framesPerSecond": 15, "preview": {"width": 320, "height": 240}})");
     REQUIRE(camera.initResult == camOk);
     told = {};
-    cam().RegisterMediaTypeCallback(TellMediaType);
-    REQUIRE(cam().StartPreview() == camOk);
+    camRegisterMediaTypeCallback(TellMediaType);
+    REQUIRE(camStartPreview() == camOk);
     CHECK(told.calls == 1);
     CHECK(told.thread != GetCurrentThreadId());
     CHECK(((told.height == 240) && (told.width == 320) && (told.sampleSize == 320 * 240 * 2) &&
            (told.stride == 640)));
     CHECK(told.formatCode == CAM_FORMAT_RGB555);
     CHECK(told.framesPerSecond == 15);
-    REQUIRE(cam().StopPreview() == camOk);
-    REQUIRE(cam().StartPreview() == camOk);
+    REQUIRE(camStopPreview() == camOk);
+    REQUIRE(camStartPreview() == camOk);
     CHECK(told.calls == 2);
-    cam().RegisterMediaTypeCallback(nullptr);
-    REQUIRE(cam().StopPreview() == camOk);
-    REQUIRE(cam().StartPreview() == camOk);
+    camRegisterMediaTypeCallback(nullptr);
+    REQUIRE(camStopPreview() == camOk);
+    REQUIRE(camStartPreview() == camOk);
     CHECK(told.calls == 2);
 }
 
@@ -104,7 +104,7 @@ TEST_CASE("the video fills the owner's client area while preview runs") {
     Camera camera;
     REQUIRE(camera.initResult == camOk);
     CHECK(GetWindow(camera.windows.owner(), GW_CHILD) == nullptr);
-    REQUIRE(cam().StartPreview() == camOk);
+    REQUIRE(camStartPreview() == camOk);
     const HWND video = GetWindow(camera.windows.owner(), GW_CHILD);
     REQUIRE(video);
     RECT area = {};
@@ -112,7 +112,7 @@ TEST_CASE("the video fills the owner's client area while preview runs") {
     CHECK(area.right - area.left == 320);
     CHECK(area.bottom - area.top == 240);
     CHECK(IsWindowVisible(video));
-    REQUIRE(cam().StopPreview() == camOk);
+    REQUIRE(camStopPreview() == camOk);
     CHECK(GetWindow(camera.windows.owner(), GW_CHILD) == nullptr);
     CHECK_FALSE(IsWindowVisible(video));
 }
@@ -121,23 +121,23 @@ TEST_CASE("a preview that cannot start says so, and the camera goes on living") 
     Camera camera;
     REQUIRE(camera.initResult == camOk);
     DestroyWindow(camera.windows.owner());
-    CHECK(cam().StartPreview() == camFailed);
-    CHECK(cam().State() == CAM_STATE_INITIALISED);
-    CHECK(cam().ShutDown() == camOk);
+    CHECK(camStartPreview() == camFailed);
+    CHECK(State() == CAM_STATE_INITIALISED);
+    CHECK(camShutDown() == camOk);
 }
 
 TEST_CASE("a camera that is lost in mid-stream is shut down like any other") {
     Camera camera;
     previewFrames.Reset();
-    cam().RegisterPreviewCallback(CatchPreview);
-    REQUIRE(cam().StartPreview() == camOk);
+    camRegisterPreviewCallback(CatchPreview);
+    REQUIRE(camStartPreview() == camOk);
     REQUIRE(PumpUntil([] { return previewFrames.count() > 2; }));
-    deviceKit().LoseDevice();
+    kitLoseDevice();
     const Deadline deadline("lost device");
-    CHECK(cam().SnapPicture(nullptr, 0) == camCaptureFailed);
+    CHECK(camSnapPicture(nullptr, 0) == camCaptureFailed);
     long value = 0, flags = 0;
-    CHECK(cam().GetProperty(0, &value, &flags) == camInvalidArgument);
-    cam().RegisterPreviewCallback(nullptr);
-    CHECK(cam().ShutDown() == camOk);
-    CHECK(deviceKit().LiveObjects() == 0);
+    CHECK(camGetProperty(0, &value, &flags) == camInvalidArgument);
+    camRegisterPreviewCallback(nullptr);
+    CHECK(camShutDown() == camOk);
+    CHECK(kitLiveObjects() == 0);
 }

@@ -14,7 +14,7 @@ void WINAPI CountStart(LONG, LONG, DWORD, DWORD, LONG, LONG) {
 
 // What a tool posts for a resume; the kit's own does the same.
 bool Resume() {
-    return deviceKit().Resume();
+    return kitResume();
 }
 
 }  // namespace
@@ -22,58 +22,58 @@ bool Resume() {
 TEST_CASE("a resume while previewing stops preview and starts it again") {
     Camera camera;
     started = 0;
-    cam().RegisterMediaTypeCallback(CountStart);
-    REQUIRE(cam().StartPreview() == camOk);
+    camRegisterMediaTypeCallback(CountStart);
+    REQUIRE(camStartPreview() == camOk);
     CHECK(started == 1);
     REQUIRE(Resume());
     CHECK(PumpUntil([] { return started == 2; }));
-    CHECK(PumpUntil([] { return cam().State() == CAM_STATE_PREVIEWING; }));
-    CHECK(deviceKit().CallCount(L"IBaseFilter::Run") == 2);
-    CHECK(cam().StopPreview() == camOk);
+    CHECK(PumpUntil([] { return State() == CAM_STATE_PREVIEWING; }));
+    CHECK(kitCallCount(L"IBaseFilter::Run") == 2);
+    CHECK(camStopPreview() == camOk);
 }
 
 TEST_CASE("a preview that is being restarted is stopped when the caller wants it stopped") {
     constexpr wchar_t show[] = L"IVideoWindow::put_Visible -1";
     for (const bool shutDown : {false, true}) {
         Camera camera(LR"({"calls": {"IVideoWindow::put_Visible -1": {"at": 2, "delayMs": 300}}})");
-        REQUIRE(cam().StartPreview() == camOk);
+        REQUIRE(camStartPreview() == camOk);
         REQUIRE(Resume());
         // The worker is about to show the window anew: preview has stopped and not yet started.
-        REQUIRE(PumpUntil([&] { return deviceKit().CallCount(show) == 2; }));
+        REQUIRE(PumpUntil([&] { return kitCallCount(show) == 2; }));
         if (shutDown) {
-            CHECK(cam().ShutDown() == camOk);
-            CHECK(deviceKit().CallCount(L"IVideoWindow::put_Owner 0") == 2);
+            CHECK(camShutDown() == camOk);
+            CHECK(kitCallCount(L"IVideoWindow::put_Owner 0") == 2);
             continue;
         }
-        CHECK(cam().StopPreview() == camOk);
-        CHECK(cam().State() == CAM_STATE_STOPPED);
-        CHECK(deviceKit().CallCount(L"IBaseFilter::Run") == 2);
-        CHECK(deviceKit().CallCount(L"IBaseFilter::Stop") == 2);
+        CHECK(camStopPreview() == camOk);
+        CHECK(State() == CAM_STATE_STOPPED);
+        CHECK(kitCallCount(L"IBaseFilter::Run") == 2);
+        CHECK(kitCallCount(L"IBaseFilter::Stop") == 2);
     }
 }
 
 TEST_CASE("a resume changes nothing while preview does not run") {
     Camera camera;
     started = 0;
-    cam().RegisterMediaTypeCallback(CountStart);
+    camRegisterMediaTypeCallback(CountStart);
     REQUIRE(Resume());
-    REQUIRE(cam().StartPreview() == camOk);  // the worker has dealt with the resume, or will
-    REQUIRE(cam().StopPreview() == camOk);
+    REQUIRE(camStartPreview() == camOk);  // the worker has dealt with the resume, or will
+    REQUIRE(camStopPreview() == camOk);
     const int before = started;
-    const LONG stops = deviceKit().CallCount(L"IBaseFilter::Stop");
+    const LONG stops = kitCallCount(L"IBaseFilter::Stop");
     REQUIRE(Resume());
     PumpFor(300);
-    CHECK(cam().State() == CAM_STATE_STOPPED);
+    CHECK(State() == CAM_STATE_STOPPED);
     CHECK(started == before);
-    CHECK(deviceKit().CallCount(L"IBaseFilter::Stop") == stops);
-    CHECK(cam().ShutDown() == camOk);
+    CHECK(kitCallCount(L"IBaseFilter::Stop") == stops);
+    CHECK(camShutDown() == camOk);
     CHECK_FALSE(Resume());  // nobody listens any more
 }
 
 // Until the flag that `go` points to falls.
 static DWORD WINAPI ResumeAgainAndAgain(void* go) {
     while (*static_cast<std::atomic<bool>*>(go)) {
-        deviceKit().Resume();
+        kitResume();
         Sleep(7);
     }
     return 0;
@@ -81,23 +81,23 @@ static DWORD WINAPI ResumeAgainAndAgain(void* go) {
 
 TEST_CASE("a storm of resumes during changes of the resolution harms nobody") {
     Camera camera;
-    REQUIRE(cam().StartPreview() == camOk);
+    REQUIRE(camStartPreview() == camOk);
     std::atomic<bool> storming = true;
     const HANDLE storm = CreateThread(nullptr, 0, ResumeAgainAndAgain, &storming, 0, nullptr);
     {
         const Deadline deadline("resume storm", 60000);
         for (int round = 0; round < 6; ++round) {
-            CHECK(cam().SetResolution(round % 4) == camOk);
-            CHECK(cam().State() == CAM_STATE_PREVIEWING);
+            CHECK(camSetResolution(round % 4) == camOk);
+            CHECK(State() == CAM_STATE_PREVIEWING);
             PumpFor(20);
         }
         storming = false;
         WaitForSingleObject(storm, INFINITE);
         CloseHandle(storm);
-        CHECK(cam().SnapPicture(nullptr, 0) == camOk);
+        CHECK(camSnapPicture(nullptr, 0) == camOk);
         CHECK(camera.windows.WaitForCaptured(1));
-        CHECK(cam().StopPreview() == camOk);
-        CHECK(cam().ShutDown() == camOk);
+        CHECK(camStopPreview() == camOk);
+        CHECK(camShutDown() == camOk);
     }
     CHECK(TakeMessageBoxes().empty());
 }

@@ -13,32 +13,26 @@ constexpr char kSettings[] =
 // What was set, in its order: "IAMVideoProcAmp::Set 0", "IAMStreamConfig::SetFormat ..."
 std::vector<std::wstring> Settings() {
     std::vector<std::wstring> settings;
-    for (const std::wstring& call : deviceKit().Calls()) {
+    for (const std::wstring& call : Calls()) {
         if (call.find(L"::Set ") != std::wstring::npos) settings.push_back(call);
         if (call.find(L"IAMStreamConfig::SetFormat") == 0) settings.push_back(L"resolution");
     }
     return settings;
 }
 
-struct SettingsFile {
-    SettingsFile() { WriteFileBytes(path, kSettings); }
-    const TemporaryFolder folder;
-    const std::wstring path = folder.Path(L"camera.ini");
-};
-
 // Shuts the camera down at the end.
 struct Initialised {
     Initialised(const std::wstring& scenario, const wchar_t* path, const wchar_t* section) {
-        deviceKit().Play(scenario);
-        result = cam().Init(nullptr, path, section);
+        Play(scenario);
+        result = camInit(nullptr, path, section);
     }
-    ~Initialised() { cam().ShutDown(); }
+    ~Initialised() { camShutDown(); }
     camResult result;
 };
 
 long Value(int id) {
     long value = -1, flags = 0;
-    cam().GetProperty(id, &value, &flags);
+    camGetProperty(id, &value, &flags);
     return value;
 }
 
@@ -54,52 +48,48 @@ const std::vector<std::wstring> kAll = [] {
 }  // namespace
 
 TEST_CASE("the persisted settings are set one after the other") {
-    const SettingsFile file;
-    const Initialised camera(L"{}", file.path.c_str(), L"Camera");
+    const TestFile file(L"camera.ini", kSettings);
+    const Initialised camera(L"{}", file.path(), L"Camera");
     CHECK(camera.result == camOk);
     CHECK(Settings() == kAll);
     CHECK(Value(CAM_PROPERTY_BRIGHTNESS) == 11);
     CHECK(Value(CAM_PROPERTY_ZOOM) == 3);
     CHECK(Value(CAM_PROPERTY_FOCUS_FIXED) == 99);
     long height = 0, width = 0, wantedHeight = 0, wantedWidth = 0;
-    cam().GetResolutionDimensions(&height, &width, -1);
-    cam().GetResolutionDimensions(&wantedHeight, &wantedWidth, 2);
+    camGetResolutionDimensions(&height, &width, -1);
+    camGetResolutionDimensions(&wantedHeight, &wantedWidth, 2);
     CHECK(((height == wantedHeight) && (width == wantedWidth)));
-    CHECK(cam().State() == CAM_STATE_INITIALISED);
+    CHECK(State() == CAM_STATE_INITIALISED);
 }
 
 TEST_CASE("the first setting that fails ends it, and the camera is up all the same") {
-    const SettingsFile file;
+    const TestFile file(L"camera.ini", kSettings);
     TakeMessageBoxes();
-    struct Case {
-        const wchar_t* call;
-        size_t done;
-    };
-    for (const Case& c : {Case{L"IAMVideoProcAmp::Set 0", 1},
-                          {L"IAMCameraControl::Set 6", 2},
-                          {L"IAMStreamConfig::SetFormat", 4},
-                          {L"IAMCameraControl::Set 3", 10}}) {
+    for (const auto& [call, done] : {std::pair<const wchar_t*, size_t>{L"IAMVideoProcAmp::Set 0", 1},
+                                     {L"IAMCameraControl::Set 6", 2},
+                                     {L"IAMStreamConfig::SetFormat", 4},
+                                     {L"IAMCameraControl::Set 3", 10}}) {
         const Initialised camera(
-            std::wstring(L"{\"calls\": {\"") + c.call + L"\": {\"result\": \"0x80004005\"}}}",
-            file.path.c_str(), L"Camera");
+            std::wstring(L"{\"calls\": {\"") + call + L"\": {\"result\": \"0x80004005\"}}}", file.path(),
+            L"Camera");
         CHECK(camera.result == camOk);
-        CHECK(Settings() == std::vector<std::wstring>(kAll.begin(), kAll.begin() + static_cast<int>(c.done)));
-        CHECK(cam().State() == CAM_STATE_INITIALISED);
+        CHECK(Settings() == std::vector<std::wstring>(kAll.begin(), kAll.begin() + static_cast<int>(done)));
+        CHECK(State() == CAM_STATE_INITIALISED);
     }
     TakeMessageBoxes();
 }
 
 TEST_CASE("a section that is not there gives the defaults; no path, no section or no file: nothing is set") {
-    const SettingsFile file;
+    const TestFile file(L"camera.ini", kSettings);
     {
-        const Initialised camera(L"{}", file.path.c_str(), L"Elsewhere");
+        const Initialised camera(L"{}", file.path(), L"Elsewhere");
         CHECK(Settings() == kAll);
         CHECK(Value(CAM_PROPERTY_FOCUS_FIXED) == 150);
     }
-    const std::wstring missing = file.folder.Path(L"missing.ini");
+    const TestFile missing(L"missing.ini");
     for (const auto& [path, section] : {std::pair<const wchar_t*, const wchar_t*>{nullptr, L"Camera"},
-                                        {file.path.c_str(), nullptr},
-                                        {missing.c_str(), L"Camera"}}) {
+                                        {file.path(), nullptr},
+                                        {missing.path(), L"Camera"}}) {
         const Initialised camera(L"{}", path, section);
         CHECK(camera.result == camOk);
         CHECK(Settings().empty());
