@@ -77,14 +77,6 @@ TEST_CASE("a TIFF of a top-down frame is not thresholded: all but pure black is 
     CHECK(picture.word(12, 10) == 0xFFFF);
 }
 
-TEST_CASE("red alone is black in a TIFF of an RGB565 frame") {
-    TestPicture picture(kFormatRgb565, 64, -64, L"red.tif");
-    picture.fill(0xF800);
-    Prepare(picture);
-    CHECK(picture.word(0, 0) == 0);
-    CHECK(picture.word(63, 63) == 0);
-}
-
 TEST_CASE("the headers are rebuilt for every picture") {
     TestPicture picture(kFormatRgb565, 8, 8);
     for (int time = 0; time < 2; ++time) {
@@ -117,6 +109,6 @@ TEST_CASE("rows that are shorter than their pixels overlap, in the frame and in 
     CHECK(picture.word(0, 1) == 0x4A69);  // of one row only
     CHECK(picture.word(3, 0) == 0x4A69);
     CHECK(picture.marginIsIntact());
-    CHECK(ReadWholeFile(kName).size() == 66 + 2 * 4);
+    CHECK(ReadBytes(kName).size() == 66 + 2 * 4);
     DeleteFileW(kName);
 }

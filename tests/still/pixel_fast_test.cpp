@@ -8,18 +8,27 @@
 #include <string>
 #include <vector>
 
-#include "still/guarded_buffer.h"
+#include "guarded_memory.h"
 
+using cam::test::Flush;
+using cam::test::GuardedMemory;
 using namespace cam::still;
 
 namespace {
 
-struct NamedLevel {
+struct Way {
     const char* name;
-    PixelLevel level;
+    const PixelRoutines* pixels;
 };
-constexpr NamedLevel kFastLevels[] = {
-    {"word", PixelLevel::Word}, {"sse2", PixelLevel::Sse2}, {"avx2", PixelLevel::Avx2}};
+
+// Those that this machine has.
+std::vector<Way> FastWays() {
+    std::vector<Way> ways = {{"word", PixelRoutinesAt(PixelLevel::Word)},
+                             {"sse2", PixelRoutinesAt(PixelLevel::Sse2)},
+                             {"avx2", PixelRoutinesAt(PixelLevel::Avx2)}};
+    std::erase_if(ways, [](const Way& way) { return !way.pixels; });
+    return ways;
+}
 
 struct NamedConversion {
     const char* name;
@@ -48,10 +57,8 @@ Bytes HostileBytes(std::size_t size, unsigned seed) {
 TEST_CASE("YUY2 to RGB565 agrees for every Y, U and V") {
     Bytes every(512);
     for (int y = 0; y < 256; ++y) every[2 * y] = static_cast<std::uint8_t>(y);
-    for (const NamedLevel& fastLevel : kFastLevels) {
-        const PixelRoutines* fast = PixelRoutinesAt(fastLevel.level);
-        if (!fast) continue;
-        CAPTURE(fastLevel.name);
+    for (const Way& fast : FastWays()) {
+        CAPTURE(fast.name);
         int wrong = 0;
         for (int uv = 0; uv < 65536; ++uv) {
             for (int pair = 0; pair < 128; ++pair) {
@@ -61,7 +68,7 @@ TEST_CASE("YUY2 to RGB565 agrees for every Y, U and V") {
             Bytes expected = every;
             Bytes actual = every;
             kPlainPixels.yuy2RowToRgb565(expected.data(), 256);
-            fast->yuy2RowToRgb565(actual.data(), 256);
+            fast.pixels->yuy2RowToRgb565(actual.data(), 256);
             wrong += expected != actual;
         }
         CHECK(wrong == 0);
@@ -77,23 +84,19 @@ TEST_CASE("RGB565 agrees for every word") {
     Bytes expectedGrey(65536), expectedRgb(3 * 65536);
     kPlainPixels.rgb565RowToGrey(expectedGrey.data(), every.data(), 65536);
     kPlainPixels.rgb565RowToRgb888(expectedRgb.data(), every.data(), 65536);
-    for (const NamedLevel& fastLevel : kFastLevels) {
-        const PixelRoutines* fast = PixelRoutinesAt(fastLevel.level);
-        if (!fast) continue;
-        CAPTURE(fastLevel.name);
+    for (const Way& fast : FastWays()) {
+        CAPTURE(fast.name);
         Bytes grey(65536), rgb(3 * 65536);
-        fast->rgb565RowToGrey(grey.data(), every.data(), 65536);
-        fast->rgb565RowToRgb888(rgb.data(), every.data(), 65536);
+        fast.pixels->rgb565RowToGrey(grey.data(), every.data(), 65536);
+        fast.pixels->rgb565RowToRgb888(rgb.data(), every.data(), 65536);
         CHECK(grey == expectedGrey);
         CHECK(rgb == expectedRgb);
     }
 }
 
 TEST_CASE("frames of every width agree, flush against unreadable memory") {
-    for (const NamedLevel& fastLevel : kFastLevels) {
-        const PixelRoutines* fast = PixelRoutinesAt(fastLevel.level);
-        if (!fast) continue;
-        CAPTURE(fastLevel.name);
+    for (const Way& fast : FastWays()) {
+        CAPTURE(fast.name);
         for (std::uint32_t width = 1; width <= 70; ++width) {
             // With odd ones rows begin at any address, and every width sees noise as well as edges.
             for (const std::uint32_t padding : {0, 1, 2, 4, 7, 12}) {
@@ -106,9 +109,8 @@ TEST_CASE("frames of every width agree, flush against unreadable memory") {
                     Bytes expected = input;
                     conversion.run(expected.data(), shape, kPlainPixels);
                     for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
-                        GuardedBuffer frame(shape.size(), flush);
-                        std::memcpy(frame.data(), input.data(), input.size());
-                        conversion.run(frame.data(), shape, *fast);
+                        const GuardedMemory frame(input.data(), input.size(), flush);
+                        conversion.run(frame.data(), shape, *fast.pixels);
                         CHECK(std::memcmp(frame.data(), expected.data(), expected.size()) == 0);
                     }
                 }
@@ -118,20 +120,17 @@ TEST_CASE("frames of every width agree, flush against unreadable memory") {
 }
 
 TEST_CASE("RGB888 rows of every width and alignment end where they must") {
-    for (const NamedLevel& fastLevel : kFastLevels) {
-        const PixelRoutines* fast = PixelRoutinesAt(fastLevel.level);
-        if (!fast) continue;
-        CAPTURE(fastLevel.name);
+    for (const Way& fast : FastWays()) {
+        CAPTURE(fast.name);
         for (std::uint32_t width = 1; width <= 70; ++width) {
             CAPTURE(width);
             const Bytes input = HostileBytes(2 * width, width);
             Bytes expected(3 * width);
             kPlainPixels.rgb565RowToRgb888(expected.data(), input.data(), width);
             for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
-                GuardedBuffer row(2 * width, flush);
-                GuardedBuffer rgb(3 * width, flush);
-                std::memcpy(row.data(), input.data(), input.size());
-                fast->rgb565RowToRgb888(rgb.data(), row.data(), width);
+                const GuardedMemory row(input.data(), input.size(), flush);
+                const GuardedMemory rgb(3 * width, flush);
+                fast.pixels->rgb565RowToRgb888(rgb.data(), row.data(), width);
                 CHECK(std::memcmp(rgb.data(), expected.data(), expected.size()) == 0);
             }
         }

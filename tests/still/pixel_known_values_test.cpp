@@ -13,7 +13,14 @@ using namespace cam::still;
 
 namespace {
 
-constexpr PixelLevel kLevels[] = {PixelLevel::Plain, PixelLevel::Word, PixelLevel::Sse2, PixelLevel::Avx2};
+// Those that this machine has.
+std::vector<const PixelRoutines*> AllWays() {
+    std::vector<const PixelRoutines*> ways;
+    for (const PixelLevel level : {PixelLevel::Plain, PixelLevel::Word, PixelLevel::Sse2, PixelLevel::Avx2}) {
+        if (const PixelRoutines* routines = PixelRoutinesAt(level)) ways.push_back(routines);
+    }
+    return ways;
+}
 
 std::uint16_t WordAt(const std::vector<std::uint8_t>& bytes, std::size_t index) {
     return static_cast<std::uint16_t>(bytes[2 * index] | bytes[2 * index + 1] << 8);
@@ -38,10 +45,8 @@ TEST_CASE("YUY2 becomes RGB565 by the integer formula") {
         {82, 90, 41, 240, 0xF800, 0xD000},   // about red
         {41, 240, 41, 110, 0x001F, 0x001F},  // blue
     };
-    for (const PixelLevel level : kLevels) {
-        const PixelRoutines* routines = PixelRoutinesAt(level);
-        if (!routines) continue;
-        CAPTURE(static_cast<int>(level));
+    for (const PixelRoutines* routines : AllWays()) {
+        CAPTURE(routines);
         for (const auto& c : cases) {
             CAPTURE(c.y0);
             CAPTURE(c.u);
@@ -57,10 +62,8 @@ TEST_CASE("YUY2 becomes RGB565 by the integer formula") {
 }
 
 TEST_CASE("an odd width ends with one pixel of its pair and leaves the padding") {
-    for (const PixelLevel level : kLevels) {
-        const PixelRoutines* routines = PixelRoutinesAt(level);
-        if (!routines) continue;
-        CAPTURE(static_cast<int>(level));
+    for (const PixelRoutines* routines : AllWays()) {
+        CAPTURE(routines);
         std::vector<std::uint8_t> frame = {16, 128, 235, 128, 81,  128, 99, 128, 0xAA, 0xBB, 0xCC, 0xDD,
                                            81, 128, 16,  128, 235, 128, 77, 128, 0x11, 0x22, 0x33, 0x44};
         Yuy2ToRgb565(frame.data(), {3, 2, 12}, *routines);
@@ -77,10 +80,8 @@ TEST_CASE("grey of RGB565 is its blue alone") {
         std::uint8_t grey;
     } const cases[] = {{0xF800, 0}, {0x0000, 0}, {0xFFFF, 255}, {0x001F, 255}, {0x0001, 8}, {0x0010, 132},
                        {0x07E0, 0}, {0x0400, 0}, {0x03E0, 0},   {0x07E1, 8},   {0xFFE0, 0}, {0xF801, 8}};
-    for (const PixelLevel level : kLevels) {
-        const PixelRoutines* routines = PixelRoutinesAt(level);
-        if (!routines) continue;
-        CAPTURE(static_cast<int>(level));
+    for (const PixelRoutines* routines : AllWays()) {
+        CAPTURE(routines);
         for (const auto& c : cases) {
             CAPTURE(c.word);
             std::vector<std::uint8_t> frame;
@@ -95,10 +96,8 @@ TEST_CASE("grey of RGB565 is its blue alone") {
 }
 
 TEST_CASE("grey is packed to the front and expanded from there over padded rows") {
-    for (const PixelLevel level : kLevels) {
-        const PixelRoutines* routines = PixelRoutinesAt(level);
-        if (!routines) continue;
-        CAPTURE(static_cast<int>(level));
+    for (const PixelRoutines* routines : AllWays()) {
+        CAPTURE(routines);
         const FrameShape shape = {37, 5, 80};
         std::vector<std::uint8_t> frame(shape.size());
         for (std::size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<std::uint8_t>(i * 29 + i / 80);

@@ -98,20 +98,14 @@ TEST_CASE("the sample grabber takes RGB555 with a complete header, and a refused
 TEST_CASE("rows are padded to four bytes") {
     const NoLeaks noLeaks;
     Grabber grabber;
-    struct Row {
-        LONG width;
-        WORD bits;
-        DWORD stride;
-    };
-    for (const Row& row :
-         {Row{320, 16, 640}, Row{161, 16, 324}, Row{1, 16, 4}, Row{3, 24, 12}, Row{5, 8, 8}}) {
-        CAPTURE(row.width);
-        REQUIRE(grabber->SetMediaType(PINDIR_INPUT,
-                                      VideoType(MEDIASUBTYPE_RGB555, row.width, 10, row.bits)) == S_OK);
+    for (const auto& [width, bits, stride] :
+         {std::tuple<LONG, WORD, DWORD>{320, 16, 640}, {161, 16, 324}, {1, 16, 4}, {3, 24, 12}, {5, 8, 8}}) {
+        CAPTURE(width);
+        REQUIRE(grabber->SetMediaType(PINDIR_INPUT, VideoType(MEDIASUBTYPE_RGB555, width, 10, bits)) == S_OK);
         FrameGeometry geometry = {};
         grabber->GetGeometry(&geometry);
-        CHECK(geometry.stride == row.stride);
-        CHECK(geometry.sampleSize == row.stride * 10);
+        CHECK(geometry.stride == stride);
+        CHECK(geometry.sampleSize == stride * 10);
     }
 }
 

@@ -1,4 +1,4 @@
-// Pictures, files and fonts for the tests of the still room.
+// Pictures for the tests of the still room.
 #pragma once
 
 #include <windows.h>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "still/still_picture.h"
+#include "test_files.h"
 
 // Where the tests leave pictures for the decoders that judge them afterwards; below the current folder.
 constexpr wchar_t kPictureFolder[] = L"still_pictures";
@@ -79,23 +80,3 @@ struct TestPicture {
     cam::still::StillPicture picture;
     std::vector<std::uint8_t> memory;
 };
-
-inline bool FileExists(const std::wstring& name) {
-    return GetFileAttributesW(name.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
-inline std::vector<std::uint8_t> ReadWholeFile(const std::wstring& name) {
-    std::vector<std::uint8_t> bytes;
-    if (FILE* file = _wfopen(name.c_str(), L"rb")) {
-        for (int c; (c = std::fgetc(file)) != EOF;) bytes.push_back(static_cast<std::uint8_t>(c));
-        std::fclose(file);
-    }
-    return bytes;
-}
-
-inline void WriteWholeFile(const std::wstring& name, const void* bytes, std::size_t count) {
-    if (FILE* file = _wfopen(name.c_str(), L"wb")) {
-        std::fwrite(bytes, 1, count, file);
-        std::fclose(file);
-    }
-}

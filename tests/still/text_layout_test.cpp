@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "still/guarded_buffer.h"
+#include "guarded_memory.h"
 #include "tables/stamping.h"
 
+using cam::test::Flush;
+using cam::test::GuardedMemory;
 using namespace cam::still;
 
 namespace {
@@ -171,7 +173,7 @@ TEST_CASE("no box reaches outside the frame") {
         for (const std::int32_t rows : {1, 2, 9, 50}) {
             for (const std::int32_t height : {rows, -rows}) {
                 const TextFrame frame = FrameOf(width, height);
-                GuardedBuffer pixels(frame.rows() * std::size_t{frame.stride},
+                GuardedMemory pixels(frame.rows() * std::size_t{frame.stride},
                                      width % 2 ? Flush::AtStart : Flush::AtEnd);
                 for (const std::int32_t cx : kExtents) {
                     for (const std::int32_t cy : {0, 1, 12, 70}) {

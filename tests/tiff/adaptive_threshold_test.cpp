@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "tiff/guarded_block.h"
+#include "guarded_memory.h"
 #include "tiff/sample_rasters.h"
 #include "tiff/threshold_ways.h"
 
-using cam::test::GuardedBlock;
+using cam::test::GuardedMemory;
 using cam::test::Random;
 using namespace cam::tiff;
 
@@ -72,7 +72,7 @@ std::vector<uint8_t> Plane(Content content, uint32_t width, uint32_t rows, uint3
 // The plane after `threshold`, in a buffer with `spare` bytes behind it and a guard page behind that.
 std::vector<uint8_t> Run(ThresholdWay* threshold, const std::vector<uint8_t>& plane, uint32_t width,
                          uint32_t rows, uint32_t spare, float ratio) {
-    GuardedBlock block(plane.size() + spare);
+    GuardedMemory block(plane.size() + spare);
     std::copy(plane.begin(), plane.end(), block.data());
     ThresholdPlan plan;
     REQUIRE(PlanThreshold(block.data(), width, static_cast<int32_t>(rows),
@@ -116,44 +116,26 @@ TEST_CASE("the plain threshold is the comparison with the window's mean") {
 }
 
 TEST_CASE("every way to threshold gives the plane of the plain one") {
-    struct Size {
-        uint32_t width, rows;
-    };
+    constexpr uint32_t kSizes[][2] = {{1, 1},    {1, 40},    {40, 1},    {15, 200}, {16, 16},
+                                      {17, 16},  {16, 33},   {23, 23},   {24, 31},  {31, 100},
+                                      {32, 64},  {33, 65},   {63, 40},   {64, 48},  {65, 49},
+                                      {100, 16}, {160, 121}, {322, 241}, {640, 480}};
     uint32_t seed = 1;
-    for (Size size : {Size{1, 1},
-                      {1, 40},
-                      {40, 1},
-                      {15, 200},
-                      {16, 16},
-                      {17, 16},
-                      {16, 33},
-                      {23, 23},
-                      {24, 31},
-                      {31, 100},
-                      {32, 64},
-                      {33, 65},
-                      {63, 40},
-                      {64, 48},
-                      {65, 49},
-                      {100, 16},
-                      {160, 121},
-                      {322, 241},
-                      {640, 480}}) {
+    for (const auto& size : kSizes) {
+        const uint32_t width = size[0], rows = size[1];
         for (Content content : kContents) {
-            const std::vector<uint8_t> plane = Plane(content, size.width, size.rows, seed++);
+            const std::vector<uint8_t> plane = Plane(content, width, rows, seed++);
             for (float ratio : {0.0f, 0.03f, 0.1f, 0.2f, 1.0f, std::numeric_limits<float>::quiet_NaN()}) {
-                CAPTURE(size.width);
-                CAPTURE(size.rows);
+                CAPTURE(width);
+                CAPTURE(rows);
                 CAPTURE(static_cast<int>(content));
                 CAPTURE(ratio);
-                const std::vector<uint8_t> expected =
-                    Run(ThresholdPlain, plane, size.width, size.rows, 0, ratio);
+                const std::vector<uint8_t> expected = Run(ThresholdPlain, plane, width, rows, 0, ratio);
                 // Without scratch room, with too little, and with plenty of it.
-                for (uint32_t spare :
-                     {0u, size.width, size.width * size.rows + 3, size.width * size.rows * 9}) {
+                for (uint32_t spare : {0u, width, width * rows + 3, width * rows * 9}) {
                     for (const Way& way : FastWays()) {
                         CAPTURE(way.name);
-                        CHECK(Run(way.threshold, plane, size.width, size.rows, spare, ratio) == expected);
+                        CHECK(Run(way.threshold, plane, width, rows, spare, ratio) == expected);
                     }
                 }
             }

@@ -7,8 +7,8 @@
 #include <memory>
 #include <vector>
 
-#include "tiff/guarded_block.h"
 #include "tiff/pack_pixels.h"
+#include "guarded_memory.h"
 #include "tiff/sample_rasters.h"
 
 using cam::tiff::ByteBuffer;
@@ -136,7 +136,7 @@ TEST_CASE("packing pixels gives the bits that the bit writer would") {
     cam::test::Random random(11);
     for (uint32_t count = 0; count <= 200; ++count) {
         for (size_t offset : {size_t{0}, size_t{2}}) {  // aligned to words, and not
-            const cam::test::GuardedBlock pixels(count * 2 + (offset ? 0 : (4 - count * 2 % 4) % 4));
+            const cam::test::GuardedMemory pixels(count * 2 + (offset ? 0 : (4 - count * 2 % 4) % 4));
             ByteBuffer expected(64, false);
             for (uint32_t x = 0; x < count; ++x) {
                 const uint16_t word = kWords[random.Below(10)];
@@ -144,7 +144,7 @@ TEST_CASE("packing pixels gives the bits that the bit writer would") {
                 expected.PutBits(word == 0, 1);
             }
             expected.PadToByte(0);
-            const cam::test::GuardedBlock bits((count + 7) / 8);
+            const cam::test::GuardedMemory bits((count + 7) / 8);
             cam::tiff::PackBlackPixels(pixels.data(), count, bits.data());
             CHECK(memcmp(bits.data(), expected.Data(), bits.size()) == 0);
         }

@@ -8,13 +8,13 @@
 #include <vector>
 
 #include "tiff/encode_g4_ways.h"
-#include "tiff/guarded_block.h"
+#include "guarded_memory.h"
 #include "tiff/sample_rasters.h"
 #ifdef CAM_HAVE_LIBTIFF
 #include "tiff/libtiff_peer.h"
 #endif
 
-using cam::test::GuardedBlock;
+using cam::test::GuardedMemory;
 using cam::test::Raster;
 using namespace cam::tiff;
 
@@ -34,7 +34,7 @@ std::vector<Way> FastWays() {
 }
 
 std::vector<uint8_t> Encode(EncodeG4Way* encode, const Raster& raster, uint32_t capacity) {
-    const GuardedBlock bits(raster.bits.data(), raster.bits.size());
+    const GuardedMemory bits(raster.bits.data(), raster.bits.size());
     ByteBuffer output(capacity, true);
     uint32_t size = 0;
     REQUIRE(

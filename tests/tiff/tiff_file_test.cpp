@@ -183,36 +183,3 @@ TEST_CASE("pictures out of range are refused") {
     CHECK(EncodeBilevelTiff(file, pixels.data(), 0, 0, nullptr, false));
     CHECK(Directory(file)[1].value == 0);
 }
-
-#ifdef CAM_HAVE_LIBTIFF
-TEST_CASE("libtiff reads every header") {
-    for (bool grey8 : {false, true}) {
-        for (bool group4 : {false, true}) {
-            if (grey8 && group4) continue;
-            for (const char* text : {static_cast<const char*>(nullptr), "abc", "a long description"}) {
-                const uint32_t stripBytes = grey8 ? 16 * 4 : 2 * 4;
-                ByteBuffer file(10, true);
-                WriteTiffHeader(16, 4, stripBytes, grey8, group4, text, file, group4);
-                std::vector<uint8_t> strip(stripBytes, 0x42);
-                file.AppendBytes(strip.data(), stripBytes);
-                cam::test::MemoryTiff reader(Bytes(file));
-                REQUIRE(reader.get());
-                CHECK(reader.Field<uint32_t>(TIFFTAG_IMAGEWIDTH) == 16);
-                CHECK(reader.Field<uint32_t>(TIFFTAG_IMAGELENGTH) == 4);
-                CHECK(reader.Field<uint16_t>(TIFFTAG_BITSPERSAMPLE) == (grey8 ? 8 : 1));
-                CHECK(reader.Field<uint16_t>(TIFFTAG_COMPRESSION) == (group4 ? 4 : 1));
-                CHECK(reader.Field<uint16_t>(TIFFTAG_PHOTOMETRIC) == (grey8 ? 1 : 0));
-                CHECK(reader.Field<uint16_t>(TIFFTAG_RESOLUTIONUNIT) == 1);
-                CHECK(reader.Field<float>(TIFFTAG_XRESOLUTION) == 300.0f);
-                CHECK(reader.Field<float>(TIFFTAG_YRESOLUTION) == 300.0f);
-                CHECK(TIFFRawStripSize(reader.get(), 0) == stripBytes);
-                std::vector<uint8_t> read(stripBytes);
-                CHECK(TIFFReadRawStrip(reader.get(), 0, read.data(), stripBytes) == stripBytes);
-                CHECK(read == strip);
-                const char* description = reader.Field<const char*>(TIFFTAG_IMAGEDESCRIPTION);
-                CHECK(std::string(description ? description : "none") == (text ? text : "none"));
-            }
-        }
-    }
-}
-#endif
