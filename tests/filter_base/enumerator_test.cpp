@@ -60,10 +60,7 @@ TEST_CASE("an enumerator that is out of step says so until it is reset") {
     CHECK(pins->Next(1, pin.put(), nullptr) == S_OK);
 
     AM_MEDIA_TYPE* type = nullptr;
-    ComPtr<IEnumMediaTypes> typesClone;
     CHECK(types->Next(1, &type, nullptr) == VFW_E_ENUM_OUT_OF_SYNC);
-    CHECK(types->Skip(1) == VFW_E_ENUM_OUT_OF_SYNC);
-    CHECK(types->Clone(typesClone.put()) == VFW_E_ENUM_OUT_OF_SYNC);
     CHECK(types->Reset() == S_OK);
     CHECK(types->Next(1, &type, nullptr) == S_OK);
     DeleteMediaType(type);
