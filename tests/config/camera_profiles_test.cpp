@@ -4,7 +4,7 @@
 #include <set>
 #include <string>
 
-#include "config/test_files.h"
+#include "config/config_texts.h"
 #include "tables/settings.h"
 
 using cam::config::GetProfiles;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "config/test_files.h"
+#include "config/config_texts.h"
 
 using namespace cam::config;
 

@@ -3,6 +3,7 @@
 #include <doctest/doctest.h>
 
 #include <climits>
+#include <cwchar>
 #include <memory>
 #include <string>
 #include <vector>
@@ -55,9 +56,9 @@ std::wstring ReadString(const std::wstring& text, const wchar_t* key, int32_t le
 }  // namespace
 
 TEST_CASE("a line sets a value only in its section and only with its exact key") {
-    for (const auto& [text, zoom] : tables::kIniSettings) {
-        CAPTURE(text);
-        CHECK(ReadZoom({text.begin(), text.end()}) == zoom);
+    for (const tables::SettingsCase& c : tables::kIniSettings) {
+        CAPTURE(c.text);
+        CHECK(ReadZoom({c.text.begin(), c.text.end()}) == c.zoom);
     }
     CHECK(ReadZoom(L"[A]\nZoom=1\n[B]\nZoom=2\n", nullptr) == 2);
     CHECK(ReadZoom(L"Zoom=1\n[B]\nZoom=2\n", L"") == 1);
@@ -125,6 +126,10 @@ TEST_CASE("numbers are read as the C library reads them") {
                           {L"-0x10", -16, 0},
                           {L"- 5", 0, 0},
                           {L"+-5", 0, 0},
+                          {L"--1", 0, 0},
+                          {L"0-", 0, 0},
+                          {L"1e3", 1, 1},
+                          {L"4294967295", INT_MAX, INT_MAX},
                           {L"", 0, 0},
                           {L"abc", 0, 0},
                           {L"1.9", 1, 1},
@@ -138,6 +143,10 @@ TEST_CASE("numbers are read as the C library reads them") {
         CAPTURE(std::string(c.text, c.text + std::wstring(c.text).size()));
         CHECK(ParseInteger(c.text, 0) == c.base0);
         CHECK(ParseInteger(c.text, 10) == c.base10);
+        // Where its numbers have 32 bits, the C library itself is asked.
+        if (sizeof(long) != sizeof(int32_t)) continue;
+        CHECK(wcstol(c.text, nullptr, 0) == c.base0);
+        CHECK(wcstol(c.text, nullptr, 10) == c.base10);
     }
 }
 

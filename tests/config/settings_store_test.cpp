@@ -2,10 +2,11 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "config/camera_settings.h"
-#include "config/test_files.h"
+#include "config/config_texts.h"
 #include "config/xml_settings.h"
 #include "tables/settings.h"
 
@@ -30,6 +31,11 @@ int32_t ReadZoomOf(const std::string& bytes, const wchar_t* section = L"Camera")
     return ReadZoom(file.path(), section);
 }
 
+std::vector<LONG> Values(const CameraSettings& s) {
+    return {s.autofocus,    s.brightness, s.color,      s.flash,      s.focusMinimum,
+            s.focusMaximum, s.focusStep,  s.focusFixed, s.resolution, s.zoom};
+}
+
 SettingsFileType TypeOf(const std::wstring& name, std::wstring* path = nullptr) {
     SettingsFile file;
     SettingsStore::Classify(name.c_str(), &file);
@@ -40,13 +46,9 @@ SettingsFileType TypeOf(const std::wstring& name, std::wstring* path = nullptr) 
 }  // namespace
 
 TEST_CASE("the first line of a file decides its type") {
-    struct Case {
-        const wchar_t* name;
-        std::string bytes;
-        SettingsFileType type;
-    };
-    for (const Case& c :
-         {Case{L"a.exm", "<?xml version=\"1.0\"?>", SettingsFileType::kXml},
+    for (const auto& [name, bytes, type] :
+         {std::tuple<const wchar_t*, std::string, SettingsFileType>{L"a.exm", "<?xml version=\"1.0\"?>",
+                                                                    SettingsFileType::kXml},
           {L"a.ini", "<?XML Version='1.0' encoding='UTF-8' standalone='yes'?><a/>", SettingsFileType::kXml},
           {L"a.exm", "[Camera]", SettingsFileType::kIni},
           {L"a.exm", "", SettingsFileType::kIni},
@@ -56,10 +58,10 @@ TEST_CASE("the first line of a file decides its type") {
           {L"a.exm", "<?xml version", SettingsFileType::kIni},
           {L"a.exm", "\xEF\xBB\xBF<?xml version='1.0'?>", SettingsFileType::kIni},
           {L"a.exm", ToUtf16("<?xml version='1.0'?>", true), SettingsFileType::kIni}}) {
-        CAPTURE(c.bytes);
-        const TestFile file(c.name, c.bytes);
+        CAPTURE(bytes);
+        const TestFile file(name, bytes);
         std::wstring path;
-        CHECK(TypeOf(file.path(), &path) == c.type);
+        CHECK(TypeOf(file.path(), &path) == type);
         CHECK(path == file.path());
     }
 }
@@ -93,8 +95,7 @@ TEST_CASE("a file that is not there is taken for what its extension says") {
 TEST_CASE("a name without extension finds the .exm file before the .ini file") {
     const TestFile xml(L"both.exm", Camera("<Key name='Zoom'>3</Key>"));
     const TestFile ini(L"both.ini", "[Camera]\r\nZoom=4\r\n");
-    const std::wstring name = xml.WithoutExtension();
-    REQUIRE(name.find(L'.') == std::wstring::npos);
+    const std::wstring name = std::wstring(xml.path()).substr(0, wcslen(xml.path()) - 4);
     std::wstring path;
     CHECK(TypeOf(name, &path) == SettingsFileType::kXmlBesideIni);
     CHECK(path == xml.path());
@@ -166,31 +167,25 @@ TEST_CASE("the flag of an XML key is told with its text only") {
 TEST_CASE("strings fill their buffer, from XML with one character more for the terminator") {
     const TestFile xml(L"text.exm", Camera("<Key name='t'>abcdef</Key><Key name='e'/>"));
     const TestFile ini(L"text.ini", "[Camera]\nt=abcdef\ne=\n");
-    struct Case {
-        int length;
-        std::wstring fromXml;
-        std::wstring fromIni;
-    };
-    for (const Case& c :
-         {Case{1, L"a", L""}, {5, L"abcde", L"abcd"}, {6, L"abcdef", L"abcde"}, {7, L"abcdef", L"abcdef"}}) {
+    for (const auto& [length, fromXml, fromIni] : {std::tuple<int, std::wstring, std::wstring>{1, L"a", L""},
+                                                   {5, L"abcde", L"abcd"},
+                                                   {6, L"abcdef", L"abcde"},
+                                                   {7, L"abcdef", L"abcdef"}}) {
         // Heap blocks of exactly the size that is allowed, for a run with heap checks.
-        const auto wide = std::make_unique<wchar_t[]>(static_cast<size_t>(c.length) + 1);
-        CHECK(SettingsStore::ReadString(xml.path(), L"camera", L"T", wide.get(), c.length) == 0);
-        CHECK(std::wstring(wide.get()) == c.fromXml);
-        const auto narrow = std::make_unique<wchar_t[]>(static_cast<size_t>(c.length));
-        CHECK(SettingsStore::ReadString(ini.path(), L"camera", L"T", narrow.get(), c.length) == 0);
-        CHECK(std::wstring(narrow.get()) == c.fromIni);
+        const auto wide = std::make_unique<wchar_t[]>(static_cast<size_t>(length) + 1);
+        CHECK(SettingsStore::ReadString(xml.path(), L"camera", L"T", wide.get(), length) == 0);
+        CHECK(std::wstring(wide.get()) == fromXml);
+        const auto narrow = std::make_unique<wchar_t[]>(static_cast<size_t>(length));
+        CHECK(SettingsStore::ReadString(ini.path(), L"camera", L"T", narrow.get(), length) == 0);
+        CHECK(std::wstring(narrow.get()) == fromIni);
     }
-    wchar_t text[] = L"before";
-    CHECK(SettingsStore::ReadString(xml.path(), nullptr, L"missing", text, 6) == 0);
-    CHECK(std::wstring(text) == L"before");
-    CHECK(SettingsStore::ReadString(xml.path(), nullptr, L"t", text, -1) == 0);
-    CHECK(std::wstring(text) == L"before");
-    CHECK(SettingsStore::ReadString(xml.path(), nullptr, L"t", text, 0) == 0);
-    CHECK(std::wstring(text).empty());
-    text[0] = L'x';
-    CHECK(SettingsStore::ReadString(xml.path(), nullptr, L"e", text, 6) == 0);
-    CHECK(std::wstring(text).empty());
+    wchar_t text[7];
+    for (const auto& [key, length, expected] :
+         {std::tuple{L"missing", 6, L"before"}, {L"t", -1, L"before"}, {L"t", 0, L""}, {L"e", 6, L""}}) {
+        wcscpy(text, L"before");
+        CHECK(SettingsStore::ReadString(xml.path(), nullptr, key, text, length) == 0);
+        CHECK(std::wstring(text) == expected);
+    }
     CHECK(SettingsStore::ReadIniString(ini.path(), nullptr, L"t", text, 7) == 0);
     CHECK(std::wstring(text) == L"abcdef");
     int32_t number = kUntouched;
@@ -201,29 +196,33 @@ TEST_CASE("strings fill their buffer, from XML with one character more for the t
 TEST_CASE("a document stays loaded while its file keeps its time") {
     constexpr ULONGLONG kTime = 0x01D0000000000000;
     constexpr ULONGLONG kSecond = 10'000'000;
-    const TestFile file(L"cached.exm", Camera("<Key name='Zoom'>1</Key>"));
-    file.SetTime(kTime);
+    const TestFile file(L"cached.exm");
+    const auto store = [&](int zoom, ULONGLONG time) {
+        file.Write(Camera("<Key name='Zoom'>" + std::to_string(zoom) + "</Key>"));
+        const FILETIME written = {static_cast<DWORD>(time), static_cast<DWORD>(time >> 32)};
+        const HANDLE handle =
+            CreateFileW(file.path(), FILE_WRITE_ATTRIBUTES, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        REQUIRE(SetFileTime(handle, nullptr, nullptr, &written));
+        CloseHandle(handle);
+    };
+    store(1, kTime);
     CHECK(ReadZoom(file.path()) == 1);
-    file.Write(Camera("<Key name='Zoom'>2</Key>"));
-    file.SetTime(kTime);
+    store(2, kTime);
     CHECK(ReadZoom(file.path()) == 1);  // the loaded document still
-    file.SetTime(kTime + kSecond);
+    store(2, kTime + kSecond);
     CHECK(ReadZoom(file.path()) == 2);
-    file.Write(Camera("<Key name='Zoom'>3</Key>"));
-    file.SetTime(kTime);  // older counts as changed as well
+    store(3, kTime);  // older counts as changed as well
     CHECK(ReadZoom(file.path()) == 3);
 
     // Another path, even one that differs in case only, discards the document.
-    file.Write(Camera("<Key name='Zoom'>4</Key>"));
-    file.SetTime(kTime);
+    store(4, kTime);
     CHECK(ReadZoom(file.path()) == 3);
     std::wstring otherCase = file.path();
     otherCase.back() = L'M';
     CHECK(ReadZoom(otherCase.c_str()) == 4);
 
     // So does a null path, and a file that has become unreadable; INI files do not touch it.
-    file.Write(Camera("<Key name='Zoom'>5</Key>"));
-    file.SetTime(kTime);
+    store(5, kTime);
     const TestFile ini(L"other.ini", "[Camera]\nZoom=9\n");
     CHECK(ReadZoom(ini.path()) == 9);
     CHECK(ReadZoom(otherCase.c_str()) == 4);
@@ -233,7 +232,7 @@ TEST_CASE("a document stays loaded while its file keeps its time") {
     int32_t zoom = kUntouched;
     CHECK(SettingsStore::ReadInteger(otherCase.c_str(), nullptr, L"Zoom", &zoom) == -1);
     CHECK(zoom == kUntouched);
-    file.Write(Camera("<Key name='Zoom'>6</Key>"));
+    store(6, kTime);
     CHECK(ReadZoom(otherCase.c_str()) == 6);
     file.Remove();
     CHECK(ReadXmlSettings(otherCase.c_str(), nullptr, 0) == -1);
@@ -244,16 +243,7 @@ TEST_CASE("the settings of a camera come from one section, and keep their defaul
         const TestFile file(name, DocumentedExample(language, 0));
         CameraSettings settings;
         CHECK(ReadCameraSettings(file.path(), &settings, L"camera") == 0);
-        CHECK(settings.brightness == 10);
-        CHECK(settings.autofocus == 1);
-        CHECK(settings.flash == 0);
-        CHECK(settings.resolution == 2);
-        CHECK(settings.color == 1);
-        CHECK(settings.focusMinimum == 100);
-        CHECK(settings.focusMaximum == 300);
-        CHECK(settings.focusStep == 8);
-        CHECK(settings.focusFixed == 150);
-        CHECK(settings.zoom == 2);
+        CHECK(Values(settings) == std::vector<LONG>{1, 10, 1, 0, 100, 300, 8, 150, 2, 2});
     }
     const TestFile file(L"all.ini",
                         "[S]\nAutofocus=11\nBrightness=12\nColor=13\nFlash=14\nFocusMin=15\nFocusMax=16\n"
@@ -262,11 +252,7 @@ TEST_CASE("the settings of a camera come from one section, and keep their defaul
     CHECK(ReadCameraSettings(file.path(), &settings, L"other") == 0);
     CHECK(settings.focusFixed == 150);
     CHECK(ReadCameraSettings(file.path(), &settings, L"s") == 0);
-    const LONG values[] = {settings.autofocus, settings.brightness,   settings.color,
-                           settings.flash,     settings.focusMinimum, settings.focusMaximum,
-                           settings.focusStep, settings.focusFixed,   settings.resolution,
-                           settings.zoom};
-    for (LONG i = 0; i < 10; ++i) CHECK(values[i] == 11 + i);
+    CHECK(Values(settings) == std::vector<LONG>{11, 12, 13, 14, 15, 16, 17, 18, 19, 20});
     file.Remove();
     CHECK(ReadCameraSettings(file.path(), &settings, L"s") == -1);
     CHECK(settings.zoom == 20);
