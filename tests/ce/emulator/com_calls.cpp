@@ -38,22 +38,11 @@ u32 Create(Process& process, u32 clsid, u32 iid, u32 out) {
 }
 
 void BindBstrs(Process& p) {
-    auto& m = p.machine;
     p.Bind(kAutomation, "SysAllocString",
            [&p](u32 text) -> u32 { return text ? AllocateBstr(p, p.machine.Text(text)) : 0; });
-    p.Bind(kAutomation, "SysAllocStringLen", [&p](u32 text, u32 length) -> u32 {
-        std::u16string units(length, u'\0');
-        for (u32 i = 0; text && i < length; ++i)
-            units[i] = static_cast<char16_t>(p.machine.Read<u16>(text + 2 * i));
-        return AllocateBstr(p, units);
-    });
     p.Bind(kAutomation, "SysFreeString", [&p](u32 text) {
         if (text) p.heap.Free(text - 4);
     });
-    p.Bind(kAutomation, "SysStringLen",
-           [&m](u32 text) -> u32 { return text ? m.Read<u32>(text - 4) / 2 : 0; });
-    p.Bind(kAutomation, "SysStringByteLen",
-           [&m](u32 text) -> u32 { return text ? m.Read<u32>(text - 4) : 0; });
 }
 
 void BindVariants(Process& p) {
@@ -104,18 +93,12 @@ void BindCom(Process& p) {
            [&p](u32 clsid, u32, u32, u32 iid, u32 out) { return Create(p, clsid, iid, out); });
     p.Bind(kOle, "CoTaskMemAlloc", [&p](u32 size) { return p.heap.Allocate(size); });
     p.Bind(kOle, "CoTaskMemFree", [&p](u32 block) { p.heap.Free(block); });
-    p.Bind(kOle, "CoTaskMemRealloc", [&p](u32 block, u32 size) { return p.heap.Resize(block, size); });
     p.Bind(kOle, "StringFromGUID2", [&p](u32 guid, u32 out, u32 room) -> u32 {
         const std::string text = FormatGuid(ReadGuid(p.machine, guid));
         if (room < text.size() + 1) return 0;
         for (size_t i = 0; i <= text.size(); ++i)
             p.machine.Write(out + 2 * static_cast<u32>(i), static_cast<u16>(text.c_str()[i]));
         return static_cast<u32>(text.size() + 1);
-    });
-    p.Bind(kOle, "CLSIDFromString", [&p](u32 text, u32 out) -> u32 {
-        const std::u16string wide = p.machine.Text(text);
-        WriteGuid(p.machine, out, ParseGuid(std::string(wide.begin(), wide.end())));
-        return kOk;
     });
     BindBstrs(p);
     BindVariants(p);

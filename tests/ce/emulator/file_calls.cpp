@@ -103,23 +103,12 @@ void BindReading(Process& p) {
             return p.SetLastError(kErrorInvalidHandle), kInvalidHandle;
         return static_cast<u32>(std::ftell(file->stream));
     });
-    p.Bind(kLibrary, "GetFileSize", [&p](u32 handle, u32 highAt) -> u32 {
-        const auto file = p.FromHandle<File>(handle);
-        if (!file) return p.SetLastError(kErrorInvalidHandle), kInvalidHandle;
-        if (highAt) p.machine.Write(highAt, 0u);
-        std::fflush(file->stream);
-        return static_cast<u32>(std::filesystem::file_size(file->path));
-    });
     p.Bind(kLibrary, "SetEndOfFile", [&p](u32 handle) -> u32 {
         const auto file = p.FromHandle<File>(handle);
         if (!file || !file->writable) return p.SetLastError(kErrorInvalidHandle), 0;
         std::fflush(file->stream);
         std::filesystem::resize_file(file->path, static_cast<u64>(std::ftell(file->stream)));
         return 1;
-    });
-    p.Bind(kLibrary, "FlushFileBuffers", [&p](u32 handle) -> u32 {
-        const auto file = p.FromHandle<File>(handle);
-        return file && std::fflush(file->stream) == 0;
     });
     p.Bind(kLibrary, "DeleteFileW", [&p](u32 name) -> u32 {
         std::error_code error;
@@ -170,7 +159,6 @@ void BindStreams(Process& p) {
         return static_cast<u32>(
             std::fread(p.machine.Bytes(buffer, size * count), size, count, stream->stream));
     });
-    p.Bind(kLibrary, "ferror", [](u32) -> u32 { return 0; });
     // The device has a code page of single bytes.
     p.Bind(kLibrary, "IsDBCSLeadByte", [](u32) -> u32 { return 0; });
 }

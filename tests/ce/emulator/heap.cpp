@@ -80,16 +80,6 @@ u32 Heap::Size(u32 address) {
     return found->second.size;
 }
 
-u32 Heap::Resize(u32 address, u32 size) {
-    if (address == 0) return Allocate(size);
-    const u32 old = Size(address);
-    const u32 moved = Allocate(size);
-    if (moved == 0) return 0;
-    std::memcpy(machine_.Bytes(moved, size), machine_.Bytes(address, old), std::min(old, size));
-    Free(address);
-    return moved;
-}
-
 void Heap::Validate() {
     for (const auto& [address, block] : blocks_) CheckFences(address, block);
 }

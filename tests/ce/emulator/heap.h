@@ -17,7 +17,6 @@ class Heap {
     // For what the host hands to the program: never fails on purpose.
     u32 AllocateSurely(u32 size);
     void Free(u32 address);
-    u32 Resize(u32 address, u32 size);
     u32 Size(u32 address);
     // Fences of all blocks are whole, else Failure.
     void Validate();

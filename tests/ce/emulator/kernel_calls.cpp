@@ -66,12 +66,6 @@ void BindEvents(Process& p) {
         if (--mutex->depth == 0) mutex->owner = nullptr;
         return 1;
     });
-    p.Bind(kLibrary, "OpenEventW", [&p](u32, u32, u32 name) -> u32 {
-        const auto found = p.namedObjects.find(p.machine.Text(name));
-        if (found != p.namedObjects.end()) return p.AddHandle(found->second);
-        p.SetLastError(kErrorFileNotFound);
-        return 0;
-    });
     p.Bind(kLibrary, "EventModify",
            [&p](u32 handle, u32 function) { return ModifyEvent(p, handle, function); });
     p.Bind(kLibrary, "CloseHandle", [&p](u32 handle) -> u32 { return p.CloseHandle(handle); });
@@ -114,15 +108,12 @@ void BindThreads(Process& p) {
         if (idAt) p.machine.Write(idAt, thread->id);
         return p.AddHandle(thread);
     });
-    p.Bind(kLibrary, "ExitThread", [&p](u32 code) { p.scheduler.Exit(code); });
     p.Bind(kLibrary, "GetExitCodeThread", [&p](u32 handle, u32 codeAt) -> u32 {
         const auto thread = p.FromHandle<Thread>(handle);
         if (!thread) return 0;
         p.machine.Write(codeAt, thread->exitCode);
         return 1;
     });
-    p.Bind(kLibrary, "SetThreadPriority", [](u32, u32) -> u32 { return 1; });
-    p.Bind(kLibrary, "GetThreadPriority", [](u32) -> u32 { return 3; });
     p.Bind(kLibrary, "TerminateProcess", [&p](u32, u32 code) -> u32 {
         throw Failure("the process ended itself with " + std::to_string(code) + "\n" + p.machine.Backtrace());
     });
@@ -176,10 +167,6 @@ void BindThreadStorage(Process& p) {
 
 void BindInterlocked(Process& p) {
     auto& m = p.machine;
-    p.Bind(kLibrary, "InterlockedIncrement",
-           [&m](u32 at) { return m.Write(at, m.Read<u32>(at) + 1), m.Read<u32>(at); });
-    p.Bind(kLibrary, "InterlockedDecrement",
-           [&m](u32 at) { return m.Write(at, m.Read<u32>(at) - 1), m.Read<u32>(at); });
     p.Bind(kLibrary, "InterlockedExchange", [&m](u32 at, u32 value) {
         const u32 old = m.Read<u32>(at);
         m.Write(at, value);
@@ -188,11 +175,6 @@ void BindInterlocked(Process& p) {
     p.Bind(kLibrary, "InterlockedExchangeAdd", [&m](u32 at, u32 value) {
         const u32 old = m.Read<u32>(at);
         m.Write(at, old + value);
-        return old;
-    });
-    p.Bind(kLibrary, "InterlockedCompareExchange", [&m](u32 at, u32 value, u32 expected) {
-        const u32 old = m.Read<u32>(at);
-        if (old == expected) m.Write(at, value);
         return old;
     });
 }
@@ -218,8 +200,6 @@ void BindCriticalSections(Process& p) {
     });
     p.Bind(kLibrary, "EnterCriticalSection",
            [&p, section](u32 at) { p.scheduler.Wait({section(at)}, false, kInfinite); });
-    p.Bind(kLibrary, "TryEnterCriticalSection",
-           [&p, section](u32 at) -> u32 { return p.scheduler.Wait({section(at)}, false, 0) == 0; });
     p.Bind(kLibrary, "LeaveCriticalSection", [&p, section](u32 at) {
         const auto held = section(at);
         if (held->owner != &p.scheduler.Current()) {
@@ -304,9 +284,7 @@ void BindModules(Process& p) {
         return 0;
     };
     p.Bind(kLibrary, "LoadLibraryW", find);
-    p.Bind(kLibrary, "GetModuleHandleW", find);
     p.Bind(kLibrary, "FreeLibrary", [](u32) -> u32 { return 1; });
-    p.Bind(kLibrary, "DisableThreadLibraryCalls", [](u32) -> u32 { return 1; });
     p.Bind(kLibrary, "GetProcAddressA", [&p, byBase, procedure](u32 base, u32 name) -> u32 {
         if (name < 0x10000) {
             Module* module = byBase(base);
@@ -317,10 +295,6 @@ void BindModules(Process& p) {
             return base + module->image.exportsByOrdinal[static_cast<u16>(name)];
         }
         return procedure(base, p.machine.Narrow(name));
-    });
-    p.Bind(kLibrary, "GetProcAddressW", [&p, procedure](u32 base, u32 name) {
-        const std::u16string wide = p.machine.Text(name);
-        return procedure(base, std::string(wide.begin(), wide.end()));
     });
     p.Bind(kLibrary, "GetModuleFileNameW", [&p, byBase](u32 base, u32 buffer, u32 length) -> u32 {
         Module* module = byBase(base);

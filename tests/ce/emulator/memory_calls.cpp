@@ -1,4 +1,4 @@
-// Heap functions and blocks of memory.
+// The C heap and blocks of memory.
 #include <cstring>
 
 #include "emulator/process.h"
@@ -8,8 +8,6 @@ namespace ce {
 namespace {
 
 const std::string kLibrary = "coredll.dll";
-constexpr u32 kLocalZeroed = 0x40, kHeapZeroed = 0x08;
-constexpr u32 kProcessHeap = 0x00020001;
 
 }  // namespace
 
@@ -21,19 +19,7 @@ void BindMemory(Process& p) {
         const u64 bytes = static_cast<u64>(count) * size;
         return bytes > 0xFFFFFFFF ? 0 : heap.Allocate(static_cast<u32>(bytes), true);
     });
-    p.Bind(kLibrary, "realloc", [&heap](u32 block, u32 size) { return heap.Resize(block, size); });
     p.Bind(kLibrary, "free", [&heap](u32 block) { heap.Free(block); });
-    p.Bind(kLibrary, "LocalAlloc",
-           [&heap](u32 flags, u32 size) { return heap.Allocate(size, flags & kLocalZeroed); });
-    p.Bind(kLibrary, "LocalFree", [&heap](u32 block) -> u32 { return heap.Free(block), 0; });
-    p.Bind(kLibrary, "LocalSize", [&heap](u32 block) { return heap.Size(block); });
-    p.Bind(kLibrary, "GetProcessHeap", [] { return kProcessHeap; });
-    p.Bind(kLibrary, "HeapAlloc",
-           [&heap](u32, u32 flags, u32 size) { return heap.Allocate(size, flags & kHeapZeroed); });
-    p.Bind(kLibrary, "HeapReAlloc",
-           [&heap](u32, u32, u32 block, u32 size) { return heap.Resize(block, size); });
-    p.Bind(kLibrary, "HeapFree", [&heap](u32, u32, u32 block) -> u32 { return heap.Free(block), 1; });
-    p.Bind(kLibrary, "HeapSize", [&heap](u32, u32, u32 block) { return heap.Size(block); });
 
     p.Bind(kLibrary, "memcpy", [&m](u32 to, u32 from, u32 size) {
         if (size) std::memmove(m.Bytes(to, size), m.Bytes(from, size), size);
@@ -49,11 +35,6 @@ void BindMemory(Process& p) {
     });
     p.Bind(kLibrary, "memcmp", [&m](u32 one, u32 other, u32 size) -> i32 {
         return size ? std::memcmp(m.Bytes(one, size), m.Bytes(other, size), size) : 0;
-    });
-    p.Bind(kLibrary, "memchr", [&m](u32 block, u32 value, u32 size) -> u32 {
-        const u8* start = m.Bytes(block, size);
-        const auto* found = static_cast<const u8*>(std::memchr(start, static_cast<int>(value), size));
-        return found ? block + static_cast<u32>(found - start) : 0;
     });
 }
 

@@ -127,11 +127,6 @@ void BindRegistry(Process& p) {
         std::erase_if(registry.values, [&](const auto& value) { return below(value.first.first); });
         return 0;
     });
-    p.Bind(kLibrary, "RegDeleteValueW", [&p, &registry](u32 key, u32 name) -> u32 {
-        std::u16string path;
-        if (!PathOf(p, key, 0, path)) return kErrorInvalidHandle;
-        return registry.values.erase({path, Lower(p.machine.Text(name))}) ? 0 : kErrorFileNotFound;
-    });
 }
 
 }  // namespace ce

@@ -20,7 +20,6 @@ void BindWindows(Process& p) {
     p.Bind(kLibrary, "DispatchMessageW", [](u32) -> u32 { return 0; });
     p.Bind(kLibrary, "UpdateWindow", [&windows](u32) -> u32 { return ++windows.updates, 1; });
     p.Bind(kLibrary, "GetForegroundWindow", [] { return u32{0}; });
-    p.Bind(kLibrary, "IsWindow", [](u32 window) -> u32 { return window != 0; });
     p.Bind(kLibrary, "GetClientRect", [&p, &windows](u32, u32 rectangle) -> u32 {
         p.machine.Write(rectangle, 0u);
         p.machine.Write(rectangle + 4, 0u);
