@@ -67,6 +67,13 @@ TEST_CASE("a watched graph is one object like any other, and its log is cut to t
         ComPtr<IGraphBuilder> again;
         REQUIRE(graph.builder->GetFiltergraph(again.put()) == S_OK);
         CHECK(again.get() == graph.graph.get());
+        // Through the converter, of which the desktop's renderer has need, the picture keeps its size.
+        ComPtr<IBasicVideo> video;
+        REQUIRE(graph.graph->QueryInterface(IID_IBasicVideo, video.putVoid()) == S_OK);
+        LONG width = 0, height = 0;
+        CHECK(video->GetVideoSize(&width, &height) == S_OK);
+        CHECK(width == 640);
+        CHECK(height == 480);
     }
     CHECK(kitCallCount(L"IGraphBuilder::AddFilter") == 5);
     CHECK(kitCallCount(L"IGraphBuilder::AddFilter Video Renderer") == 1);
