@@ -159,7 +159,7 @@ class BranchlessCoder : public WordScanner {
     void Move(uint8_t* output) { sink_.Move(output); }
     uint32_t Bytes() const { return sink_.Bytes(); }
 
-    // Which mode comes next is as good as random to the processor, so pass and vertical mode, nine codes of ten, are one sequence
+    // Which mode comes next is as good as random to the processor, so pass and vertical mode, five codes of six or more, are one sequence
     // of arithmetic. Throughout, `b` is the first change of the reference line right of a0 with the opposite colour, `a` is a1.
     void CodeLine(const int16_t* b, const int16_t* a, int64_t width) {
         BitSink sink = sink_;  // in registers: stores to the output cannot touch it
