@@ -1,7 +1,7 @@
 #include <string.h>
 
 #include "bilevel_ways.h"
-#include "still/pixel_convert.h"
+#include "still/pixels/pixel_convert.h"
 #include "tiff/adaptive_threshold.h"
 #include "tiff/encode_g4.h"
 #include "tiff/encode_g4_ways.h"

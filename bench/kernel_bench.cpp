@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "pixel_frames.h"
-#include "still/pixel_convert.h"
+#include "still/pixels/pixel_convert.h"
 
 using namespace cam::bench;
 using namespace cam::still;

@@ -15,9 +15,9 @@
 
 #include "pixel_frames.h"
 #include "pixel_peers.h"
-#include "still/jpeg_encoder.h"
-#include "still/pixel_convert.h"
-#include "still/png_encoder.h"
+#include "still/encoders/jpeg_encoder.h"
+#include "still/pixels/pixel_convert.h"
+#include "still/encoders/png_encoder.h"
 
 using namespace cam::bench;
 using namespace cam::still;

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "still/image_writer.h"
-#include "still/picture_writers.h"
-#include "still/text_stamp.h"
+#include "still/encoders/picture_writers.h"
+#include "still/text/text_stamp.h"
 
 using namespace cam::still;
 

@@ -1,6 +1,6 @@
 #include "pixel_frames.h"
 
-#include "still/pixel_convert.h"
+#include "still/pixels/pixel_convert.h"
 
 namespace cam::bench {
 namespace {

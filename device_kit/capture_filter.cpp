@@ -106,7 +106,7 @@ HRESULT CaptureFilter::OpenDevice(const std::wstring& name) {
             const HRESULT hr = pin->OpenScene();
             if (FAILED(hr)) return hr;
         }
-        const cam::filter_base::Lock guard(StateLock());
+        const cam::LockGuard guard(StateLock());
         deviceName_ = name;
         cameraId_ = device.cameraId;
         return S_OK;
@@ -116,7 +116,7 @@ HRESULT CaptureFilter::OpenDevice(const std::wstring& name) {
 
 HRESULT CaptureFilter::Save(IPropertyBag* bag, BOOL, BOOL) {
     if (!bag) return E_POINTER;
-    const cam::filter_base::Lock guard(StateLock());
+    const cam::LockGuard guard(StateLock());
     VARIANT name;
     V_VT(&name) = VT_BSTR;
     V_BSTR(&name) = SysAllocString(deviceName_.c_str());

@@ -9,7 +9,7 @@
 
 namespace kit {
 
-using cam::filter_base::Lock;
+using cam::LockGuard;
 using cam::filter_base::MediaType;
 
 static_assert(sizeof(VIDEO_STREAM_CONFIG_CAPS) == 128, "the size that cameras are checked for");
@@ -110,7 +110,7 @@ HRESULT CapturePin::NewType(const Format& format, AM_MEDIA_TYPE** out) const {
 HRESULT CapturePin::SetFormat(AM_MEDIA_TYPE* type) {
     return DeviceCall(L"IAMStreamConfig::SetFormat", Name(), [&]() -> HRESULT {
         if (!type) return E_POINTER;
-        const Lock guard(filter_.StateLock());
+        const LockGuard guard(filter_.StateLock());
         if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
         for (const Format& format : camera_.Played().stillFormats) {
             if (!Matches(format, *type)) continue;
@@ -124,7 +124,7 @@ HRESULT CapturePin::SetFormat(AM_MEDIA_TYPE* type) {
 HRESULT CapturePin::GetFormat(AM_MEDIA_TYPE** out) {
     return DeviceCall(L"IAMStreamConfig::GetFormat", Name(), [&]() -> HRESULT {
         if (!out) return E_POINTER;
-        const Lock guard(filter_.StateLock());
+        const LockGuard guard(filter_.StateLock());
         return NewType(format_, out);
     });
 }

@@ -21,7 +21,7 @@ runPackages=(cmake ninja-build wine wine64 g++-mingw-w64-x86-64-posix libz-mingw
 testPackages=(clang libclang-rt-14-dev clang-format clang-tidy imagemagick libjpeg-turbo-progs pngcheck libtiff-dev
     libtiff-tools python3)
 benchPackages=()
-# Rooms that need more for their tests list it here, one package a line.
+# Modules that need more for their tests list it here, one package a line.
 if [ -f scripts/packages.test ]; then mapfile -t -O "${#testPackages[@]}" testPackages < <(grep -v '^#' scripts/packages.test); fi
 if [ -f scripts/packages.bench ]; then mapfile -t -O "${#benchPackages[@]}" benchPackages < <(grep -v '^#' scripts/packages.bench); fi
 
@@ -138,7 +138,7 @@ buildCePictureLibraries() {
     say "Building libjpeg-turbo, zlib and libpng for Windows CE"
     rm -rf "$out"
     mkdir -p "$out/include" "$out/lib"
-    local configure=(-G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/ce/toolchain.cmake" -DCMAKE_BUILD_TYPE=Release)
+    local configure=(-G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/ce/toolchain/toolchain.cmake" -DCMAKE_BUILD_TYPE=Release)
     {
         unpackInto "$deps/ce-jpeg" "$jpegFile" &&
             cmake -S "$deps/ce-jpeg" -B "$deps/ce-jpeg/build" "${configure[@]}" -DCMAKE_INSTALL_PREFIX="$out" -DENABLE_SHARED=OFF \
@@ -147,7 +147,7 @@ buildCePictureLibraries() {
             cp "$deps/ce-jpeg/build/libjpeg.a" "$out/lib/" &&
             cp "$deps/ce-jpeg"/{jpeglib,jmorecfg,jerror}.h "$deps/ce-jpeg/build/jconfig.h" "$out/include/" &&
             unpackInto "$deps/ce-zlib" "$zlibFile" &&
-            cmake -S cmake/ce/zlib -B "$deps/ce-zlib/build" "${configure[@]}" -DzlibSource="$deps/ce-zlib" &&
+            cmake -S ce/toolchain/zlib -B "$deps/ce-zlib/build" "${configure[@]}" -DzlibSource="$deps/ce-zlib" &&
             cmake --build "$deps/ce-zlib/build" &&
             cp "$deps/ce-zlib/build/libz.a" "$out/lib/" &&
             cp "$deps/ce-zlib"/{zlib,zconf}.h "$out/include/" &&

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "lock.h"
+#include "base/lock.h"
 
 namespace imvoxa {
 namespace {
@@ -48,7 +48,7 @@ constexpr NamedOperation kOperations[] = {
 constexpr std::size_t kOrdinals = 110;
 
 struct Record {
-    Lock lock;
+    cam::Lock lock;
     std::vector<CallRule> rules;
     LONG counts[kOrdinals] = {};
     std::vector<std::wstring> log;
@@ -81,19 +81,19 @@ bool FindOperation(const std::wstring& nameOrOrdinal, Operation& operation) {
 }
 
 void ResetCalls(std::vector<CallRule> rules) {
-    Guard guard(record.lock);
+    cam::LockGuard guard(record.lock);
     record.rules = std::move(rules);
     for (LONG& count : record.counts) count = 0;
     record.log.clear();
 }
 
 LONG CallCount(Operation operation) {
-    Guard guard(record.lock);
+    cam::LockGuard guard(record.lock);
     return record.counts[Ordinal(operation)];
 }
 
 std::wstring CallLog() {
-    Guard guard(record.lock);
+    cam::LockGuard guard(record.lock);
     std::wstring text;
     for (const std::wstring& line : record.log) text += line + L"\n";
     return text;
@@ -101,7 +101,7 @@ std::wstring CallLog() {
 
 Call::Call(Operation operation, const std::wstring& arguments) {
     {
-        Guard guard(record.lock);
+        cam::LockGuard guard(record.lock);
         const LONG count = ++record.counts[Ordinal(operation)];
         if (record.log.size() < kMostLoggedCalls) {
             record.log.push_back(arguments.empty() ? Name(operation) : Name(operation) + (L" " + arguments));

@@ -9,13 +9,13 @@
 #include "calls.h"
 #include "imager.h"
 #include "imvoxa_kit.h"
-#include "lock.h"
+#include "base/lock.h"
 #include "picture_output.h"
 #include "scenario.h"
 
+using cam::LockGuard;
 using imvoxa::Call;
 using imvoxa::GreyPicture;
-using imvoxa::Guard;
 using imvoxa::Operation;
 
 namespace {
@@ -23,7 +23,7 @@ namespace {
 constexpr DWORD kInfoWords = 5;
 
 struct Library {
-    imvoxa::Lock lock;
+    cam::Lock lock;
     imvoxa::Imager imager;
     bool scenarioGiven = false;  // by imvKitLoadScenario: the environment does not count
 };
@@ -42,7 +42,7 @@ std::wstring Number(long long number) {
 template <typename Work>
 DWORD Run(const Call& call, Work work) {
     if (call.Fails()) return call.Result();
-    Guard guard(theLibrary.lock);
+    LockGuard guard(theLibrary.lock);
     return work(theLibrary.imager);
 }
 
@@ -94,7 +94,7 @@ extern "C" {
 DWORD WINAPI imvOpen(const wchar_t* settingsPath, const wchar_t* settingsSection, DWORD* word,
                      DWORD* record) {
     {
-        Guard guard(theLibrary.lock);
+        LockGuard guard(theLibrary.lock);
         if (!theLibrary.scenarioGiven && !ApplyEnvironment()) return ERROR_INVALID_DATA;
     }
     const Call call(Operation::Open, Text(settingsPath) + L" " + Text(settingsSection));
@@ -116,7 +116,7 @@ void WINAPI imvShutdown() {
 HANDLE WINAPI imvOpenEngine() {
     const Call call(Operation::OpenEngine);
     if (call.Fails()) return reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(call.Result()));
-    Guard guard(theLibrary.lock);
+    LockGuard guard(theLibrary.lock);
     return theLibrary.imager.OpenEngine();
 }
 
@@ -160,7 +160,7 @@ LONG WINAPI imvSecondDimension(HANDLE engine) {
 
 void* WINAPI imvPixels(HANDLE engine) {
     const Call call(Operation::Pixels);
-    Guard guard(theLibrary.lock);
+    LockGuard guard(theLibrary.lock);
     GreyPicture* picture = call.Fails() ? nullptr : LastOf(theLibrary.imager, engine);
     return picture ? picture->pixels.data() : nullptr;
 }
@@ -168,7 +168,7 @@ void* WINAPI imvPixels(HANDLE engine) {
 // Whatever the engine: the current image can still be looked at when the engine has been closed.
 void* WINAPI imvCurrentImage(HANDLE) {
     const Call call(Operation::CurrentImage);
-    Guard guard(theLibrary.lock);
+    LockGuard guard(theLibrary.lock);
     GreyPicture* picture = call.Fails() ? nullptr : theLibrary.imager.Last();
     return picture ? picture->pixels.data() : nullptr;
 }
@@ -311,7 +311,7 @@ void WINAPI imgEnableMonoColor(bool enable) {
 // ---- For tests and tools ------------------------------------------------------------------------------
 
 BOOL WINAPI imvKitLoadScenario(const wchar_t* scenario, wchar_t* error, DWORD errorLength) {
-    Guard guard(theLibrary.lock);
+    LockGuard guard(theLibrary.lock);
     std::wstring reason;
     if (ApplyScenario(Text(scenario), reason)) {
         theLibrary.scenarioGiven = true;
@@ -322,7 +322,7 @@ BOOL WINAPI imvKitLoadScenario(const wchar_t* scenario, wchar_t* error, DWORD er
 }
 
 void WINAPI imvKitReset() {
-    Guard guard(theLibrary.lock);
+    LockGuard guard(theLibrary.lock);
     imvoxa::ResetCalls({});
     theLibrary.imager.Shutdown();
     theLibrary.imager.Show(imvoxa::Scene::Barcode);
@@ -341,7 +341,7 @@ DWORD WINAPI imvKitCallLog(wchar_t* buffer, DWORD length) {
 }
 
 LONG WINAPI imvKitOpenEngines() {
-    Guard guard(theLibrary.lock);
+    LockGuard guard(theLibrary.lock);
     return theLibrary.imager.OpenEngines();
 }
 

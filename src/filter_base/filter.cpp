@@ -56,7 +56,7 @@ void Filter::DeactivatePins() {
 }
 
 HRESULT STDMETHODCALLTYPE Filter::Stop() {
-    const Lock lock(stateLock_);
+    const LockGuard lock(stateLock_);
     if (IsStopped()) return S_OK;
     InterlockedExchange(&state_, State_Stopped);
     DeactivatePins();
@@ -65,7 +65,7 @@ HRESULT STDMETHODCALLTYPE Filter::Stop() {
 }
 
 HRESULT STDMETHODCALLTYPE Filter::Pause() {
-    const Lock lock(stateLock_);
+    const LockGuard lock(stateLock_);
     if (IsStopped()) {
         const HRESULT result = ActivatePins();
         if (FAILED(result)) {
@@ -78,7 +78,7 @@ HRESULT STDMETHODCALLTYPE Filter::Pause() {
 }
 
 HRESULT STDMETHODCALLTYPE Filter::Run(REFERENCE_TIME start) {
-    const Lock lock(stateLock_);
+    const LockGuard lock(stateLock_);
     if (State() == State_Running) return S_OK;
     startTime_ = start;
     if (IsStopped()) {
@@ -102,14 +102,14 @@ HRESULT STDMETHODCALLTYPE Filter::GetState(DWORD, FILTER_STATE* state) {
 }
 
 HRESULT STDMETHODCALLTYPE Filter::SetSyncSource(IReferenceClock* clock) {
-    const Lock lock(stateLock_);
+    const LockGuard lock(stateLock_);
     clock_ = ComPtr<IReferenceClock>(clock);
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Filter::GetSyncSource(IReferenceClock** clock) {
     if (!clock) return E_POINTER;
-    const Lock lock(stateLock_);
+    const LockGuard lock(stateLock_);
     *clock = ComPtr<IReferenceClock>(clock_).detach();
     return S_OK;
 }
@@ -122,7 +122,7 @@ HRESULT STDMETHODCALLTYPE Filter::EnumPins(IEnumPins** out) {
 
 HRESULT STDMETHODCALLTYPE Filter::FindPin(LPCWSTR id, IPin** out) {
     if (!id || !out) return E_POINTER;
-    const Lock lock(stateLock_);
+    const LockGuard lock(stateLock_);
     for (int i = 0; i < PinCount(); ++i) {
         if (std::wcscmp(PinAt(i)->Name(), id) != 0) continue;
         *out = PinAt(i);
@@ -135,7 +135,7 @@ HRESULT STDMETHODCALLTYPE Filter::FindPin(LPCWSTR id, IPin** out) {
 
 HRESULT STDMETHODCALLTYPE Filter::QueryFilterInfo(FILTER_INFO* info) {
     if (!info) return E_POINTER;
-    const Lock lock(stateLock_);
+    const LockGuard lock(stateLock_);
     CopyName(name_, info->achName);
     info->pGraph = graph_;
     if (graph_) graph_->AddRef();
@@ -143,7 +143,7 @@ HRESULT STDMETHODCALLTYPE Filter::QueryFilterInfo(FILTER_INFO* info) {
 }
 
 HRESULT STDMETHODCALLTYPE Filter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
-    const Lock lock(stateLock_);
+    const LockGuard lock(stateLock_);
     graph_ = graph;
     eventSink_ = nullptr;
     if (!graph) return S_OK;

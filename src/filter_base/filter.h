@@ -3,7 +3,7 @@
 
 #include "base/com_ptr.h"
 #include "filter_base/com_object.h"
-#include "filter_base/critical_section.h"
+#include "base/lock.h"
 
 namespace cam::filter_base {
 
@@ -32,7 +32,7 @@ class Filter : public Implements<ComObject, IBaseFilter> {
     // Not owned: the graph outlives its filters. Null outside a graph.
     IFilterGraph* Graph() const { return graph_; }
 
-    CriticalSection& StateLock() { return stateLock_; }
+    Lock& StateLock() { return stateLock_; }
 
     // Pins in their fixed order.
     virtual int PinCount() = 0;
@@ -78,7 +78,7 @@ class Filter : public Implements<ComObject, IBaseFilter> {
 
     const CLSID classId_;
     wchar_t name_[MAX_FILTER_NAME] = {};
-    CriticalSection stateLock_;
+    Lock stateLock_;
     volatile LONG state_ = State_Stopped;
     REFERENCE_TIME startTime_ = 0;
     IFilterGraph* graph_ = nullptr;

@@ -24,7 +24,7 @@ void InputPin::BreakConnect() {
 
 HRESULT STDMETHODCALLTYPE InputPin::ReceiveConnection(IPin* connector, const AM_MEDIA_TYPE* type) {
     if (!connector || !type) return E_POINTER;
-    const Lock lock(filter_.StateLock());
+    const LockGuard lock(filter_.StateLock());
     if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
     if (!filter_.IsStopped()) return VFW_E_NOT_STOPPED;
     HRESULT result = CheckConnect(connector);
@@ -60,7 +60,7 @@ HRESULT STDMETHODCALLTYPE InputPin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, d
 HRESULT STDMETHODCALLTYPE InputPin::GetAllocator(IMemAllocator** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    const Lock lock(filter_.StateLock());
+    const LockGuard lock(filter_.StateLock());
     if (!allocator_) {
         const HRESULT result = CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER,
                                                 __uuidof(IMemAllocator), allocator_.putVoid());
@@ -72,7 +72,7 @@ HRESULT STDMETHODCALLTYPE InputPin::GetAllocator(IMemAllocator** out) {
 
 HRESULT STDMETHODCALLTYPE InputPin::NotifyAllocator(IMemAllocator* allocator, BOOL readOnly) {
     if (!allocator) return E_POINTER;
-    const Lock lock(filter_.StateLock());
+    const LockGuard lock(filter_.StateLock());
     allocator_ = ComPtr<IMemAllocator>(allocator);
     readOnly_ = readOnly != FALSE;
     return S_OK;

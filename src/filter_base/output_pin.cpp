@@ -28,7 +28,7 @@ void OutputPin::Inactive() {
 
 HRESULT STDMETHODCALLTYPE OutputPin::Connect(IPin* receiver, const AM_MEDIA_TYPE* proposal) {
     if (!receiver) return E_POINTER;
-    const Lock lock(filter_.StateLock());
+    const LockGuard lock(filter_.StateLock());
     if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
     if (!filter_.IsStopped()) return VFW_E_NOT_STOPPED;
     if (proposal && IsComplete(*proposal)) return AttemptConnection(receiver, *proposal);

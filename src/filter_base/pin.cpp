@@ -42,17 +42,17 @@ HRESULT Pin::NonDelegatingQueryInterface(REFIID id, void** out) {
 }
 
 HRESULT Pin::CopyType(MediaType& out) {
-    const Lock lock(typeLock_);
+    const LockGuard lock(typeLock_);
     return out.CopyFrom(type_);
 }
 
 bool Pin::HasType(const AM_MEDIA_TYPE& type) {
-    const Lock lock(typeLock_);
+    const LockGuard lock(typeLock_);
     return SameMediaType(type, type_);
 }
 
 HRESULT Pin::SetMediaType(const AM_MEDIA_TYPE& type) {
-    const Lock lock(typeLock_);
+    const LockGuard lock(typeLock_);
     return type_.CopyFrom(type);
 }
 
@@ -74,7 +74,7 @@ HRESULT Pin::CompleteConnect(IPin*) {
 void Pin::DropConnection() {
     BreakConnect();
     peer_.reset();
-    const Lock lock(typeLock_);
+    const LockGuard lock(typeLock_);
     type_.reset();
 }
 
@@ -87,7 +87,7 @@ HRESULT STDMETHODCALLTYPE Pin::ReceiveConnection(IPin*, const AM_MEDIA_TYPE*) {
 }
 
 HRESULT STDMETHODCALLTYPE Pin::Disconnect() {
-    const Lock lock(filter_.StateLock());
+    const LockGuard lock(filter_.StateLock());
     if (!filter_.IsStopped()) return VFW_E_NOT_STOPPED;
     if (!IsConnected()) return S_FALSE;
     DropConnection();
@@ -96,17 +96,17 @@ HRESULT STDMETHODCALLTYPE Pin::Disconnect() {
 
 HRESULT STDMETHODCALLTYPE Pin::ConnectedTo(IPin** peer) {
     if (!peer) return E_POINTER;
-    const Lock lock(filter_.StateLock());
+    const LockGuard lock(filter_.StateLock());
     *peer = ComPtr<IPin>(peer_).detach();
     return *peer ? S_OK : VFW_E_NOT_CONNECTED;
 }
 
 HRESULT STDMETHODCALLTYPE Pin::ConnectionMediaType(AM_MEDIA_TYPE* type) {
     if (!type) return E_POINTER;
-    const Lock lock(filter_.StateLock());
+    const LockGuard lock(filter_.StateLock());
     *type = AM_MEDIA_TYPE{};
     if (!IsConnected()) return VFW_E_NOT_CONNECTED;
-    const Lock typeLock(typeLock_);
+    const LockGuard typeLock(typeLock_);
     return CopyMediaType(type_, *type);
 }
 
@@ -186,7 +186,7 @@ HRESULT STDMETHODCALLTYPE Pin::Notify(IBaseFilter*, Quality) {
 }
 
 HRESULT STDMETHODCALLTYPE Pin::SetSink(IQualityControl* sink) {
-    const Lock lock(filter_.StateLock());
+    const LockGuard lock(filter_.StateLock());
     qualitySink_ = sink;
     return S_OK;
 }

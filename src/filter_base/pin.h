@@ -3,7 +3,7 @@
 
 #include "base/com_ptr.h"
 #include "filter_base/com_object.h"
-#include "filter_base/critical_section.h"
+#include "base/lock.h"
 #include "filter_base/filter.h"
 #include "filter_base/media_type.h"
 
@@ -104,7 +104,7 @@ class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
     ComPtr<IPin> peer_;
     // Guards type_ alone, against a reader while the *streaming* thread changes it; nothing is called while
     // it is held.
-    CriticalSection typeLock_;
+    Lock typeLock_;
     MediaType type_;
     IQualityControl* qualitySink_ = nullptr;
 };

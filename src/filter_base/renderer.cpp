@@ -9,14 +9,14 @@ RendererFilter::RendererFilter(const wchar_t* name, IUnknown* outer, REFCLSID id
       due_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
 
 HRESULT STDMETHODCALLTYPE RendererFilter::Pause() {
-    const Lock lock(StateLock());
+    const LockGuard lock(StateLock());
     const HRESULT result = Implements::Pause();
     if (SUCCEEDED(result)) ResetEvent(running_.get());
     return result;
 }
 
 HRESULT STDMETHODCALLTYPE RendererFilter::Run(REFERENCE_TIME start) {
-    const Lock lock(StateLock());
+    const LockGuard lock(StateLock());
     const HRESULT result = Implements::Run(start);
     if (FAILED(result)) return result;
     InterlockedIncrement(&runs_);
@@ -79,7 +79,7 @@ void RendererFilter::InPin::Inactive() {
 }
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndOfStream() {
-    const Lock lock(owner_.receiveLock_);
+    const LockGuard lock(owner_.receiveLock_);
     const HRESULT result = CheckStreaming();
     if (result != S_OK) return result;
     InterlockedExchange(&owner_.ended_, 1);
@@ -94,7 +94,7 @@ HRESULT STDMETHODCALLTYPE RendererFilter::InPin::BeginFlush() {
 }
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndFlush() {
-    const Lock lock(owner_.receiveLock_);
+    const LockGuard lock(owner_.receiveLock_);
     if (!owner_.IsStopped()) ResetEvent(owner_.cancelled_.get());
     InterlockedExchange(&owner_.ended_, 0);
     InterlockedExchange(&owner_.completed_, 0);
@@ -103,7 +103,7 @@ HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndFlush() {
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::Receive(IMediaSample* sample) {
     if (!sample) return E_POINTER;
-    const Lock lock(owner_.receiveLock_);
+    const LockGuard lock(owner_.receiveLock_);
     const HRESULT result = CheckSample(*sample);
     if (result != S_OK) return result;
     if (!owner_.WaitUntilDue(*sample)) return owner_.IsStopped() ? VFW_E_WRONG_STATE : S_FALSE;

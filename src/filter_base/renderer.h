@@ -35,7 +35,7 @@ class RendererFilter : public Implements<Filter, IAMFilterMiscFlags> {
   protected:
     RendererFilter(const wchar_t* name, IUnknown* outer, REFCLSID id);
 
-    void WaitUntilIdle() override { const Lock lock(receiveLock_); }
+    void WaitUntilIdle() override { const LockGuard lock(receiveLock_); }
 
   private:
     class InPin final : public InputPin {
@@ -70,7 +70,7 @@ class RendererFilter : public Implements<Filter, IAMFilterMiscFlags> {
     volatile LONG runs_ = 0;  // tells one Run from the next
     volatile LONG ended_ = 0;
     volatile LONG completed_ = 0;
-    CriticalSection receiveLock_;
+    Lock receiveLock_;
     InPin input_{*this};
 };
 

@@ -88,7 +88,7 @@ HRESULT TransformInPlaceFilter::InPin::CompleteConnect(IPin*) {
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EndOfStream() {
-    const Lock lock(owner_.receiveLock_);
+    const LockGuard lock(owner_.receiveLock_);
     const HRESULT result = CheckStreaming();
     return result == S_OK ? owner_.output_.DeliverEndOfStream() : result;
 }
@@ -99,7 +99,7 @@ HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::BeginFlush() {
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EndFlush() {
-    const Lock lock(owner_.receiveLock_);
+    const LockGuard lock(owner_.receiveLock_);
     const HRESULT result = owner_.output_.IsConnected() ? owner_.output_.DeliverEndFlush() : S_OK;
     InputPin::EndFlush();
     return result;
@@ -107,20 +107,20 @@ HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EndFlush() {
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop,
                                                                     double rate) {
-    const Lock lock(owner_.receiveLock_);
+    const LockGuard lock(owner_.receiveLock_);
     return owner_.output_.IsConnected() ? owner_.output_.DeliverNewSegment(start, stop, rate) : S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::GetAllocator(IMemAllocator** out) {
     if (!out) return E_POINTER;
-    const Lock lock(owner_.StateLock());
+    const LockGuard lock(owner_.StateLock());
     if (owner_.output_.IsConnected() && SUCCEEDED(owner_.output_.GetReceiverAllocator(out))) return S_OK;
     return InputPin::GetAllocator(out);
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::NotifyAllocator(IMemAllocator* allocator,
                                                                          BOOL readOnly) {
-    const Lock lock(owner_.StateLock());
+    const LockGuard lock(owner_.StateLock());
     const HRESULT result = InputPin::NotifyAllocator(allocator, readOnly);
     if (FAILED(result) || !owner_.output_.IsConnected()) return result;
     return owner_.output_.FollowAllocator();
@@ -129,13 +129,13 @@ HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::NotifyAllocator(IMemAll
 HRESULT STDMETHODCALLTYPE
 TransformInPlaceFilter::InPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* requirements) {
     if (!requirements) return E_POINTER;
-    const Lock lock(owner_.StateLock());
+    const LockGuard lock(owner_.StateLock());
     return owner_.output_.IsConnected() ? owner_.output_.GetReceiverRequirements(requirements) : E_NOTIMPL;
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::Receive(IMediaSample* sample) {
     if (!sample) return E_POINTER;
-    const Lock lock(owner_.receiveLock_);
+    const LockGuard lock(owner_.receiveLock_);
     const HRESULT result = CheckSample(*sample);
     return result == S_OK ? owner_.Process(*sample) : result;
 }

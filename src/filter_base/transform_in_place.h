@@ -33,7 +33,7 @@ class TransformInPlaceFilter : public Filter {
     InputPin& Input() { return input_; }
     OutputPin& Output() { return output_; }
 
-    void WaitUntilIdle() override { const Lock lock(receiveLock_); }
+    void WaitUntilIdle() override { const LockGuard lock(receiveLock_); }
 
   private:
     class InPin final : public InputPin {
@@ -93,7 +93,7 @@ class TransformInPlaceFilter : public Filter {
     HRESULT Process(IMediaSample& sample);
     HRESULT CopyToOutput(IMediaSample& sample, ComPtr<IMediaSample>& copy);
 
-    CriticalSection receiveLock_;
+    Lock receiveLock_;
     InPin input_{*this};
     OutPin output_{*this};
 };

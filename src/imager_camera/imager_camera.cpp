@@ -6,7 +6,7 @@
 #include "base/message_wait.h"
 #include "imager_camera/preview_thread.h"
 #include "platform/platform.h"
-#include "still/jpeg_quality.h"
+#include "still/encoders/jpeg_quality.h"
 
 namespace cam {
 namespace {

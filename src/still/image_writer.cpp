@@ -3,9 +3,9 @@
 #include <new>
 
 #include "base/file_extension.h"
-#include "still/picture_writers.h"
-#include "still/pixel_convert.h"
-#include "still/text_stamp.h"
+#include "still/encoders/picture_writers.h"
+#include "still/pixels/pixel_convert.h"
+#include "still/text/text_stamp.h"
 #include "tiff/adaptive_threshold.h"
 #include "tiff/save_tiff.h"
 

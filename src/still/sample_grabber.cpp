@@ -37,7 +37,7 @@ HRESULT SampleGrabberFilter::GetMediaType(int position, filter_base::MediaType& 
 HRESULT SampleGrabberFilter::SetMediaType(PIN_DIRECTION, const AM_MEDIA_TYPE& type) {
     const VIDEOINFOHEADER* info = CompleteVideoInfo(type);
     if (!info || CheckInputType(type) != S_OK) return E_FAIL;
-    const filter_base::Lock lock(formatLock_);
+    const LockGuard lock(formatLock_);
     const HRESULT result = connectedType_.CopyFrom(type);
     if (SUCCEEDED(result)) geometry_ = GeometryOf(type, *info);
     return result;
@@ -63,7 +63,7 @@ HRESULT STDMETHODCALLTYPE SampleGrabberFilter::SetCallback(camFrameCallback call
 
 HRESULT STDMETHODCALLTYPE SampleGrabberFilter::GetGeometry(FrameGeometry* geometry) {
     if (!geometry) return E_POINTER;
-    const filter_base::Lock lock(formatLock_);
+    const LockGuard lock(formatLock_);
     *geometry = geometry_;
     return S_OK;
 }
@@ -71,7 +71,7 @@ HRESULT STDMETHODCALLTYPE SampleGrabberFilter::GetGeometry(FrameGeometry* geomet
 HRESULT STDMETHODCALLTYPE SampleGrabberFilter::GetInputMediaType(AM_MEDIA_TYPE* type) {
     if (!type) return E_POINTER;
     *type = AM_MEDIA_TYPE{};
-    const filter_base::Lock lock(formatLock_);
+    const LockGuard lock(formatLock_);
     return connectedType_.empty() ? VFW_E_NOT_CONNECTED : filter_base::CopyMediaType(connectedType_, *type);
 }
 

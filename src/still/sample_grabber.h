@@ -31,7 +31,7 @@ class SampleGrabberFilter final
     // One pointer-sized store, read once for every frame.
     volatile camFrameCallback callback_ = nullptr;
     // Guards the two fields below against a reader while the *streaming* thread takes over a new type.
-    filter_base::CriticalSection formatLock_;
+    Lock formatLock_;
     filter_base::MediaType connectedType_;  // accepted last
     FrameGeometry geometry_ = {};
 };

@@ -66,7 +66,7 @@ HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetCallback(camFrameCallback cal
 
 // Whatever the new name is, the old one is forgotten.
 HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetFileName(const wchar_t* name) {
-    const filter_base::Lock lock(settingsLock_);
+    const LockGuard lock(settingsLock_);
     settings_.fileName.reset();
     settings_.hasFileName = true;
     if (!name) return S_OK;
@@ -76,7 +76,7 @@ HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetFileName(const wchar_t* name)
 }
 
 HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetQualityLevel(int level) {
-    const filter_base::Lock lock(settingsLock_);
+    const LockGuard lock(settingsLock_);
     settings_.qualityLevel = static_cast<BYTE>(level);
     return S_OK;
 }
@@ -84,7 +84,7 @@ HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetQualityLevel(int level) {
 // Without a text the old one is forgotten, while its position, colour and font stay.
 HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetText(UINT_PTR text, UINT_PTR length, UINT_PTR position,
                                                         UINT_PTR colorWord, UINT_PTR font) {
-    const filter_base::Lock lock(settingsLock_);
+    const LockGuard lock(settingsLock_);
     settings_.text.reset();
     settings_.hasText = true;
     if (!text || length == 0) return S_OK;
@@ -104,7 +104,7 @@ HRESULT STDMETHODCALLTYPE StillImageSinkFilter::GetBitmap(HBITMAP* bitmap) {
 
 // The file name stays for later pictures. So does a text that could not be stamped, until there is another.
 void StillImageSinkFilter::TakeSettings() {
-    const filter_base::Lock lock(settingsLock_);
+    const LockGuard lock(settingsLock_);
     if (std::exchange(settings_.hasFileName, false)) picture_.fileName = std::move(settings_.fileName);
     picture_.qualityLevel = settings_.qualityLevel;
     if (!std::exchange(settings_.hasText, false)) return;

@@ -69,7 +69,7 @@ class StillImageSinkFilter final
     StillPicture picture_;  // *streaming* while frames flow
     UniqueResource<PictureBitmapPolicy> bitmap_;
     volatile camFrameCallback callback_ = nullptr;
-    filter_base::CriticalSection settingsLock_;
+    Lock settingsLock_;
     Settings settings_;  // under settingsLock_
 };
 

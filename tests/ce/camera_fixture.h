@@ -14,7 +14,7 @@
 #include "emulator/kernel_objects.h"
 #include "emulator/registry.h"
 #include "emulator/windows.h"
-#include "graph/graph.h"
+#include "emulator/graph/graph.h"
 #include "support.h"
 #include "tables/platform_calls.h"
 

@@ -2,7 +2,7 @@
 #include <fstream>
 
 #include "camera_fixture.h"
-#include "graph/dom.h"
+#include "emulator/graph/dom.h"
 #include "tables/settings.h"
 
 using namespace ce;

@@ -13,7 +13,7 @@ import unittest
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
-CE = SOURCE / "cmake" / "ce"
+CE = SOURCE / "ce" / "toolchain"
 sys.path.insert(0, str(CE))
 import elf as elf_format
 import elf2ce

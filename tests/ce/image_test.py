@@ -17,7 +17,7 @@ except ImportError:
     sys.exit(77)
 
 SOURCE = Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(SOURCE / "cmake" / "ce"))
+sys.path.insert(0, str(SOURCE / "ce" / "toolchain"))
 import module_definition
 
 BUILD = Path()
@@ -54,7 +54,7 @@ class Image(unittest.TestCase):
     def test_imports(self):
         allowed = {}
         for name in ("coredll", "ole32", "oleaut32"):
-            definition = module_definition.read(SOURCE / "cmake" / "ce" / "imports" / f"{name}.def")
+            definition = module_definition.read(SOURCE / "ce" / "toolchain" / "imports" / f"{name}.def")
             allowed[definition.library] = {e.name for e in definition.entries}
         for library in self.image.DIRECTORY_ENTRY_IMPORT:
             name = library.dll.decode()

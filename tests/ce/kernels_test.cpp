@@ -8,7 +8,7 @@
 #include <random>
 
 #include "emulator/process.h"
-#include "still/pixel_routines.h"
+#include "still/pixels/pixel_routines.h"
 #include "tiff/adaptive_threshold.h"
 #include "tiff/byte_buffer.h"
 #include "tiff/encode_g4.h"

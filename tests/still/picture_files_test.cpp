@@ -1,6 +1,6 @@
 // BMP, JPEG and PNG files, written and failed to be written. The files left in the picture folder are judged
 // afterwards by decoders from elsewhere (check_pictures.sh), against a PPM of the same pixels.
-#include "still/picture_writers.h"
+#include "still/encoders/picture_writers.h"
 
 #include <doctest/doctest.h>
 
@@ -11,11 +11,11 @@
 #include <thread>
 #include <utility>
 
-#include "still/byte_sink.h"
+#include "still/encoders/byte_sink.h"
 #include "still/image_writer.h"
-#include "still/jpeg_encoder.h"
-#include "still/jpeg_quality.h"
-#include "still/png_encoder.h"
+#include "still/encoders/jpeg_encoder.h"
+#include "still/encoders/jpeg_quality.h"
+#include "still/encoders/png_encoder.h"
 #include "still/test_picture.h"
 
 using namespace cam::still;

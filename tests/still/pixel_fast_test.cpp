@@ -1,5 +1,5 @@
 // Every fast routine gives what its plain twin gives, bit for bit, and touches nothing else.
-#include "still/pixel_convert.h"
+#include "still/pixels/pixel_convert.h"
 
 #include <doctest/doctest.h>
 

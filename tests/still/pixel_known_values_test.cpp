@@ -1,5 +1,5 @@
 // What the conversions make of given pixels, for every set of routines that this machine has.
-#include "still/pixel_convert.h"
+#include "still/pixels/pixel_convert.h"
 
 #include <doctest/doctest.h>
 
@@ -7,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-#include "still/pixel_tables.h"
+#include "still/pixels/pixel_tables.h"
 
 using namespace cam::still;
 

@@ -1,5 +1,5 @@
 // Lines, colours and places of an overlay text, and the copying between frame and drawing surface.
-#include "still/text_layout.h"
+#include "still/text/text_layout.h"
 
 #include <doctest/doctest.h>
 

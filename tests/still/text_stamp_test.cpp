@@ -1,5 +1,5 @@
 // Text stamped into frames by the system's own drawing.
-#include "still/text_stamp.h"
+#include "still/text/text_stamp.h"
 
 #include <doctest/doctest.h>
 
@@ -11,7 +11,7 @@
 
 #include "still/image_writer.h"
 #include "still/test_picture.h"
-#include "still/text_layout.h"
+#include "still/text/text_layout.h"
 #include "tables/stamping.h"
 
 using namespace cam::still;

@@ -1,11 +1,11 @@
-// Calls into the library's rooms, past the exported interface. `way`: 0 plain, 1 words, 2 what the library itself chooses.
+// Calls into the library's modules, past the exported interface. `way`: 0 plain, 1 words, 2 what the library itself chooses.
 #include <windows.h>
 
 #include <new>
 
-#include "still/jpeg_encoder.h"
-#include "still/pixel_convert.h"
-#include "still/png_encoder.h"
+#include "still/encoders/jpeg_encoder.h"
+#include "still/pixels/pixel_convert.h"
+#include "still/encoders/png_encoder.h"
 #include "tiff/adaptive_threshold.h"
 #include "tiff/byte_buffer.h"
 #include "tiff/encode_g4.h"

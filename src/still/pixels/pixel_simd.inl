@@ -1,0 +1,230 @@
+// The vector routines, for the width of vector that the including file is compiled for. Everything here has
+// internal linkage and nothing from the standard library is used: code of a wider instruction set must not
+// become the one copy of a shared inline function.
+
+#include <immintrin.h>
+
+#include "still/pixels/pixel_routines.h"
+#include "still/pixels/pixel_tables.h"
+
+namespace cam::still {
+namespace {
+
+#ifdef __AVX2__
+using Vector = __m256i;
+#define CAM_SIMD(operation) _mm256_##operation
+Vector Load(const std::uint8_t* at) {
+    return _mm256_loadu_si256(reinterpret_cast<const Vector*>(at));
+}
+void Store(std::uint8_t* at, Vector v) {
+    _mm256_storeu_si256(reinterpret_cast<Vector*>(at), v);
+}
+Vector And(Vector a, Vector b) {
+    return _mm256_and_si256(a, b);
+}
+Vector Or(Vector a, Vector b) {
+    return _mm256_or_si256(a, b);
+}
+Vector Zero() {
+    return _mm256_setzero_si256();
+}
+// Packing and unpacking work within 128-bit halves: brings quadwords into, or out of, the order that they
+// leave or expect.
+Vector SwapMiddle(Vector v) {
+    return _mm256_permute4x64_epi64(v, 0xD8);
+}
+#else
+using Vector = __m128i;
+#define CAM_SIMD(operation) _mm_##operation
+Vector Load(const std::uint8_t* at) {
+    return _mm_loadu_si128(reinterpret_cast<const Vector*>(at));
+}
+void Store(std::uint8_t* at, Vector v) {
+    _mm_storeu_si128(reinterpret_cast<Vector*>(at), v);
+}
+Vector And(Vector a, Vector b) {
+    return _mm_and_si128(a, b);
+}
+Vector Or(Vector a, Vector b) {
+    return _mm_or_si128(a, b);
+}
+Vector Zero() {
+    return _mm_setzero_si128();
+}
+Vector SwapMiddle(Vector v) {
+    return v;
+}
+#endif
+
+constexpr std::size_t kVectorBytes = sizeof(Vector);
+constexpr std::size_t kVectorPixels = kVectorBytes / 2;  // of 16 bits
+
+Vector Words(int value) {
+    return CAM_SIMD(set1_epi16)(static_cast<short>(value));
+}
+
+// The colour terms halved (blue: quartered) fit 16 bits but for what saturates to the largest value anyway,
+// and dropping the lowest bits before the sum loses nothing: the part that carries them is the only odd one.
+// kShare moves a part of the sum from luma to chroma so that both stay in range for every byte.
+constexpr int kShare = 2908;  // even: blue takes half of it
+
+struct ChromaTerms {
+    Vector red, green, blue;
+};
+
+// One pixel's words from (298 C + 128) / 2 - kShare and the chroma terms that belong to it.
+Vector Rgb565OfTerms(Vector luma, const ChromaTerms& chroma) {
+    const Vector red = CAM_SIMD(max_epi16)(CAM_SIMD(adds_epi16)(luma, chroma.red), Zero());
+    const Vector green = CAM_SIMD(max_epi16)(CAM_SIMD(adds_epi16)(luma, chroma.green), Zero());
+    const Vector quarter = CAM_SIMD(adds_epi16)(CAM_SIMD(srai_epi16)(luma, 1), chroma.blue);
+    const Vector blue = CAM_SIMD(max_epi16)(CAM_SIMD(adds_epi16)(quarter, quarter), Zero());
+    const Vector high = And(CAM_SIMD(add_epi16)(red, red), Words(0xF800));
+    const Vector middle = And(CAM_SIMD(srli_epi16)(green, 4), Words(0x07E0));
+    return Or(Or(high, middle), CAM_SIMD(srli_epi16)(blue, 10));
+}
+
+Vector HalfLuma(Vector pairs) {
+    const Vector y = And(pairs, Words(0x00FF));
+    return CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(y, Words(149)), Words(-149 * 16 + 64 - kShare));
+}
+
+void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
+    const Vector lowWords = CAM_SIMD(set1_epi32)(0xFFFF);
+    std::size_t left = width;
+    for (; left >= 2 * kVectorPixels; left -= 2 * kVectorPixels, row += 2 * kVectorBytes) {
+        const Vector first = Load(row);
+        const Vector second = Load(row + kVectorBytes);
+        const Vector u = CAM_SIMD(packs_epi32)(And(CAM_SIMD(srli_epi16)(first, 8), lowWords),
+                                               And(CAM_SIMD(srli_epi16)(second, 8), lowWords));
+        const Vector v =
+            CAM_SIMD(packs_epi32)(CAM_SIMD(srli_epi32)(first, 24), CAM_SIMD(srli_epi32)(second, 24));
+        // 409 E / 2, -50 D - 104 E and 129 D, with the offset of 128 multiplied out.
+        const Vector red = CAM_SIMD(add_epi16)(
+            CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(v, Words(204)), CAM_SIMD(srli_epi16)(v, 1)),
+            Words(-204 * 128 - 64 + kShare));
+        const Vector green = CAM_SIMD(sub_epi16)(
+            Words((50 + 104) * 128 + kShare),
+            CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(u, Words(50)), CAM_SIMD(mullo_epi16)(v, Words(104))));
+        const Vector blue =
+            CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(u, Words(129)), Words(-129 * 128 + kShare / 2));
+        const ChromaTerms low = {CAM_SIMD(unpacklo_epi16)(red, red), CAM_SIMD(unpacklo_epi16)(green, green),
+                                 CAM_SIMD(unpacklo_epi16)(blue, blue)};
+        const ChromaTerms high = {CAM_SIMD(unpackhi_epi16)(red, red), CAM_SIMD(unpackhi_epi16)(green, green),
+                                  CAM_SIMD(unpackhi_epi16)(blue, blue)};
+        Store(row, Rgb565OfTerms(HalfLuma(first), low));
+        Store(row + kVectorBytes, Rgb565OfTerms(HalfLuma(second), high));
+    }
+    kPlainPixels.yuy2RowToRgb565(row, left);
+}
+
+void GatherLumaRow(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
+    std::size_t left = width;
+    for (; left >= kVectorBytes; left -= kVectorBytes, grey += kVectorBytes, row += 2 * kVectorBytes) {
+        const Vector first = And(Load(row), Words(0x00FF));
+        const Vector second = And(Load(row + kVectorBytes), Words(0x00FF));
+        Store(grey, SwapMiddle(CAM_SIMD(packus_epi16)(first, second)));
+    }
+    kPlainPixels.gatherLumaRow(grey, row, left);
+}
+
+#ifdef __AVX2__
+// One multiplication that rounds by itself, product / 32768, with scales that suit every value of their
+// field.
+constexpr int kRounded5 = 16846;  // 255 / 31 of 2048, for a field in bits 4 to 8
+constexpr int kRounded6 = 16579;  // 255 / 63 of 4096, for a field in bits 3 to 8
+Vector Red(Vector p) {
+    return _mm256_mulhrs_epi16(And(_mm256_srli_epi16(p, 7), Words(31 << 4)), Words(kRounded5));
+}
+Vector Green(Vector p) {
+    return _mm256_mulhrs_epi16(And(_mm256_srli_epi16(p, 2), Words(63 << 3)), Words(kRounded6));
+}
+Vector Blue(Vector p) {
+    return _mm256_mulhrs_epi16(And(_mm256_slli_epi16(p, 4), Words(31 << 4)), Words(kRounded5));
+}
+#else
+Vector Expand(Vector v, int scale, int bias) {
+    return _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(v, Words(scale)), Words(bias)), kExpandShift);
+}
+Vector Red(Vector p) {
+    return Expand(_mm_srli_epi16(p, 11), kExpand5Scale, kExpand5Bias);
+}
+Vector Green(Vector p) {
+    return Expand(And(_mm_srli_epi16(p, 5), Words(63)), kExpand6Scale, kExpand6Bias);
+}
+Vector Blue(Vector p) {
+    return Expand(And(p, Words(31)), kExpand5Scale, kExpand5Bias);
+}
+#endif
+
+// The grey of RGB565 words is their blue; see the plain routine.
+void Rgb565RowToGrey(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
+    std::size_t left = width;
+    for (; left >= kVectorBytes; left -= kVectorBytes, grey += kVectorBytes, row += 2 * kVectorBytes) {
+        const Vector first = Blue(Load(row));
+        const Vector second = Blue(Load(row + kVectorBytes));
+        Store(grey, SwapMiddle(CAM_SIMD(packus_epi16)(first, second)));
+    }
+    kPlainPixels.rgb565RowToGrey(grey, row, left);
+}
+
+void ExpandGreyRow(std::uint8_t* row, const std::uint8_t* grey, std::size_t width) {
+    std::size_t done = width / kVectorBytes * kVectorBytes;
+    kPlainPixels.expandGreyRow(row + 2 * done, grey + done, width - done);
+    const Vector ones = CAM_SIMD(set1_epi8)(-1);
+    while (done > 0) {
+        done -= kVectorBytes;
+        const Vector black = CAM_SIMD(cmpeq_epi8)(SwapMiddle(Load(grey + done)), Zero());
+        const Vector white = CAM_SIMD(sub_epi8)(ones, black);
+        // Both halves are in registers before the first is stored over the grey bytes.
+        Store(row + 2 * done, CAM_SIMD(unpacklo_epi8)(white, white));
+        Store(row + 2 * done + kVectorBytes, CAM_SIMD(unpackhi_epi8)(white, white));
+    }
+}
+
+// Stores a vector's pixels, which stand as R G B 0 in four-pixel groups: the first of each 128-bit half in
+// `low`, the second in `high`. Each store writes more than the bytes of its pixels; what is too much is
+// overwritten by the next one, in order of address, or lies within the row, of which kRgbSlack pixels must
+// follow.
+#ifdef __AVX2__
+constexpr std::size_t kRgbSlack = 2;
+void StoreRgb(std::uint8_t* rgb, Vector low, Vector high) {
+    const Vector order =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+    low = _mm256_shuffle_epi8(low, order);
+    high = _mm256_shuffle_epi8(high, order);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(rgb), _mm256_castsi256_si128(low));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(rgb + 12), _mm256_castsi256_si128(high));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(rgb + 24), _mm256_extracti128_si256(low, 1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(rgb + 36), _mm256_extracti128_si256(high, 1));
+}
+#else
+constexpr std::size_t kRgbSlack = 1;
+void StoreFourRgb(std::uint8_t* rgb, Vector pixels) {
+    const Vector first = And(pixels, _mm_set1_epi64x(0x0000000000FFFFFF));
+    const Vector second = And(_mm_srli_epi64(pixels, 8), _mm_set1_epi64x(0x0000FFFFFF000000));
+    const Vector packed = Or(first, second);
+    _mm_storel_epi64(reinterpret_cast<Vector*>(rgb), packed);
+    _mm_storel_epi64(reinterpret_cast<Vector*>(rgb + 6), _mm_unpackhi_epi64(packed, packed));
+}
+void StoreRgb(std::uint8_t* rgb, Vector low, Vector high) {
+    StoreFourRgb(rgb, low);
+    StoreFourRgb(rgb + 12, high);
+}
+#endif
+
+void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width) {
+    std::size_t left = width;
+    for (; left >= kVectorPixels + kRgbSlack;
+         left -= kVectorPixels, row += kVectorBytes, rgb += 3 * kVectorPixels) {
+        const Vector p = Load(row);
+        const Vector redGreen = Or(Red(p), CAM_SIMD(slli_epi16)(Green(p), 8));
+        const Vector blue = Blue(p);
+        const Vector low = CAM_SIMD(unpacklo_epi16)(redGreen, blue);
+        const Vector high = CAM_SIMD(unpackhi_epi16)(redGreen, blue);
+        StoreRgb(rgb, low, high);
+    }
+    kPlainPixels.rgb565RowToRgb888(rgb, row, left);
+}
+
+}  // namespace
+}  // namespace cam::still

@@ -1,0 +1,186 @@
+// For processors with 32-bit registers, free shifts and tables in the cache, and nothing wider: whole words
+// are loaded and stored, clamping is a table lookup, and nothing branches on a pixel's colour.
+#include "still/pixels/pixel_routines.h"
+
+#include <array>
+#include <bit>
+
+#include "still/pixels/pixel_tables.h"
+
+namespace cam::still {
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "words are taken apart from their low end");
+
+bool Aligned(const void* pointer) {
+    return (reinterpret_cast<std::uintptr_t>(pointer) & 3) == 0;
+}
+
+// One load, one store: the processors meant here trap on unaligned words.
+using Word __attribute__((may_alias)) = std::uint32_t;
+std::uint32_t LoadWord(const std::uint8_t* at) {
+    return *reinterpret_cast<const Word*>(at);
+}
+void StoreWord(std::uint8_t* at, std::uint32_t word) {
+    *reinterpret_cast<Word*>(at) = word;
+}
+
+// The colour terms by byte value; what belongs to one byte stands together, so that one address serves for
+// both.
+struct Terms {
+    struct OfU {
+        std::int32_t blue, green;  // 516 D, -100 D
+    };
+    struct OfV {
+        std::int32_t red, green;  // 409 E, -208 E
+    };
+    std::array<OfU, 256> u{};
+    std::array<OfV, 256> v{};
+    std::array<std::int32_t, 256> luma{};  // 298 C + 128
+};
+
+constexpr Terms MakeTerms() {
+    Terms terms;
+    for (int i = 0; i < 256; ++i) {
+        terms.u[i] = {516 * (i - 128), -100 * (i - 128)};
+        terms.v[i] = {409 * (i - 128), -208 * (i - 128)};
+        terms.luma[i] = 298 * (i - 16) + 128;
+    }
+    return terms;
+}
+constexpr Terms kTerms = MakeTerms();
+
+// A colour term shifted down, clamped to Largest. The terms lie within these bounds for any bytes.
+constexpr int kLowestTerm = -298 * 16 - 516 * 128 + 128;
+constexpr int kHighestTerm = 298 * 239 + 516 * 127 + 128;
+
+template <int Shift, int Largest>
+struct ClampTable {
+    static constexpr int kBelow = -(kLowestTerm >> Shift);
+    std::array<std::uint8_t, kBelow + (kHighestTerm >> Shift) + 1> values{};
+
+    constexpr ClampTable() {
+        for (int i = 0; i < static_cast<int>(values.size()); ++i) {
+            const int term = i - kBelow;
+            values[i] = static_cast<std::uint8_t>(term < 0 ? 0 : term > Largest ? Largest : term);
+        }
+    }
+    const std::uint8_t* zero() const { return values.data() + kBelow; }
+};
+constexpr ClampTable<11, 31> kClamp5;
+constexpr ClampTable<10, 63> kClamp6;
+
+void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
+    if (!Aligned(row)) return kPlainPixels.yuy2RowToRgb565(row, width);
+    const std::uint8_t* const clamp5 = kClamp5.zero();
+    const std::uint8_t* const clamp6 = kClamp6.zero();
+    const std::uint8_t* const end = row + width / 2 * 4;
+    for (; row != end; row += 4) {
+        // Bytes by themselves: taking a loaded word apart costs more.
+        const Terms::OfU& u = kTerms.u[row[1]];
+        const Terms::OfV& v = kTerms.v[row[3]];
+        const int red = v.red;
+        const int green = u.green + v.green;
+        const int blue = u.blue;
+        const int luma0 = kTerms.luma[row[0]];
+        const int luma1 = kTerms.luma[row[2]];
+        std::uint32_t words = clamp5[(luma0 + blue) >> 11];
+        words |= std::uint32_t{clamp6[(luma0 + green) >> 10]} << 5;
+        words |= std::uint32_t{clamp5[(luma0 + red) >> 11]} << 11;
+        words |= std::uint32_t{clamp5[(luma1 + blue) >> 11]} << 16;
+        words |= std::uint32_t{clamp6[(luma1 + green) >> 10]} << 21;
+        words |= std::uint32_t{clamp5[(luma1 + red) >> 11]} << 27;
+        StoreWord(row, words);
+    }
+    kPlainPixels.yuy2RowToRgb565(row, width & 1);
+}
+
+void GatherLumaRow(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
+    if (!Aligned(grey) || !Aligned(row)) return kPlainPixels.gatherLumaRow(grey, row, width);
+    const std::uint8_t* const end = grey + (width & ~std::size_t{3});
+    for (; grey != end; grey += 4, row += 8) {
+        const std::uint32_t first = LoadWord(row) & 0x00FF00FF;
+        const std::uint32_t second = LoadWord(row + 4) & 0x00FF00FF;
+        // Y0 . Y1 . with Y2 . Y3 . one byte up, then the middle bytes change places.
+        StoreWord(grey, (first & 0xFF) | (first >> 8) | (second & 0xFF) << 16 | (second & 0xFF0000) << 8);
+    }
+    kPlainPixels.gatherLumaRow(grey, row, width & 3);
+}
+
+// The grey of an RGB565 word is its blue; see the plain routine.
+std::uint32_t GreyOfWord(std::uint32_t p) {
+    return kExpand5[p & 31];
+}
+
+void Rgb565RowToGrey(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
+    if (!Aligned(grey) || !Aligned(row)) return kPlainPixels.rgb565RowToGrey(grey, row, width);
+    const std::uint8_t* const end = grey + (width & ~std::size_t{3});
+    for (; grey != end; grey += 4, row += 8) {
+        const std::uint32_t first = LoadWord(row);
+        const std::uint32_t second = LoadWord(row + 4);
+        StoreWord(grey, GreyOfWord(first) | GreyOfWord(first >> 16) << 8 | GreyOfWord(second) << 16 |
+                            GreyOfWord(second >> 16) << 24);
+    }
+    kPlainPixels.rgb565RowToGrey(grey, row, width & 3);
+}
+
+// Bytes a b as a a b b.
+std::uint32_t DoubleBytes(std::uint32_t twoBytes) {
+    const std::uint32_t apart = (twoBytes | twoBytes << 8) & 0x00FF00FF;
+    return apart | apart << 8;
+}
+
+void ExpandGreyRow(std::uint8_t* row, const std::uint8_t* grey, std::size_t width) {
+    if (!Aligned(grey) || !Aligned(row)) return kPlainPixels.expandGreyRow(row, grey, width);
+    std::size_t done = width & ~std::size_t{3};
+    kPlainPixels.expandGreyRow(row + 2 * done, grey + done, width - done);
+    while (done > 0) {
+        done -= 4;
+        const std::uint32_t bytes = LoadWord(grey + done);
+        // The top bit of each byte that is not 0, then that bit spread over its byte.
+        const std::uint32_t set = (((bytes & 0x7F7F7F7F) + 0x7F7F7F7F) | bytes) & 0x80808080;
+        const std::uint32_t white = (set << 1) - (set >> 7);
+        StoreWord(row + 2 * done + 4, DoubleBytes(white >> 16));
+        StoreWord(row + 2 * done, DoubleBytes(white & 0xFFFF));
+    }
+}
+
+// Green and blue at one lookup, as the bytes G B: the low 11 bits of a pixel hold both. 4 KB, an eighth of the
+// data cache of the devices meant here.
+constexpr std::uint32_t kGreenBlueMask = 0x7FF;
+
+constexpr std::array<std::uint16_t, kGreenBlueMask + 1> MakeGreenBlue() {
+    std::array<std::uint16_t, kGreenBlueMask + 1> table{};
+    for (std::size_t p = 0; p < table.size(); ++p)
+        table[p] = static_cast<std::uint16_t>(kExpand6[p >> 5] | kExpand5[p & 31] << 8);
+    return table;
+}
+constexpr auto kGreenBlue = MakeGreenBlue();
+
+void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width) {
+    if (!Aligned(rgb) || !Aligned(row)) return kPlainPixels.rgb565RowToRgb888(rgb, row, width);
+    const std::uint8_t* const end = row + (width & ~std::size_t{3}) * 2;
+    for (; row != end; row += 8, rgb += 12) {
+        const std::uint32_t first = LoadWord(row);
+        const std::uint32_t second = LoadWord(row + 4);
+        const std::uint32_t red0 = kExpand5[(first >> 11) & 31];
+        const std::uint32_t red1 = kExpand5[first >> 27];
+        const std::uint32_t red2 = kExpand5[(second >> 11) & 31];
+        const std::uint32_t red3 = kExpand5[second >> 27];
+        const std::uint32_t rest0 = kGreenBlue[first & kGreenBlueMask];
+        const std::uint32_t rest1 = kGreenBlue[(first >> 16) & kGreenBlueMask];
+        const std::uint32_t rest2 = kGreenBlue[second & kGreenBlueMask];
+        const std::uint32_t rest3 = kGreenBlue[(second >> 16) & kGreenBlueMask];
+        StoreWord(rgb, red0 | rest0 << 8 | red1 << 24);
+        StoreWord(rgb + 4, rest1 | red2 << 16 | rest2 << 24);
+        StoreWord(rgb + 8, rest2 >> 8 | red3 << 8 | rest3 << 16);
+    }
+    kPlainPixels.rgb565RowToRgb888(rgb, row, width & 3);
+}
+
+}  // namespace
+
+const PixelRoutines kWordPixels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
+                                   Rgb565RowToRgb888};
+
+}  // namespace cam::still
