@@ -4,7 +4,7 @@
 #include <ocellus/cam.h>
 
 #include "api/current_camera.h"
-#include "base/file_extension.h"
+#include "base/picture_format.h"
 #include "config/camera_profiles.h"
 
 namespace {
@@ -160,7 +160,7 @@ camResult WINAPI camSnapPictureWithText(const wchar_t* fileName, int mode, UINT_
     CameraDevice* camera = CurrentCamera();
     if (!camera) return camNotInitialised;
     if (mode < 0 || mode > kLastMode) return camInvalidArgument;
-    if (fileName && !cam::IsPictureExtension(cam::FileExtension(fileName))) return camInvalidArgument;
+    if (fileName && cam::PictureFormatOf(fileName) == cam::PictureFormat::None) return camInvalidArgument;
     return OkOr(camCaptureFailed, camera->SnapPicture(fileName, mode, text, length, position, color, font));
 }
 

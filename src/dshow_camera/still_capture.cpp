@@ -1,6 +1,6 @@
 #include "dshow_camera/dshow_camera.h"
 
-#include "base/file_extension.h"
+#include "base/picture_format.h"
 
 namespace cam {
 
@@ -30,9 +30,8 @@ HRESULT DShowCamera::TriggerStill() {
     HRESULT result = E_FAIL;
     if (graph.videoControl && state >= CAM_STATE_STOPPED) {
         result = graph.sinkControl->SetFileName(stillFileName);
-        const wchar_t* extension = FindExtension(stillFileName);
-        if (result == S_OK && extension &&
-            (SameExtension(extension, L".JPG") || SameExtension(extension, L".TIF"))) {
+        const PictureFormat format = PictureFormatOf(stillFileName);
+        if (result == S_OK && (format == PictureFormat::Jpeg || format == PictureFormat::Tiff)) {
             result = graph.sinkControl->SetQualityLevel(stillMode);
         }
         if (result == S_OK) {

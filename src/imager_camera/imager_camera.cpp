@@ -1,9 +1,9 @@
 #include "imager_camera/imager_camera.h"
 
 #include "base/copy_text.h"
-#include "base/file_extension.h"
 #include "base/hresult.h"
 #include "base/message_wait.h"
+#include "base/picture_format.h"
 #include "imager_camera/preview_thread.h"
 #include "platform/platform.h"
 #include "still/encoders/jpeg_quality.h"
@@ -16,9 +16,10 @@ constexpr DWORD kOpenRecordInfoWord = 4;  // the fifth
 // Characters; one more, and the bytes with the terminating zero leave 32 bits.
 constexpr UINT_PTR kLongestText = 0x7FFFFFFE;
 
-bool IsStillExtension(const wchar_t* extension) {
-    return SameExtension(extension, L".BMP") || SameExtension(extension, L".JPG") ||
-           SameExtension(extension, L".PNG");
+// The maker's library stores no TIFF.
+bool IsStillName(const wchar_t* fileName) {
+    const PictureFormat format = PictureFormatOf(fileName);
+    return format != PictureFormat::None && format != PictureFormat::Tiff;
 }
 
 }  // namespace
@@ -146,7 +147,7 @@ HRESULT ImagerCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR te
             request.overlayPosition = static_cast<DWORD>(position);
         }
     }
-    if (fileName && !IsStillExtension(FileExtension(fileName))) return ERROR_INVALID_NAME;
+    if (fileName && !IsStillName(fileName)) return ERROR_INVALID_NAME;
     platform::EventModify(session->snapEvent.get(), platform::kEventSet);
     return S_OK;
 }

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "base/com_ptr.h"
-#include "base/file_extension.h"
+#include "base/picture_format.h"
 #include "imager_camera/imager_session.h"
 
 namespace cam {
@@ -196,10 +196,11 @@ bool PreviewRun::Save() {
     if (!order.file) return true;
     const wchar_t* failure = L"Saving BMP still image failed";
     ImagerStatus status = 0;
-    if (kSaveByExtension && SameExtension(FileExtension(order.file), L".JPG")) {
+    const PictureFormat format = kSaveByExtension ? PictureFormatOf(order.file) : PictureFormat::Bmp;
+    if (format == PictureFormat::Jpeg) {
         failure = L"Saving JPG still image failed";
         status = library->saveJpeg(engine, order.file, order.jpegQuality);
-    } else if (kSaveByExtension && SameExtension(FileExtension(order.file), L".PNG")) {
+    } else if (format == PictureFormat::Png) {
         failure = L"Saving PNG still image failed";
         status = library->savePng(engine, order.file);
     } else {

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "base/file_extension.h"
+#include "base/picture_format.h"
 #include "still/encoders/picture_writers.h"
 #include "still/pixels/pixel_convert.h"
 #include "still/text/text_stamp.h"
@@ -24,10 +24,6 @@ FrameShape ShapeOf(const StillPicture& picture) {
     return {static_cast<DWORD>(picture.width), RowCount(picture.height), picture.stride};
 }
 
-bool HasExtension(const StillPicture& picture, const wchar_t* extension) {
-    return picture.fileName && SameExtension(FileExtension(picture.fileName.get()), extension);
-}
-
 float ThresholdRatio(BYTE qualityLevel) {
     const BYTE known = qualityLevel < ARRAYSIZE(kThresholdPercent) ? qualityLevel : 0;
     return static_cast<float>(kThresholdPercent[known]) / 100.0f;
@@ -44,7 +40,7 @@ void Binarise(StillPicture& picture, BYTE* frame, const FrameShape& shape) {
 
 void ConvertFrame(StillPicture& picture, BYTE* frame) {
     const FrameShape shape = ShapeOf(picture);
-    const bool isTiff = HasExtension(picture, L".TIF");
+    const bool isTiff = PictureFormatOf(picture.fileName.get()) == PictureFormat::Tiff;
     switch (picture.formatCode) {
         case kFormatYuy2:
             if (!isTiff) return Yuy2ToRgb565(frame, shape);
@@ -88,11 +84,17 @@ void ImageWriter::Prepare() {
 DWORD ImageWriter::Store() {
     if (!picture_.fileName) return 0;
     if (picture_.width <= 0) return static_cast<DWORD>(E_INVALIDARG);
-    if (HasExtension(picture_, L".BMP")) return WriteBmp(picture_, frame_);
-    if (HasExtension(picture_, L".JPG")) return WriteJpeg(picture_, frame_);
-    if (HasExtension(picture_, L".PNG")) return WritePng(picture_, frame_);
-    if (HasExtension(picture_, L".TIF")) {
-        return tiff::SaveTiff(picture_.fileName.get(), frame_, picture_.width, picture_.height);
+    switch (PictureFormatOf(picture_.fileName.get())) {
+        case PictureFormat::Bmp:
+            return WriteBmp(picture_, frame_);
+        case PictureFormat::Jpeg:
+            return WriteJpeg(picture_, frame_);
+        case PictureFormat::Png:
+            return WritePng(picture_, frame_);
+        case PictureFormat::Tiff:
+            return tiff::SaveTiff(picture_.fileName.get(), frame_, picture_.width, picture_.height);
+        case PictureFormat::None:
+            break;
     }
     return 0;
 }

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "base/copy_text.h"
-#include "base/file_extension.h"
+#include "base/picture_format.h"
 #include "still/frame_format.h"
 #include "still/image_writer.h"
 
@@ -70,7 +70,7 @@ HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetFileName(const wchar_t* name)
     settings_.fileName.reset();
     settings_.hasFileName = true;
     if (!name) return S_OK;
-    if (!IsPictureExtension(FileExtension(name))) return kBadFileName;
+    if (PictureFormatOf(name) == PictureFormat::None) return kBadFileName;
     settings_.fileName = CopyText(name, std::wcslen(name));
     return settings_.fileName ? S_OK : E_OUTOFMEMORY;
 }

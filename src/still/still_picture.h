@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "base/row_count.h"
+#include "base/frame.h"
 
 namespace cam::still {
 

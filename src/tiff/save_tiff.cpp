@@ -1,7 +1,7 @@
 #include "tiff/save_tiff.h"
 
 #include "base/hresult.h"
-#include "base/row_count.h"
+#include "base/frame.h"
 #include "tiff/byte_buffer.h"
 #include "tiff/tiff_file.h"
 

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "base/row_count.h"
+#include "base/frame.h"
 
 namespace cam::tiff {
 

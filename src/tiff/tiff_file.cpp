@@ -2,7 +2,7 @@
 
 #include <string.h>
 
-#include "base/row_count.h"
+#include "base/frame.h"
 #include "tiff/encode_g4.h"
 #include "tiff/g4_output.h"
 #include "tiff/pack_pixels.h"

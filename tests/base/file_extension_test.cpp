@@ -4,6 +4,10 @@
 
 #include <string>
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 TEST_CASE("the extension is the text from the last dot unless a separator or white space follows it") {
     struct Case {
         const wchar_t* name;
@@ -21,11 +25,15 @@ TEST_CASE("the extension is the text from the last dot unless a separator or whi
                           {L"", L""},
                           {L"none", L""}}) {
         CAPTURE(std::wstring(c.name).size());
-        CHECK(std::wstring(cam::FindExtension(c.name)) == c.extension);
+        CHECK(std::wstring(cam::FileExtension(c.name)) == c.extension);
     }
     const wchar_t* name = L"dir.x\\file";
-    CHECK(cam::FindExtension(name) == name + 10);  // the terminating zero of the name itself
-    CHECK(cam::FindExtension(nullptr) == nullptr);
+    CHECK(cam::FileExtension(name) == name + 10);  // the terminating zero of the name itself
+#ifdef _WIN32
+    SetLastError(0);
+    CHECK(cam::FileExtension(nullptr) == nullptr);
+    CHECK(GetLastError() == ERROR_INVALID_PARAMETER);
+#endif
 }
 
 TEST_CASE("extensions are the same without regard to case, and never by prefix") {

@@ -77,7 +77,7 @@ Json SceneOf(const CameraOptions& options) {
         throw ToolError{kExitInvalidArgument, "there is no scene '" + options.scene + "'",
                         "give chart, or a picture file or .y4m film that exists"};
     }
-    const bool isFilm = cam::SameExtension(cam::FindExtension(ToWide(options.scene).c_str()), L".y4m");
+    const bool isFilm = cam::SameExtension(cam::FileExtension(ToWide(options.scene).c_str()), L".y4m");
     return {{isFilm ? "film" : "picture", options.scene}};
 }
 

@@ -5,7 +5,7 @@
 #include <new>
 
 #include "base/com_ptr.h"
-#include "base/file_extension.h"
+#include "base/picture_format.h"
 #include "commands.h"
 #include "picture_file.h"
 #include "still/image_writer.h"
@@ -87,7 +87,7 @@ std::vector<BYTE> AsCameraFrame(const GreyPicture& picture, UINT stride) {
 void Convert(const std::string& in, const std::string& out, int mode, bool asJson) {
     const std::wstring target = ToWide(out);
     CheckPictureName(target);
-    if (!cam::SameExtension(cam::FindExtension(target.c_str()), L".TIF")) {
+    if (cam::PictureFormatOf(target.c_str()) != cam::PictureFormat::Tiff) {
         throw ToolError{kExitInvalidArgument, "'" + out + "' is not named .tif",
                         "bilevel TIFF is all this writes: name it .tif"};
     }

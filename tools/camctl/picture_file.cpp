@@ -10,6 +10,7 @@
 #include <ocellus/cam.h>
 
 #include "base/file_extension.h"
+#include "base/picture_format.h"
 #include "base/unique_resource.h"
 #include "text.h"
 
@@ -18,7 +19,7 @@ namespace camctl {
 namespace {
 
 struct KnownFormat {
-    const wchar_t* extension;
+    cam::PictureFormat format;
     const char* name;
     std::string_view header;
     std::string_view trailer;  // the file's last bytes; empty: cannot be told
@@ -27,10 +28,10 @@ struct KnownFormat {
 using namespace std::string_view_literals;
 
 constexpr KnownFormat kFormats[] = {
-    {L".BMP", "BMP", "BM"sv, ""sv},
-    {L".JPG", "JPEG", "\xFF\xD8\xFF"sv, "\xFF\xD9"sv},
-    {L".PNG", "PNG", "\x89PNG\r\n\x1A\n"sv, "IEND\xAE\x42\x60\x82"sv},
-    {L".TIF", "TIFF", "II*\0"sv, ""sv},
+    {cam::PictureFormat::Bmp, "BMP", "BM"sv, ""sv},
+    {cam::PictureFormat::Jpeg, "JPEG", "\xFF\xD8\xFF"sv, "\xFF\xD9"sv},
+    {cam::PictureFormat::Png, "PNG", "\x89PNG\r\n\x1A\n"sv, "IEND\xAE\x42\x60\x82"sv},
+    {cam::PictureFormat::Tiff, "TIFF", "II*\0"sv, ""sv},
 };
 constexpr size_t kLongestMark = 8;
 
@@ -62,13 +63,10 @@ bool HasItsLength(const std::string& head, unsigned long long bytes) {
 }  // namespace
 
 void CheckPictureName(const std::wstring& file) {
-    const wchar_t* extension = cam::FindExtension(file.c_str());
-    const bool known = std::any_of(std::begin(kFormats), std::end(kFormats), [&](const KnownFormat& format) {
-        return cam::SameExtension(extension, format.extension);
-    });
-    if (!known) {
+    if (cam::PictureFormatOf(file.c_str()) == cam::PictureFormat::None) {
         throw ToolError{
-            kExitInvalidArgument, "'" + ToUtf8(file) + "' has the extension '" + ToUtf8(extension) + "'",
+            kExitInvalidArgument,
+            "'" + ToUtf8(file) + "' has the extension '" + ToUtf8(cam::FileExtension(file.c_str())) + "'",
             "the extension chooses the format: give .bmp, .jpg, .png or .tif", camInvalidArgument};
     }
     const DWORD old = GetFileAttributesW(file.c_str());
@@ -102,10 +100,9 @@ PictureFile CheckPicture(const std::wstring& file, const FileMark& before, bool 
     if (!after.exists) throw NoValidFile(file, "does not exist", remedy);
     if (before.exists && after.writeTime == before.writeTime)
         throw NoValidFile(file, "is the old file, untouched", remedy);
-    const wchar_t* extension = bmpWhateverExtension ? L".BMP" : cam::FindExtension(file.c_str());
-    const KnownFormat& format =
-        *std::find_if(std::begin(kFormats), std::end(kFormats),
-                      [&](const KnownFormat& f) { return cam::SameExtension(extension, f.extension); });
+    const auto wanted = bmpWhateverExtension ? cam::PictureFormat::Bmp : cam::PictureFormatOf(file.c_str());
+    const KnownFormat& format = *std::find_if(std::begin(kFormats), std::end(kFormats),
+                                              [&](const KnownFormat& f) { return f.format == wanted; });
     const cam::UniqueFileHandle handle(
         CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     if (!handle) throw NoValidFile(file, "cannot be read", "close the program that holds it open");

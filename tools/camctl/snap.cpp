@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "base/file_extension.h"
+#include "base/picture_format.h"
 #include "commands.h"
 #include "picture_file.h"
 #include "stamp.h"
@@ -21,8 +21,8 @@ Size ParseSize(const std::string& text) {
 
 namespace {
 
-bool HasExtension(const std::string& file, const wchar_t* extension) {
-    return cam::SameExtension(cam::FindExtension(ToWide(file).c_str()), extension);
+cam::PictureFormat FormatOf(const std::string& file) {
+    return cam::PictureFormatOf(ToWide(file).c_str());
 }
 
 }  // namespace
@@ -31,7 +31,7 @@ void Snap(const SnapOptions& options, bool asJson) {
     const bool isImager = options.camera.type == CAM_TYPE_IMAGER;
     for (const std::string& file : options.files) {
         CheckPictureName(ToWide(file));
-        if (isImager && HasExtension(file, L".TIF")) {
+        if (isImager && FormatOf(file) == cam::PictureFormat::Tiff) {
             throw ToolError{kExitInvalidArgument, "the imager camera stores no TIFF, as in '" + file + "'",
                             "it writes BMP: name it .bmp"};
         }
@@ -61,7 +61,7 @@ void Snap(const SnapOptions& options, bool asJson) {
         snprintf(line, sizeof line, "%s, %llu bytes, %.0f ms", picture.format.c_str(), picture.bytes,
                  seconds * 1000);
         std::string text = name + ": " + line + "\n";
-        if (isImager && !HasExtension(name, L".BMP"))
+        if (isImager && FormatOf(name) != cam::PictureFormat::Bmp)
             text += "  (the imager camera writes BMP whatever the extension says)\n";
         ShowProgress("");
         // At once: a later picture may fail.

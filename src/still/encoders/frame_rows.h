@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-#include "base/row_count.h"
+#include "base/frame.h"
 
 namespace cam::still {
 

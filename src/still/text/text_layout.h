@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "base/row_count.h"
+#include "base/frame.h"
 
 namespace cam::still {
 
