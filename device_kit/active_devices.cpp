@@ -12,7 +12,7 @@ constexpr wchar_t kCameraClass[] = L"{CB998A05-122C-4166-846A-933E4D7E3C86}";
 constexpr wchar_t kOwnerValue[] = L"Recorder";  // tells our records from others'
 constexpr wchar_t kOwner[] = L"devicekit";
 constexpr DWORD kFirstHandle = 0xCA000001;
-constexpr std::size_t kMostKeys = 100;  // two digits
+constexpr std::size_t kMaxKeys = 100;  // two digits
 
 HRESULT OpenKey(HKEY parent, const std::wstring& name, cam::UniqueRegistryKey& key) {
     return cam::HresultFromError(static_cast<DWORD>(
@@ -42,7 +42,7 @@ HRESULT RecordDevices(const std::vector<Device>& devices) {
     HRESULT hr = OpenKey(HKEY_LOCAL_MACHINE, kActive, active);
     if (FAILED(hr)) return hr;
     std::size_t next = 0;
-    for (std::size_t index = 1; index < kMostKeys; ++index) {
+    for (std::size_t index = 1; index < kMaxKeys; ++index) {
         const std::wstring name = KeyName(index);
         HKEY key = nullptr;
         const bool exists = RegOpenKeyExW(active.get(), name.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS;

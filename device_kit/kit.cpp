@@ -1,7 +1,6 @@
 #include "kit.h"
 
 #include <cstdio>
-#include <map>
 #include <mutex>
 
 #include "devicekit.h"
@@ -12,15 +11,13 @@
 namespace kit {
 namespace {
 
-constexpr std::size_t kLongestLog = 20000;  // lines
+constexpr std::size_t kMaxListedCalls = 20000;
 
 struct State {
     std::mutex lock;
     std::shared_ptr<const Scenario> scenario = std::make_shared<Scenario>();
     bool chosen = false;
-    std::map<std::wstring, LONG, std::less<>> counts;
-    std::wstring log;
-    std::size_t logLines = 0;
+    CallRules calls{kMaxListedCalls};
     std::atomic<bool> lost = false;
     std::atomic<LONG> previewFrames = 0;
     std::atomic<LONG> stills = 0;
@@ -45,9 +42,7 @@ void PlayScenario(Scenario scenario) {
     {
         const std::lock_guard guard(state.lock);
         state.scenario = shared;
-        state.counts.clear();
-        state.log.clear();
-        state.logLines = 0;
+        state.calls.Play(shared->calls);
         state.lost = false;
         state.previewFrames = 0;
         state.stills = 0;
@@ -89,29 +84,13 @@ HRESULT PrepareScenario() {
 }
 
 HRESULT Judge(std::wstring_view call, std::wstring_view argument, bool quiet) {
-    State& state = TheState();
-    const std::wstring name(call);
-    const std::wstring line = argument.empty() ? name : name + L' ' + std::wstring(argument);
-    HRESULT result = S_OK;
-    DWORD delayMs = 0;
+    Verdict verdict;
     {
-        const std::lock_guard guard(state.lock);
-        const LONG count = ++state.counts[name];
-        const LONG lineCount = argument.empty() ? count : ++state.counts[line];
-        if (!quiet && state.logLines < kLongestLog) {
-            state.log += line + L'\n';
-            ++state.logLines;
-        }
-        for (const CallRule& rule : state.scenario->calls) {
-            if (rule.call != name && rule.call != line) continue;
-            const LONG seen = rule.call == line ? lineCount : count;
-            if (seen < rule.at || (rule.times != 0 && seen - rule.at >= rule.times)) continue;
-            delayMs += rule.delayMs;
-            if (result == S_OK) result = rule.result;
-        }
+        const std::lock_guard guard(TheState().lock);
+        verdict = TheState().calls.Note(Narrow(call), Narrow(argument), !quiet);
     }
-    if (delayMs > 0) Sleep(delayMs);
-    return result;
+    if (verdict.delayMs > 0) Sleep(verdict.delayMs);
+    return static_cast<HRESULT>(verdict.result.value_or(S_OK));
 }
 
 bool IsLost() {
@@ -120,13 +99,12 @@ bool IsLost() {
 
 LONG CallCount(const std::wstring& call) {
     const std::lock_guard guard(TheState().lock);
-    const auto found = TheState().counts.find(call);
-    return found == TheState().counts.end() ? 0 : found->second;
+    return TheState().calls.Count(Narrow(call));
 }
 
 std::wstring CallLog() {
     const std::lock_guard guard(TheState().lock);
-    return TheState().log;
+    return Widen(TheState().calls.Log());
 }
 
 void CountPreviewFrame() {

@@ -41,12 +41,12 @@ constexpr NamedProperty kNamed[] = {
 };
 
 constexpr std::string_view kNumberedPrefix = "cameraControl";
-constexpr long kLargestFurtherValue = 1000;
+constexpr long kMaxFurtherValue = 1000;
 
 }  // namespace
 
 PropertyTable::PropertyTable() {
-    for (Property& property : cameraControl_) property.maximum = kLargestFurtherValue;
+    for (Property& property : cameraControl_) property.maximum = kMaxFurtherValue;
     for (const NamedProperty& named : kNamed)
         *Find(named.set, named.number) = {
             true,          named.minimum,      named.maximum, named.step,

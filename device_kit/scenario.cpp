@@ -1,13 +1,14 @@
 #include "scenario.h"
 
 #include <algorithm>
-#include <charconv>
-#include <functional>
+#include <optional>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
-#include "scenario_values.h"
+#include "rules/json_values.h"
+#include "rules/read_call_rules.h"
+#include "scenario_text.h"
 #include "text.h"
 #include "watch/call_names.h"
 
@@ -16,9 +17,8 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr int kLargestSide = 4096;
-constexpr int kMostFramesPerSecond = 60;
-constexpr long kMostDelayMs = 60000;
+constexpr int kMaxSide = 4096;
+constexpr int kMaxFramesPerSecond = 60;
 
 bool Boolean(const std::string& member, const Json& value) {
     if (!value.is_boolean()) Refuse(member, value, "give true or false");
@@ -31,30 +31,13 @@ std::string Text(const std::string& member, const Json& value) {
     return value.get<std::string>();
 }
 
-std::string Inner(const std::string& path, const std::string& name) {
-    std::string inner = path;
-    if (!inner.empty()) inner += '.';
-    return inner += name;
-}
-
-// Calls `read` with each member of an object; one that it does not know (false) is refused.
-using ReadMember = std::function<bool(const std::string& name, const std::string& path, const Json& value)>;
-void ReadObject(const std::string& path, const Json& object, const std::string& known,
-                const ReadMember& read) {
-    if (!object.is_object()) Refuse(path, object, "give an object with " + known);
-    for (const auto& [name, value] : object.items()) {
-        const std::string inner = Inner(path, name);
-        if (!read(name, inner, value)) Refuse(inner, value, "there is no such member; known are " + known);
-    }
-}
-
 void ReadDevices(const std::string& path, const Json& list, Scenario& scenario) {
     if (!list.is_array()) Refuse(path, list, "give a list such as [\"CAM1:\"]; an empty one means no device");
-    constexpr std::size_t kMostDevices = 9;
-    if (list.size() > kMostDevices) Refuse(path, list, "give at most 9 devices");
+    constexpr std::size_t kMaxDevices = 9;
+    if (list.size() > kMaxDevices) Refuse(path, list, "give at most 9 devices");
     scenario.devices.clear();
     for (std::size_t index = 0; index < list.size(); ++index) {
-        const std::string inner = path + "[" + std::to_string(index) + "]";
+        const std::string inner = Inner(path, index);
         Device device;
         device.cameraId = static_cast<long>(index) + 1;
         const auto readName = [&](const std::string& member, const Json& value) {
@@ -112,9 +95,9 @@ Format ReadFormat(const std::string& path, const Json& object, bool isStill) {
     ReadObject(path, object, known,
                [&](const std::string& name, const std::string& member, const Json& value) {
                    if (name == "width") {
-                       format.width = static_cast<int>(Integer(member, value, 1, kLargestSide));
+                       format.width = static_cast<int>(Integer(member, value, 1, kMaxSide));
                    } else if (name == "height") {
-                       format.height = static_cast<int>(Integer(member, value, 1, kLargestSide));
+                       format.height = static_cast<int>(Integer(member, value, 1, kMaxSide));
                    } else if (name == "topDown") {
                        format.topDown = Boolean(member, value);
                    } else if (isStill && name == "subtype") {
@@ -134,8 +117,7 @@ void ReadStillFormats(const std::string& path, const Json& list, Scenario& scena
     if (!list.is_array() || list.empty()) Refuse(path, list, "give a list of at least one format");
     scenario.stillFormats.clear();
     for (std::size_t index = 0; index < list.size(); ++index)
-        scenario.stillFormats.push_back(
-            ReadFormat(path + "[" + std::to_string(index) + "]", list[index], true));
+        scenario.stillFormats.push_back(ReadFormat(Inner(path, index), list[index], true));
     scenario.stillFormat = 0;
 }
 
@@ -190,60 +172,13 @@ void ReadProperties(const std::string& path, const Json& object, Scenario& scena
                });
 }
 
-HRESULT ReadResult(const std::string& member, const Json& value) {
-    const std::string text = value.is_string() ? value.get<std::string>() : "";
-    unsigned long code = 0;
-    if (text.size() == 10 && text.rfind("0x", 0) == 0) {
-        const auto [end, error] = std::from_chars(text.data() + 2, text.data() + text.size(), code, 16);
-        if (error == std::errc() && end == text.data() + text.size()) return static_cast<HRESULT>(code);
-    }
-    Refuse(member, value, "give an HRESULT of eight hexadecimal digits, such as \"0x80004005\"");
+std::optional<std::string> FindCall(const std::string& call) {
+    return IsKnownCall(Widen(call)) ? std::optional(call) : std::nullopt;
 }
 
-CallRule ReadCallRule(const std::string& call, const std::string& path, const Json& object) {
-    CallRule rule;
-    rule.call = Widen(call);
-    bool acts = false;
-    ReadObject(path, object, "\"at\", \"times\", \"result\" and \"delayMs\"",
-               [&](const std::string& name, const std::string& member, const Json& value) {
-                   if (name == "at") {
-                       rule.at = Integer(member, value, 1, LONG_MAX);
-                   } else if (name == "times") {
-                       rule.times = Integer(member, value, 0, LONG_MAX);
-                   } else if (name == "result") {
-                       rule.result = ReadResult(member, value);
-                       acts = true;
-                   } else if (name == "delayMs") {
-                       rule.delayMs = static_cast<DWORD>(Integer(member, value, 0, kMostDelayMs));
-                       acts = true;
-                   } else {
-                       return false;
-                   }
-                   return true;
-               });
-    if (!acts) Refuse(path, object, "say what shall happen: add \"result\", \"delayMs\" or both");
-    return rule;
-}
-
-void ReadCalls(const std::string& path, const Json& object, Scenario& scenario) {
-    if (!object.is_object())
-        Refuse(
-            path, object,
-            "give an object of calls, such as {\"IGraphBuilder::AddFilter\": {\"result\": \"0x80004005\"}}");
-    scenario.calls.clear();
-    for (const auto& [call, value] : object.items()) {
-        const std::string member = Inner(path, call);
-        if (!IsKnownCall(Widen(call)))
-            Refuse(member, value, "the kit sees no such call; docs/device-kit.md lists those it sees");
-        if (!value.is_array()) {
-            scenario.calls.push_back(ReadCallRule(call, member, value));
-            continue;
-        }
-        for (std::size_t index = 0; index < value.size(); ++index)
-            scenario.calls.push_back(
-                ReadCallRule(call, member + "[" + std::to_string(index) + "]", value[index]));
-    }
-}
+constexpr CallForm kCallForm = {"{\"IGraphBuilder::AddFilter\": {\"result\": \"0x80004005\"}}",
+                                "the kit sees no such call; docs/device-kit.md lists those it sees", FindCall,
+                                ReadHresult};
 
 Scenario Interpret(const Json& document, const std::wstring& folder) {
     Scenario scenario;
@@ -258,7 +193,7 @@ Scenario Interpret(const Json& document, const std::wstring& folder) {
         } else if (name == "scene") {
             ReadScene(path, value, folder, scenario);
         } else if (name == "framesPerSecond") {
-            scenario.framesPerSecond = static_cast<int>(Integer(path, value, 1, kMostFramesPerSecond));
+            scenario.framesPerSecond = static_cast<int>(Integer(path, value, 1, kMaxFramesPerSecond));
         } else if (name == "preview") {
             scenario.preview = ReadFormat(path, value, false);
         } else if (name == "stillFormats") {
@@ -270,7 +205,7 @@ Scenario Interpret(const Json& document, const std::wstring& folder) {
         } else if (name == "watchGraph") {
             scenario.watchGraph = Boolean(path, value);
         } else if (name == "calls") {
-            ReadCalls(path, value, scenario);
+            scenario.calls = ReadCallRules(path, value, kCallForm);
         } else if (name == "loseDeviceAfterFrames") {
             scenario.loseDeviceAfterFrames = Integer(path, value, 1, LONG_MAX);
         } else if (name == "resumeAfterFrames") {
@@ -302,7 +237,7 @@ Scenario::Scenario() : devices{{L"CAM1:", 1}}, preview{Layout::Rgb555, 640, 480,
 
 bool Scenario::WatchesGraph() const {
     return watchGraph || std::any_of(calls.begin(), calls.end(),
-                                     [](const CallRule& rule) { return IsGraphCall(rule.call); });
+                                     [](const CallRule& rule) { return IsGraphCall(Widen(rule.call)); });
 }
 
 bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::string& error) {

@@ -8,6 +8,7 @@
 
 #include "format.h"
 #include "properties.h"
+#include "rules/call_rules.h"
 #include "scene/scene.h"
 
 namespace kit {
@@ -15,16 +16,6 @@ namespace kit {
 struct Device {
     std::wstring name;  // legacy name, "CAM1:"
     long cameraId = 1;
-};
-
-// What happens at some calls of one kind. Calls are named "Interface::Method", or "Interface::Method argument" as in the call log.
-struct CallRule {
-    std::wstring call;
-    LONG at = 1;     // the first call that is meant, counted from 1
-    LONG times = 1;  // how many calls from there on; 0: all
-    HRESULT result =
-        S_OK;           // a failure: returned, and nothing is done. A success code: returned after the call
-    DWORD delayMs = 0;  // before the call
 };
 
 struct Scenario {
@@ -38,7 +29,7 @@ struct Scenario {
     std::size_t stillFormat;  // the one selected at first
     PropertyTable properties;
     bool watchGraph = false;
-    std::vector<CallRule> calls;
+    std::vector<CallRule> calls;     // named "Interface::Method", perhaps with an argument after a space
     LONG loseDeviceAfterFrames = 0;  // 0: never
     LONG resumeAfterFrames = 0;      // 0: never
 

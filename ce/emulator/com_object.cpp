@@ -52,21 +52,32 @@ std::string FormatGuid(const Guid& guid) {
 }
 
 CallLog& Calls(Process& process) {
-    return process.Attachment<CallLog>("calls");
+    auto& log = process.Attachment<std::optional<CallLog>>("calls");
+    if (!log) log.emplace(process.scheduler);
+    return *log;
 }
 
 void CallLog::Add(const std::string& call) {
-    calls.push_back(call);
-    RefuseIfToldTo();
+    Obey(Note(call));
+}
+
+void CallLog::AddOnObject(const std::string& call) {
+    const kit::Verdict verdict = Note(call);
+    if (onCall) onCall(call);
+    Obey(verdict);
 }
 
 void CallLog::Detail(const std::string& text) {
-    calls.back() += " " + text;
-    RefuseIfToldTo();
+    Obey(NoteArguments(text));
 }
 
-void CallLog::RefuseIfToldTo() const {
-    if (const auto fault = faults.find(calls.back()); fault != faults.end()) throw Refusal{fault->second};
+void CallLog::Answer(const std::string& call, u32 result) {
+    Play({{.call = call, .times = 0, .result = result}});
+}
+
+void CallLog::Obey(const kit::Verdict& verdict) const {
+    if (verdict.delayMs > 0) scheduler_.Sleep(verdict.delayMs);
+    if (verdict.result) throw Refusal{*verdict.result};
 }
 
 MethodEntry Unused(std::string name) {
@@ -136,10 +147,7 @@ void HostObject::Implement(const Guid& iid, const std::string& interfaceName,
                               machine_.Backtrace());
             try {
                 if (quiet) return inner(arguments);
-                auto& log = Calls(process_);
-                log.calls.push_back(full);
-                if (log.onCall) log.onCall(full);
-                log.RefuseIfToldTo();
+                Calls(process_).AddOnObject(full);
                 return inner(arguments);
             } catch (const CallLog::Refusal& refusal) {
                 return refusal.result;

@@ -5,6 +5,7 @@
 #include <initializer_list>
 
 #include "emulator/process.h"
+#include "rules/call_rules.h"
 
 namespace ce {
 
@@ -23,19 +24,29 @@ constexpr u32 kOk = 0, kFalse = 1, kNotImplemented = 0x80004001, kNoInterface = 
               kInvalidArgument = 0x80070057, kOutOfMemory = 0x8007000E, kUnexpected = 0x8000FFFF;
 const Guid kIidUnknown = ParseGuid("00000000-0000-0000-C000-000000000046");
 
-// The calls on host objects in their order, "IMediaControl::Run", with what matters of the arguments behind a space. A call named in `faults`, with or
-// without that, is not carried out but answered with that result.
-struct CallLog {
+// The calls on host objects in their order, "IMediaControl::Run", with what matters of the arguments behind a space. A call for which the rules have a
+// result is not carried out but answered with it.
+class CallLog : public kit::CallRules {
+  public:
+    explicit CallLog(Scheduler& scheduler) : scheduler_(scheduler) {}
+
     struct Refusal {
         u32 result;
     };
-    std::vector<std::string> calls;
-    std::map<std::string, u32> faults;
+    // Each throws a Refusal.
+    void Add(const std::string& call);
+    void AddOnObject(const std::string& call);  // tells `onCall`
+    void Detail(const std::string& text);
+
+    // Every call of that name, or with those arguments, is answered so from now on.
+    void Answer(const std::string& call, u32 result);
     // Told of each call on an object, but for those of IUnknown, before it is carried out.
     std::function<void(const std::string& call)> onCall;
-    void Add(const std::string& call);
-    void Detail(const std::string& text);
-    void RefuseIfToldTo() const;
+
+  private:
+    void Obey(const kit::Verdict& verdict) const;
+
+    Scheduler& scheduler_;
 };
 CallLog& Calls(Process& process);
 

@@ -1,78 +1,35 @@
-// The calls that come in: counted, logged, and failed where the scenario says so.
+// The calls that come in: counted, listed, delayed and failed as the scenario says.
 #pragma once
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
+
+#include "base/lock.h"
+#include "rules/call_rules.h"
 
 namespace imvoxa {
 
-// The library's operations by their ordinals.
-enum class Operation : WORD {
-    CurrentImage = 3,
-    Pixels = 4,
-    OpenEngine = 15,
-    SecondDimension = 26,
-    Open = 32,
-    SaveBmp = 39,
-    SaveJpeg = 40,
-    SavePng = 41,
-    SetSwitch16 = 44,
-    Shutdown = 50,
-    CloseEngine = 51,
-    FirstDimension = 53,
-    StampText = 57,
-    SetExposureSetting = 59,
-    GetExposureSetting = 67,
-    GetExposureSettingParms = 68,
-    EnableMonoColor = 69,
-    SetExposure = 70,
-    SetSwitch80 = 75,
-    Start = 79,
-    Stop = 80,
-    Acquire = 81,
-    Draw = 83,
-    GetExposure = 99,
-    FirstDimensionOf1 = 106,
-    SecondDimensionOf1 = 107,
-    FirstDimensionOf0 = 108,
-    SecondDimensionOf0 = 109
-};
+// The operation of that name or ordinal, perhaps with arguments after a space, as it is noted: "Acquire 3" for "81 3".
+// Nothing: there is none such.
+std::optional<std::string> FindOperation(const std::string& call);
 
-// The operation of that name ("Acquire") or ordinal ("81"). False: there is none.
-bool FindOperation(const std::wstring& nameOrOrdinal, Operation& operation);
-
-// What happens at some calls of one operation.
-struct CallRule {
-    Operation operation = Operation::Open;
-    LONG at = 1;     // the first call that is meant, counted from 1
-    LONG times = 1;  // how many calls from there on; 0: all
-    bool fails = false;
-    DWORD result = 0;   // returned instead of doing anything, if it fails
-    DWORD delayMs = 0;  // before the call
-};
-
-// Forgets counts and log, and lets these rules act from now on.
-void ResetCalls(std::vector<CallRule> rules);
-
-LONG CallCount(Operation operation);
-
-// One line a call: the operation's name and its arguments. The first ten thousand since the reset.
-std::wstring CallLog();
+cam::Guarded<kit::CallRules>& TheCalls();
 
 // One call, for as long as it lasts. Any thread.
 class Call {
   public:
-    // Counts and logs the call, and waits as the scenario says.
-    explicit Call(Operation operation, const std::wstring& arguments = {});
+    // Waits as the scenario says.
+    explicit Call(std::string_view operation, std::string_view arguments = {});
 
     // Whether the operation shall do nothing but return Result().
-    bool Fails() const { return rule.fails; }
-    DWORD Result() const { return rule.result; }
+    bool Fails() const { return verdict_.result.has_value(); }
+    DWORD Result() const { return *verdict_.result; }
 
   private:
-    CallRule rule;
+    kit::Verdict verdict_;
 };
 
 }  // namespace imvoxa

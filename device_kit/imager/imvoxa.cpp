@@ -1,22 +1,23 @@
 // The exported functions of Imvoxa.dll. Their ordinals stand in imvoxa.def.
 #include <windows.h>
 
-#include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
+#include <optional>
 #include <string>
 
+#include "base/lock.h"
 #include "calls.h"
 #include "imager.h"
 #include "imvoxa_kit.h"
-#include "base/lock.h"
 #include "picture_output.h"
 #include "scenario.h"
+#include "text.h"
 
 using cam::LockGuard;
 using imvoxa::Call;
 using imvoxa::GreyPicture;
-using imvoxa::Operation;
 
 namespace {
 
@@ -31,11 +32,17 @@ struct Library {
 // Made when the library is loaded: the guard of a local one would outlive the library with its handles.
 Library theLibrary;
 
-std::wstring Text(const wchar_t* text) {
-    return text ? text : L"(null)";
+std::string Text(const wchar_t* text) {
+    return text ? kit::Narrow(text) : "(null)";
 }
-std::wstring Number(long long number) {
-    return std::to_wstring(number);
+std::string Number(long long number) {
+    return std::to_string(number);
+}
+// As it stands in the system's headers: 0x00660046.
+std::string RasterOperation(DWORD operation) {
+    std::string text = "0x";
+    for (int shift = 28; shift >= 0; shift -= 4) text += "0123456789ABCDEF"[operation >> shift & 0xF];
+    return text;
 }
 
 // Does the work under the lock unless the scenario fails the call.
@@ -46,24 +53,22 @@ DWORD Run(const Call& call, Work work) {
     return work(theLibrary.imager);
 }
 
-bool ApplyScenario(const std::wstring& text, std::wstring& error) {
-    imvoxa::Scenario scenario;
-    if (!imvoxa::ReadScenario(text, scenario, error)) return false;
-    imvoxa::ResetCalls(std::move(scenario.calls));
+void Play(imvoxa::Scenario scenario) {
+    imvoxa::TheCalls().Locked()->Play(std::move(scenario.calls));
     theLibrary.imager.Show(scenario.scene);
+}
+
+bool PlayEnvironment() {
+    std::optional<imvoxa::Scenario> scenario;
+    if (!imvoxa::ReadEnvironment(scenario)) return false;
+    if (scenario) Play(std::move(*scenario));
     return true;
 }
 
-// False: the environment's scenario cannot be used; the reason goes to stderr, where who set it will look.
-bool ApplyEnvironment() {
-    constexpr DWORD kLongest = 32767;
-    std::wstring text(kLongest, L'\0');
-    text.resize(GetEnvironmentVariableW(L"DEVICEKIT_SCENARIO", text.data(), kLongest));
-    if (text.empty()) return true;
-    std::wstring error;
-    if (ApplyScenario(text, error)) return true;
-    fwprintf(stderr, L"Imvoxa.dll: DEVICEKIT_SCENARIO: %ls\n", error.c_str());
-    return false;
+// As much as there is room for, and a zero.
+void Copy(const std::wstring& text, wchar_t* buffer, DWORD length) {
+    if (!buffer || length == 0) return;
+    buffer[text.copy(buffer, length - 1)] = 0;
 }
 
 // The last image of an open engine, or null.
@@ -95,9 +100,9 @@ DWORD WINAPI imvOpen(const wchar_t* settingsPath, const wchar_t* settingsSection
                      DWORD* record) {
     {
         LockGuard guard(theLibrary.lock);
-        if (!theLibrary.scenarioGiven && !ApplyEnvironment()) return ERROR_INVALID_DATA;
+        if (!theLibrary.scenarioGiven && !PlayEnvironment()) return ERROR_INVALID_DATA;
     }
-    const Call call(Operation::Open, Text(settingsPath) + L" " + Text(settingsSection));
+    const Call call("Open", Text(settingsPath) + " " + Text(settingsSection));
     return Run(call, [&](imvoxa::Imager& imager) -> DWORD {
         if (!word || !record) return ERROR_INVALID_PARAMETER;
         for (DWORD index = 0; index < kInfoWords; ++index) record[index] = index + 1;
@@ -107,31 +112,31 @@ DWORD WINAPI imvOpen(const wchar_t* settingsPath, const wchar_t* settingsSection
 }
 
 void WINAPI imvShutdown() {
-    Run(Call(Operation::Shutdown), [](imvoxa::Imager& imager) {
+    Run(Call("Shutdown"), [](imvoxa::Imager& imager) {
         imager.Shutdown();
         return 0;
     });
 }
 
 HANDLE WINAPI imvOpenEngine() {
-    const Call call(Operation::OpenEngine);
+    const Call call("OpenEngine");
     if (call.Fails()) return reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(call.Result()));
     LockGuard guard(theLibrary.lock);
     return theLibrary.imager.OpenEngine();
 }
 
 DWORD WINAPI imvCloseEngine(HANDLE engine) {
-    return Run(Call(Operation::CloseEngine), [engine](imvoxa::Imager& imager) -> DWORD {
+    return Run(Call("CloseEngine"), [engine](imvoxa::Imager& imager) -> DWORD {
         return imager.CloseEngine(engine) ? 0 : ERROR_INVALID_HANDLE;
     });
 }
 
 DWORD WINAPI imvStart() {
-    return Run(Call(Operation::Start), [](imvoxa::Imager& imager) { return imager.Start(); });
+    return Run(Call("Start"), [](imvoxa::Imager& imager) { return imager.Start(); });
 }
 
 void WINAPI imvStop() {
-    Run(Call(Operation::Stop), [](imvoxa::Imager& imager) {
+    Run(Call("Stop"), [](imvoxa::Imager& imager) {
         imager.Stop();
         return 0;
     });
@@ -140,26 +145,26 @@ void WINAPI imvStop() {
 // ---- Images -------------------------------------------------------------------------------------------
 
 DWORD WINAPI imvAcquire(HANDLE engine, DWORD mode) {
-    return Run(Call(Operation::Acquire, Number(mode)),
+    return Run(Call("Acquire", Number(mode)),
                [=](imvoxa::Imager& imager) { return imager.Acquire(engine, mode); });
 }
 
 LONG WINAPI imvFirstDimension(HANDLE engine) {
-    return static_cast<LONG>(Run(Call(Operation::FirstDimension), [engine](imvoxa::Imager& imager) -> DWORD {
+    return static_cast<LONG>(Run(Call("FirstDimension"), [engine](imvoxa::Imager& imager) -> DWORD {
         const GreyPicture* picture = LastOf(imager, engine);
         return picture ? static_cast<DWORD>(picture->width) : 0;
     }));
 }
 
 LONG WINAPI imvSecondDimension(HANDLE engine) {
-    return static_cast<LONG>(Run(Call(Operation::SecondDimension), [engine](imvoxa::Imager& imager) -> DWORD {
+    return static_cast<LONG>(Run(Call("SecondDimension"), [engine](imvoxa::Imager& imager) -> DWORD {
         const GreyPicture* picture = LastOf(imager, engine);
         return picture ? static_cast<DWORD>(picture->height) : 0;
     }));
 }
 
 void* WINAPI imvPixels(HANDLE engine) {
-    const Call call(Operation::Pixels);
+    const Call call("Pixels");
     LockGuard guard(theLibrary.lock);
     GreyPicture* picture = call.Fails() ? nullptr : LastOf(theLibrary.imager, engine);
     return picture ? picture->pixels.data() : nullptr;
@@ -167,7 +172,7 @@ void* WINAPI imvPixels(HANDLE engine) {
 
 // Whatever the engine: the current image can still be looked at when the engine has been closed.
 void* WINAPI imvCurrentImage(HANDLE) {
-    const Call call(Operation::CurrentImage);
+    const Call call("CurrentImage");
     LockGuard guard(theLibrary.lock);
     GreyPicture* picture = call.Fails() ? nullptr : theLibrary.imager.Last();
     return picture ? picture->pixels.data() : nullptr;
@@ -175,10 +180,9 @@ void* WINAPI imvCurrentImage(HANDLE) {
 
 DWORD WINAPI imvStampText(HANDLE engine, const wchar_t* text, DWORD position, LONG textHeight,
                           DWORD operation) {
-    wchar_t numbers[48];
-    swprintf(numbers, sizeof numbers / sizeof numbers[0], L"%lu %ld 0x%08lX ", position, textHeight,
-             operation);
-    return Run(Call(Operation::StampText, numbers + Text(text)), [=](imvoxa::Imager& imager) -> DWORD {
+    const std::string numbers = Number(static_cast<long long>(position)) + " " + Number(textHeight) + " " +
+                                RasterOperation(operation) + " ";
+    return Run(Call("StampText", numbers + Text(text)), [=](imvoxa::Imager& imager) -> DWORD {
         GreyPicture* picture = LastOf(imager, engine);
         if (!picture || !text || position > static_cast<DWORD>(imvoxa::StampPosition::Centre)) {
             return ERROR_INVALID_PARAMETER;
@@ -190,23 +194,23 @@ DWORD WINAPI imvStampText(HANDLE engine, const wchar_t* text, DWORD position, LO
 }
 
 DWORD WINAPI imvSaveBmp(HANDLE engine, const wchar_t* file) {
-    return SaveLast(Call(Operation::SaveBmp, Text(file)), engine, file, imvoxa::SaveBmp);
+    return SaveLast(Call("SaveBmp", Text(file)), engine, file, imvoxa::SaveBmp);
 }
 
 DWORD WINAPI imvSaveJpeg(HANDLE engine, const wchar_t* file, LONG quality) {
-    return SaveLast(Call(Operation::SaveJpeg, Number(quality) + L" " + Text(file)), engine, file,
+    return SaveLast(Call("SaveJpeg", Number(quality) + " " + Text(file)), engine, file,
                     [quality](const GreyPicture& picture, const wchar_t* path) {
                         return imvoxa::SaveJpeg(picture, path, quality);
                     });
 }
 
 DWORD WINAPI imvSavePng(HANDLE engine, const wchar_t* file) {
-    return SaveLast(Call(Operation::SavePng, Text(file)), engine, file, imvoxa::SavePng);
+    return SaveLast(Call("SavePng", Text(file)), engine, file, imvoxa::SavePng);
 }
 
 DWORD WINAPI imvDraw(HANDLE engine, HDC context, const RECT* target, DWORD first, DWORD second, DWORD third) {
-    const std::wstring numbers = Number(first) + L" " + Number(second) + L" " + Number(third);
-    return Run(Call(Operation::Draw, numbers), [=](imvoxa::Imager& imager) -> DWORD {
+    const std::string numbers = Number(first) + " " + Number(second) + " " + Number(third);
+    return Run(Call("Draw", numbers), [=](imvoxa::Imager& imager) -> DWORD {
         const GreyPicture* picture = LastOf(imager, engine);
         if (!picture || !context || !target) return ERROR_INVALID_PARAMETER;
         return imvoxa::DrawPicture(*picture, context, *target);
@@ -214,25 +218,25 @@ DWORD WINAPI imvDraw(HANDLE engine, HDC context, const RECT* target, DWORD first
 }
 
 LONG WINAPI imvFirstDimensionOf0() {
-    return static_cast<LONG>(Run(Call(Operation::FirstDimensionOf0), [](imvoxa::Imager& imager) {
+    return static_cast<LONG>(Run(Call("FirstDimensionOf0"), [](imvoxa::Imager& imager) {
         return static_cast<DWORD>(imager.Small().height);
     }));
 }
 
 LONG WINAPI imvSecondDimensionOf0() {
-    return static_cast<LONG>(Run(Call(Operation::SecondDimensionOf0), [](imvoxa::Imager& imager) {
+    return static_cast<LONG>(Run(Call("SecondDimensionOf0"), [](imvoxa::Imager& imager) {
         return static_cast<DWORD>(imager.Small().width);
     }));
 }
 
 LONG WINAPI imvFirstDimensionOf1() {
-    return static_cast<LONG>(Run(Call(Operation::FirstDimensionOf1), [](imvoxa::Imager& imager) {
+    return static_cast<LONG>(Run(Call("FirstDimensionOf1"), [](imvoxa::Imager& imager) {
         return static_cast<DWORD>(imager.Large().height);
     }));
 }
 
 LONG WINAPI imvSecondDimensionOf1() {
-    return static_cast<LONG>(Run(Call(Operation::SecondDimensionOf1), [](imvoxa::Imager& imager) {
+    return static_cast<LONG>(Run(Call("SecondDimensionOf1"), [](imvoxa::Imager& imager) {
         return static_cast<DWORD>(imager.Large().width);
     }));
 }
@@ -240,7 +244,7 @@ LONG WINAPI imvSecondDimensionOf1() {
 // ---- Settings -----------------------------------------------------------------------------------------
 
 DWORD WINAPI imvGetExposure(LONG* value) {
-    return Run(Call(Operation::GetExposure), [value](imvoxa::Imager& imager) -> DWORD {
+    return Run(Call("GetExposure"), [value](imvoxa::Imager& imager) -> DWORD {
         if (!value) return ERROR_INVALID_PARAMETER;
         *value = imager.DirectExposure();
         return 0;
@@ -248,25 +252,23 @@ DWORD WINAPI imvGetExposure(LONG* value) {
 }
 
 DWORD WINAPI imvSetExposure(LONG value) {
-    return Run(Call(Operation::SetExposure, Number(value)),
+    return Run(Call("SetExposure", Number(value)),
                [value](imvoxa::Imager& imager) { return imager.SetDirectExposure(value); });
 }
 
 DWORD WINAPI imvGetExposureSetting(ExposureRecord* record, DWORD size) {
-    const std::wstring index = record ? Number(record->index) : L"(null)";
-    return Run(Call(Operation::GetExposureSetting, index + L" " + Number(size)),
-               [=](imvoxa::Imager& imager) -> DWORD {
-                   if (!record || size != sizeof *record) return ERROR_INVALID_PARAMETER;
-                   if (!imvoxa::Imager::Setting(static_cast<DWORD>(record->index)))
-                       return ERROR_INVALID_PARAMETER;
-                   record->value = imager.SettingValue(static_cast<DWORD>(record->index));
-                   return 0;
-               });
+    const std::string index = record ? Number(record->index) : "(null)";
+    return Run(Call("GetExposureSetting", index + " " + Number(size)), [=](imvoxa::Imager& imager) -> DWORD {
+        if (!record || size != sizeof *record) return ERROR_INVALID_PARAMETER;
+        if (!imvoxa::Imager::Setting(static_cast<DWORD>(record->index))) return ERROR_INVALID_PARAMETER;
+        record->value = imager.SettingValue(static_cast<DWORD>(record->index));
+        return 0;
+    });
 }
 
 DWORD WINAPI imvSetExposureSetting(const ExposureRecord* record, DWORD size) {
-    const std::wstring content = record ? Number(record->index) + L"=" + Number(record->value) : L"(null)";
-    return Run(Call(Operation::SetExposureSetting, content + L" " + Number(size)),
+    const std::string content = record ? Number(record->index) + "=" + Number(record->value) : "(null)";
+    return Run(Call("SetExposureSetting", content + " " + Number(size)),
                [=](imvoxa::Imager& imager) -> DWORD {
                    if (!record || size != sizeof *record) return ERROR_INVALID_PARAMETER;
                    return imager.SetSetting(static_cast<DWORD>(record->index), record->value);
@@ -274,7 +276,7 @@ DWORD WINAPI imvSetExposureSetting(const ExposureRecord* record, DWORD size) {
 }
 
 DWORD WINAPI imgGetExposureSettingParms(DWORD index, DWORD* table) {
-    return Run(Call(Operation::GetExposureSettingParms, Number(static_cast<LONG>(index))),
+    return Run(Call("imgGetExposureSettingParms", Number(static_cast<LONG>(index))),
                [=](imvoxa::Imager&) -> DWORD {
                    const imvoxa::ExposureSetting* setting = imvoxa::Imager::Setting(index);
                    if (!setting || !table) return ERROR_INVALID_PARAMETER;
@@ -286,23 +288,21 @@ DWORD WINAPI imgGetExposureSettingParms(DWORD index, DWORD* table) {
 }
 
 DWORD WINAPI imvSetSwitch16(DWORD value) {
-    return Run(Call(Operation::SetSwitch16, Number(static_cast<LONG>(value))),
-               [value](imvoxa::Imager& imager) {
-                   imager.SetIllumination(value != 0);
-                   return 0;
-               });
+    return Run(Call("SetSwitch16", Number(static_cast<LONG>(value))), [value](imvoxa::Imager& imager) {
+        imager.SetIllumination(value != 0);
+        return 0;
+    });
 }
 
 DWORD WINAPI imvSetSwitch80(DWORD value) {
-    return Run(Call(Operation::SetSwitch80, Number(static_cast<LONG>(value))),
-               [value](imvoxa::Imager& imager) {
-                   imager.SetAimer(value != 0);
-                   return 0;
-               });
+    return Run(Call("SetSwitch80", Number(static_cast<LONG>(value))), [value](imvoxa::Imager& imager) {
+        imager.SetAimer(value != 0);
+        return 0;
+    });
 }
 
 void WINAPI imgEnableMonoColor(bool enable) {
-    Run(Call(Operation::EnableMonoColor, Number(enable)), [enable](imvoxa::Imager& imager) {
+    Run(Call("imgEnableMonoColor", Number(enable)), [enable](imvoxa::Imager& imager) {
         imager.SetMonoColor(enable);
         return 0;
     });
@@ -312,31 +312,39 @@ void WINAPI imgEnableMonoColor(bool enable) {
 
 BOOL WINAPI imvKitLoadScenario(const wchar_t* scenario, wchar_t* error, DWORD errorLength) {
     LockGuard guard(theLibrary.lock);
+    imvoxa::Scenario read;
     std::wstring reason;
-    if (ApplyScenario(Text(scenario), reason)) {
-        theLibrary.scenarioGiven = true;
-        return TRUE;
+    if (!imvoxa::ReadScenario(scenario ? scenario : L"(null)", read, reason)) {
+        Copy(reason, error, errorLength);
+        return FALSE;
     }
-    if (error && errorLength > 0) lstrcpynW(error, reason.c_str(), static_cast<int>(errorLength));
-    return FALSE;
+    Play(std::move(read));
+    theLibrary.scenarioGiven = true;
+    return TRUE;
 }
 
 void WINAPI imvKitReset() {
     LockGuard guard(theLibrary.lock);
-    imvoxa::ResetCalls({});
     theLibrary.imager.Shutdown();
-    theLibrary.imager.Show(imvoxa::Scene::Barcode);
+    Play({});
     theLibrary.scenarioGiven = false;
 }
 
+BOOL WINAPI imvKitAnswerNext(const wchar_t* call, DWORD result) {
+    auto noted = imvoxa::FindOperation(Text(call));
+    if (!noted) return FALSE;
+    imvoxa::TheCalls().Locked()->AnswerNext(std::move(*noted), result);
+    return TRUE;
+}
+
 LONG WINAPI imvKitCallCount(const wchar_t* operation) {
-    Operation wanted{};
-    return operation && imvoxa::FindOperation(operation, wanted) ? imvoxa::CallCount(wanted) : -1;
+    const auto noted = imvoxa::FindOperation(Text(operation));
+    return noted ? imvoxa::TheCalls().Locked()->Count(*noted) : -1;
 }
 
 DWORD WINAPI imvKitCallLog(wchar_t* buffer, DWORD length) {
-    const std::wstring log = imvoxa::CallLog();
-    if (buffer && length > 0) lstrcpynW(buffer, log.c_str(), static_cast<int>(length));
+    const std::wstring log = kit::Widen(imvoxa::TheCalls().Locked()->Log());
+    Copy(log, buffer, length);
     return static_cast<DWORD>(log.size() + 1);
 }
 

@@ -11,8 +11,8 @@
 namespace kit {
 namespace {
 
-constexpr int kLongestLine = 256;
-constexpr int kLargestSide = 8192;
+constexpr int kMaxLine = 256;
+constexpr int kMaxSide = 8192;
 
 struct FilmHeader {
     int width = 0;
@@ -44,8 +44,8 @@ bool ParseHeader(const std::string& line, FilmHeader& header) {
     }
     header.is422 = chroma == "422";
     const bool is420 = chroma == "420" || chroma == "420jpeg" || chroma == "420mpeg2" || chroma == "420paldv";
-    return (is420 || header.is422) && header.width > 0 && header.width <= kLargestSide && header.height > 0 &&
-           header.height <= kLargestSide;
+    return (is420 || header.is422) && header.width > 0 && header.width <= kMaxSide && header.height > 0 &&
+           header.height <= kMaxSide;
 }
 
 class FilmScene final : public Scene {
@@ -94,7 +94,7 @@ class FilmScene final : public Scene {
     }
 
     bool ReadLine(LONGLONG offset, std::string& line) {
-        char buffer[kLongestLine];
+        char buffer[kMaxLine];
         const std::size_t read = ReadAt(offset, buffer, sizeof buffer);
         const std::string text(buffer, read);
         const std::size_t end = text.find('\n');

@@ -43,8 +43,8 @@ HRESULT Decode(const std::wstring& path, Picture& picture) {
                                    nullptr, 0, WICBitmapPaletteTypeCustom);
     UINT width = 0, height = 0;
     if (SUCCEEDED(hr)) hr = converter->GetSize(&width, &height);
-    constexpr UINT kLargestSide = 16384;
-    if (SUCCEEDED(hr) && (width == 0 || height == 0 || width > kLargestSide || height > kLargestSide))
+    constexpr UINT kMaxSide = 16384;
+    if (SUCCEEDED(hr) && (width == 0 || height == 0 || width > kMaxSide || height > kMaxSide))
         hr = E_INVALIDARG;
     if (FAILED(hr)) return hr;
     picture.Resize(static_cast<int>(width), static_cast<int>(height));

@@ -72,6 +72,9 @@ struct Fixture {
     // Shuts the camera down; nothing of it may be left.
     void End() {
         REQUIRE(Cam("ShutDown") == 0);
+        CheckNothingLeft();
+    }
+    void CheckNothingLeft() {
         process.heap.Validate();
         CHECK(ReferencedObjects(process) == "");
         CHECK(process.heap.LeakedSince(mark) == "");
@@ -159,7 +162,7 @@ inline Difference Compare(const Picture& picture, const VideoFormat& format) {
 
 inline std::vector<std::string> CallsOf(Process& process, std::initializer_list<const char*> interfaces) {
     std::vector<std::string> calls;
-    for (const std::string& call : Calls(process).calls) {
+    for (const std::string& call : Calls(process).List()) {
         for (const char* name : interfaces) {
             if (call.starts_with(name)) calls.push_back(call);
         }
@@ -185,7 +188,7 @@ inline bool InSharedTables(const std::string& call) {
                        [&](const char* name) { return call.starts_with(name); });
 }
 inline std::vector<std::string> PlatformCallsOf(Process& process) {
-    auto calls = Calls(process).calls;
+    auto calls = Calls(process).List();
     std::erase_if(calls, [](const std::string& call) { return !InSharedTables(call); });
     return calls;
 }

@@ -142,9 +142,9 @@ TEST_CASE_FIXTURE(
     for (const tables::PlatformCall& step : tables::kConstruction) {
         if (step.OnOwnObject()) continue;
         CAPTURE(step.call);
-        Calls(process).faults = {{step.call, kStrange}};
+        Calls(process).Answer(step.call, kStrange);
         CHECK(Cam("Init", {kOwner, 0, 0}) == (step.matters ? static_cast<i32>(kStrange) : 0));
-        Calls(process).faults.clear();
+        Calls(process).Play({});
         End();
     }
 }
@@ -154,7 +154,7 @@ TEST_CASE_FIXTURE(Fixture,
     for (const tables::PreviewFault& fault : tables::kPreviewFaults) {
         if (fault.at.OnOwnObject()) continue;
         CAPTURE(fault.at.call);
-        Calls(process).faults = {{fault.at.call, kFail}};
+        Calls(process).Answer(fault.at.call, kFail);
         REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
         CHECK(Cam("StartPreview") == fault.start);
         CHECK(State() == fault.started);

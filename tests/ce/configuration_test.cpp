@@ -53,7 +53,7 @@ struct Configuration : Fixture {
     // What a start with these settings sets, in its order.
     std::vector<CaptureFilter::Setting> SettingsOf(std::u16string_view path, std::u16string_view section) {
         platform.capture.settings.clear();
-        Calls(process).calls.clear();
+        Calls(process).Forget();
         const u32 name = process.NewText(path), area = process.NewText(section);
         // Whatever becomes of the settings, the camera comes up.
         CHECK(Cam("Init", {kOwner, name, area}) == 0);

@@ -25,14 +25,14 @@ struct Controls : Fixture {
     std::vector<Step> Watch(F call) {
         auto& log = Calls(process);
         std::vector<u64> times;
-        log.calls.clear();
-        log.onCall = [&](const std::string&) { times.resize(log.calls.size(), process.scheduler.Now()); };
+        log.Forget();
+        log.onCall = [&](const std::string&) { times.resize(log.List().size(), process.scheduler.Now()); };
         call();
         log.onCall = nullptr;
-        times.resize(log.calls.size(), process.scheduler.Now());
+        times.resize(log.List().size(), process.scheduler.Now());
         std::vector<Step> steps;
-        for (size_t i = 0; i < log.calls.size(); ++i) {
-            if (InSharedTables(log.calls[i])) steps.push_back({log.calls[i], times[i]});
+        for (size_t i = 0; i < log.List().size(); ++i) {
+            if (InSharedTables(log.List()[i])) steps.push_back({log.List()[i], times[i]});
         }
         steps.push_back({"return", process.scheduler.Now()});
         return steps;
@@ -68,7 +68,7 @@ TEST_CASE_FIXTURE(Fixture, "arguments are judged before a camera is asked, and w
     process.machine.CheckAlignment(true);
     for (const bool selected : {false, true}) {
         if (selected) REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
-        Calls(process).calls.clear();
+        Calls(process).Forget();
         for (const tables::ArgumentCase& call : tables::kArguments) {
             if (selected && *call.reaches) continue;
             CAPTURE(tables::Describe(call));
@@ -83,7 +83,7 @@ TEST_CASE_FIXTURE(Fixture, "arguments are judged before a camera is asked, and w
             }
             CHECK(Cam(call.function, words) == (selected ? call.withCamera : call.withoutCamera));
         }
-        CHECK(Calls(process).calls.empty());
+        CHECK(Calls(process).List().empty());
     }
 }
 
@@ -104,7 +104,7 @@ TEST_CASE_FIXTURE(Controls, "properties reach the driver's two sets under their 
         CAPTURE(signedId);
         const u32 id = static_cast<u32>(signedId), number = static_cast<u32>(signedNumber);
         if (id == kIdentifier) continue;  // it can only be read
-        Calls(process).calls.clear();
+        Calls(process).Forget();
         auto& property = (set == std::string("IAMVideoProcAmp") ? video : camera).at(number);
         const i32 fresh = property.maximum;
         REQUIRE(Cam("GetPropertyRange", {id, place, place + 4, place + 8, place + 12, place + 16}) == 0);
@@ -143,11 +143,10 @@ TEST_CASE_FIXTURE(Controls, "resolutions are the still pin's capabilities") {
     REQUIRE(Cam("Init", {kOwner, 0, 0}) == 0);
     const u32 place = HostMemory(process, 8);
     // While the driver does not answer there are none; asked again, the answer is kept.
-    Calls(process).faults = {{"IAMStreamConfig::GetNumberOfCapabilities", kRefused}};
+    Calls(process).Answer("IAMStreamConfig::GetNumberOfCapabilities", kRefused);
     REQUIRE(Cam("GetResolutionCount", {place}) == 0);
     CHECK(process.machine.Read<u32>(place) == 0);
-    Calls(process).faults.clear();
-    Calls(process).calls.clear();
+    Calls(process).Play({});
     for (int i = 0; i < 3; ++i) {
         REQUIRE(Cam("GetResolutionCount", {place}) == 0);
         CHECK(process.machine.Read<u32>(place) == kStills.size());
@@ -183,9 +182,9 @@ TEST_CASE_FIXTURE(Controls, "resolutions are the still pin's capabilities") {
     for (const char* call : {"ICaptureGraphBuilder2::FindInterface",
                              "IAMStreamConfig::GetNumberOfCapabilities", "IAMStreamConfig::GetStreamCaps"}) {
         CAPTURE(std::string(call));
-        Calls(process).faults = {{call, kRefused}};
+        Calls(process).Answer(call, kRefused);
         refuses(1);
-        Calls(process).faults.clear();
+        Calls(process).Play({});
     }
     End();
 }
@@ -251,10 +250,10 @@ TEST_CASE_FIXTURE(Controls,
         for (const tables::ChangeFault& one : faults) {
             CAPTURE(one.call);
             // No type that the sink could take is no failure of the call.
-            Calls(process).faults = {{one.call, one.call == "IEnumMediaTypes::Next" ? kFalse : kRefused}};
+            Calls(process).Answer(one.call, one.call == "IEnumMediaTypes::Next" ? kFalse : kRefused);
             i32 result = 0;
             const auto names = Names(Watch([&] { result = Cam("SetResolution", {3}); }));
-            Calls(process).faults.clear();
+            Calls(process).Play({});
             CHECK(result == kInvalid);
             CHECK(TakeBoxes() == one.boxes);
             CHECK(platform.capture.still.Connected() == !one.parted);
@@ -278,9 +277,9 @@ TEST_CASE_FIXTURE(Controls,
         platform.capture.still.capabilityBytes = 128;
         if (previewing) CheckPicture(kStills[1]);
         // The end comes while the pins are apart.
-        Calls(process).faults = {{"IGraphBuilder::ConnectDirect", kRefused}};
+        Calls(process).Answer("IGraphBuilder::ConnectDirect", kRefused);
         CHECK(Cam("SetResolution", {0}) == kInvalid);
-        Calls(process).faults.clear();
+        Calls(process).Play({});
         TakeBoxes();
         End();
     }

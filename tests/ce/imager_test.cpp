@@ -11,67 +11,74 @@ constexpr u32 kImager = 2;
 constexpr i32 kInvalid = 3, kCaptureFailed = 8, kFailed = 10;
 constexpr u32 kLibraryStatus = 1234;
 
-struct Call {
-    u32 ordinal;
-    std::vector<u32> arguments;
-    bool operator==(const Call&) const = default;
-};
-
-// A call of a property's, as the device kit logs it.
-std::string InKitsWords(const Call& call) {
-    const auto number = [&](size_t i) { return std::to_string(static_cast<i32>(call.arguments[i])); };
-    switch (call.ordinal) {
-        case 44:
-            return "SetSwitch16 " + number(0);
-        case 59:
-            return "SetExposureSetting " + number(0) + "=" + number(1) + " " + number(2);
-        case 67:
-            return "GetExposureSetting " + number(0) + " " + number(1);
-        case 68:
-            return "imgGetExposureSettingParms " + number(0);
-        case 69:
-            return "imgEnableMonoColor " + number(0);
-        case 70:
-            return "SetExposure " + number(0);
-        case 75:
-            return "SetSwitch80 " + number(0);
-        case 99:
-            return "GetExposure";
-        default:
-            return "operation " + std::to_string(call.ordinal);
-    }
-}
+using Lines = std::vector<std::string>;
 
 struct WithoutLibrary : Fixture {
     i32 Select() { return Cam("Select", {kOwner, 0, 0, kImager}); }
 };
 
 struct WithLibrary : WithoutLibrary {
-    Module& imager = process.Load(BuiltDll("imvoxa.dll"));
+    struct Drawing {
+        u32 context, width, height;
+    };
+    std::vector<Drawing> drawings;
+    Module& imager = LoadImager();
     struct Frame {
         u32 pixels, size, height, width, stride;
         std::vector<u8> bytes;
     };
     std::vector<Frame> frames, stills;
+    static constexpr u32 kLogBytes = 0x40000;
+    const u32 log = HostMemory(process, kLogBytes);
+    size_t lines = 0, cleared = 0;
 
-    // The calls so far of the library's operations named, or of all.
-    std::vector<Call> CallsTo(std::set<u32> ordinals = {}) {
-        constexpr u32 kArguments = 6, kRecordBytes = 4 + 4 * kArguments;
-        const u32 log = process.Call(imager, "testCalls");
-        std::vector<Call> calls;
-        for (u32 i = 0; i < process.machine.Read<u32>(log); ++i) {
-            const u32 at = log + 4 + i * kRecordBytes;
-            Call call{process.machine.Read<u32>(at), {}};
-            for (u32 j = 0; j < kArguments; ++j)
-                call.arguments.push_back(process.machine.Read<u32>(at + 4 + 4 * j));
-            if (ordinals.empty() || ordinals.contains(call.ordinal)) calls.push_back(call);
+    // The system draws nowhere, but tells.
+    Module& LoadImager() {
+        process.Bind("coredll.dll", "StretchDIBits",
+                     [this](u32 context, u32, u32, u32 width, u32 height, u32, u32, u32, u32 rows, u32, u32,
+                            u32, u32) {
+                         drawings.push_back({context, width, height});
+                         return rows;
+                     });
+        return process.Load(BuiltDll("imvoxa.dll"));
+    }
+    // The calls of the operations named, or of all that do more than look at a picture, as the device kit notes them.
+    Lines CallsTo(const std::set<std::string>& operations = {}) {
+        const u32 size = process.Call(imager, "imvKitCallLog", {0, 0});
+        REQUIRE(2 * size <= kLogBytes);
+        process.Call(imager, "imvKitCallLog", {log, size});
+        const std::u16string text = process.machine.Text(log);
+        Lines calls;
+        size_t line = 0;
+        for (size_t from = 0, end; (end = text.find(u'\n', from)) != text.npos; from = end + 1) {
+            const std::string call(text.begin() + static_cast<i32>(from),
+                                   text.begin() + static_cast<i32>(end));
+            const std::string operation = call.substr(0, call.find(' '));
+            const bool looks = operation.find("Dimension") != call.npos || operation == "Pixels";
+            if (line++ >= cleared && (operations.empty() ? !looks : operations.contains(operation)))
+                calls.push_back(call);
         }
+        lines = line;
         return calls;
     }
-    size_t CountOf(u32 ordinal) { return CallsTo({ordinal}).size(); }
-    void ClearCalls() { process.machine.Write(process.Call(imager, "testCalls"), 0u); }
-    void Fail(u32 ordinal, u32 argument = 0, u32 status = kLibraryStatus) {
-        process.Call(imager, "testFail", {ordinal, argument, status});
+    size_t CountOf(const std::string& operation) { return CallsTo({operation}).size(); }
+    void ClearCalls() {
+        CallsTo();
+        cleared = lines;
+    }
+    // The next such call fails.
+    void Fail(const char16_t* call) {
+        const u32 text = process.NewText(call);
+        CHECK(process.Call(imager, "imvKitAnswerNext", {text, kLibraryStatus}) == 1);
+        process.heap.Free(text);
+    }
+    // The library's record of its calls is none of the camera's.
+    void End() {
+        REQUIRE(Cam("ShutDown") == 0);
+        CHECK(CountOf("Shutdown") >= 1);
+        process.Call(imager, "imvKitReset");
+        cleared = 0;
+        CheckNothingLeft();
     }
     u32 Recorder(std::vector<Frame>& into) {
         return process.machine.AddStub(
@@ -91,6 +98,7 @@ struct WithLibrary : WithoutLibrary {
     WithLibrary() {
         StartImager();
         REQUIRE(Cam("ShutDown") == 0);
+        process.Call(imager, "imvKitReset");
         mark = process.heap.Mark();
     }
     // The picture in the file has the still's very greys, rows from the top down.
@@ -122,6 +130,7 @@ TEST_CASE_FIXTURE(WithLibrary,
         CAPTURE(round);
         ClearCalls();
         frames.clear();
+        drawings.clear();
         const u32 path = process.NewText(u"\\settings.ini"), section = process.NewText(u"Imager");
         REQUIRE(Cam("Select", {kOwner, path, section, kImager}) == 0);
         const u32 place = HostMemory(process, 4);
@@ -129,7 +138,7 @@ TEST_CASE_FIXTURE(WithLibrary,
         CHECK(process.machine.Read<u32>(place) == kImager);
         CHECK(State() == 1);
         // Of what could be applied again only the colour is.
-        CHECK(CallsTo() == std::vector<Call>{{32, {path, section, 0, 0, 0, 0}}, {69, {0, 0, 0, 0, 0, 0}}});
+        CHECK(CallsTo() == Lines{"Open \\settings.ini Imager", "imgEnableMonoColor 0"});
         process.heap.Free(path);
         process.heap.Free(section);
 
@@ -157,25 +166,21 @@ TEST_CASE_FIXTURE(WithLibrary,
         CHECK(process.machine.Read<u32>(place) == frames.back().pixels);
         CHECK(Cam("GetSnapshot", {0}) == kInvalid);
 
-        const auto calls = CallsTo({15, 79, 81, 83, 80, 51});
-        REQUIRE(calls.size() == 4 + 2 * frames.size());
-        CHECK(calls[0].ordinal == 15);
-        CHECK(calls[1].ordinal == 79);
-        for (size_t i = 2; i + 2 < calls.size(); i += 2) {
-            CHECK(calls[i] == Call{81, {3, 0, 0, 0, 0, 0}});
-            CHECK(calls[i + 1].ordinal == 83);
-            const auto& drawn = calls[i + 1].arguments;
-            CHECK(drawn == std::vector<u32>{drawn[0], 320, 240, 1, 10, 1});  // the window's size
-            CHECK(drawn[0] != 0);
+        Lines expected = {"OpenEngine", "Start"};
+        for (size_t i = 0; i < frames.size(); ++i)
+            expected.insert(expected.end(), {"Acquire 3", "Draw 1 10 1"});
+        expected.insert(expected.end(), {"Stop", "CloseEngine"});
+        CHECK(CallsTo({"OpenEngine", "Start", "Acquire", "Draw", "Stop", "CloseEngine"}) == expected);
+        CHECK(drawings.size() == frames.size());
+        for (const Drawing& drawing : drawings) {
+            CHECK(drawing.context != 0);
+            CHECK(std::pair(drawing.width, drawing.height) == std::pair(320u, 240u));  // the window's size
         }
-        CHECK(calls[calls.size() - 2].ordinal == 80);
-        CHECK(calls.back().ordinal == 51);
         process.scheduler.Sleep(200);
         CHECK(frames.size() == before + 1);
 
         ClearCalls();
         End();
-        CHECK(CountOf(50) >= 1);
         CHECK(Cam("ShutDown") == 1);
     }
     MESSAGE("deepest stack: ", process.scheduler.DeepestStack(), " bytes");
@@ -208,8 +213,8 @@ TEST_CASE_FIXTURE(WithLibrary,
         CHECK(posted[0].window == kEvents);
         CHECK(posted[0].message == kStillCaptured);
         CHECK(State() == 3);
-        const auto acquired = CallsTo({81});
-        CHECK(std::count(acquired.begin(), acquired.end(), Call{81, {2, 0, 0, 0, 0, 0}}) == (one.mode == 2));
+        const Lines acquired = CallsTo({"Acquire"});
+        CHECK(std::count(acquired.begin(), acquired.end(), "Acquire 2") == (one.mode == 2));
         REQUIRE(stills.size() == 1);
         CHECK(stills[0].width == one.width);
         CHECK(stills[0].height == one.height);
@@ -226,14 +231,14 @@ TEST_CASE_FIXTURE(WithLibrary,
                                    std::filesystem::copy_options::overwrite_existing);
         CheckFile("copy.bmp", stills[0]);
         CHECK(Barcode("copy.bmp") == "OCELLUS2\n");
-        CHECK(CountOf(40) + CountOf(41) == 0);
-        CHECK(CountOf(39) == 1);
+        CHECK(CallsTo({"SaveJpeg", "SavePng"}).empty());
+        CHECK(CountOf("SaveBmp") == 1);
     }
     // Without a name nothing is written, but all the rest happens.
     ClearCalls();
     REQUIRE(Snap(u"") == 0);
     CHECK(State() == 3);
-    CHECK(CountOf(39) == 0);
+    CHECK(CountOf("SaveBmp") == 0);
     // A name that this camera does not write is refused, with the state as if it had been taken up.
     process.Attachment<Windows>("windows").posted.clear();
     CHECK(Snap(u"\\x.tif") == kCaptureFailed);
@@ -255,12 +260,12 @@ TEST_CASE_FIXTURE(WithLibrary, "text is stamped by the library, at its own posit
         REQUIRE(Cam("SnapPictureWithText", {name, 0, text, length, position, 0, font}) == 0);
         for (int i = 0; i < 100 && posted.empty(); ++i) process.scheduler.Sleep(20);
         REQUIRE(posted.size() == 1);
-        return CallsTo({57});
+        return CallsTo({"StampText"});
     };
     constexpr u32 kFont = 0x000F0042;
     for (const auto& [asked, stamped] : tables::kImagerPositions) {
         CAPTURE(asked);
-        CHECK(snap(4, asked, kFont) == std::vector<Call>{{57, {stamped, 12, 0x00660046, 4, u'T', 0}}});
+        CHECK(snap(4, asked, kFont) == Lines{"StampText " + std::to_string(stamped) + " 12 0x00660046 Text"});
     }
     // Without a text, its length or a font there is nothing to stamp.
     CHECK(snap(0, 0, kFont).empty());
@@ -293,16 +298,13 @@ TEST_CASE_FIXTURE(WithLibrary, "properties answer and reach the library as the t
         Numbers answer;
         for (u32 i = 0; i < step.answer.size(); ++i) answer.push_back(word(i));
         CHECK(answer == step.answer);
-        const auto calls = CallsTo();
-        REQUIRE(calls.size() == (step.told.empty() ? 0 : 1));
-        if (!calls.empty()) CHECK(InKitsWords(calls[0]) == step.told);
+        CHECK(CallsTo() == (step.told.empty() ? Lines{} : Lines{step.told}));
     }
     // A status of the library's is no matter to a switch.
-    for (const auto& [id, ordinal] : {std::pair{16u, 44u}, {80u, 75u}}) {
-        Fail(ordinal);
+    for (const auto& [id, call] : {std::pair{16u, u"SetSwitch16"}, {80u, u"SetSwitch80"}}) {
+        Fail(call);
         CHECK(Cam("SetProperty", {id, 0, 2}) == 0);
     }
-    Fail(0);
     REQUIRE(Cam("GetResolutionCount", {place}) == 0);
     CHECK(word(0) == 2);
     const auto dimensions = [&](u32 index) {
@@ -319,10 +321,9 @@ TEST_CASE_FIXTURE(WithLibrary, "properties answer and reach the library as the t
 }
 
 TEST_CASE_FIXTURE(WithLibrary, "a call that the library fails ends what it belongs to, and no more") {
-    Fail(32);
+    Fail(u"Open");
     CHECK(Select() == static_cast<i32>(kFail));
     CHECK(State() == 0);
-    Fail(0);
     const auto preview = [&] {
         ClearCalls();
         StartImager();
@@ -332,32 +333,28 @@ TEST_CASE_FIXTURE(WithLibrary, "a call that the library fails ends what it belon
         const u64 now = process.scheduler.Now();
         REQUIRE(Cam("StopPreview") == 0);
         CHECK(process.scheduler.Now() == now);
-        Fail(0);
     };
-    for (const u32 ordinal : {15u, 79u}) {
-        CAPTURE(ordinal);
-        Fail(ordinal);
+    for (const char16_t* call : {u"OpenEngine", u"79"}) {
+        Fail(call);
         preview();
-        CHECK(CountOf(81) + CountOf(80) + CountOf(51) == 0);
+        CHECK(CallsTo({"Acquire", "Stop", "CloseEngine"}).empty());
         stopped();
     }
     preview();
-    Fail(81, 3);
+    Fail(u"Acquire 3");
     process.scheduler.Sleep(100);
-    CHECK(CountOf(80) == 1);
-    CHECK(CountOf(51) == 1);
+    CHECK(CallsTo({"Stop", "CloseEngine"}) == Lines{"Stop", "CloseEngine"});
     stopped();
     // A still that fails leaves the engine open, and no message is sent.
-    for (const auto& [ordinal, argument] : {std::pair{81u, 2u}, {39u, 0u}}) {
-        CAPTURE(ordinal);
+    for (const char16_t* call : {u"Acquire 2", u"SaveBmp"}) {
         preview();
         process.Attachment<Windows>("windows").posted.clear();
-        Fail(ordinal, argument);
+        Fail(call);
         CHECK(Snap(u"\\f.bmp") == 0);
         CHECK(process.Attachment<Windows>("windows").posted.empty());
         CHECK(!std::filesystem::exists(process.folder + "/f.bmp"));
         CHECK(State() == 5);
-        CHECK(CountOf(80) + CountOf(51) == 0);
+        CHECK(CallsTo({"Stop", "CloseEngine"}).empty());
         stopped();
     }
     // And the next preview is a whole one.

@@ -94,7 +94,7 @@ TEST_CASE_FIXTURE(Fixture, "COM in both directions, with 64-bit arguments that b
     HostAdder adder(process);
     const u32 pointer = adder.Query(kIidAdder);
     CHECK(process.CallLong(module, "CallAdder", {pointer}) == 0x100000001ULL + 0x400000004ULL);
-    CHECK(Calls(process).calls == std::vector<std::string>{"IAdder::Add"});
+    CHECK(Calls(process).List() == std::vector<std::string>{"IAdder::Add"});
 
     const u32 guest = process.Call(module, "MakeAdder");
     const u32 sum = HostMemory(process, 8);

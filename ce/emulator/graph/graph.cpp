@@ -184,8 +184,8 @@ void FilterGraph::ImplementWindow() {
     unused({"get_MessageDrain", "get_BorderColor", "put_BorderColor", "get_FullScreenMode",
             "put_FullScreenMode", "SetWindowForeground", "NotifyOwnerMessage"});
     methods.push_back(Method("SetWindowPosition", [this](u32 left, u32 top, u32 width, u32 height) -> u32 {
-        for (const u32 number : {left, top, width, height})
-            Calls(process_).calls.back() += " " + std::to_string(number);
+        Calls(process_).Detail(std::to_string(left) + " " + std::to_string(top) + " " +
+                               std::to_string(width) + " " + std::to_string(height));
         return kOk;
     }));
     Implement(kIidVideoWindow, "IVideoWindow", std::move(methods));

@@ -1,4 +1,4 @@
-// What the readers of scenarios share: the text, its values, and how a mistake is told.
+// The text of a scenario, which the camera and the imager library read each for itself.
 #pragma once
 
 #include <windows.h>
@@ -6,26 +6,9 @@
 #include <stdexcept>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 #include "text.h"
 
 namespace kit {
-
-// Throws std::runtime_error with member, value and remedy.
-[[noreturn]] inline void Refuse(const std::string& member, const nlohmann::json& value,
-                                const std::string& remedy) {
-    throw std::runtime_error("\"" + member + "\" is " +
-                             value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "; " +
-                             remedy);
-}
-
-inline long Integer(const std::string& member, const nlohmann::json& value, long minimum, long maximum) {
-    if (!value.is_number_integer() || value < minimum || value > maximum)
-        Refuse(member, value,
-               "give a whole number from " + std::to_string(minimum) + " to " + std::to_string(maximum));
-    return value.get<long>();
-}
 
 struct ScenarioText {
     std::string json;
