@@ -1,16 +1,13 @@
-// The exported functions of Imvoxa.dll. Their ordinals stand in imvoxa.def.
+// The operations of Imvoxa.dll. Their ordinals stand in imvoxa.def.
 #include <windows.h>
 
 #include <string.h>
 
-#include <algorithm>
 #include <optional>
 #include <string>
 
-#include "base/lock.h"
 #include "calls.h"
-#include "imager.h"
-#include "imvoxa_kit.h"
+#include "library.h"
 #include "picture_output.h"
 #include "scenario.h"
 #include "text.h"
@@ -22,15 +19,6 @@ using imvoxa::GreyPicture;
 namespace {
 
 constexpr DWORD kInfoWords = 5;
-
-struct Library {
-    cam::Lock lock;
-    imvoxa::Imager imager;
-    bool scenarioGiven = false;  // by imvKitLoadScenario: the environment does not count
-};
-
-// Made when the library is loaded: the guard of a local one would outlive the library with its handles.
-Library theLibrary;
 
 std::string Text(const wchar_t* text) {
     return text ? kit::Narrow(text) : "(null)";
@@ -49,26 +37,15 @@ std::string RasterOperation(DWORD operation) {
 template <typename Work>
 DWORD Run(const Call& call, Work work) {
     if (call.Fails()) return call.Result();
-    LockGuard guard(theLibrary.lock);
-    return work(theLibrary.imager);
-}
-
-void Play(imvoxa::Scenario scenario) {
-    imvoxa::TheCalls().Locked()->Play(std::move(scenario.calls));
-    theLibrary.imager.Show(scenario.scene);
+    LockGuard guard(imvoxa::theLibrary.lock);
+    return work(imvoxa::theLibrary.imager);
 }
 
 bool PlayEnvironment() {
     std::optional<imvoxa::Scenario> scenario;
     if (!imvoxa::ReadEnvironment(scenario)) return false;
-    if (scenario) Play(std::move(*scenario));
+    if (scenario) imvoxa::Play(std::move(*scenario));
     return true;
-}
-
-// As much as there is room for, and a zero.
-void Copy(const std::wstring& text, wchar_t* buffer, DWORD length) {
-    if (!buffer || length == 0) return;
-    buffer[text.copy(buffer, length - 1)] = 0;
 }
 
 // The last image of an open engine, or null.
@@ -99,8 +76,8 @@ extern "C" {
 DWORD WINAPI imvOpen(const wchar_t* settingsPath, const wchar_t* settingsSection, DWORD* word,
                      DWORD* record) {
     {
-        LockGuard guard(theLibrary.lock);
-        if (!theLibrary.scenarioGiven && !PlayEnvironment()) return ERROR_INVALID_DATA;
+        LockGuard guard(imvoxa::theLibrary.lock);
+        if (!imvoxa::theLibrary.scenarioGiven && !PlayEnvironment()) return ERROR_INVALID_DATA;
     }
     const Call call("Open", Text(settingsPath) + " " + Text(settingsSection));
     return Run(call, [&](imvoxa::Imager& imager) -> DWORD {
@@ -121,8 +98,8 @@ void WINAPI imvShutdown() {
 HANDLE WINAPI imvOpenEngine() {
     const Call call("OpenEngine");
     if (call.Fails()) return reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(call.Result()));
-    LockGuard guard(theLibrary.lock);
-    return theLibrary.imager.OpenEngine();
+    LockGuard guard(imvoxa::theLibrary.lock);
+    return imvoxa::theLibrary.imager.OpenEngine();
 }
 
 DWORD WINAPI imvCloseEngine(HANDLE engine) {
@@ -165,16 +142,16 @@ LONG WINAPI imvSecondDimension(HANDLE engine) {
 
 void* WINAPI imvPixels(HANDLE engine) {
     const Call call("Pixels");
-    LockGuard guard(theLibrary.lock);
-    GreyPicture* picture = call.Fails() ? nullptr : LastOf(theLibrary.imager, engine);
+    LockGuard guard(imvoxa::theLibrary.lock);
+    GreyPicture* picture = call.Fails() ? nullptr : LastOf(imvoxa::theLibrary.imager, engine);
     return picture ? picture->pixels.data() : nullptr;
 }
 
 // Whatever the engine: the current image can still be looked at when the engine has been closed.
 void* WINAPI imvCurrentImage(HANDLE) {
     const Call call("CurrentImage");
-    LockGuard guard(theLibrary.lock);
-    GreyPicture* picture = call.Fails() ? nullptr : theLibrary.imager.Last();
+    LockGuard guard(imvoxa::theLibrary.lock);
+    GreyPicture* picture = call.Fails() ? nullptr : imvoxa::theLibrary.imager.Last();
     return picture ? picture->pixels.data() : nullptr;
 }
 
@@ -306,51 +283,6 @@ void WINAPI imgEnableMonoColor(bool enable) {
         imager.SetMonoColor(enable);
         return 0;
     });
-}
-
-// ---- For tests and tools ------------------------------------------------------------------------------
-
-BOOL WINAPI imvKitLoadScenario(const wchar_t* scenario, wchar_t* error, DWORD errorLength) {
-    LockGuard guard(theLibrary.lock);
-    imvoxa::Scenario read;
-    std::wstring reason;
-    if (!imvoxa::ReadScenario(scenario ? scenario : L"(null)", read, reason)) {
-        Copy(reason, error, errorLength);
-        return FALSE;
-    }
-    Play(std::move(read));
-    theLibrary.scenarioGiven = true;
-    return TRUE;
-}
-
-void WINAPI imvKitReset() {
-    LockGuard guard(theLibrary.lock);
-    theLibrary.imager.Shutdown();
-    Play({});
-    theLibrary.scenarioGiven = false;
-}
-
-BOOL WINAPI imvKitAnswerNext(const wchar_t* call, DWORD result) {
-    auto noted = imvoxa::FindOperation(Text(call));
-    if (!noted) return FALSE;
-    imvoxa::TheCalls().Locked()->AnswerNext(std::move(*noted), result);
-    return TRUE;
-}
-
-LONG WINAPI imvKitCallCount(const wchar_t* operation) {
-    const auto noted = imvoxa::FindOperation(Text(operation));
-    return noted ? imvoxa::TheCalls().Locked()->Count(*noted) : -1;
-}
-
-DWORD WINAPI imvKitCallLog(wchar_t* buffer, DWORD length) {
-    const std::wstring log = kit::Widen(imvoxa::TheCalls().Locked()->Log());
-    Copy(log, buffer, length);
-    return static_cast<DWORD>(log.size() + 1);
-}
-
-LONG WINAPI imvKitOpenEngines() {
-    LockGuard guard(theLibrary.lock);
-    return theLibrary.imager.OpenEngines();
 }
 
 }  // extern "C"
