@@ -26,6 +26,9 @@ if(WIN32 AND NOT OCELLUS_CE)
     add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX NO_DSHOW_STRSAFE WINVER=0x0601
                             _WIN32_WINNT=0x0601)
     add_compile_options(-gdwarf-4 -Wno-unknown-pragmas)
+    if(OCELLUS_CHECK_THREADS)
+        add_compile_definitions(OCELLUS_CHECK_THREADS)
+    endif()
     # GCC keeps the Win64 stack aligned to 16 bytes only: spills of wider vectors must be unaligned moves.
     add_compile_options(-Wa,-muse-unaligned-vector-move)
     add_link_options(-static)

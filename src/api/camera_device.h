@@ -7,6 +7,16 @@
 
 namespace cam {
 
+// What a camera is doing. Paused is reported by cameras that find it so, and never stored.
+enum class CameraState : int {
+    None = CAM_STATE_NONE,
+    Initialised = CAM_STATE_INITIALISED,
+    Stopped = CAM_STATE_STOPPED,
+    Previewing = CAM_STATE_PREVIEWING,
+    Paused = CAM_STATE_PAUSED,
+    StillTriggered = CAM_STATE_STILL_TRIGGERED
+};
+
 // One object of this class is the current camera. The exported functions check their arguments and forward
 // to one operation each. Results are HRESULTs unless said otherwise; the exported layer tests most of them
 // for non-zero only.

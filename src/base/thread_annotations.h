@@ -18,3 +18,9 @@
 // On a field: only whoever holds the lock may use it. On a function: only whoever holds the lock may call it.
 #define CAM_GUARDED_BY(lock) CAM_THREAD_ATTRIBUTE(guarded_by(lock))
 #define CAM_REQUIRES(...) CAM_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
+
+// On a function: what it returns is that lock; it says that a lock is held which the analysis cannot see; it
+// is not looked into.
+#define CAM_RETURNS_LOCK(lock) CAM_THREAD_ATTRIBUTE(lock_returned(lock))
+#define CAM_ASSERTS(...) CAM_THREAD_ATTRIBUTE(assert_capability(__VA_ARGS__))
+#define CAM_UNCHECKED CAM_THREAD_ATTRIBUTE(no_thread_safety_analysis)

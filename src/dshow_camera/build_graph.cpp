@@ -1,9 +1,10 @@
-// The capture graph: capture filter -> sample grabber -> video renderer for preview, capture filter -> still
+// Building the graph: capture filter -> sample grabber -> video renderer for preview, capture filter -> still
 // image sink for pictures. The order of the calls is part of the camera's behaviour; drivers depend on it.
+
+#include "dshow_camera/capture_graph.h"
 
 #include "base/hresult.h"
 #include "dshow_camera/camera_device_search.h"
-#include "dshow_camera/dshow_camera.h"
 #include "dshow_camera/frame_callbacks.h"
 #include "dshow_camera/identifiers.h"
 #include "dshow_camera/memory_property_bag.h"
@@ -29,61 +30,63 @@ HRESULT FirstPin(IBaseFilter& filter, ComPtr<IPin>& out) {
 
 }  // namespace
 
-HRESULT DShowCamera::BuildGraph() {
-    if (state >= CAM_STATE_STOPPED) return S_OK;
-    const HRESULT result = BuildGraphSteps();
-    if (FAILED(result)) Notify(Notification::kFailed, L"Building the graph failed");
+HRESULT CaptureGraph::Build(UniqueHandle& eventHandle) {
+    CheckThread(kWorkerThread);
+    if (state_ >= CameraState::Stopped) return S_OK;
+    const HRESULT result = BuildSteps(eventHandle);
+    if (FAILED(result)) Notify(Notification::Failed, L"Building the graph failed");
     return result;
 }
 
-// What has been made when a step fails stays in `graph`, for shutdown or the destructor.
-HRESULT DShowCamera::BuildGraphSteps() {
-    CAM_RETURN_IF_FAILED(Create(CLSID_CaptureGraphBuilder, CLSCTX_ALL, graph.builder));
-    CAM_RETURN_IF_FAILED(Create(CLSID_FilterGraph, CLSCTX_ALL, graph.filterGraph));
-    CAM_RETURN_IF_FAILED(graph.builder->SetFiltergraph(graph.filterGraph.get()));
-    CAM_RETURN_IF_FAILED(graph.filterGraph.QueryTo(graph.mediaControl));
+// What has been made when a step fails stays, for shutdown or the destructor.
+HRESULT CaptureGraph::BuildSteps(UniqueHandle& eventHandle) {
+    CAM_RETURN_IF_FAILED(Create(CLSID_CaptureGraphBuilder, CLSCTX_ALL, graph_.builder));
+    CAM_RETURN_IF_FAILED(Create(CLSID_FilterGraph, CLSCTX_ALL, graph_.filterGraph));
+    CAM_RETURN_IF_FAILED(graph_.builder->SetFiltergraph(graph_.filterGraph.get()));
+    CAM_RETURN_IF_FAILED(graph_.filterGraph.QueryTo(graph_.mediaControl));
 
-    CAM_RETURN_IF_FAILED(Create(kClsidVideoCapture, CLSCTX_ALL, graph.captureFilter));
+    CAM_RETURN_IF_FAILED(Create(kClsidVideoCapture, CLSCTX_ALL, graph_.captureFilter));
     CAM_RETURN_IF_FAILED(LoadCaptureDriver());
     CAM_RETURN_IF_FAILED(
-        graph.filterGraph->AddFilter(graph.captureFilter.get(), L"Video Capture Filter Source"));
+        graph_.filterGraph->AddFilter(graph_.captureFilter.get(), L"Video Capture Filter Source"));
 
-    CAM_RETURN_IF_FAILED(Create(CLSID_VideoRenderer, CLSCTX_INPROC_SERVER, graph.videoRenderer));
-    CAM_RETURN_IF_FAILED(graph.filterGraph->AddFilter(graph.videoRenderer.get(), L"Video Renderer"));
-    CAM_RETURN_IF_FAILED(Create(kClsidSampleGrabber, CLSCTX_INPROC, graph.grabber));
-    CAM_RETURN_IF_FAILED(graph.filterGraph->AddFilter(graph.grabber.get(), L"SampleGrabber"));
-    CAM_RETURN_IF_FAILED(graph.grabber.QueryTo(graph.grabberControl));
-    CAM_RETURN_IF_FAILED(graph.grabberControl->SetCallback(PreviewCallback()));
-    CAM_RETURN_IF_FAILED(graph.builder->RenderStream(&PIN_CATEGORY_PREVIEW, &MEDIATYPE_Video,
-                                                     graph.captureFilter.get(), graph.grabber.get(),
-                                                     graph.videoRenderer.get()));
+    CAM_RETURN_IF_FAILED(Create(CLSID_VideoRenderer, CLSCTX_INPROC_SERVER, graph_.videoRenderer));
+    CAM_RETURN_IF_FAILED(graph_.filterGraph->AddFilter(graph_.videoRenderer.get(), L"Video Renderer"));
+    CAM_RETURN_IF_FAILED(Create(kClsidSampleGrabber, CLSCTX_INPROC, graph_.grabber));
+    CAM_RETURN_IF_FAILED(graph_.filterGraph->AddFilter(graph_.grabber.get(), L"SampleGrabber"));
+    CAM_RETURN_IF_FAILED(graph_.grabber.QueryTo(graph_.grabberControl));
+    CAM_RETURN_IF_FAILED(graph_.grabberControl->SetCallback(PreviewCallback()));
+    CAM_RETURN_IF_FAILED(graph_.builder->RenderStream(&PIN_CATEGORY_PREVIEW, &MEDIATYPE_Video,
+                                                      graph_.captureFilter.get(), graph_.grabber.get(),
+                                                      graph_.videoRenderer.get()));
     ComPtr<IMediaEventSink> eventSink;  // asked for, not used
-    graph.filterGraph.QueryTo(eventSink);
+    graph_.filterGraph.QueryTo(eventSink);
 
-    CAM_RETURN_IF_FAILED(Create(kClsidStillImageSink, CLSCTX_INPROC_SERVER, graph.sink));
-    CAM_RETURN_IF_FAILED(graph.filterGraph->AddFilter(graph.sink.get(), L"Still image sink"));
-    CAM_RETURN_IF_FAILED(graph.builder->RenderStream(&PIN_CATEGORY_STILL, &MEDIATYPE_Video,
-                                                     graph.captureFilter.get(), nullptr, graph.sink.get()));
-    CAM_RETURN_IF_FAILED(graph.sink.QueryTo(graph.sinkControl));
-    CAM_RETURN_IF_FAILED(graph.sinkControl->SetCallback(StillImageCallback()));
+    CAM_RETURN_IF_FAILED(Create(kClsidStillImageSink, CLSCTX_INPROC_SERVER, graph_.sink));
+    CAM_RETURN_IF_FAILED(graph_.filterGraph->AddFilter(graph_.sink.get(), L"Still image sink"));
+    CAM_RETURN_IF_FAILED(graph_.builder->RenderStream(
+        &PIN_CATEGORY_STILL, &MEDIATYPE_Video, graph_.captureFilter.get(), nullptr, graph_.sink.get()));
+    CAM_RETURN_IF_FAILED(graph_.sink.QueryTo(graph_.sinkControl));
+    CAM_RETURN_IF_FAILED(graph_.sinkControl->SetCallback(StillImageCallback()));
 
     ComPtr<IUnknown> capture;  // asked for, not used
-    graph.captureFilter.QueryTo(capture);
-    CAM_RETURN_IF_FAILED(graph.builder->FindPin(graph.captureFilter.get(), PINDIR_OUTPUT, &PIN_CATEGORY_STILL,
-                                                &MEDIATYPE_Video, FALSE, 0, graph.stillPin.put()));
-    CAM_RETURN_IF_FAILED(FirstPin(*graph.sink.get(), graph.sinkPin));
-    CAM_RETURN_IF_FAILED(graph.captureFilter.QueryTo(graph.videoControl));
-    CAM_RETURN_IF_FAILED(TakeGraphEventHandle());
+    graph_.captureFilter.QueryTo(capture);
+    CAM_RETURN_IF_FAILED(graph_.builder->FindPin(graph_.captureFilter.get(), PINDIR_OUTPUT,
+                                                 &PIN_CATEGORY_STILL, &MEDIATYPE_Video, FALSE, 0,
+                                                 graph_.stillPin.put()));
+    CAM_RETURN_IF_FAILED(FirstPin(*graph_.sink.get(), graph_.sinkPin));
+    CAM_RETURN_IF_FAILED(graph_.captureFilter.QueryTo(graph_.videoControl));
+    CAM_RETURN_IF_FAILED(DuplicateEventHandle(eventHandle));
 
-    state = CAM_STATE_STOPPED;
-    Notify(Notification::kGraphBuilt, L"Framegraph created");
+    state_ = CameraState::Stopped;
+    Notify(Notification::GraphBuilt, L"Framegraph created");
     return S_OK;
 }
 
 // Tells the capture filter which driver to open.
-HRESULT DShowCamera::LoadCaptureDriver() {
+HRESULT CaptureGraph::LoadCaptureDriver() {
     ComPtr<IPersistPropertyBag> persist;
-    CAM_RETURN_IF_FAILED(graph.captureFilter.QueryTo(persist));
+    CAM_RETURN_IF_FAILED(graph_.captureFilter.QueryTo(persist));
     wchar_t name[kDeviceNameLength] = {};
     CAM_RETURN_IF_FAILED(FindCameraDevice(name));
 
@@ -102,14 +105,14 @@ HRESULT DShowCamera::LoadCaptureDriver() {
 
 // The worker waits on the handle from now on. It is the graph's to close, and closed with the last interface
 // of the graph; so the camera has a duplicate.
-HRESULT DShowCamera::TakeGraphEventHandle() {
+HRESULT CaptureGraph::DuplicateEventHandle(UniqueHandle& eventHandle) {
     ComPtr<IMediaEvent> events;
-    CAM_RETURN_IF_FAILED(graph.filterGraph.QueryTo(events));
+    CAM_RETURN_IF_FAILED(graph_.filterGraph.QueryTo(events));
     OAEVENT graphsOwn = 0;
     CAM_RETURN_IF_FAILED(events->GetEventHandle(&graphsOwn));
     const HANDLE process = GetCurrentProcess();
-    if (!DuplicateHandle(process, reinterpret_cast<HANDLE>(graphsOwn), process, graphEventHandle.put(), 0,
-                         FALSE, DUPLICATE_SAME_ACCESS)) {
+    if (!DuplicateHandle(process, reinterpret_cast<HANDLE>(graphsOwn), process, eventHandle.put(), 0, FALSE,
+                         DUPLICATE_SAME_ACCESS)) {
         return HresultFromLastError();
     }
     return S_OK;

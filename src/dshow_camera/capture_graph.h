@@ -1,16 +1,93 @@
-// The interfaces of a camera's capture graph.
+// The capture graph of a camera.
 #pragma once
 
-#include <dshow.h>
-
-#include "base/com_ptr.h"
-#include "still/filter_interfaces.h"
-
-// The system's headers declare these without the identifiers that __uuidof needs.
-__CRT_UUID_DECL(IVideoWindow, 0x56A868B4, 0x0AD4, 0x11CE, 0xB0, 0x3A, 0x00, 0x20, 0xAF, 0x0B, 0xA7, 0x70)
-__CRT_UUID_DECL(IMediaEvent, 0x56A868B6, 0x0AD4, 0x11CE, 0xB0, 0x3A, 0x00, 0x20, 0xAF, 0x0B, 0xA7, 0x70)
+#include "api/camera_device.h"
+#include "base/thread_role.h"
+#include "base/unique_resource.h"
+#include "dshow_camera/application.h"
+#include "dshow_camera/graph_filters.h"
+#include "dshow_camera/graph_interfaces.h"
 
 namespace cam {
+
+// Builds, runs, halts, triggers and reconnects the graph, and keeps the state of the camera that follows from
+// it. It has no lock: CameraWorker says who may use it when. *Streaming* threads reach the filters in it and
+// the frame callbacks, never this object.
+class CaptureGraph {
+  public:
+    explicit CaptureGraph(const Application& application) : application_(application) {}
+    CaptureGraph(const CaptureGraph&) = delete;
+    CaptureGraph& operator=(const CaptureGraph&) = delete;
+
+    // ---- On the worker --------------------------------------------------------------------------
+
+    // build_graph.cpp. Nothing to do for a graph that has run. `eventHandle` is signalled while the graph has
+    // events: a duplicate, since the graph closes its own. What has been made when a step fails stays.
+    HRESULT Build(UniqueHandle& eventHandle) CAM_REQUIRES(kWorkerThread);
+
+    // preview.cpp. Run succeeds, with a result other than S_OK and the state unchanged, when the graph does
+    // not run within the time-out.
+    HRESULT Run() CAM_REQUIRES(kWorkerThread);
+    HRESULT Halt() CAM_REQUIRES(kWorkerThread);
+
+    // still_capture.cpp. `fileName` may be null. The sink's results are no HRESULTs: a bad name is a positive
+    // number.
+    HRESULT TriggerStill(const wchar_t* fileName, BYTE mode) CAM_REQUIRES(kWorkerThread);
+
+    // capture_graph.cpp. Takes one event: the handle stays signalled while there are more, and is reset by
+    // the call that finds none.
+    void HandleEvent() CAM_REQUIRES(kWorkerThread);
+
+    // ---- On the worker, or on a caller that holds the graph --------------------------------------
+
+    // capture_graph.cpp
+    HRESULT GetState(int* state) const;
+    bool IsPreviewing() const { return state_ == CameraState::Previewing; }
+    void SetState(CameraState state) { state_ = state; }
+
+    // resolutions.cpp
+    HRESULT SetResolution(int index);
+
+    // ---- Without a worker ------------------------------------------------------------------------
+
+    // A graph that has never run is kept, for the destructor.
+    void ReleaseIfItRan();
+
+    // ---- At any time -----------------------------------------------------------------------------
+
+    const GraphFilters& Filters() const { return filters_; }
+
+  private:
+    // What happened. Only StillCaptured leaves the library, as a message to the events window.
+    enum class Notification : int {
+        Failed = 1,
+        StillCaptured = 3,
+        StartPreviewFailed = 5,
+        StopPreviewFailed = 6,
+        GraphBuilt = 9
+    };
+    HRESULT Notify(Notification what, const wchar_t* text) const;
+
+    // build_graph.cpp
+    HRESULT BuildSteps(UniqueHandle& eventHandle);
+    HRESULT LoadCaptureDriver();
+    HRESULT DuplicateEventHandle(UniqueHandle& eventHandle);
+
+    // preview.cpp
+    HRESULT PlaceVideoWindow();
+    void TellMediaType();
+
+    // resolutions.cpp
+    HRESULT ReconnectStillBranch(int index);
+    HRESULT ConnectStillPins();
+
+    const Application& application_;
+    // Changed by the *worker* without the lock when a picture has been stored.
+    std::atomic<CameraState> state_ = CameraState::None;
+    int currentResolution_ = 0;  // the index set last
+    GraphInterfaces graph_;
+    const GraphFilters filters_{graph_};
+};
 
 // How long the graph may take to say what state it is in. A graph that takes longer counts as not running.
 constexpr long kStateTimeoutMs = 100;
@@ -18,40 +95,5 @@ constexpr long kStateTimeoutMs = 100;
 constexpr DWORD kWindowSleepMs = 100;
 constexpr DWORD kHaltSleepMs = 100;
 constexpr DWORD kRunSleepMs = 200;
-
-// Thirteen owning pointers, null until the graph is built that far. Their order counts: the destructor lets
-// go of them from the last to the first.
-struct CaptureGraph {
-    ComPtr<ICaptureGraphBuilder2> builder;
-    ComPtr<IBaseFilter> captureFilter;
-    ComPtr<IBaseFilter> videoRenderer;
-    ComPtr<IMediaControl> mediaControl;
-    ComPtr<IGraphBuilder> filterGraph;
-    ComPtr<IBaseFilter> sink;
-    ComPtr<IStillImageSinkControl> sinkControl;
-    ComPtr<IPin> sinkPin;   // input
-    ComPtr<IPin> stillPin;  // the capture filter's
-    ComPtr<IAMVideoControl> videoControl;
-    ComPtr<IVideoWindow> videoWindow;  // taken when preview is first started in an owner window
-    ComPtr<IBaseFilter> grabber;
-    ComPtr<ISampleGrabberControl> grabberControl;
-
-    // In the reverse of the order in which building and previewing acquire them.
-    void Release() {
-        videoWindow.reset();
-        videoControl.reset();
-        sinkPin.reset();
-        stillPin.reset();
-        sinkControl.reset();
-        sink.reset();
-        grabberControl.reset();
-        grabber.reset();
-        videoRenderer.reset();
-        captureFilter.reset();
-        mediaControl.reset();
-        filterGraph.reset();
-        builder.reset();
-    }
-};
 
 }  // namespace cam

@@ -1,18 +1,9 @@
 #include "dshow_camera/dshow_camera.h"
 
 #include "base/hresult.h"
-#include "base/message_wait.h"
-#include "dshow_camera/graph_access.h"
 #include "dshow_camera/settings_applier.h"
 
 namespace cam {
-namespace {
-
-// The power queue.
-constexpr DWORD kMostMessages = 3;
-constexpr DWORD kLongestMessage = 144;  // bytes
-
-}  // namespace
 
 // The members go afterwards, and with them what Shutdown left: the graph of a camera that never previewed.
 DShowCamera::~DShowCamera() {
@@ -20,112 +11,92 @@ DShowCamera::~DShowCamera() {
 }
 
 HRESULT DShowCamera::SetOwnerWindow(HWND window) {
-    ownerWindow = window;
+    application_.ownerWindow = window;
     return S_OK;
 }
 
 HRESULT DShowCamera::SetEventsWindow(HWND window) {
-    eventsWindow = window;
+    application_.eventsWindow = window;
     return S_OK;
 }
 
 HRESULT DShowCamera::RegisterMediaTypeCallback(camMediaTypeCallback callback) {
-    mediaTypeCallback = callback;
+    application_.mediaTypeCallback = callback;
     return S_OK;
 }
 
-// What was created before a failure stays, for Shutdown or the destructor; what exists already is used again.
+// What was created before a failure stays, for Shutdown or the destructor.
 HRESULT DShowCamera::Init(HWND window, const wchar_t* settingsPath, const wchar_t* settingsSection) {
     SetOwnerWindow(window);
-    HRESULT result = CreateHandles();
-    if (FAILED(result)) return result;
-    result = Open();
+    CAM_RETURN_IF_FAILED(worker_.Start());
+    HRESULT result = Open();
     if (FAILED(result)) return result;
     // No failure here is negative: the camera is up with or without its settings.
     if (settingsPath && settingsSection) result = ApplySettings(settingsPath, settingsSection);
-    state = CAM_STATE_INITIALISED;
+    worker_.Graph()->SetState(CameraState::Initialised);
     return result;
 }
 
-HRESULT DShowCamera::CreateHandles() {
-    if (!commandEvent) {
-        commandEvent.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-        if (!commandEvent) return HresultFromLastError();
-        graphEventHandle.reset();
-    }
-    if (!doneEvent) {
-        doneEvent.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-        if (!doneEvent) return HresultFromLastError();
-    }
-    if (!graphMutex) {
-        graphMutex.reset(CreateMutexW(nullptr, FALSE, nullptr));
-        if (!graphMutex) return HresultFromLastError();
-    }
-    if (!threadHandle) {
-        threadHandle.reset(CreateThread(nullptr, 0, WorkerThread, this, 0, &threadId));
-        if (!threadHandle) return HresultFromLastError();
-    }
-    if (!powerQueue) {
-        platform::MSGQUEUEOPTIONS options = {sizeof options, 0, kMostMessages, kLongestMessage, TRUE};
-        powerQueue.reset(platform::CreateMsgQueue(nullptr, &options));
-        if (!powerQueue) return HresultFromLastError();
-    }
-    if (!powerNotification) {
-        powerNotification.reset(
-            platform::RequestPowerNotifications(powerQueue.get(), platform::kPowerResume));
-        if (!powerNotification) {
-            const HRESULT result = HresultFromLastError();
-            CloseHandle(powerQueue.release());
-            return result;
-        }
-    }
-    return S_OK;
-}
-
 HRESULT DShowCamera::Open() {
-    return SendCommand(Command::kBuildGraph);
-}
-
-HRESULT DShowCamera::SendCommand(Command toSend) {
-    // A camera whose Init failed early has nobody to do it.
-    if (!threadHandle) return E_FAIL;
-    command = toSend;
-    platform::EventModify(commandEvent.get(), platform::kEventSet);
-    WaitLettingSentMessagesIn(doneEvent.get());
-    return commandResult;
-}
-
-void DShowCamera::EndWorker() {
-    if (!threadHandle) return;
-    command = Command::kLeaveThread;
-    platform::EventModify(commandEvent.get(), platform::kEventSet);
-    WaitLettingSentMessagesIn(threadHandle.get());
+    return worker_.BuildGraph();
 }
 
 HRESULT DShowCamera::Shutdown() {
     StopPreview();
-    EndWorker();
-    commandEvent.reset();
-    graphEventHandle.reset();
-    threadHandle.reset();
-    doneEvent.reset();
-    powerNotification.reset();
-    powerQueue.reset();
-    // The graph of a camera that never previewed waits for the destructor.
-    if (state >= CAM_STATE_STOPPED) graph.Release();
-    ownerWindow = nullptr;
-    state = CAM_STATE_NONE;
+    worker_.End();
+    application_.ownerWindow = nullptr;
+    worker_.Graph()->SetState(CameraState::None);
     return S_OK;
 }
 
-HRESULT DShowCamera::GetState(int* out) {
-    if (!out) return E_POINTER;
-    const GraphAccess access(graphMutex.get());
-    if (!graph.mediaControl) return E_FAIL;
-    OAFilterState running = State_Stopped;
-    graph.mediaControl->GetState(kStateTimeoutMs, &running);
-    *out = running == State_Paused ? int{CAM_STATE_PAUSED} : state.load();
+HRESULT DShowCamera::GetState(int* state) {
+    return state ? worker_.Graph()->GetState(state) : E_POINTER;
+}
+
+// A restart after a resume counts as a whole: while it lasts the state says stopped, and a caller that
+// believed it would leave the preview running that it wants stopped. So the graph is held while it is asked.
+HRESULT DShowCamera::StartPreview() {
+    if (worker_.Graph()->IsPreviewing()) return S_OK;
+    return worker_.StartPreview();
+}
+
+HRESULT DShowCamera::StopPreview() {
+    if (!worker_.Graph()->IsPreviewing()) return S_OK;
+    return worker_.StopPreview();
+}
+
+HRESULT DShowCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR text, UINT_PTR length,
+                                 UINT_PTR position, UINT_PTR color, UINT_PTR font) {
+    // A text that cannot be kept costs the stamp, not the picture.
+    if (IStillImageSinkControl* sink = worker_.Filters().Sink())
+        sink->SetText(text, length, position, color, font);
+    return worker_.TriggerStill(fileName, static_cast<BYTE>(mode));
+}
+
+HRESULT DShowCamera::GetSnapshot(void* snapshot) {
+    if (!snapshot) return E_POINTER;
+    IStillImageSinkControl* sink = worker_.Filters().Sink();
+    if (!sink) return E_FAIL;
+    sink->GetBitmap(static_cast<HBITMAP*>(snapshot));
     return S_OK;
+}
+
+// Asked once, and again only as long as there is no answer.
+int DShowCamera::GetResolutionCount() {
+    if (resolutionCount_ == 0) worker_.Filters().CountStillFormats(&resolutionCount_);
+    return resolutionCount_;
+}
+
+HRESULT DShowCamera::GetResolutionDimensions(long* height, long* width, int index) {
+    return height && width ? worker_.Filters().GetStillDimensions(height, width, index) : E_POINTER;
+}
+
+HRESULT DShowCamera::SetResolution(int index) {
+    const HRESULT result = worker_.Graph()->SetResolution(index);
+    if (FAILED(result)) {
+        platform::ShowMessageBox(GetForegroundWindow(), L"Error setting resolution", L"GraphManager", 0);
+    }
+    return result;
 }
 
 }  // namespace cam

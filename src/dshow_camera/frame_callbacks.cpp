@@ -32,13 +32,15 @@ camFrameCallback StillImageCallback() {
 // A camera whose graph could not be built has no filters to tell; the callback is kept for the next.
 HRESULT DShowCamera::RegisterPreviewCallback(camFrameCallback callback) {
     previewCallback = callback;
-    if (graph.grabberControl) graph.grabberControl->SetCallback(callback ? PreviewTrampoline : nullptr);
+    if (ISampleGrabberControl* grabber = worker_.Filters().Grabber())
+        grabber->SetCallback(callback ? PreviewTrampoline : nullptr);
     return S_OK;
 }
 
 HRESULT DShowCamera::RegisterStillImageCallback(camFrameCallback callback) {
     stillImageCallback = callback;
-    if (graph.sinkControl) graph.sinkControl->SetCallback(callback ? StillImageTrampoline : nullptr);
+    if (IStillImageSinkControl* sink = worker_.Filters().Sink())
+        sink->SetCallback(callback ? StillImageTrampoline : nullptr);
     return S_OK;
 }
 

@@ -1,26 +1,62 @@
 // The right to use the capture graph while the worker might restart preview on its own.
 #pragma once
 
+#include "base/hresult.h"
 #include "base/message_wait.h"
+#include "base/thread_annotations.h"
+#include "base/unique_resource.h"
+#include "dshow_camera/capture_graph.h"
 
 namespace cam {
 
-// Held by the caller for the length of an operation on the graph that is no command. The worker defers a
-// restart meanwhile, and goes on dispatching messages; it never waits for this in another way. Without a
-// mutex there is no worker, and nothing to do.
+// Held by a *caller* that changes or asks the graph, and by the *worker* while it restarts preview after a
+// resume: the one thing that the worker does to the graph unasked. A kernel object, so that the worker can
+// wait for it and for commands at once. May be entered again by the thread that holds it: while it waits, a
+// window procedure of that thread may call in.
+class CAM_LOCKABLE("graph") GraphMutex {
+  public:
+    // Nothing happens when it exists. Until then there is no worker, and entering does nothing.
+    HRESULT Create() {
+        if (!handle_) handle_.reset(CreateMutexW(nullptr, FALSE, nullptr));
+        return handle_ ? S_OK : HresultFromLastError();
+    }
+
+    // *Caller*: sent messages are let in meanwhile.
+    void Enter() CAM_ACQUIRES() {
+        if (handle_) WaitLettingSentMessagesIn(handle_.get());
+    }
+    // *Worker*, which never waits here but with Handle() in its list. The mutex of a thread that ended
+    // without leaving it is there to be taken.
+    bool TryEnter() { return WaitForSingleObject(handle_.get(), 0) != WAIT_TIMEOUT; }
+    void Leave() CAM_RELEASES() {
+        if (handle_) ReleaseMutex(handle_.get());
+    }
+
+    HANDLE Handle() const { return handle_.get(); }
+
+    // Says to the analysis what it cannot see.
+    void IsHeld() const CAM_ASSERTS() {}
+
+  private:
+    UniqueHandle handle_;
+};
+
+// Whoever is not the worker reaches the graph through this alone, and holds it meanwhile. The worker defers a
+// restart until then, and goes on dispatching messages.
 class GraphAccess {
   public:
-    explicit GraphAccess(HANDLE mutex) : mutex_(mutex) {
-        if (mutex_) WaitLettingSentMessagesIn(mutex_);
+    GraphAccess(GraphMutex& mutex, CaptureGraph& graph) CAM_UNCHECKED : mutex_(mutex), graph_(graph) {
+        mutex_.Enter();
     }
-    ~GraphAccess() {
-        if (mutex_) ReleaseMutex(mutex_);
-    }
+    ~GraphAccess() CAM_UNCHECKED { mutex_.Leave(); }
     GraphAccess(const GraphAccess&) = delete;
     GraphAccess& operator=(const GraphAccess&) = delete;
 
+    CaptureGraph* operator->() const { return &graph_; }
+
   private:
-    const HANDLE mutex_;
+    GraphMutex& mutex_;
+    CaptureGraph& graph_;
 };
 
 }  // namespace cam

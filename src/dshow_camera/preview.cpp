@@ -1,9 +1,8 @@
-#include "dshow_camera/dshow_camera.h"
+#include "dshow_camera/capture_graph.h"
 
 #include <cstring>
 
 #include "base/hresult.h"
-#include "dshow_camera/graph_access.h"
 #include "filter_base/media_type.h"
 
 namespace cam {
@@ -37,55 +36,33 @@ LONG FramesPerSecond(const AM_MEDIA_TYPE& type) {
 
 }  // namespace
 
-// ---- On the caller --------------------------------------------------------------------------
-
-// A restart after a resume counts as a whole: while it lasts the state says stopped, and a caller that
-// believed it would leave the preview running that it wants stopped.
-bool DShowCamera::IsPreviewing() const {
-    const GraphAccess access(graphMutex.get());
-    return state == CAM_STATE_PREVIEWING;
-}
-
-HRESULT DShowCamera::StartPreview() {
-    if (IsPreviewing()) return S_OK;
-    return SendCommand(Command::kStartPreview);
-}
-
-HRESULT DShowCamera::StopPreview() {
-    if (!IsPreviewing()) return S_OK;
-    return SendCommand(Command::kStopPreview);
-}
-
-// ---- On the worker --------------------------------------------------------------------------
-
-// Succeeds, with a result other than S_OK and the state unchanged, when the graph does not run within the
-// time-out.
-HRESULT DShowCamera::RunPreview() {
-    if (!graph.mediaControl) return E_FAIL;
+HRESULT CaptureGraph::Run() {
+    CheckThread(kWorkerThread);
+    if (!graph_.mediaControl) return E_FAIL;
     // Without an owner the renderer shows its own window.
-    if (ownerWindow) {
+    if (application_.ownerWindow) {
         const HRESULT placed = PlaceVideoWindow();
         if (FAILED(placed)) {
-            Notify(Notification::kStartPreviewFailed, L"Start preview failed.");
+            Notify(Notification::StartPreviewFailed, L"Start preview failed.");
             return placed;
         }
     }
-    graph.mediaControl->Run();
+    graph_.mediaControl->Run();
     OAFilterState running = State_Stopped;
-    const HRESULT result = graph.mediaControl->GetState(kStateTimeoutMs, &running);
+    const HRESULT result = graph_.mediaControl->GetState(kStateTimeoutMs, &running);
     if (running == State_Running) {
-        if (!graph.grabberControl) return E_FAIL;
+        if (!graph_.grabberControl) return E_FAIL;
         TellMediaType();
-        state = CAM_STATE_PREVIEWING;
+        state_ = CameraState::Previewing;
     }
     return result;
 }
 
 // The video fills the owner's client area.
-HRESULT DShowCamera::PlaceVideoWindow() {
-    const HWND owner = ownerWindow;
-    if (!graph.videoWindow) CAM_RETURN_IF_FAILED(graph.filterGraph.QueryTo(graph.videoWindow));
-    IVideoWindow& video = *graph.videoWindow.get();
+HRESULT CaptureGraph::PlaceVideoWindow() {
+    const HWND owner = application_.ownerWindow;
+    if (!graph_.videoWindow) CAM_RETURN_IF_FAILED(graph_.filterGraph.QueryTo(graph_.videoWindow));
+    IVideoWindow& video = *graph_.videoWindow.get();
     CAM_RETURN_IF_FAILED(video.put_Owner(reinterpret_cast<OAHWND>(owner)));
     CAM_RETURN_IF_FAILED(video.put_MessageDrain(reinterpret_cast<OAHWND>(owner)));
     RECT client = {};
@@ -100,35 +77,36 @@ HRESULT DShowCamera::PlaceVideoWindow() {
 }
 
 // The geometry comes from the grabber even when its input has no type.
-void DShowCamera::TellMediaType() {
+void CaptureGraph::TellMediaType() {
     LONG formatCode = CAM_FORMAT_OTHER;
     LONG framesPerSecond = 0;
     filter_base::MediaType type;
-    if (SUCCEEDED(graph.grabberControl->GetInputMediaType(type.put()))) {
+    if (SUCCEEDED(graph_.grabberControl->GetInputMediaType(type.put()))) {
         formatCode = FormatCode(type.subtype);
         framesPerSecond = FramesPerSecond(type);
     }
     FrameGeometry frame = {};
-    graph.grabberControl->GetGeometry(&frame);
-    if (const camMediaTypeCallback callback = mediaTypeCallback) {
+    graph_.grabberControl->GetGeometry(&frame);
+    if (const camMediaTypeCallback callback = application_.mediaTypeCallback) {
         callback(frame.height, frame.width, frame.sampleSize, frame.stride, formatCode, framesPerSecond);
     }
 }
 
 // Pause and Stop pass on what the filters answered: only failures count. A preview that never had an owner
 // has no window to put away.
-HRESULT DShowCamera::HaltPreview() {
-    if (!graph.mediaControl) return E_FAIL;
-    HRESULT result = graph.mediaControl->Pause();
-    if (SUCCEEDED(result)) result = graph.mediaControl->Stop();
+HRESULT CaptureGraph::Halt() {
+    CheckThread(kWorkerThread);
+    if (!graph_.mediaControl) return E_FAIL;
+    HRESULT result = graph_.mediaControl->Pause();
+    if (SUCCEEDED(result)) result = graph_.mediaControl->Stop();
     if (SUCCEEDED(result)) Sleep(kHaltSleepMs);
-    if (SUCCEEDED(result) && graph.videoWindow) result = graph.videoWindow->put_Visible(OAFALSE);
-    if (SUCCEEDED(result) && graph.videoWindow) result = graph.videoWindow->put_Owner(0);
+    if (SUCCEEDED(result) && graph_.videoWindow) result = graph_.videoWindow->put_Visible(OAFALSE);
+    if (SUCCEEDED(result) && graph_.videoWindow) result = graph_.videoWindow->put_Owner(0);
     if (FAILED(result)) {
-        Notify(Notification::kStopPreviewFailed, L"Stop preview failed.");
+        Notify(Notification::StopPreviewFailed, L"Stop preview failed.");
         return result;
     }
-    state = CAM_STATE_STOPPED;
+    state_ = CameraState::Stopped;
     return S_OK;
 }
 

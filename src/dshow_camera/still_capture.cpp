@@ -1,46 +1,27 @@
-#include "dshow_camera/dshow_camera.h"
+#include "dshow_camera/capture_graph.h"
 
 #include "base/picture_format.h"
 
 namespace cam {
 
-// ---- On the caller --------------------------------------------------------------------------
-
-HRESULT DShowCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR text, UINT_PTR length,
-                                 UINT_PTR position, UINT_PTR color, UINT_PTR font) {
-    stillMode = static_cast<BYTE>(mode);
-    stillFileName = fileName;
-    // A text that cannot be kept costs the stamp, not the picture.
-    if (graph.sinkControl) graph.sinkControl->SetText(text, length, position, color, font);
-    return SendCommand(Command::kTriggerStill);
-}
-
-HRESULT DShowCamera::GetSnapshot(void* snapshot) {
-    if (!snapshot) return E_POINTER;
-    if (!graph.sinkControl) return E_FAIL;
-    graph.sinkControl->GetBitmap(static_cast<HBITMAP*>(snapshot));
-    return S_OK;
-}
-
-// ---- On the worker --------------------------------------------------------------------------
-
-// The sink's results are no HRESULTs: a bad name is a positive number. The video control is the last
-// interface that building acquires: a graph that was built in part may well preview, and has no still branch.
-HRESULT DShowCamera::TriggerStill() {
+// The video control is the last interface that building acquires: a graph that was built in part may well
+// preview, and has no still branch.
+HRESULT CaptureGraph::TriggerStill(const wchar_t* fileName, BYTE mode) {
+    CheckThread(kWorkerThread);
     HRESULT result = E_FAIL;
-    if (graph.videoControl && state >= CAM_STATE_STOPPED) {
-        result = graph.sinkControl->SetFileName(stillFileName);
-        const PictureFormat format = PictureFormatOf(stillFileName);
+    if (graph_.videoControl && state_ >= CameraState::Stopped) {
+        result = graph_.sinkControl->SetFileName(fileName);
+        const PictureFormat format = PictureFormatOf(fileName);
         if (result == S_OK && (format == PictureFormat::Jpeg || format == PictureFormat::Tiff)) {
-            result = graph.sinkControl->SetQualityLevel(stillMode);
+            result = graph_.sinkControl->SetQualityLevel(mode);
         }
         if (result == S_OK) {
-            result = graph.videoControl->SetMode(graph.stillPin.get(), VideoControlFlag_Trigger);
-            if (SUCCEEDED(result)) state = CAM_STATE_STILL_TRIGGERED;
+            result = graph_.videoControl->SetMode(graph_.stillPin.get(), VideoControlFlag_Trigger);
+            if (SUCCEEDED(result)) state_ = CameraState::StillTriggered;
         }
     }
     if (FAILED(result) || result == kBadFileName) {
-        Notify(Notification::kFailed, L"Capturing a still image failed");
+        Notify(Notification::Failed, L"Capturing a still image failed");
     }
     return result;
 }

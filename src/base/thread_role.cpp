@@ -1,0 +1,62 @@
+#include "base/thread_role.h"
+
+#ifdef OCELLUS_CHECK_THREADS
+
+#include <windows.h>
+
+#include <cstdio>
+
+namespace cam {
+namespace {
+
+constexpr UINT kExitCode = 70;
+
+// Empty for a thread that has declared nothing.
+class Slot {
+  public:
+    ~Slot() { TlsFree(index_); }
+
+    const ThreadRole& Get() const {
+        const DWORD error = GetLastError();  // which reading a slot clears
+        const void* const role = TlsGetValue(index_);
+        SetLastError(error);
+        return role ? *static_cast<const ThreadRole*>(role) : kCallerThread;
+    }
+    void Set(const ThreadRole& role) { TlsSetValue(index_, const_cast<ThreadRole*>(&role)); }
+
+  private:
+    const DWORD index_ = TlsAlloc();
+};
+
+Slot slot;
+
+[[noreturn]] void Fail(const char* rule, const ThreadRole& role, const std::source_location& where) {
+    std::fprintf(stderr, "%s:%u: %s on a %s thread; it is %s %s threads\n", where.file_name(),
+                 static_cast<unsigned>(where.line()), where.function_name(), slot.Get().Name(), rule,
+                 role.Name());
+    std::fflush(stderr);
+    TerminateProcess(GetCurrentProcess(), kExitCode);
+    for (;;) Sleep(INFINITE);
+}
+
+}  // namespace
+
+ThreadRoleScope::ThreadRoleScope(const ThreadRole& role) : before_(slot.Get()) {
+    slot.Set(role);
+}
+
+ThreadRoleScope::~ThreadRoleScope() {
+    slot.Set(before_);
+}
+
+void CheckThread(const ThreadRole& role, std::source_location where) {
+    if (&slot.Get() != &role) Fail("for", role, where);
+}
+
+void CheckThreadIsNot(const ThreadRole& role, std::source_location where) {
+    if (&slot.Get() == &role) Fail("not for", role, where);
+}
+
+}  // namespace cam
+
+#endif
