@@ -9,8 +9,6 @@
 namespace cam {
 namespace {
 
-constexpr UINT kExitCode = 70;
-
 // Empty for a thread that has declared nothing.
 class Slot {
   public:
@@ -30,12 +28,12 @@ class Slot {
 
 Slot slot;
 
-[[noreturn]] void Fail(const char* rule, const ThreadRole& role, const std::source_location& where) {
-    std::fprintf(stderr, "%s:%u: %s on a %s thread; it is %s %s threads\n", where.file_name(),
-                 static_cast<unsigned>(where.line()), where.function_name(), slot.Get().Name(), rule,
-                 role.Name());
+[[noreturn]] void Fail(const char* rule, const ThreadRole& role, const char* function, const char* file,
+                       int line) {
+    std::fprintf(stderr, "%s:%d: %s runs on a %s thread; it is %s %s threads\n", file, line, function,
+                 slot.Get().Name(), rule, role.Name());
     std::fflush(stderr);
-    TerminateProcess(GetCurrentProcess(), kExitCode);
+    TerminateProcess(GetCurrentProcess(), kWrongThreadExitCode);
     for (;;) Sleep(INFINITE);
 }
 
@@ -49,12 +47,12 @@ ThreadRoleScope::~ThreadRoleScope() {
     slot.Set(before_);
 }
 
-void CheckThread(const ThreadRole& role, std::source_location where) {
-    if (&slot.Get() != &role) Fail("for", role, where);
+void CheckThread(const ThreadRole& role, const char* function, const char* file, int line) {
+    if (&slot.Get() != &role) Fail("for", role, function, file, line);
 }
 
-void CheckThreadIsNot(const ThreadRole& role, std::source_location where) {
-    if (&slot.Get() == &role) Fail("not for", role, where);
+void CheckThreadIsNot(const ThreadRole& role, const char* function, const char* file, int line) {
+    if (&slot.Get() == &role) Fail("not for", role, function, file, line);
 }
 
 }  // namespace cam

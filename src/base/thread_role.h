@@ -11,10 +11,6 @@
 
 #include "base/thread_annotations.h"
 
-#ifdef OCELLUS_CHECK_THREADS
-#include <source_location>
-#endif
-
 namespace cam {
 
 class CAM_LOCKABLE("thread role") ThreadRole {
@@ -32,6 +28,9 @@ inline constexpr ThreadRole kStreamingThread("streaming");
 
 #ifdef OCELLUS_CHECK_THREADS
 
+// What the process ends with.
+constexpr unsigned kWrongThreadExitCode = 70;
+
 // This thread's role for as long as the object lives.
 class CAM_SCOPED_LOCK ThreadRoleScope {
   public:
@@ -45,10 +44,12 @@ class CAM_SCOPED_LOCK ThreadRoleScope {
 };
 
 // At the head of a function that belongs to threads of one role.
-void CheckThread(const ThreadRole& role, std::source_location where = std::source_location::current());
+void CheckThread(const ThreadRole& role, const char* function = __builtin_FUNCTION(),
+                 const char* file = __builtin_FILE(), int line = __builtin_LINE());
 
 // At the head of a function that threads of one role keep away from.
-void CheckThreadIsNot(const ThreadRole& role, std::source_location where = std::source_location::current());
+void CheckThreadIsNot(const ThreadRole& role, const char* function = __builtin_FUNCTION(),
+                      const char* file = __builtin_FILE(), int line = __builtin_LINE());
 
 #else
 
