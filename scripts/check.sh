@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks the formatting of every source file, and with --tidy runs clang-tidy over what build/host compiles.
+# Checks the formatting of every source file, and with --tidy runs clang-tidy over what build/host compiles, Clang's thread-safety
+# analysis included: guarded fields without their lock, functions on a thread of another role.
 #
 #   scripts/check.sh                     formatting; a few seconds
 #   scripts/check.sh --tidy [FILES...]   clang-tidy as well, over FILES or all of src, device_kit and tools; minutes
@@ -27,5 +28,5 @@ if [ $# -eq 0 ]; then mapfile -t files < <(git ls-files 'src/*.cpp' 'device_kit/
 include=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
 printf '%s\0' "${files[@]}" | xargs -0 -n 4 -P 2 clang-tidy -quiet -p build/host \
     --extra-arg=--target=x86_64-w64-mingw32 --extra-arg=-isystem"$include" --extra-arg=-isystem"$include/x86_64-w64-mingw32" \
-    --extra-arg=-Wno-unknown-warning-option --extra-arg=-Wno-unused-command-line-argument 2>&1 |
+    --extra-arg=-Wthread-safety --extra-arg=-Wno-unknown-warning-option --extra-arg=-Wno-unused-command-line-argument 2>&1 |
     { grep -E "(error|warning):" && { echo "check: clang-tidy found the above" >&2; exit 1; } || true; }

@@ -1,11 +1,13 @@
 #include "com/class_factory.h"
 
+#include <atomic>
+
 #include "base/com_ptr.h"
 
 namespace cam::com {
 
 namespace {
-volatile LONG serverLocks = 0;
+std::atomic<LONG> serverLocks = 0;
 }
 
 LONG ServerLocks() {
@@ -27,9 +29,9 @@ HRESULT STDMETHODCALLTYPE ClassFactory::CreateInstance(IUnknown* outer, REFIID i
 
 HRESULT STDMETHODCALLTYPE ClassFactory::LockServer(BOOL lock) {
     if (lock) {
-        InterlockedIncrement(&serverLocks);
+        ++serverLocks;
     } else {
-        InterlockedDecrement(&serverLocks);
+        --serverLocks;
     }
     return S_OK;
 }

@@ -3,7 +3,7 @@
 namespace cam::filter_base {
 
 namespace {
-volatile LONG liveObjects = 0;
+std::atomic<LONG> liveObjects = 0;
 }
 
 LONG LiveObjects() {
@@ -11,11 +11,11 @@ LONG LiveObjects() {
 }
 
 ComObject::ComObject(IUnknown* outer) : outer_(outer ? outer : &inner_) {
-    InterlockedIncrement(&liveObjects);
+    ++liveObjects;
 }
 
 ComObject::~ComObject() {
-    InterlockedDecrement(&liveObjects);
+    --liveObjects;
 }
 
 HRESULT ComObject::NonDelegatingQueryInterface(REFIID id, void** out) {
@@ -28,14 +28,14 @@ HRESULT ComObject::NonDelegatingQueryInterface(REFIID id, void** out) {
 }
 
 ULONG STDMETHODCALLTYPE ComObject::InnerUnknown::AddRef() {
-    return static_cast<ULONG>(InterlockedIncrement(&object_.count_));
+    return static_cast<ULONG>(++object_.count_);
 }
 
 ULONG STDMETHODCALLTYPE ComObject::InnerUnknown::Release() {
-    const LONG left = InterlockedDecrement(&object_.count_);
+    const LONG left = --object_.count_;
     if (left == 0) {
         // A destructor may hand out and take back references to the object; these must not destroy it again.
-        InterlockedIncrement(&object_.count_);
+        ++object_.count_;
         delete &object_;
     }
     return static_cast<ULONG>(left);

@@ -2,6 +2,8 @@
 // offers.
 #pragma once
 
+#include <atomic>
+
 #include "filter_base/direct_show.h"
 
 namespace cam::filter_base {
@@ -51,7 +53,7 @@ class ComObject {
 
     InnerUnknown inner_{*this};
     IUnknown* outer_;
-    volatile LONG count_ = 0;
+    std::atomic<LONG> count_ = 0;
 };
 
 // Whether a pointer to Interface serves the interface `id`. Specialised where Interface derives from others

@@ -56,16 +56,16 @@ void Filter::DeactivatePins() {
 }
 
 HRESULT STDMETHODCALLTYPE Filter::Stop() {
-    const LockGuard lock(stateLock_);
+    const LockGuard lock(StateLock());
     if (IsStopped()) return S_OK;
-    InterlockedExchange(&state_, State_Stopped);
+    state_ = State_Stopped;
     DeactivatePins();
     WaitUntilIdle();
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Filter::Pause() {
-    const LockGuard lock(stateLock_);
+    const LockGuard lock(StateLock());
     if (IsStopped()) {
         const HRESULT result = ActivatePins();
         if (FAILED(result)) {
@@ -73,12 +73,12 @@ HRESULT STDMETHODCALLTYPE Filter::Pause() {
             return result;
         }
     }
-    InterlockedExchange(&state_, State_Paused);
+    state_ = State_Paused;
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Filter::Run(REFERENCE_TIME start) {
-    const LockGuard lock(stateLock_);
+    const LockGuard lock(StateLock());
     if (State() == State_Running) return S_OK;
     startTime_ = start;
     if (IsStopped()) {
@@ -91,7 +91,7 @@ HRESULT STDMETHODCALLTYPE Filter::Run(REFERENCE_TIME start) {
         const HRESULT result = pin->Run(start);
         if (FAILED(result)) return result;
     }
-    InterlockedExchange(&state_, State_Running);
+    state_ = State_Running;
     return S_OK;
 }
 
@@ -102,14 +102,14 @@ HRESULT STDMETHODCALLTYPE Filter::GetState(DWORD, FILTER_STATE* state) {
 }
 
 HRESULT STDMETHODCALLTYPE Filter::SetSyncSource(IReferenceClock* clock) {
-    const LockGuard lock(stateLock_);
+    const LockGuard lock(StateLock());
     clock_ = ComPtr<IReferenceClock>(clock);
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Filter::GetSyncSource(IReferenceClock** clock) {
     if (!clock) return E_POINTER;
-    const LockGuard lock(stateLock_);
+    const LockGuard lock(StateLock());
     *clock = ComPtr<IReferenceClock>(clock_).detach();
     return S_OK;
 }
@@ -122,7 +122,7 @@ HRESULT STDMETHODCALLTYPE Filter::EnumPins(IEnumPins** out) {
 
 HRESULT STDMETHODCALLTYPE Filter::FindPin(LPCWSTR id, IPin** out) {
     if (!id || !out) return E_POINTER;
-    const LockGuard lock(stateLock_);
+    const LockGuard lock(StateLock());
     for (int i = 0; i < PinCount(); ++i) {
         if (std::wcscmp(PinAt(i)->Name(), id) != 0) continue;
         *out = PinAt(i);
@@ -135,7 +135,7 @@ HRESULT STDMETHODCALLTYPE Filter::FindPin(LPCWSTR id, IPin** out) {
 
 HRESULT STDMETHODCALLTYPE Filter::QueryFilterInfo(FILTER_INFO* info) {
     if (!info) return E_POINTER;
-    const LockGuard lock(stateLock_);
+    const LockGuard lock(StateLock());
     CopyName(name_, info->achName);
     info->pGraph = graph_;
     if (graph_) graph_->AddRef();
@@ -143,7 +143,7 @@ HRESULT STDMETHODCALLTYPE Filter::QueryFilterInfo(FILTER_INFO* info) {
 }
 
 HRESULT STDMETHODCALLTYPE Filter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
-    const LockGuard lock(stateLock_);
+    const LockGuard lock(StateLock());
     graph_ = graph;
     eventSink_ = nullptr;
     if (!graph) return S_OK;

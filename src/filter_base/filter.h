@@ -1,9 +1,12 @@
 // Base of a DirectShow filter.
 #pragma once
 
+#include <atomic>
+
 #include "base/com_ptr.h"
-#include "filter_base/com_object.h"
 #include "base/lock.h"
+#include "base/thread_role.h"
+#include "filter_base/com_object.h"
 
 namespace cam::filter_base {
 
@@ -19,12 +22,12 @@ struct FilterSetup {
 // State, graph, clock and pins of a filter. Its pins are members of the derived class and share its count.
 //
 // Threads: the graph's operations come in on the *caller* or *worker* thread and hold StateLock(). The
-// *streaming* thread never takes that lock: a filter that stops holds it while it waits for the streaming
-// thread to leave.
+// *streaming* thread, a role that a thread has while it brings a sample or the end of the stream, never takes
+// that lock: a filter that stops holds it while it waits for the streaming thread to leave.
 class Filter : public Implements<ComObject, IBaseFilter> {
   public:
     // Both are read by the *streaming* thread as well.
-    FILTER_STATE State() const { return static_cast<FILTER_STATE>(state_); }
+    FILTER_STATE State() const { return state_; }
     bool IsStopped() const { return State() == State_Stopped; }
     // Of the last Run: reference time that is stream time 0.
     REFERENCE_TIME StartTime() const { return startTime_; }
@@ -32,7 +35,10 @@ class Filter : public Implements<ComObject, IBaseFilter> {
     // Not owned: the graph outlives its filters. Null outside a graph.
     IFilterGraph* Graph() const { return graph_; }
 
-    Lock& StateLock() { return stateLock_; }
+    Lock& StateLock() CAM_RETURNS_LOCK(stateLock_) {
+        CheckThreadIsNot(kStreamingThread);
+        return stateLock_;
+    }
 
     // Pins in their fixed order.
     virtual int PinCount() = 0;
@@ -73,13 +79,15 @@ class Filter : public Implements<ComObject, IBaseFilter> {
     virtual void WaitUntilIdle() {}
 
   private:
-    HRESULT ActivatePins();
-    void DeactivatePins();
+    HRESULT ActivatePins() CAM_REQUIRES(stateLock_);
+    void DeactivatePins() CAM_REQUIRES(stateLock_);
 
     const CLSID classId_;
-    wchar_t name_[MAX_FILTER_NAME] = {};
     Lock stateLock_;
-    volatile LONG state_ = State_Stopped;
+    wchar_t name_[MAX_FILTER_NAME] CAM_GUARDED_BY(stateLock_) = {};
+    // Changed under the lock, and what stands below only while no sample is on its way: so all of it may be
+    // read without the lock.
+    std::atomic<FILTER_STATE> state_ = State_Stopped;
     REFERENCE_TIME startTime_ = 0;
     IFilterGraph* graph_ = nullptr;
     IMediaEventSink* eventSink_ = nullptr;  // not owned, as the graph

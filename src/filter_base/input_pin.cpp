@@ -3,16 +3,16 @@
 namespace cam::filter_base {
 
 HRESULT InputPin::Active() {
-    InterlockedExchange(&typeRefused_, 0);
-    InterlockedExchange(&flushing_, 0);
+    typeRefused_ = 0;
+    flushing_ = 0;
     return S_OK;
 }
 
 // Somebody upstream may wait for a free buffer: decommitting wakes it. The allocator's owner decommits it as
 // well, which does no harm.
 void InputPin::Inactive() {
-    InterlockedExchange(&typeRefused_, 0);
-    InterlockedExchange(&flushing_, 0);
+    typeRefused_ = 0;
+    flushing_ = 0;
     if (allocator_) allocator_->Decommit();
 }
 
@@ -43,13 +43,13 @@ HRESULT STDMETHODCALLTYPE InputPin::ReceiveConnection(IPin* connector, const AM_
 }
 
 HRESULT STDMETHODCALLTYPE InputPin::BeginFlush() {
-    InterlockedExchange(&flushing_, 1);
+    flushing_ = 1;
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE InputPin::EndFlush() {
-    InterlockedExchange(&typeRefused_, 0);
-    InterlockedExchange(&flushing_, 0);
+    typeRefused_ = 0;
+    flushing_ = 0;
     return S_OK;
 }
 
@@ -113,7 +113,7 @@ HRESULT InputPin::CheckSample(IMediaSample& sample) {
     const bool accepted = CheckMediaType(*offered) == S_OK && SUCCEEDED(SetMediaType(*offered));
     DeleteMediaType(offered);
     if (accepted) return S_OK;
-    InterlockedExchange(&typeRefused_, 1);
+    typeRefused_ = 1;
     filter_.NotifyEvent(EC_ERRORABORT, VFW_E_TYPE_NOT_ACCEPTED, 0);
     return VFW_E_INVALIDMEDIATYPE;
 }

@@ -1,6 +1,8 @@
 // Base of a pin that takes samples.
 #pragma once
 
+#include <atomic>
+
 #include "filter_base/pin.h"
 
 namespace cam::filter_base {
@@ -46,8 +48,8 @@ class InputPin : public Implements<Pin, IMemInputPin> {
   private:
     ComPtr<IMemAllocator> allocator_;
     bool readOnly_ = false;
-    volatile LONG flushing_ = 0;
-    volatile LONG typeRefused_ = 0;
+    std::atomic<LONG> flushing_ = 0;
+    std::atomic<LONG> typeRefused_ = 0;
 };
 
 }  // namespace cam::filter_base

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "base/com_ptr.h"
-#include "filter_base/com_object.h"
 #include "base/lock.h"
+#include "filter_base/com_object.h"
 #include "filter_base/filter.h"
 #include "filter_base/media_type.h"
 
@@ -39,7 +39,7 @@ class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
     // Its name and, unique in the filter, its id.
     const wchar_t* Name() const { return name_; }
     // For the thread that may change it: under StateLock() while stopped, else *streaming*.
-    const MediaType& Type() const { return type_; }
+    const MediaType& Type() const CAM_UNCHECKED { return type_; }
     // A copy of the connection's type, and whether it is that one. Any thread.
     HRESULT CopyType(MediaType& out);
     bool HasType(const AM_MEDIA_TYPE& type);
@@ -105,7 +105,7 @@ class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
     // Guards type_ alone, against a reader while the *streaming* thread changes it; nothing is called while
     // it is held.
     Lock typeLock_;
-    MediaType type_;
+    MediaType type_ CAM_GUARDED_BY(typeLock_);
     IQualityControl* qualitySink_ = nullptr;
 };
 

@@ -19,7 +19,7 @@ HRESULT STDMETHODCALLTYPE RendererFilter::Run(REFERENCE_TIME start) {
     const LockGuard lock(StateLock());
     const HRESULT result = Implements::Run(start);
     if (FAILED(result)) return result;
-    InterlockedIncrement(&runs_);
+    ++runs_;
     SetEvent(running_.get());
     CompleteIfEnded();
     return result;
@@ -28,7 +28,7 @@ HRESULT STDMETHODCALLTYPE RendererFilter::Run(REFERENCE_TIME start) {
 // The end of the stream is reported once, and only while running. It may be noticed by the *streaming* thread
 // or by Run.
 void RendererFilter::CompleteIfEnded() {
-    if (State() != State_Running || !ended_ || InterlockedExchange(&completed_, 1)) return;
+    if (State() != State_Running || !ended_ || completed_.exchange(1)) return;
     NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(this)));
 }
 
@@ -67,8 +67,8 @@ HRESULT RendererFilter::InPin::SetMediaType(const AM_MEDIA_TYPE& type) {
 
 HRESULT RendererFilter::InPin::Active() {
     ResetEvent(owner_.cancelled_.get());
-    InterlockedExchange(&owner_.ended_, 0);
-    InterlockedExchange(&owner_.completed_, 0);
+    owner_.ended_ = 0;
+    owner_.completed_ = 0;
     return InputPin::Active();
 }
 
@@ -79,10 +79,11 @@ void RendererFilter::InPin::Inactive() {
 }
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndOfStream() {
+    const ThreadRoleScope role(kStreamingThread);
     const LockGuard lock(owner_.receiveLock_);
     const HRESULT result = CheckStreaming();
     if (result != S_OK) return result;
-    InterlockedExchange(&owner_.ended_, 1);
+    owner_.ended_ = 1;
     owner_.CompleteIfEnded();
     return S_OK;
 }
@@ -96,13 +97,14 @@ HRESULT STDMETHODCALLTYPE RendererFilter::InPin::BeginFlush() {
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndFlush() {
     const LockGuard lock(owner_.receiveLock_);
     if (!owner_.IsStopped()) ResetEvent(owner_.cancelled_.get());
-    InterlockedExchange(&owner_.ended_, 0);
-    InterlockedExchange(&owner_.completed_, 0);
+    owner_.ended_ = 0;
+    owner_.completed_ = 0;
     return InputPin::EndFlush();
 }
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::Receive(IMediaSample* sample) {
     if (!sample) return E_POINTER;
+    const ThreadRoleScope role(kStreamingThread);
     const LockGuard lock(owner_.receiveLock_);
     const HRESULT result = CheckSample(*sample);
     if (result != S_OK) return result;

@@ -1,6 +1,8 @@
 // Base of a filter at the end of a stream.
 #pragma once
 
+#include <atomic>
+
 #include "base/unique_resource.h"
 #include "filter_base/input_pin.h"
 
@@ -60,16 +62,16 @@ class RendererFilter : public Implements<Filter, IAMFilterMiscFlags> {
     };
 
     // False: the filter was stopped or flushed meanwhile.
-    bool WaitUntilDue(IMediaSample& sample);
+    bool WaitUntilDue(IMediaSample& sample) CAM_REQUIRES(receiveLock_);
     bool WaitFor(HANDLE event);
     void CompleteIfEnded();
 
-    UniqueHandle cancelled_;  // manual-reset: nobody may wait any longer
-    UniqueHandle running_;    // manual-reset: publishes the start time
-    UniqueHandle due_;        // auto-reset, set by the clock
-    volatile LONG runs_ = 0;  // tells one Run from the next
-    volatile LONG ended_ = 0;
-    volatile LONG completed_ = 0;
+    UniqueHandle cancelled_;      // manual-reset: nobody may wait any longer
+    UniqueHandle running_;        // manual-reset: publishes the start time
+    UniqueHandle due_;            // auto-reset, set by the clock
+    std::atomic<LONG> runs_ = 0;  // tells one Run from the next
+    std::atomic<LONG> ended_ = 0;
+    std::atomic<LONG> completed_ = 0;
     Lock receiveLock_;
     InPin input_{*this};
 };

@@ -88,6 +88,7 @@ HRESULT TransformInPlaceFilter::InPin::CompleteConnect(IPin*) {
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EndOfStream() {
+    const ThreadRoleScope role(kStreamingThread);
     const LockGuard lock(owner_.receiveLock_);
     const HRESULT result = CheckStreaming();
     return result == S_OK ? owner_.output_.DeliverEndOfStream() : result;
@@ -135,6 +136,7 @@ TransformInPlaceFilter::InPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* re
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::Receive(IMediaSample* sample) {
     if (!sample) return E_POINTER;
+    const ThreadRoleScope role(kStreamingThread);
     const LockGuard lock(owner_.receiveLock_);
     const HRESULT result = CheckSample(*sample);
     return result == S_OK ? owner_.Process(*sample) : result;

@@ -90,8 +90,8 @@ class TransformInPlaceFilter : public Filter {
         TransformInPlaceFilter& owner_;
     };
 
-    HRESULT Process(IMediaSample& sample);
-    HRESULT CopyToOutput(IMediaSample& sample, ComPtr<IMediaSample>& copy);
+    HRESULT Process(IMediaSample& sample) CAM_REQUIRES(receiveLock_);
+    HRESULT CopyToOutput(IMediaSample& sample, ComPtr<IMediaSample>& copy) CAM_REQUIRES(receiveLock_);
 
     Lock receiveLock_;
     InPin input_{*this};

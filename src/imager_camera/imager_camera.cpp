@@ -14,7 +14,7 @@ namespace {
 constexpr DWORD kThreadEndMs = 5000;
 constexpr DWORD kOpenRecordInfoWord = 4;  // the fifth
 // Characters; one more, and the bytes with the terminating zero leave 32 bits.
-constexpr UINT_PTR kLongestText = 0x7FFFFFFE;
+constexpr UINT_PTR kMaxTextLength = 0x7FFFFFFE;
 
 // The maker's library stores no TIFF.
 bool IsStillName(const wchar_t* fileName) {
@@ -32,9 +32,9 @@ ImagerCamera::ImagerCamera() {
 ImagerCamera::~ImagerCamera() {
     EndPreviewThreads();
     if (session->library.Status() == S_OK) session->library->shutdown();
-    SessionGuard guard(*session.get());
-    session->request.overlayText.reset();
-    session->state = CAM_STATE_NONE;
+    const auto progress = session->progress.Locked();
+    progress->request.overlayText.reset();
+    progress->state = CameraState::None;
 }
 
 // All threads, should a preview have been started twice: one stop event ends one thread only, and the
@@ -79,14 +79,14 @@ HRESULT ImagerCamera::Init(HWND ownerWindow, const wchar_t* settingsPath, const 
     SetPropertyA(16, static_cast<long>(switch16), CAM_FLAG_MANUAL);
     SetPropertyA(80, static_cast<long>(switch80), CAM_FLAG_MANUAL);
     SetPropertyA(CAM_PROPERTY_COLOR_ENABLE, monoColor != 0 ? 1 : 0, CAM_FLAG_MANUAL);
-    SessionGuard guard(*session.get());
-    session->state = CAM_STATE_INITIALISED;
+    const auto progress = session->progress.Locked();
+    progress->state = CameraState::Initialised;
     return S_OK;
 }
 
 HRESULT ImagerCamera::Open() {
-    SessionGuard guard(*session.get());
-    session->state = CAM_STATE_STOPPED;
+    const auto progress = session->progress.Locked();
+    progress->state = CameraState::Stopped;
     session->Notify(ImagerNotice::Information, L"Framegraph created");
     return S_OK;
 }
@@ -131,15 +131,15 @@ HRESULT ImagerCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR te
                                   UINT_PTR position, UINT_PTR extra, UINT_PTR font) {
     const LONG quality = still::JpegQuality(static_cast<BYTE>(mode));
     {
-        SessionGuard guard(*session.get());
-        session->state = CAM_STATE_STILL_TRIGGERED;
-        StillRequest& request = session->request;
+        const auto progress = session->progress.Locked();
+        progress->state = CameraState::StillTriggered;
+        StillRequest& request = progress->request;
         request.jpegQuality = quality;
         request.fileName = fileName;
         request.overlayText.reset();
         request.overlayTextIsOut = false;
         if (text && textLength && font) {
-            if (textLength <= kLongestText)
+            if (textLength <= kMaxTextLength)
                 request.overlayText = CopyText(reinterpret_cast<const wchar_t*>(text), textLength);
             if (!request.overlayText) return E_OUTOFMEMORY;
             request.overlayFont = reinterpret_cast<HFONT>(font);
@@ -168,8 +168,7 @@ HRESULT ImagerCamera::Shutdown() {
 
 HRESULT ImagerCamera::GetState(int* state) {
     if (!state) return E_INVALIDARG;
-    SessionGuard guard(*session.get());
-    *state = static_cast<int>(session->state);
+    *state = static_cast<int>(session->progress.Locked()->state);
     return S_OK;
 }
 

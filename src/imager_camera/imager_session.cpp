@@ -4,16 +4,10 @@
 
 namespace cam {
 
-ImagerSession::ImagerSession() : threadsEnded(CreateEventW(nullptr, TRUE, TRUE, nullptr)) {
-    InitializeCriticalSection(&lock);
-}
-
-ImagerSession::~ImagerSession() {
-    DeleteCriticalSection(&lock);
-}
+ImagerSession::ImagerSession() : threadsEnded(CreateEventW(nullptr, TRUE, TRUE, nullptr)) {}
 
 void ImagerSession::Release() {
-    if (InterlockedDecrement(&owners) == 0) delete this;
+    if (--owners == 0) delete this;
 }
 
 HRESULT ImagerSession::Notify(ImagerNotice notice, const wchar_t* text) const {
@@ -25,14 +19,14 @@ HRESULT ImagerSession::Notify(ImagerNotice notice, const wchar_t* text) const {
 }
 
 void ImagerSession::CountThreadIn() {
-    SessionGuard guard(*this);
-    ++runningThreads;
+    const auto held = progress.Locked();
+    ++held->runningThreads;
     platform::EventModify(threadsEnded.get(), platform::kEventReset);
 }
 
 void ImagerSession::CountThreadOut() {
-    SessionGuard guard(*this);
-    if (--runningThreads == 0) platform::EventModify(threadsEnded.get(), platform::kEventSet);
+    const auto held = progress.Locked();
+    if (--held->runningThreads == 0) platform::EventModify(threadsEnded.get(), platform::kEventSet);
 }
 
 }  // namespace cam

@@ -6,27 +6,36 @@
 #include <atomic>
 #include <memory>
 
+#include <ocellus/cam.h>
+
+#include "api/camera_device.h"
+#include "base/lock.h"
 #include "base/unique_resource.h"
 #include "imager_camera/imager_library.h"
-
-#include <ocellus/cam.h>
 
 namespace cam {
 
 // What is told of the camera's progress. Only StillCaptured reaches the application.
 enum class ImagerNotice { StillFailed = 1, StillCaptured = 3, PreviewFailed = 5, Information = 9 };
 
-// The still picture asked for last. Written by the *caller*, published by snapEvent, read by the *preview*
-// thread.
+// The still picture asked for last. Written by the *caller*, published by snapEvent, read by the *worker*.
 struct StillRequest {
     // The application's, valid until the still has been written; null: no file.
     const wchar_t* fileName = nullptr;
     LONG jpegQuality = 90;
     std::unique_ptr<wchar_t[]> overlayText;
-    bool overlayTextIsOut = false;  // a *preview* thread is stamping it, and gives it back
+    bool overlayTextIsOut = false;  // a *worker* is stamping it, and gives it back
     DWORD overlayPosition = 0;
     DWORD overlayExtra = 0;  // kept with the text, never used
     HFONT overlayFont = nullptr;
+};
+
+// Under one lock: an application may ask for the next still while the last one is being stamped, and who has
+// received the message of a captured still must not read the state from before it.
+struct ImagerProgress {
+    StillRequest request;
+    CameraState state = CameraState::None;
+    LONG runningThreads = 0;
 };
 
 // How the camera's end reaches a preview thread that may not be listening to stopEvent.
@@ -44,7 +53,7 @@ class ImagerSession {
     ImagerSession(const ImagerSession&) = delete;
     ImagerSession& operator=(const ImagerSession&) = delete;
 
-    void AddRef() { InterlockedIncrement(&owners); }
+    void AddRef() { ++owners; }
     void Release();
 
     // Posts message 2623 to the events window for a captured still. Any other notice posts nothing, and the
@@ -66,32 +75,15 @@ class ImagerSession {
     UniqueHandle stopEvent;  // auto-reset: one preview thread is to end
     UniqueHandle snapEvent;  // auto-reset: take a still; two within one pass are one
 
-    // Guards the fields up to the next blank line: an application may ask for the next still while the last
-    // one is being stamped, and who has received the message of a captured still must not read the state
-    // from before it.
-    CRITICAL_SECTION lock;
-    StillRequest request;
-    DWORD state = CAM_STATE_NONE;
-    LONG runningThreads = 0;
+    Guarded<ImagerProgress> progress;
 
     std::atomic<Ending> ending{Ending::None};
     UniqueHandle threadsEnded;  // manual-reset: set while no preview thread runs
 
   private:
-    ~ImagerSession();
+    ~ImagerSession() = default;
 
-    LONG owners = 1;
-};
-
-class SessionGuard {
-  public:
-    explicit SessionGuard(ImagerSession& session) : lock(session.lock) { EnterCriticalSection(&lock); }
-    ~SessionGuard() { LeaveCriticalSection(&lock); }
-    SessionGuard(const SessionGuard&) = delete;
-    SessionGuard& operator=(const SessionGuard&) = delete;
-
-  private:
-    CRITICAL_SECTION& lock;
+    std::atomic<LONG> owners = 1;
 };
 
 }  // namespace cam

@@ -5,6 +5,7 @@
 
 #include "base/com_ptr.h"
 #include "base/picture_format.h"
+#include "base/thread_role.h"
 #include "imager_camera/imager_session.h"
 
 namespace cam {
@@ -63,12 +64,13 @@ LONG TextHeight(HFONT font) {
     return metrics.tmHeight;
 }
 
-// One run of the thread. *preview* thread only.
+// One run of the thread. *Worker* only.
 class PreviewRun {
   public:
     explicit PreviewRun(ImagerSession& shared) : session(shared), library(shared.library) {}
 
-    void Run() {
+    void Run() CAM_REQUIRES(kWorkerThread) {
+        CheckThread(kWorkerThread);
         if (Start() && PassUntilEnd() && !CutOff()) Stop();
     }
 
@@ -158,9 +160,9 @@ bool PreviewRun::TakeStill() {
     Deliver(session.stillCallback);
     if (CutOff() || !Save() || CutOff()) return false;
 
-    SessionGuard guard(session);
+    const auto progress = session.progress.Locked();
     session.Notify(ImagerNotice::StillCaptured, L"File captured.");
-    session.state = CAM_STATE_PREVIEWING;
+    progress->state = CameraState::Previewing;
     return true;
 }
 
@@ -172,23 +174,24 @@ void PreviewRun::Stamp() {
     DWORD position = 0;
     HFONT font = nullptr;
     {
-        SessionGuard guard(session);
-        text = std::move(session.request.overlayText);
+        const auto progress = session.progress.Locked();
+        StillRequest& request = progress->request;
+        text = std::move(request.overlayText);
         if (!text) return;
-        session.request.overlayTextIsOut = true;
-        position = session.request.overlayPosition;
-        font = session.request.overlayFont;
+        request.overlayTextIsOut = true;
+        position = request.overlayPosition;
+        font = request.overlayFont;
     }
     library->stampText(engine, text.get(), LibraryPosition(position), TextHeight(font), kStampOperation);
-    SessionGuard guard(session);
-    if (!session.request.overlayTextIsOut) return;
-    session.request.overlayText = std::move(text);
-    session.request.overlayTextIsOut = false;
+    const auto progress = session.progress.Locked();
+    if (!progress->request.overlayTextIsOut) return;
+    progress->request.overlayText = std::move(text);
+    progress->request.overlayTextIsOut = false;
 }
 
 PreviewRun::SaveOrder PreviewRun::WhatToSave() {
-    SessionGuard guard(session);
-    return {session.request.fileName, session.request.jpegQuality};
+    const auto progress = session.progress.Locked();
+    return {progress->request.fileName, progress->request.jpegQuality};
 }
 
 bool PreviewRun::Save() {
@@ -223,6 +226,7 @@ void PreviewRun::Deliver(camFrameCallback callback) {
 
 DWORD WINAPI ImagerPreviewThread(void* parameter) {
     if (!parameter) return 0;
+    const ThreadRoleScope role(kWorkerThread);
     ComPtr<ImagerSession> session;
     session.attach(static_cast<ImagerSession*>(parameter));
     PreviewRun(*session.get()).Run();
