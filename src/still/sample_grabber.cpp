@@ -37,9 +37,9 @@ HRESULT SampleGrabberFilter::GetMediaType(int position, filter_base::MediaType& 
 HRESULT SampleGrabberFilter::SetMediaType(PIN_DIRECTION, const AM_MEDIA_TYPE& type) {
     const VIDEOINFOHEADER* info = CompleteVideoInfo(type);
     if (!info || CheckInputType(type) != S_OK) return E_FAIL;
-    const LockGuard lock(formatLock_);
-    const HRESULT result = connectedType_.CopyFrom(type);
-    if (SUCCEEDED(result)) geometry_ = GeometryOf(type, *info);
+    const auto format = format_.Locked();
+    const HRESULT result = format->type.CopyFrom(type);
+    if (SUCCEEDED(result)) format->geometry = GeometryOf(type, *info);
     return result;
 }
 
@@ -50,9 +50,10 @@ HRESULT SampleGrabberFilter::Transform(IMediaSample* sample) {
     if (FAILED(result)) return result;
     // The whole buffer, not the length of the data in it.
     const auto size = static_cast<DWORD>(sample->GetSize());
-    // The geometry changes on this thread only while frames flow.
-    const camFrameCallback callback = callback_;
-    if (callback) callback(frame, size, geometry_.height, geometry_.width, geometry_.stride);
+    if (const camFrameCallback callback = callback_) {
+        const FrameGeometry geometry = format_.Locked()->geometry;
+        callback(frame, size, geometry.height, geometry.width, geometry.stride);
+    }
     return S_OK;
 }
 
@@ -63,16 +64,15 @@ HRESULT STDMETHODCALLTYPE SampleGrabberFilter::SetCallback(camFrameCallback call
 
 HRESULT STDMETHODCALLTYPE SampleGrabberFilter::GetGeometry(FrameGeometry* geometry) {
     if (!geometry) return E_POINTER;
-    const LockGuard lock(formatLock_);
-    *geometry = geometry_;
+    *geometry = format_.Locked()->geometry;
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE SampleGrabberFilter::GetInputMediaType(AM_MEDIA_TYPE* type) {
     if (!type) return E_POINTER;
     *type = AM_MEDIA_TYPE{};
-    const LockGuard lock(formatLock_);
-    return connectedType_.empty() ? VFW_E_NOT_CONNECTED : filter_base::CopyMediaType(connectedType_, *type);
+    const auto format = format_.Locked();
+    return format->type.empty() ? VFW_E_NOT_CONNECTED : filter_base::CopyMediaType(format->type, *type);
 }
 
 filter_base::ComObject* CreateSampleGrabber(IUnknown* outer, HRESULT* result) {

@@ -1,6 +1,9 @@
 // The filter through which preview frames reach the application.
 #pragma once
 
+#include <atomic>
+
+#include "base/lock.h"
 #include "filter_base/transform_in_place.h"
 #include "still/filter_interfaces.h"
 
@@ -28,12 +31,13 @@ class SampleGrabberFilter final
     HRESULT STDMETHODCALLTYPE GetInputMediaType(AM_MEDIA_TYPE* type) override;
 
   private:
-    // One pointer-sized store, read once for every frame.
-    volatile camFrameCallback callback_ = nullptr;
-    // Guards the two fields below against a reader while the *streaming* thread takes over a new type.
-    Lock formatLock_;
-    filter_base::MediaType connectedType_;  // accepted last
-    FrameGeometry geometry_ = {};
+    struct Format {
+        filter_base::MediaType type;  // accepted last
+        FrameGeometry geometry = {};
+    };
+
+    std::atomic<camFrameCallback> callback_ = nullptr;  // read once for every frame
+    Guarded<Format> format_;                            // changed by the *streaming* thread while frames flow
 };
 
 // A sample grabber with a count of 0 (ComObject). Null when there is no memory, and then E_OUTOFMEMORY in

@@ -66,33 +66,33 @@ HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetCallback(camFrameCallback cal
 
 // Whatever the new name is, the old one is forgotten.
 HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetFileName(const wchar_t* name) {
-    const LockGuard lock(settingsLock_);
-    settings_.fileName.reset();
-    settings_.hasFileName = true;
+    const auto settings = settings_.Locked();
+    settings->fileName.reset();
+    settings->hasFileName = true;
     if (!name) return S_OK;
     if (PictureFormatOf(name) == PictureFormat::None) return kBadFileName;
-    settings_.fileName = CopyText(name, std::wcslen(name));
-    return settings_.fileName ? S_OK : E_OUTOFMEMORY;
+    settings->fileName = CopyText(name, std::wcslen(name));
+    return settings->fileName ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetQualityLevel(int level) {
-    const LockGuard lock(settingsLock_);
-    settings_.qualityLevel = static_cast<BYTE>(level);
+    const auto settings = settings_.Locked();
+    settings->qualityLevel = static_cast<BYTE>(level);
     return S_OK;
 }
 
 // Without a text the old one is forgotten, while its position, colour and font stay.
 HRESULT STDMETHODCALLTYPE StillImageSinkFilter::SetText(UINT_PTR text, UINT_PTR length, UINT_PTR position,
                                                         UINT_PTR colorWord, UINT_PTR font) {
-    const LockGuard lock(settingsLock_);
-    settings_.text.reset();
-    settings_.hasText = true;
+    const auto settings = settings_.Locked();
+    settings->text.reset();
+    settings->hasText = true;
     if (!text || length == 0) return S_OK;
-    settings_.text = CopyText(reinterpret_cast<const wchar_t*>(text), length);
-    if (!settings_.text) return E_OUTOFMEMORY;
-    settings_.font = reinterpret_cast<HFONT>(font);
-    settings_.colorWord = static_cast<DWORD>(colorWord);
-    settings_.textPosition = static_cast<DWORD>(position);
+    settings->text = CopyText(reinterpret_cast<const wchar_t*>(text), length);
+    if (!settings->text) return E_OUTOFMEMORY;
+    settings->font = reinterpret_cast<HFONT>(font);
+    settings->colorWord = static_cast<DWORD>(colorWord);
+    settings->textPosition = static_cast<DWORD>(position);
     return S_OK;
 }
 
@@ -104,14 +104,14 @@ HRESULT STDMETHODCALLTYPE StillImageSinkFilter::GetBitmap(HBITMAP* bitmap) {
 
 // The file name stays for later pictures. So does a text that could not be stamped, until there is another.
 void StillImageSinkFilter::TakeSettings() {
-    const LockGuard lock(settingsLock_);
-    if (std::exchange(settings_.hasFileName, false)) picture_.fileName = std::move(settings_.fileName);
-    picture_.qualityLevel = settings_.qualityLevel;
-    if (!std::exchange(settings_.hasText, false)) return;
-    picture_.overlayText = std::move(settings_.text);
-    picture_.textPosition = settings_.textPosition;
-    picture_.colorWord = settings_.colorWord;
-    picture_.textFont = settings_.font;
+    const auto settings = settings_.Locked();
+    if (std::exchange(settings->hasFileName, false)) picture_.fileName = std::move(settings->fileName);
+    picture_.qualityLevel = settings->qualityLevel;
+    if (!std::exchange(settings->hasText, false)) return;
+    picture_.overlayText = std::move(settings->text);
+    picture_.textPosition = settings->textPosition;
+    picture_.colorWord = settings->colorWord;
+    picture_.textFont = settings->font;
 }
 
 // ---- The picture ---------------------------------------------------------------------------------

@@ -1,8 +1,10 @@
 // The filter that makes a picture of every still sample.
 #pragma once
 
+#include <atomic>
 #include <memory>
 
+#include "base/lock.h"
 #include "base/unique_resource.h"
 #include "filter_base/renderer.h"
 #include "still/filter_interfaces.h"
@@ -68,9 +70,8 @@ class StillImageSinkFilter final
     UniqueHandle savedEvent_;
     StillPicture picture_;  // *streaming* while frames flow
     UniqueResource<PictureBitmapPolicy> bitmap_;
-    volatile camFrameCallback callback_ = nullptr;
-    Lock settingsLock_;
-    Settings settings_;  // under settingsLock_
+    std::atomic<camFrameCallback> callback_ = nullptr;
+    Guarded<Settings> settings_;
 };
 
 // A still image sink with a count of 0 (ComObject). Null when there is no memory, and then E_OUTOFMEMORY in
