@@ -1,9 +1,9 @@
-// Measures thresholding, Group 4 coding and the way from a camera frame to a TIFF file against other libraries.
+// Measures thresholding, Group 4 coding and the whole path from a camera frame to a TIFF file against other libraries.
 //
-//   bilevel_bench [--film FILE.y4m] [--size WxH] [--content NAME] [--stage NAME] [--way NAME] [--pictures N] [--rounds N]
+//   bilevel_bench [--film FILE.y4m] [--size WxH] [--content NAME] [--stage NAME] [--contender NAME] [--pictures N] [--rounds N]
 //                 [--count]
 //
-// Without choices everything is measured. --count runs each chosen way once on each picture, inside CountedRun(), and prints the number of
+// Without choices everything is measured. --count runs each chosen contender once on each picture, inside CountedRun(), and prints the number of
 // pixels: scripts/count-instructions.sh counts the instructions from outside.
 #include <stdio.h>
 #include <stdlib.h>
@@ -12,7 +12,7 @@
 
 #include <algorithm>
 
-#include "bilevel_ways.h"
+#include "bilevel_contenders.h"
 
 using namespace cam::bench;
 
@@ -20,7 +20,7 @@ namespace {
 
 struct Options {
     std::string film = "build/media/film.y4m";
-    std::string size, content, stage, way;
+    std::string size, content, stage, contender;
     uint32_t pictures = 0;
     uint32_t rounds = 15;
     bool count = false;
@@ -46,9 +46,9 @@ struct Measure {
 }
 
 // All pictures in turn, several rounds: so many that no branch predictor can know them by heart.
-Measure Run(const Way& way, const std::vector<Picture>& pictures, uint32_t rounds) {
+Measure Run(const Contender& contender, const std::vector<Picture>& pictures, uint32_t rounds) {
     std::vector<Job> jobs;
-    for (const Picture& picture : pictures) jobs.push_back(way.bind(picture));
+    for (const Picture& picture : pictures) jobs.push_back(contender.bind(picture));
     const double pixels = static_cast<double>(pictures.size() * pictures[0].grey.size());
     Measure best;
     for (uint32_t round = 0; round < rounds; ++round) {
@@ -60,7 +60,7 @@ Measure Run(const Way& way, const std::vector<Picture>& pictures, uint32_t round
             const size_t made = CountedRun(job);
             time += Nanoseconds() - start;
             if (made == 0) {
-                fprintf(stderr, "%s %s failed\n", StageName(way.stage), way.name.c_str());
+                fprintf(stderr, "%s %s failed\n", StageName(contender.stage), contender.name.c_str());
                 exit(1);
             }
             bytes += made;
@@ -93,8 +93,8 @@ Options ReadOptions(int count, char** arguments) {
             options.content = value;
         else if (name == "--stage")
             options.stage = value;
-        else if (name == "--way")
-            options.way = value;
+        else if (name == "--contender")
+            options.contender = value;
         else if (name == "--pictures")
             options.pictures = static_cast<uint32_t>(atoi(value));
         else if (name == "--rounds")
@@ -107,13 +107,15 @@ Options ReadOptions(int count, char** arguments) {
     return options;
 }
 
-void PrintLine(const Way& way, Size size, Content content, const Measure& measure, const Measure& reference) {
+void PrintLine(const Contender& contender, Size size, Content content, const Measure& measure,
+               const Measure& reference) {
     char ratio[16] = "-";
     if (reference.nanoseconds > 0) {
         snprintf(ratio, sizeof ratio, "%.2f", reference.nanoseconds / measure.nanoseconds);
     }
-    printf("| %-9s | %-16s | %-9s | %-11s | %8.3f | %7s | %9.0f |\n", StageName(way.stage), way.name.c_str(),
-           size.Name().c_str(), ContentName(content), measure.nanoseconds, ratio, measure.bytes);
+    printf("| %-9s | %-16s | %-9s | %-11s | %8.3f | %7s | %9.0f |\n", StageName(contender.stage),
+           contender.name.c_str(), size.Name().c_str(), ContentName(content), measure.nanoseconds, ratio,
+           measure.bytes);
     fflush(stdout);
 }
 
@@ -121,10 +123,10 @@ void PrintLine(const Way& way, Size size, Content content, const Measure& measur
 
 int main(int argumentCount, char** arguments) {
     const Options options = ReadOptions(argumentCount, arguments);
-    std::vector<Way> ways = PeerWays();
-    for (Way& way : OwnWays()) ways.push_back(std::move(way));
+    std::vector<Contender> contenders = PeerContenders();
+    for (Contender& own : OwnContenders()) contenders.push_back(std::move(own));
     // The ones that the others are compared with come first.
-    std::stable_sort(ways.begin(), ways.end(), [](const Way& a, const Way& b) {
+    std::stable_sort(contenders.begin(), contenders.end(), [](const Contender& a, const Contender& b) {
         return a.stage != b.stage ? a.stage < b.stage : a.reference > b.reference;
     });
     if (!options.count) {
@@ -143,14 +145,16 @@ int main(int argumentCount, char** arguments) {
             const std::vector<Picture> pictures = MakePictures(content, size, count, options.film);
             Measure reference;
             Stage stage = Stage::Threshold;
-            for (const Way& way : ways) {
-                if (way.stage != stage) reference = {};
-                stage = way.stage;
-                if (!chosen(options.stage, StageName(way.stage)) || !chosen(options.way, way.name)) continue;
-                const Measure measure = Run(way, pictures, options.count ? 1 : options.rounds);
+            for (const Contender& contender : contenders) {
+                if (contender.stage != stage) reference = {};
+                stage = contender.stage;
+                if (!chosen(options.stage, StageName(contender.stage)) ||
+                    !chosen(options.contender, contender.name))
+                    continue;
+                const Measure measure = Run(contender, pictures, options.count ? 1 : options.rounds);
                 if (options.count) continue;
-                if (way.reference) reference = measure;
-                PrintLine(way, size, content, measure, reference);
+                if (contender.reference) reference = measure;
+                PrintLine(contender, size, content, measure, reference);
             }
             if (options.count) printf("%zu\n", pictures.size() * pictures[0].grey.size());
         }

@@ -1,12 +1,11 @@
 #include <string.h>
 
-#include "bilevel_ways.h"
+#include "bilevel_contenders.h"
 #include "still/pixels/pixel_convert.h"
-#include "tiff/adaptive_threshold.h"
-#include "tiff/encode_g4.h"
-#include "tiff/encode_g4_ways.h"
-#include "tiff/threshold_ways.h"
+#include "tiff/byte_buffer.h"
+#include "tiff/threshold_plan.h"
 #include "tiff/tiff_file.h"
+#include "tiff/tiff_kernels.h"
 
 namespace cam::bench {
 namespace {
@@ -15,7 +14,7 @@ uint32_t Pixels(const Picture& picture) {
     return picture.size.width * picture.size.rows;
 }
 
-Way ThresholdBy(const char* name, tiff::ThresholdWay* threshold) {
+Contender ThresholdBy(const char* name, tiff::ThresholdKernel* threshold) {
     return {Stage::Threshold, name, false, [threshold](const Picture& picture) {
                 // As the image writer has it: the plane at the front of a frame of 16-bit pixels.
                 auto buffer = std::make_shared<std::vector<uint8_t>>(picture.grey.size() * 2);
@@ -35,34 +34,32 @@ Way ThresholdBy(const char* name, tiff::ThresholdWay* threshold) {
             }};
 }
 
-Way EncodeBy(const char* name, tiff::EncodeG4Way* encode) {
+Contender EncodeBy(const char* name, tiff::EncodeG4Kernel* encode) {
     return {Stage::Group4, name, false, [encode](const Picture& picture) {
                 auto run = [encode, &picture]() -> size_t {
                     const auto size = static_cast<uint32_t>(picture.raster.size());
                     tiff::ByteBuffer output(size + picture.size.width, true);
-                    uint32_t bytes = 0;
-                    encode(picture.raster.data(), size, picture.size.width, picture.size.rows, output,
-                           &bytes);
-                    return bytes;
+                    encode(picture.raster, picture.size.width, picture.size.rows, output);
+                    return output.Length();
                 };
                 return Job{[] {}, run};
             }};
 }
 
-// Everything between a YUY2 frame and a TIFF file in memory, by the given ways to threshold and to convert pixels.
-Way FileBy(const char* name, tiff::ThresholdWay* threshold, still::PixelLevel level) {
+// Everything between a YUY2 frame and a TIFF file in memory, thresholding and converting pixels with the kernels of `set`.
+Contender FileBy(InstructionSet set) {
     return {
-        Stage::File, name, false, [=](const Picture& picture) {
+        Stage::File, NameOf(set), false, [=](const Picture& picture) {
             auto frame = std::make_shared<std::vector<uint8_t>>();
             auto run = [=, &picture]() -> size_t {
                 const still::FrameShape shape{picture.size.width, picture.size.rows, picture.size.width * 2};
-                const still::PixelRoutines& routines = *still::PixelRoutinesAt(level);
-                Yuy2ToGrey(frame->data(), shape, routines);
+                const still::PixelKernels& pixels = *still::kPixelKernels.For(set);
+                Yuy2ToGrey(frame->data(), shape, pixels);
                 tiff::ThresholdPlan plan;
                 PlanThreshold(frame->data(), shape.width, static_cast<int32_t>(shape.rows),
                               static_cast<uint32_t>(frame->size()), kThresholdRatio, &plan);
-                threshold(plan);
-                ExpandGrey(frame->data(), shape, routines);
+                tiff::kTiffKernels.For(set)->threshold(plan);
+                ExpandGrey(frame->data(), shape, pixels);
                 tiff::ByteBuffer file((Pixels(picture) + 7) / 8, true);
                 EncodeBilevelTiff(file, frame->data(), static_cast<int32_t>(shape.width),
                                   -static_cast<int32_t>(shape.rows), nullptr, false);
@@ -86,21 +83,21 @@ const char* StageName(Stage stage) {
     return "";
 }
 
-std::vector<Way> OwnWays() {
-    using namespace tiff;
-    using still::PixelLevel;
-    std::vector<Way> ways = {ThresholdBy("plain", ThresholdPlain), ThresholdBy("word", ThresholdWord),
-                             EncodeBy("plain", EncodeG4Plain), EncodeBy("word", EncodeG4Word)};
-#ifdef __x86_64__
-    ways.push_back(ThresholdBy("sse2", ThresholdSse2));
-    ways.push_back(EncodeBy("sse2", EncodeG4Sse2));
-    ways.push_back(FileBy("sse2", ThresholdSse2, PixelLevel::Sse2));
-    if (__builtin_cpu_supports("avx2")) {
-        ways.push_back(ThresholdBy("avx2", ThresholdAvx2));
-        ways.push_back(FileBy("avx2", ThresholdAvx2, PixelLevel::Avx2));
+std::vector<Contender> OwnContenders() {
+    std::vector<Contender> contenders;
+    const tiff::TiffKernels* slower = nullptr;
+    for (const InstructionSet set : kInstructionSets) {
+        const tiff::TiffKernels* const kernels = tiff::kTiffKernels.For(set);
+        if (!kernels) continue;
+        // A kernel that serves two sets bears the name of the first.
+        if (!slower || kernels->threshold != slower->threshold)
+            contenders.push_back(ThresholdBy(NameOf(set), kernels->threshold));
+        if (!slower || kernels->encodeG4 != slower->encodeG4)
+            contenders.push_back(EncodeBy(NameOf(set), kernels->encodeG4));
+        if (set > InstructionSet::Word) contenders.push_back(FileBy(set));
+        slower = kernels;
     }
-#endif
-    return ways;
+    return contenders;
 }
 
 }  // namespace cam::bench

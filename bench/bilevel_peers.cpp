@@ -2,7 +2,7 @@
 #include <string.h>
 #include <unistd.h>
 
-#include "bilevel_ways.h"
+#include "bilevel_contenders.h"
 
 #ifdef CAM_HAVE_LIBTIFF
 #include "tiff/libtiff_peer.h"
@@ -31,7 +31,7 @@ size_t LibtiffFile(const uint8_t* raster, Size size) {
     return writer.Close().size();
 }
 
-Way Libtiff() {
+Contender Libtiff() {
     return {Stage::Group4, "libtiff", true, [](const Picture& picture) {
                 return Job{[] {}, [&picture] { return LibtiffFile(picture.raster.data(), picture.size); }};
             }};
@@ -52,7 +52,7 @@ double OffsetFor(const Picture& picture) {
     return kThresholdRatio * static_cast<double>(sum) / static_cast<double>(picture.grey.size());
 }
 
-Way Opencv() {
+Contender Opencv() {
     return {Stage::Threshold, "opencv", true, [](const Picture& picture) {
                 auto out = std::make_shared<cv::Mat>();
                 auto run = [out, &picture, offset = OffsetFor(picture)]() -> size_t {
@@ -74,7 +74,7 @@ uint8_t PackEight(const uint8_t* bytes) {
     return static_cast<uint8_t>((word & 0x0101010101010101) * 0x8040201008040201 >> 56);
 }
 
-Way OpencvAndLibtiff() {
+Contender OpencvAndLibtiff() {
     return {Stage::File, "opencv + libtiff", true, [](const Picture& picture) {
                 auto grey = std::make_shared<cv::Mat>();
                 auto mask = std::make_shared<cv::Mat>();
@@ -153,7 +153,7 @@ class SpandspPage {
     t4_tx_state_t* state_ = nullptr;
 };
 
-Way Spandsp() {
+Contender Spandsp() {
     return {Stage::Group4, "spandsp", false, [](const Picture& picture) {
                 auto page = std::make_shared<SpandspPage>(picture);
                 return Job{[page] { page->Prepare(); }, [page] { return page->Run(); }};
@@ -162,7 +162,7 @@ Way Spandsp() {
 #endif
 
 #ifdef CAM_HAVE_LEPTONICA
-Way Leptonica() {
+Contender Leptonica() {
     return {Stage::Group4, "leptonica", false, [](const Picture& picture) {
                 std::shared_ptr<Pix> pix(
                     pixCreate(static_cast<int>(picture.size.width), static_cast<int>(picture.size.rows), 1),
@@ -187,25 +187,25 @@ Way Leptonica() {
 
 }  // namespace
 
-std::vector<Way> PeerWays() {
-    std::vector<Way> ways;
+std::vector<Contender> PeerContenders() {
+    std::vector<Contender> contenders;
 #ifdef CAM_HAVE_OPENCV
     cv::setNumThreads(1);
-    ways.push_back(Opencv());
+    contenders.push_back(Opencv());
 #endif
 #ifdef CAM_HAVE_LIBTIFF
-    ways.push_back(Libtiff());
+    contenders.push_back(Libtiff());
 #endif
 #if defined(CAM_HAVE_SPANDSP) && defined(CAM_HAVE_LIBTIFF)
-    ways.push_back(Spandsp());
+    contenders.push_back(Spandsp());
 #endif
 #ifdef CAM_HAVE_LEPTONICA
-    ways.push_back(Leptonica());
+    contenders.push_back(Leptonica());
 #endif
 #if defined(CAM_HAVE_OPENCV) && defined(CAM_HAVE_LIBTIFF)
-    ways.push_back(OpencvAndLibtiff());
+    contenders.push_back(OpencvAndLibtiff());
 #endif
-    return ways;
+    return contenders;
 }
 
 }  // namespace cam::bench

@@ -1,4 +1,4 @@
-// Times the pixel routines alone, so that two builds of them can be compared: one line for each routine, size and set, separated by
+// Times the pixel kernels alone, so that two builds of them can be compared: one line for each kernel, size and set, separated by
 // tabs, with nanoseconds a pixel. scripts/bench.sh runs the native and the Windows build in turn and prints the ratios.
 //
 // By the wall clock, which both systems read alike.
@@ -23,15 +23,6 @@ constexpr Size kSizes[] = {{640, 480}, {1600, 1200}, {2592, 1944}};
 constexpr std::size_t kPixelsForEach = 20'200'000;  // in all rounds: four of the largest size
 constexpr std::uint32_t kBandPixels = 640 * 480;
 
-struct NamedLevel {
-    const char* name;
-    PixelLevel level;
-};
-constexpr NamedLevel kLevels[] = {{"AVX2", PixelLevel::Avx2},
-                                  {"SSE2", PixelLevel::Sse2},
-                                  {"words", PixelLevel::Word},
-                                  {"plain", PixelLevel::Plain}};
-
 // On a page of its own, as a sample's buffer is: where each system's allocator would put it makes more difference than the build.
 class Pages {
   public:
@@ -47,33 +38,31 @@ class Pages {
 };
 
 // `rgb` has room for one row of RGB888, as an encoder has.
-using Kernel = void (*)(std::uint8_t* frame, const FrameShape& shape, const PixelRoutines& routines,
-                        std::uint8_t* rgb);
+using Run = void (*)(std::uint8_t* frame, const FrameShape& shape, const PixelKernels& kernels,
+                     std::uint8_t* rgb);
 
-void ToRgb888(std::uint8_t* frame, const FrameShape& shape, const PixelRoutines& routines,
-              std::uint8_t* rgb) {
+void ToRgb888(std::uint8_t* frame, const FrameShape& shape, const PixelKernels& kernels, std::uint8_t* rgb) {
     for (std::uint32_t y = 0; y < shape.rows; ++y, frame += shape.stride)
-        routines.rgb565RowToRgb888(rgb, frame, shape.width);
+        kernels.rgb565RowToRgb888(rgb, frame, shape.width);
 }
 
-template <void (*Conversion)(std::uint8_t*, const FrameShape&, const PixelRoutines&)>
-void InPlace(std::uint8_t* frame, const FrameShape& shape, const PixelRoutines& routines, std::uint8_t*) {
-    Conversion(frame, shape, routines);
+template <void (*Conversion)(std::uint8_t*, const FrameShape&, const PixelKernels&)>
+void InPlace(std::uint8_t* frame, const FrameShape& shape, const PixelKernels& kernels, std::uint8_t*) {
+    Conversion(frame, shape, kernels);
 }
 
-struct NamedKernel {
+struct NamedRun {
     const char* name;
-    Kernel run;
+    Run run;
 };
-constexpr NamedKernel kKernels[] = {{"YUY2 to RGB565", InPlace<Yuy2ToRgb565>},
-                                    {"luma of YUY2", InPlace<Yuy2ToGrey>},
-                                    {"grey of RGB565", InPlace<Rgb565ToGrey>},
-                                    {"grey to words", InPlace<ExpandGrey>},
-                                    {"RGB565 to RGB888", ToRgb888}};
+constexpr NamedRun kRuns[] = {{"YUY2 to RGB565", InPlace<Yuy2ToRgb565>},
+                              {"luma of YUY2", InPlace<Yuy2ToGrey>},
+                              {"grey of RGB565", InPlace<Rgb565ToGrey>},
+                              {"grey to words", InPlace<ExpandGrey>},
+                              {"RGB565 to RGB888", ToRgb888}};
 
 // Sum of the best times of bands of rows, so short that on a busy machine some round of each passes without a break.
-double BestNanoseconds(const NamedKernel& kernel, Size size, const PixelRoutines& routines,
-                       const Bytes& input) {
+double BestNanoseconds(const NamedRun& named, Size size, const PixelKernels& kernels, const Bytes& input) {
     const auto width = static_cast<std::uint32_t>(size.width);
     const auto height = static_cast<std::uint32_t>(size.height);
     const std::uint32_t stride = width * 2;
@@ -87,7 +76,7 @@ double BestNanoseconds(const NamedKernel& kernel, Size size, const PixelRoutines
             const auto first = static_cast<std::uint32_t>(band) * bandRows;
             const FrameShape shape = {width, std::min(bandRows, height - first), stride};
             const auto start = std::chrono::steady_clock::now();
-            kernel.run(frame.data() + std::size_t{first} * stride, shape, routines, rgb.data());
+            named.run(frame.data() + std::size_t{first} * stride, shape, kernels, rgb.data());
             const std::chrono::duration<double, std::nano> time = std::chrono::steady_clock::now() - start;
             best[band] = std::min(best[band], time.count());
         }
@@ -99,13 +88,13 @@ double BestNanoseconds(const NamedKernel& kernel, Size size, const PixelRoutines
 
 int main() {
     for (const Size& size : kSizes) {
-        const Bytes input = MakeYuy2(size);  // the routines take the same time over any bytes
-        for (const NamedKernel& kernel : kKernels) {
-            for (const NamedLevel& named : kLevels) {
-                const PixelRoutines* routines = PixelRoutinesAt(named.level);
-                if (!routines) continue;
-                std::printf("%s\t%dx%d\t%s\t%.4f\n", kernel.name, size.width, size.height, named.name,
-                            BestNanoseconds(kernel, size, *routines, input));
+        const Bytes input = MakeYuy2(size);  // the kernels take the same time over any bytes
+        for (const NamedRun& named : kRuns) {
+            for (const cam::InstructionSet set : cam::kInstructionSets) {
+                const PixelKernels* kernels = kPixelKernels.For(set);
+                if (!kernels) continue;
+                std::printf("%s\t%dx%d\t%s\t%.4f\n", named.name, size.width, size.height, cam::NameOf(set),
+                            BestNanoseconds(named, size, *kernels, input));
             }
         }
     }

@@ -1,5 +1,5 @@
 # pixel_bench: pixel conversions and encoders against libyuv, swscale, OpenCV, libjpeg-turbo and libpng, each of them if it is
-# installed. On Windows picture_bench: files and stamped text. kernel_bench: the pixel routines alone, to compare the two builds.
+# installed. On Windows picture_bench: files and stamped text. kernel_bench: the pixel kernels alone, to compare the two builds.
 add_executable(kernel_bench kernel_bench.cpp pixel_frames.cpp)
 target_link_libraries(kernel_bench PRIVATE ocellus_still)
 if(WIN32)

@@ -1,5 +1,5 @@
-// Times the pixel conversions and the encoders, each set of routines and each peer in turn, round after
-// round, and reports the best round of each: what the machine does when nothing else disturbs it.
+// Times the pixel conversions and the encoders, each kernel set and each peer in turn, round after round,
+// and reports the best round of each: what the machine does when nothing else disturbs it.
 //
 //     pixel_bench [conversions|encoders]
 #include <fcntl.h>
@@ -10,6 +10,7 @@
 #include <ctime>
 #include <filesystem>
 #include <functional>
+#include <ranges>
 #include <string>
 #include <vector>
 
@@ -74,32 +75,27 @@ void Race(const char* what, Size size, std::vector<Contender> contenders, int ro
     }
 }
 
-struct NamedLevel {
-    const char* name;
-    PixelLevel level;
-};
-constexpr NamedLevel kLevels[] = {{"Ocellus AVX2", PixelLevel::Avx2},
-                                  {"Ocellus SSE2", PixelLevel::Sse2},
-                                  {"Ocellus words", PixelLevel::Word},
-                                  {"Ocellus plain", PixelLevel::Plain}};
+std::string OursWith(cam::InstructionSet set) {
+    return std::string("Ocellus ") + cam::NameOf(set);
+}
 
 FrameShape ShapeOf(Size size) {
     const auto width = static_cast<std::uint32_t>(size.width);
     return {width, static_cast<std::uint32_t>(size.height), width * 2};
 }
 
-using Conversion = void (*)(std::uint8_t*, const FrameShape&, const PixelRoutines&);
+using Conversion = void (*)(std::uint8_t*, const FrameShape&, const PixelKernels&);
 
-// One contender for each level; the frame is made anew before each run, since the conversions work in place.
-std::vector<Contender> Levels(Conversion conversion, Size size, const Bytes& input, Bytes& frame) {
+// One contender for each kernel set, the fastest first; the frame is made anew before each run, since the conversions work in place.
+std::vector<Contender> KernelSets(Conversion conversion, Size size, const Bytes& input, Bytes& frame) {
     std::vector<Contender> contenders;
-    for (const NamedLevel& named : kLevels) {
-        const PixelRoutines* routines = PixelRoutinesAt(named.level);
-        contenders.push_back({named.name,
+    for (const cam::InstructionSet set : std::views::reverse(cam::kInstructionSets)) {
+        const PixelKernels* kernels = kPixelKernels.For(set);
+        contenders.push_back({OursWith(set),
                               [&input, &frame] { std::memcpy(frame.data(), input.data(), input.size()); },
                               [=, &frame] {
-                                  if (routines) conversion(frame.data(), ShapeOf(size), *routines);
-                                  return routines != nullptr;
+                                  if (kernels) conversion(frame.data(), ShapeOf(size), *kernels);
+                                  return kernels != nullptr;
                               }});
     }
     return contenders;
@@ -113,7 +109,7 @@ void RaceConversions(Size size) {
     Bytes grey = MakeBlackAndWhite(size);
     Bytes frame(pixels * 2), target(pixels * 2), argb(pixels * 4), rgb(pixels * 3);
 
-    auto toRgb = Levels(Yuy2ToRgb565, size, yuy2, frame);
+    auto toRgb = KernelSets(Yuy2ToRgb565, size, yuy2, frame);
     // Warm as the frames converted in place are: read once before the clock starts.
     const auto warm = [&] { std::memcpy(frame.data(), yuy2.data(), yuy2.size()); };
     toRgb.push_back({"libyuv AVX2, two passes", warm,
@@ -125,24 +121,24 @@ void RaceConversions(Size size) {
     toRgb.push_back({"swscale", warm, [&] { return SwscaleYuy2ToRgb565(frame, size, target); }});
     Race("YUY2 to RGB565", size, toRgb, rounds);
 
-    Race("Luma of YUY2", size, Levels(Yuy2ToGrey, size, yuy2, frame), rounds);
-    Race("Grey of RGB565", size, Levels(Rgb565ToGrey, size, rgb565, frame), rounds);
+    Race("Luma of YUY2", size, KernelSets(Yuy2ToGrey, size, yuy2, frame), rounds);
+    Race("Grey of RGB565", size, KernelSets(Rgb565ToGrey, size, rgb565, frame), rounds);
 
-    auto expansion = Levels(ExpandGrey, size, grey, frame);
+    auto expansion = KernelSets(ExpandGrey, size, grey, frame);
     expansion.push_back(
         {"OpenCV, grey to BGR565", warm, [&] { return OpenCvGreyTo565(grey, size, target); }});
     Race("Grey to words", size, expansion, rounds);
 
     std::vector<Contender> toRgb888;
-    for (const NamedLevel& named : kLevels) {
-        const PixelRoutines* routines = PixelRoutinesAt(named.level);
-        toRgb888.push_back({named.name, {}, [&, routines] {
-                                if (!routines) return false;
+    for (const cam::InstructionSet set : std::views::reverse(cam::kInstructionSets)) {
+        const PixelKernels* kernels = kPixelKernels.For(set);
+        toRgb888.push_back({OursWith(set), {}, [&, kernels] {
+                                if (!kernels) return false;
                                 // One row at a time into the same buffer, as the encoders do.
                                 for (int y = 0; y < size.height; ++y) {
-                                    routines->rgb565RowToRgb888(rgb.data(),
-                                                                rgb565.data() + ShapeOf(size).stride * y,
-                                                                static_cast<std::size_t>(size.width));
+                                    kernels->rgb565RowToRgb888(rgb.data(),
+                                                               rgb565.data() + ShapeOf(size).stride * y,
+                                                               static_cast<std::size_t>(size.width));
                                 }
                                 return true;
                             }});

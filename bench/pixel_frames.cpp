@@ -46,7 +46,7 @@ Bytes MakeBlackAndWhite(Size size) {
 
 Bytes Rgb888Of(const Bytes& rgb565) {
     Bytes rgb(rgb565.size() / 2 * 3);
-    still::kPlainPixels.rgb565RowToRgb888(rgb.data(), rgb565.data(), rgb565.size() / 2);
+    still::kPlainPixelKernels.rgb565RowToRgb888(rgb.data(), rgb565.data(), rgb565.size() / 2);
     return rgb;
 }
 

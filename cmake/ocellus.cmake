@@ -79,6 +79,25 @@ function(ocellus_module name)
     endif()
 endfunction()
 
+# ocellus_vector_kernels(OUT SSE2 files... AVX2 files...)
+# Sets OUT to the files, each compiled for its instruction set, or to nothing where processors have none of them. Which kernels run is decided on the
+# machine; see src/base/processor.h.
+function(ocellus_vector_kernels out)
+    cmake_parse_arguments(KERNELS "" "" "SSE2;AVX2" ${ARGN})
+    set(${out} "" PARENT_SCOPE)
+    if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i[3-6]86")
+        return()
+    endif()
+    set(files ${KERNELS_SSE2} ${KERNELS_AVX2})
+    set_source_files_properties(${KERNELS_SSE2} PROPERTIES COMPILE_OPTIONS -msse2)
+    set_source_files_properties(${KERNELS_AVX2} PROPERTIES COMPILE_OPTIONS -mavx2)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "i[3-6]86")
+        # Callers on 32-bit Windows align the stack to 4 bytes only.
+        set_property(SOURCE ${files} APPEND PROPERTY COMPILE_OPTIONS -mstackrealign)
+    endif()
+    set(${out} ${files} PARENT_SCOPE)
+endfunction()
+
 # ocellus_undecorated_exports(TARGET DEF)
 # Lets a DLL export its WINAPI functions under their plain names, which on 32-bit x86 differ from those that callers ask the import library for.
 function(ocellus_undecorated_exports target def)

@@ -1,20 +1,21 @@
-// Any plane: the fast ways to threshold it give what the plain one gives.
+// Any plane: the fast kernels make of it what the plain one makes.
 #include <stdlib.h>
 
 #include <vector>
 
-#include "tiff/threshold_ways.h"
+#include "tiff/threshold_plan.h"
+#include "tiff/tiff_kernels.h"
 
 using namespace cam::tiff;
 
 namespace {
 
-std::vector<uint8_t> Threshold(ThresholdWay* way, std::vector<uint8_t> plane, uint32_t width, uint32_t rows,
-                               float ratio) {
+std::vector<uint8_t> Threshold(ThresholdKernel* kernel, std::vector<uint8_t> plane, uint32_t width,
+                               uint32_t rows, float ratio) {
     ThresholdPlan plan;
     if (!PlanThreshold(plane.data(), width, static_cast<int32_t>(rows), static_cast<uint32_t>(plane.size()),
                        ratio, &plan) ||
-        !way(plan))
+        !kernel(plan))
         abort();
     return plane;
 }
@@ -30,11 +31,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (size_t i = 0; i < plane.size(); ++i) plane[i] = data[3 + i % (size - 3)];
 
     const std::vector<uint8_t> expected = Threshold(ThresholdPlain, plane, width, rows, ratio);
-    if (Threshold(ThresholdWord, plane, width, rows, ratio) != expected) abort();
-#if defined(__x86_64__) || defined(__i386__)
-    if (Threshold(ThresholdSse2, plane, width, rows, ratio) != expected) abort();
-    if (__builtin_cpu_supports("avx2") && Threshold(ThresholdAvx2, plane, width, rows, ratio) != expected)
-        abort();
-#endif
+    for (const cam::InstructionSet set : cam::kInstructionSets) {
+        const TiffKernels* kernels = kTiffKernels.For(set);
+        if (kernels && Threshold(kernels->threshold, plane, width, rows, ratio) != expected) abort();
+    }
     return 0;
 }

@@ -11,13 +11,13 @@ function compare(what, race, one, other, relation, aim) {
         row(what, size, relation, aim, time[race, size, one] / time[race, size, other])
 }
 
-# The smallest ratio over the contents that match: how many times faster `way` is than the peer.
-function slowest(what, stage, peer, way, contents, aim,    key, parts, s, ratio, least) {
+# The smallest ratio over the contents that match: how many times faster `ours` is than the peer.
+function slowest(what, stage, peer, ours, contents, aim,    key, parts, s, ratio, least) {
     for (s = 1; s <= bilevelSizes; ++s) {
         least = 0
         for (key in bilevel) {
             split(key, parts, SUBSEP)
-            if (parts[1] != stage || parts[2] != way || parts[3] != bilevelSize[s] || parts[4] !~ contents) continue
+            if (parts[1] != stage || parts[2] != ours || parts[3] != bilevelSize[s] || parts[4] !~ contents) continue
             if (!((stage, peer, parts[3], parts[4]) in bilevel)) continue
             ratio = bilevel[stage, peer, parts[3], parts[4]] / bilevel[key]
             if (!least || ratio < least) least = ratio
@@ -26,10 +26,10 @@ function slowest(what, stage, peer, way, contents, aim,    key, parts, s, ratio,
     }
 }
 # The largest number over all contents: instructions a pixel, or (peer given) their share of the peer's.
-function most(what, stage, way, peer, aim,    key, parts, number, largest) {
+function most(what, stage, ours, peer, aim,    key, parts, number, largest) {
     for (key in counted) {
         split(key, parts, SUBSEP)
-        if (parts[1] != stage || parts[2] != way) continue
+        if (parts[1] != stage || parts[2] != ours) continue
         number = peer == "" ? counted[key] : counted[key] / counted[stage, peer, parts[3]]
         if (number > largest) largest = number
     }
@@ -50,7 +50,7 @@ function most(what, stage, way, peer, aim,    key, parts, number, largest) {
     match($0, / [0-9.]+ ms /)
     time[race, size, name] = substr($0, RSTART, RLENGTH) + 0
 }
-# The comparison of the builds: the largest ratio of each routine and size.
+# The comparison of the builds: the largest ratio of all kernels and sizes.
 /^[A-Za-z].* +[0-9]+x[0-9]+ +[A-Za-z0-9]+ +[0-9.]+ +[0-9.]+ +[0-9.]+$/ {
     if ($NF > largestKernel) { largestKernel = $NF; worstKernel = $0; sub(/ +[0-9.]+ +[0-9.]+ +[0-9.]+$/, "", worstKernel); gsub(/ +/, " ", worstKernel) }
     ++kernels
@@ -60,10 +60,10 @@ function most(what, stage, way, peer, aim,    key, parts, number, largest) {
     bmpSize[++bmps] = $2 " x " ($4 + 0)
     bmpRatio[bmps] = $NF + 0
 }
-# ce_instructions: routine, way, count, per pixel, of plain, bytes.
-/^YUY2 to RGB565 +words / { arm["YUY2 to RGB565", 0.5] = $(NF - 1) }
-/^grey to words +words / { arm["grey to words", 0.6] = $(NF - 1) }
-/^RGB565 to RGB888 +words / { arm["RGB565 to RGB888", 0.6] = $(NF - 1) }
+# ce_instructions: kernel, set, count, per pixel, of plain, bytes.
+/^YUY2 to RGB565 +word / { arm["YUY2 to RGB565", 0.5] = $(NF - 1) }
+/^grey to words +word / { arm["grey to words", 0.6] = $(NF - 1) }
+/^RGB565 to RGB888 +word / { arm["RGB565 to RGB888", 0.6] = $(NF - 1) }
 
 # bilevel_bench: | stage | implementation | size | content | ns a pixel | ...; its instructions: | stage | implementation | content | number | share |.
 /^\| (threshold|group4|file) / {
@@ -79,13 +79,13 @@ END {
         size = sizes[s]
         fastest = "libyuv AVX2, two passes"
         if (time["YUY2 to RGB565", size, fastest " by row"] < time["YUY2 to RGB565", size, fastest]) fastest = fastest " by row"
-        compare("YUY2 to RGB565: libyuv's AVX2 (the faster of its two ways) to ours", "YUY2 to RGB565", fastest, "Ocellus AVX2", ">=", 1.5)
-        compare("YUY2 to RGB565: ours with SSE2 only to libyuv's AVX2", "YUY2 to RGB565", "Ocellus SSE2", fastest, "<=", 1.2)
-        compare("YUY2 to RGB565: swscale to ours", "YUY2 to RGB565", "swscale", "Ocellus AVX2", ">=", 5.5)
-        compare("grey to words: ours to OpenCV", "Grey to words", "Ocellus AVX2", "OpenCV, grey to BGR565", "<=", 1.2)
-        compare("grey to words: plain twin to ours", "Grey to words", "Ocellus plain", "Ocellus AVX2", ">=", 4)
-        compare("RGB565 to RGB888: ours to OpenCV", "RGB565 to RGB888 rows", "Ocellus AVX2", "OpenCV, BGR565 to RGB (not rounded)", "<=", 1.2)
-        compare("RGB565 to RGB888: plain twin to ours", "RGB565 to RGB888 rows", "Ocellus plain", "Ocellus AVX2", ">=", 4)
+        compare("YUY2 to RGB565: libyuv's AVX2 (the faster of its two forms) to ours", "YUY2 to RGB565", fastest, "Ocellus avx2", ">=", 1.5)
+        compare("YUY2 to RGB565: ours with SSE2 only to libyuv's AVX2", "YUY2 to RGB565", "Ocellus sse2", fastest, "<=", 1.2)
+        compare("YUY2 to RGB565: swscale to ours", "YUY2 to RGB565", "swscale", "Ocellus avx2", ">=", 5.5)
+        compare("grey to words: ours to OpenCV", "Grey to words", "Ocellus avx2", "OpenCV, grey to BGR565", "<=", 1.2)
+        compare("grey to words: plain twin to ours", "Grey to words", "Ocellus plain", "Ocellus avx2", ">=", 4)
+        compare("RGB565 to RGB888: ours to OpenCV", "RGB565 to RGB888 rows", "Ocellus avx2", "OpenCV, BGR565 to RGB (not rounded)", "<=", 1.2)
+        compare("RGB565 to RGB888: plain twin to ours", "RGB565 to RGB888 rows", "Ocellus plain", "Ocellus avx2", ">=", 4)
         compare("RGB565 to JPEG: ours to libjpeg-turbo alone", "JPEG in memory", "Ocellus, from RGB565", "libjpeg-turbo alone, from RGB888", "<=", 1.12)
         compare("YUY2 to JPEG: ours to libjpeg-turbo alone", "JPEG in memory", "Ocellus, from YUY2", "libjpeg-turbo alone, from RGB888", "<=", 1.25)
         if (s > 1)

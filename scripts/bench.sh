@@ -59,7 +59,7 @@ measureKernels() {
         scripts/host.sh build/host/bin/kernel_bench.exe | tr -d '\r' >>"$out/kernels.windows"
     done
     if [ -t 2 ]; then printf '\n' >&2; fi
-    printf 'Best of %d turns, ns a pixel\n%-18s %-10s %-6s %9s %9s %9s\n' "$alternations" routine size set native Windows ratio
+    printf 'Best of %d turns, ns a pixel\n%-18s %-10s %-6s %9s %9s %9s\n' "$alternations" kernel size set native Windows ratio
     awk -F '\t' '
         { key = sprintf("%-18s %-10s %-6s", $1, $2, $3); side = FILENAME ~ /native$/ ? "n" : "w" }
         !(key in seen) { seen[key] = 1; order[++count] = key }

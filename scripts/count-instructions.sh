@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Counts the instructions that thresholding and Group 4 coding take for each pixel, ours and other libraries', with valgrind: the same in
-# every run, whatever else the machine does. Of ours, the ways named after an instruction set are those that run on such a processor.
+# every run, whatever else the machine does. Of ours, the kernels named after an instruction set are those that run on such a processor.
 #
 #   scripts/count-instructions.sh [WIDTHxHEIGHT]    default: 640x480; build bilevel_bench first (scripts/bench.sh does)
 set -euo pipefail
@@ -13,10 +13,10 @@ bench=build/native/bin/bilevel_bench
 [ -x "$bench" ] || { echo "count-instructions: there is no $bench; build it: cmake --preset native && cmake --build --preset native --target bilevel_bench" >&2; exit 1; }
 command -v valgrind >/dev/null || { echo "count-instructions: valgrind is missing; run scripts/setup.sh bench" >&2; exit 1; }
 
-count() { # STAGE WAY CONTENT -> instructions a pixel; nothing when this build has no such way
+count() { # STAGE CONTENDER CONTENT -> instructions a pixel; nothing when this build has no such contender
     local report
     report=$(valgrind --tool=callgrind --callgrind-out-file=/dev/null --toggle-collect='*CountedRun*' \
-        "$bench" --count --pictures 2 --size "$size" --stage "$1" --way "$2" --content "$3" 2>&1) ||
+        "$bench" --count --pictures 2 --size "$size" --stage "$1" --contender "$2" --content "$3" 2>&1) ||
         { printf '%s\n' "$report" >&2; return 1; }
     awk '/^[0-9]+$/ { pixels = $1 } /Collected/ { if ($4 > 0 && pixels) printf "%.2f", $4 / pixels }' <<<"$report"
 }
@@ -25,12 +25,12 @@ printf '| %-9s | %-14s | %-11s | ins./pixel | of reference |\n|-----------|-----
 for content in page photograph halftone 'random bits'; do
     reference=
     for pair in group4:libtiff group4:spandsp group4:plain group4:word group4:sse2 threshold:opencv threshold:plain threshold:word threshold:sse2 threshold:avx2; do
-        stage=${pair%:*} way=${pair#*:}
-        if [ -t 2 ]; then printf '\r%-40s\r' "$content, $stage, $way" >&2; fi
-        instructions=$(count "$stage" "$way" "$content")
+        stage=${pair%:*} contender=${pair#*:}
+        if [ -t 2 ]; then printf '\r%-40s\r' "$content, $stage, $contender" >&2; fi
+        instructions=$(count "$stage" "$contender" "$content")
         [ -n "$instructions" ] || continue
-        case $way in libtiff | opencv) reference=$instructions ;; esac
-        printf '| %-9s | %-14s | %-11s | %10s | %12s |\n' "$stage" "$way" "$content" "$instructions" \
+        case $contender in libtiff | opencv) reference=$instructions ;; esac
+        printf '| %-9s | %-14s | %-11s | %10s | %12s |\n' "$stage" "$contender" "$content" "$instructions" \
             "$(awk -v n="$instructions" -v of="${reference:-0}" 'BEGIN { if (of > 0) printf "%.2f", n / of; else printf "-" }')"
     done
 done

@@ -65,33 +65,33 @@ class Bench {
             raster_[i / 8] = static_cast<u8>(raster_[i / 8] << 1 | (bilevel_[i] == 0));
     }
 
-    void Pixels(const char* name, u32 routine, const std::vector<u8>& input, bool inPlace) {
-        for (const u32 way : {kPlain, kWord}) {
-            Count(name, way, input, [&] {
+    void Pixels(const char* name, u32 kernel, const std::vector<u8>& input, bool inPlace) {
+        for (const u32 set : {kPlain, kWord}) {
+            Count(name, set, input, [&] {
                 for (u32 y = 0; y < kRows; ++y) {
                     const u32 row = kFrame + y * static_cast<u32>(input.size()) / kRows;
-                    Call("runPixels", {way, routine, inPlace ? row : kOut, row, kWidth});
+                    Call("runPixels", {set, kernel, inPlace ? row : kOut, row, kWidth});
                 }
                 return 0u;
             });
         }
     }
     void All() {
-        std::printf("%-28s %-8s %14s %12s %10s %10s\n", "640 x 480", "way", "instructions", "per pixel",
+        std::printf("%-28s %-8s %14s %12s %10s %10s\n", "640 x 480", "kernels", "instructions", "per pixel",
                     "of plain", "bytes");
         Pixels("YUY2 to RGB565", 0, yuy2_, true);
         Pixels("luma of YUY2", 1, yuy2_, false);
         Pixels("grey of RGB565", 2, rgb565_, false);
         Pixels("grey to words", 3, grey_, false);
         Pixels("RGB565 to RGB888", 4, rgb565_, false);
-        for (const u32 way : {kPlain, kWord, kChosen}) {
-            Count("threshold", way, grey_, [&] {
-                return Call("runThreshold", {way, kFrame, kWidth, kRows, kPixels, 10}), 0u;
+        for (const u32 set : {kPlain, kWord, kChosen}) {
+            Count("threshold", set, grey_, [&] {
+                return Call("runThreshold", {set, kFrame, kWidth, kRows, kPixels, 10}), 0u;
             });
         }
-        for (const u32 way : {kPlain, kWord, kChosen}) {
-            Count("Group 4", way, raster_, [&] {
-                return Call("runGroup4", {way, kFrame, kWidth, kRows, kOut, kBytes});
+        for (const u32 set : {kPlain, kWord, kChosen}) {
+            Count("Group 4", set, raster_, [&] {
+                return Call("runGroup4", {set, kFrame, kWidth, kRows, kOut, kBytes});
             });
         }
         Count("TIFF file", kChosen, Words(), [&] {
@@ -124,7 +124,7 @@ class Bench {
         return words;
     }
     template <typename F>
-    void Count(const char* name, u32 way, const std::vector<u8>& input, F run) {
+    void Count(const char* name, u32 set, const std::vector<u8>& input, F run) {
         u64 counts[2];
         u32 bytes = 0;
         for (u64& count : counts) {
@@ -134,9 +134,9 @@ class Bench {
             count = process_.machine.StopCounting();
         }
         repeatable = repeatable && counts[0] == counts[1];
-        const char* ways[] = {"plain", "words", "chosen"};
-        // The plain way of a routine is counted before its others.
-        if (way == kPlain) {
+        const char* sets[] = {"plain", "word", "chosen"};
+        // The plain kernel is counted before its others.
+        if (set == kPlain) {
             plainName_ = name;
             plainCount_ = counts[0];
         }
@@ -145,7 +145,7 @@ class Bench {
             std::snprintf(ofPlain, sizeof ofPlain, "%.3f",
                           static_cast<double>(counts[0]) / static_cast<double>(plainCount_));
         }
-        std::printf("%-28s %-8s %14llu %12.2f %10s %10u%s\n", name, ways[way],
+        std::printf("%-28s %-8s %14llu %12.2f %10s %10u%s\n", name, sets[set],
                     static_cast<unsigned long long>(counts[0]), static_cast<double>(counts[0]) / kPixels,
                     ofPlain, bytes, counts[0] == counts[1] ? "" : "  NOT REPEATED");
     }

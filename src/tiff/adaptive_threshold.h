@@ -9,7 +9,7 @@ namespace cam::tiff {
 // around it, whose side is an eighth of the picture's smaller side and which is clipped at the picture's borders.
 //
 // `plane`: |height| rows of `width` samples without padding, also the output.
-// `bufferSize`: bytes the buffer holds from `plane` on; what lies behind the samples may be used as scratch.
+// `bufferSize`: bytes the buffer holds from `plane` on; what lies past the samples may be used as scratch.
 // `ratio`: 0 to 1.
 //
 // False, and the plane untouched, for a null plane, an empty picture, a buffer too small, a ratio outside its range, or too

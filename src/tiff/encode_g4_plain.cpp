@@ -1,4 +1,4 @@
-#include "tiff/encode_g4_ways.h"
+#include "tiff/tiff_kernels.h"
 
 #include "tiff/g4_code_words.h"
 #include "tiff/g4_output.h"
@@ -135,18 +135,18 @@ class PlainCoder {
 
 }  // namespace
 
-bool EncodeG4Plain(const uint8_t* raster, uint32_t rasterLength, uint32_t width, uint32_t rows,
-                   ByteBuffer& output, uint32_t* outLength) {
-    if (!IsG4Raster(rasterLength, width, rows)) return false;
+bool EncodeG4Plain(std::span<const uint8_t> raster, uint32_t width, uint32_t rows, ByteBuffer& output) {
+    if (!IsG4Raster(raster, width, rows)) return false;
     G4LineState line;
     if (!line.lists.Create(width)) return false;
     line.width = static_cast<uint16_t>(width);
 
     PlainCoder coder(output.Data());
+    const uint32_t lineBytes = width / 8;
     for (uint32_t row = 0; row < rows; ++row) {
         if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
         coder.MoveTo(output.Data());
-        for (uint32_t i = 0; i < width / 8; ++i) line.Scan(*raster++);
+        for (const uint8_t byte : raster.subspan(size_t{row} * lineBytes, lineBytes)) line.Scan(byte);
         G4LineLists::Terminate(line.lists.Coding() + line.changeCount + 1, width);
         coder.CodeLine(line.lists.Reference(), line.lists.Coding(), static_cast<int>(width));
         line.lists.Swap();
@@ -157,7 +157,6 @@ bool EncodeG4Plain(const uint8_t* raster, uint32_t rasterLength, uint32_t width,
     if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
     coder.MoveTo(output.Data());
     coder.EndBlock();
-    *outLength = coder.Bytes();
     return output.SetLength(coder.Bytes());
 }
 

@@ -1,4 +1,4 @@
-#include "tiff/encode_g4_ways.h"
+#include "tiff/tiff_kernels.h"
 
 #include <emmintrin.h>
 #include <string.h>
@@ -35,19 +35,19 @@ uint64_t LoadBigEndian(const uint8_t* bytes) {
 
 class WordScanner {
   public:
-    static int16_t* Scan(const uint8_t* line, uint32_t bytes, int16_t* list) {
+    static int16_t* Scan(std::span<const uint8_t> line, int16_t* list) {
         uint64_t left = 0;  // the last pixel of the word before, as the highest bit
         int position = 0;
-        for (; bytes >= 8; bytes -= 8, line += 8, position += 64) {
-            const uint64_t word = LoadBigEndian(line);
+        for (; line.size() >= 8; line = line.subspan(8), position += 64) {
+            const uint64_t word = LoadBigEndian(line.data());
             list = Take(word ^ (word >> 1 | left), position, list);
             left = word << 63;
         }
-        if (bytes == 0) return list;
+        if (line.empty()) return list;
         uint64_t word = 0;
-        for (uint32_t i = 0; i < bytes; ++i) word |= uint64_t{line[i]} << (56 - 8 * i);
-        const uint64_t behind = ~uint64_t{0} >> (8 * bytes);
-        return Take((word ^ (word >> 1 | left)) & ~behind, position, list);
+        for (size_t i = 0; i < line.size(); ++i) word |= uint64_t{line[i]} << (56 - 8 * i);
+        const uint64_t beyond = ~uint64_t{0} >> (8 * line.size());
+        return Take((word ^ (word >> 1 | left)) & ~beyond, position, list);
     }
 
   private:
@@ -171,7 +171,7 @@ class BranchlessCoder : public WordScanner {
             const int64_t reach = a1 - b1 + kVerticalReach;
             if (static_cast<uint64_t>(reach & ~pass) < ModeTable::kVertical) {
                 const LeftCode code = kModes.codes[1 + (reach | pass)];
-                // Behind pass mode, two changes on. Behind vertical mode, the next change, unless a0 has just met it (then that after
+                // After pass mode, two changes on. After vertical mode, the next change, unless a0 has just met it (then that after
                 // the next) or the one before b1 still lies right of a0.
                 b += 1 - pass + 2 * (static_cast<int64_t>(b2 == a1) - static_cast<int64_t>(b[-1] > a1));
                 a += 1 + pass;
@@ -220,9 +220,8 @@ class BranchlessCoder : public WordScanner {
 
 }  // namespace
 
-bool EncodeG4Sse2(const uint8_t* raster, uint32_t rasterLength, uint32_t width, uint32_t rows,
-                  ByteBuffer& output, uint32_t* outLength) {
-    return EncodeG4Lines<BranchlessCoder>(raster, rasterLength, width, rows, output, outLength);
+bool EncodeG4Sse2(std::span<const uint8_t> raster, uint32_t width, uint32_t rows, ByteBuffer& output) {
+    return EncodeG4Lines<BranchlessCoder>(raster, width, rows, output);
 }
 
 }  // namespace cam::tiff

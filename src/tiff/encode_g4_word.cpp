@@ -1,4 +1,4 @@
-#include "tiff/encode_g4_ways.h"
+#include "tiff/tiff_kernels.h"
 #include "tiff/g4_code_words.h"
 #include "tiff/g4_output.h"
 
@@ -29,9 +29,10 @@ constexpr ChangeTable kChanges = MakeChangeTable();
 
 class ByteScanner {
   public:
-    static int16_t* Scan(const uint8_t* line, uint32_t bytes, int16_t* list) {
+    static int16_t* Scan(std::span<const uint8_t> bytes, int16_t* list) {
         ByteScanner scanner(list);
-        const uint8_t* const end = line + bytes;
+        const uint8_t* line = bytes.data();
+        const uint8_t* const end = line + bytes.size();
         while (line != end && reinterpret_cast<uintptr_t>(line) % sizeof(uint32_t) != 0)
             scanner.Take(*line++);
         for (; end - line >= static_cast<ptrdiff_t>(sizeof(uint32_t)); line += sizeof(uint32_t)) {
@@ -69,8 +70,8 @@ class ByteScanner {
 
 class WordCoder {
   public:
-    static int16_t* Scan(const uint8_t* line, uint32_t bytes, int16_t* list) {
-        return ByteScanner::Scan(line, bytes, list);
+    static int16_t* Scan(std::span<const uint8_t> line, int16_t* list) {
+        return ByteScanner::Scan(line, list);
     }
 
     void Start(uint8_t* output) { begin_ = out_ = output; }
@@ -162,9 +163,8 @@ class WordCoder {
 
 }  // namespace
 
-bool EncodeG4Word(const uint8_t* raster, uint32_t rasterLength, uint32_t width, uint32_t rows,
-                  ByteBuffer& output, uint32_t* outLength) {
-    return EncodeG4Lines<WordCoder>(raster, rasterLength, width, rows, output, outLength);
+bool EncodeG4Word(std::span<const uint8_t> raster, uint32_t width, uint32_t rows, ByteBuffer& output) {
+    return EncodeG4Lines<WordCoder>(raster, width, rows, output);
 }
 
 }  // namespace cam::tiff

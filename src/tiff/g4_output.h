@@ -1,10 +1,12 @@
-// What the Group 4 encoders share: the lists of changing elements, the bounded output area, and for the fast ones the walk over the rows.
+// What the Group 4 kernels share: the lists of changing elements, the bounded output area, and for the fast ones
+// the walk over the rows.
 #pragma once
 
 #include <stdint.h>
 
 #include <memory>
 #include <new>
+#include <span>
 #include <utility>
 
 #include "tiff/byte_buffer.h"
@@ -31,7 +33,7 @@ class G4LineLists {
         return true;
     }
 
-    // Puts the end of the line at `end`, behind the last change.
+    // Puts the end of the line at `end`, after the last change.
     static void Terminate(int16_t* end, uint32_t width) {
         for (int i = 0; i < kEnds; ++i) end[i] = static_cast<int16_t>(width);
     }
@@ -52,8 +54,8 @@ constexpr uint32_t G4LineBound(uint32_t width) {
 }
 
 // Whether a raster of these measures is in the encoder's range and complete.
-inline bool IsG4Raster(uint32_t rasterLength, uint32_t width, uint32_t rows) {
-    return width <= kG4MaxWidth && width % 8 == 0 && uint64_t{width / 8} * rows <= rasterLength;
+inline bool IsG4Raster(std::span<const uint8_t> raster, uint32_t width, uint32_t rows) {
+    return width <= kG4MaxWidth && width % 8 == 0 && uint64_t{width / 8} * rows <= raster.size();
 }
 
 // Sees to it that `room` bytes follow the first `used` ones of the data area, which are kept.
@@ -68,31 +70,30 @@ inline bool EnsureG4Room(ByteBuffer& output, uint32_t used, uint32_t room) {
 // EncodeG4 by a coder with
 //   Start(output), Move(output)         where the data begin, at first and after the area has grown
 //   Bytes()                             how many whole bytes are stored
-//   Scan(line, bytes, list)             writes the positions of a line's changes and returns the place behind them; it may overwrite
-//                                       eight entries behind that
+//   Scan(line, list)                    writes the positions of a line's changes and returns the place past them;
+//                                       it may overwrite eight entries beyond that
 //   CodeLine(reference, coding, width)  the lists' first changes; both end as G4LineLists::Terminate makes them
 //   EndBlock()
 template <typename Coder>
-bool EncodeG4Lines(const uint8_t* raster, uint32_t rasterLength, uint32_t width, uint32_t rows,
-                   ByteBuffer& output, uint32_t* outLength) {
-    if (!IsG4Raster(rasterLength, width, rows)) return false;
+bool EncodeG4Lines(std::span<const uint8_t> raster, uint32_t width, uint32_t rows, ByteBuffer& output) {
+    if (!IsG4Raster(raster, width, rows)) return false;
     G4LineLists lists;
     if (!lists.Create(width)) return false;
     Coder coder;
     coder.Start(output.Data());
     const uint32_t lineBytes = width / 8;
-    for (uint32_t row = 0; row < rows; ++row, raster += lineBytes) {
+    for (uint32_t row = 0; row < rows; ++row) {
         if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
         coder.Move(output.Data());
-        G4LineLists::Terminate(coder.Scan(raster, lineBytes, lists.Coding() + 1), width);
+        const auto line = raster.subspan(size_t{row} * lineBytes, lineBytes);
+        G4LineLists::Terminate(coder.Scan(line, lists.Coding() + 1), width);
         coder.CodeLine(lists.Reference() + 1, lists.Coding() + 1, static_cast<int>(width));
         lists.Swap();
     }
     if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
     coder.Move(output.Data());
     coder.EndBlock();
-    *outLength = coder.Bytes();
-    return output.SetLength(*outLength);
+    return output.SetLength(coder.Bytes());
 }
 
 }  // namespace cam::tiff

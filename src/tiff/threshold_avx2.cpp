@@ -1,3 +1,4 @@
+// Compiled with the AVX2 instruction set; called only on processors that have it.
 #include "tiff/threshold_simd.inl"
 
 namespace cam::tiff {

@@ -1,4 +1,5 @@
-#include "tiff/threshold_ways.h"
+#include "tiff/threshold_plan.h"
+#include "tiff/tiff_kernels.h"
 
 namespace cam::tiff {
 namespace {

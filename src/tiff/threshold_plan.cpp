@@ -1,5 +1,7 @@
 #include "tiff/threshold_plan.h"
 
+#include <stddef.h>
+
 #include <new>
 
 #include "base/frame.h"
@@ -26,6 +28,12 @@ bool PlanThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t buff
     return true;
 }
 
+ThresholdScratch::ThresholdScratch() : owned_(nullptr) {}
+
+ThresholdScratch::~ThresholdScratch() {
+    delete[] owned_;
+}
+
 void* ThresholdScratch::Take(const ThresholdPlan& plan, uint64_t size, uint32_t alignment) {
     auto toBoundary = [alignment](const uint8_t* p) {
         return static_cast<uint32_t>((0 - reinterpret_cast<uintptr_t>(p)) & (alignment - 1));
@@ -34,8 +42,8 @@ void* ThresholdScratch::Take(const ThresholdPlan& plan, uint64_t size, uint32_t 
     const uint32_t gap = toBoundary(plan.spare);
     if (plan.spareSize >= gap && plan.spareSize - gap >= size) return plan.spare + gap;
     if (needed > UINT32_MAX) return nullptr;
-    owned_.reset(new (std::nothrow) uint8_t[static_cast<size_t>(needed)]);
-    return owned_ ? owned_.get() + toBoundary(owned_.get()) : nullptr;
+    owned_ = new (std::nothrow) uint8_t[static_cast<size_t>(needed)];
+    return owned_ ? owned_ + toBoundary(owned_) : nullptr;
 }
 
 }  // namespace cam::tiff

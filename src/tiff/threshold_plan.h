@@ -1,9 +1,7 @@
-// What the ways to threshold a plane have in common: the checked arguments, the window, the scratch room.
+// What the threshold's kernels have in common: the checked arguments, the window, the scratch room.
 #pragma once
 
 #include <stdint.h>
-
-#include <memory>
 
 namespace cam::tiff {
 
@@ -14,26 +12,34 @@ struct ThresholdPlan {
     uint32_t side;       // of the window; odd
     uint32_t half;       // side / 2: how far the window reaches from its pixel
     float keep;          // 1 - ratio
-    uint8_t* spare;      // behind the samples: room that may be used as scratch
+    uint8_t* spare;      // past the samples: room that may be used as scratch
     uint32_t spareSize;  // in bytes
 
-    // The first row of the window around row y, and the first one behind it.
-    uint32_t WindowTop(uint32_t y) const { return y > half ? y - half : 0; }
-    uint32_t WindowBottom(uint32_t y) const { return y + half < rows ? y + half + 1 : rows; }
+    // The first row of the window around row y, and the first one past it. No copy of these may be left to the
+    // linker, since files for wider instruction sets call them too.
+    [[gnu::always_inline]] uint32_t WindowTop(uint32_t y) const { return y > half ? y - half : 0; }
+    [[gnu::always_inline]] uint32_t WindowBottom(uint32_t y) const {
+        return y + half < rows ? y + half + 1 : rows;
+    }
 };
 
 // False when the plane must be left untouched.
 bool PlanThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t bufferSize, float ratio,
                    ThresholdPlan* plan);
 
-// Room behind the plane where there is enough of it, else an allocation.
+// Room past the plane where there is enough of it, else an allocation.
 class ThresholdScratch {
   public:
-    // `size` bytes, aligned to `alignment` (a power of two). Null when there is no memory.
+    ThresholdScratch();
+    ~ThresholdScratch();
+    ThresholdScratch(const ThresholdScratch&) = delete;
+    ThresholdScratch& operator=(const ThresholdScratch&) = delete;
+
+    // `size` bytes, aligned to `alignment` (a power of two). Null when there is no memory. Once only.
     void* Take(const ThresholdPlan& plan, uint64_t size, uint32_t alignment);
 
   private:
-    std::unique_ptr<uint8_t[]> owned_;
+    uint8_t* owned_;  // no owner's inline functions here, see above
 };
 
 }  // namespace cam::tiff

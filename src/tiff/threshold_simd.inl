@@ -1,25 +1,24 @@
-// The threshold with vectors, for the width of vector that the including file is compiled for. Everything has internal linkage: code
-// for a wider instruction set must not become the one copy of a shared inline function.
+// The threshold with vectors; see base/simd/vector.h for what an including file must heed.
 //
-// The running sums of the window's rows, from the left border up to each column, are kept for even and odd columns apart: pixels
-// are added up in pairs, and a window, whose side is odd, always begins behind a column of one kind and ends at one of the other.
+// The running sums of the window's rows, from the left border up to each column, are kept for even and odd columns
+// apart: pixels are added up in pairs, and a window, whose side is odd, always begins after a column of one kind
+// and ends at one of the other.
 
-#include <immintrin.h>
 #include <string.h>
 
-#include "tiff/threshold_ways.h"
+#include "base/simd/vector.h"
+#include "tiff/threshold_plan.h"
+#include "tiff/tiff_kernels.h"
 
 namespace cam::tiff {
 namespace {
 
+using namespace simd;
+
 #ifdef __AVX2__
-using Vector = __m256i;
 using Floats = __m256;
-#define CAM_SIMD(operation) _mm256_##operation
 #else
-using Vector = __m128i;
 using Floats = __m128;
-#define CAM_SIMD(operation) _mm_##operation
 #endif
 
 constexpr uint32_t kBlock = sizeof(Vector);             // pixels of a step
@@ -31,102 +30,68 @@ struct Wide {
 };
 
 #ifdef __AVX2__
-inline Vector Load(const void* at) {
-    return _mm256_loadu_si256(static_cast<const __m256i*>(at));
-}
-inline Vector LoadAligned(const void* at) {
-    return _mm256_load_si256(static_cast<const __m256i*>(at));
-}
-inline void Store(void* at, Vector v) {
-    _mm256_storeu_si256(static_cast<__m256i*>(at), v);
-}
-inline Vector Zero() {
-    return _mm256_setzero_si256();
-}
-inline Vector LowBytes(Vector v) {
-    return _mm256_and_si256(v, _mm256_set1_epi16(0xFF));
-}
-
-inline Vector PrefixSumOfWords(Vector v) {
+Vector PrefixSumOfWords(Vector v) {
     v = _mm256_add_epi16(v, _mm256_slli_si256(v, 2));
     v = _mm256_add_epi16(v, _mm256_slli_si256(v, 4));
     v = _mm256_add_epi16(v, _mm256_slli_si256(v, 8));
-    const __m256i lowHalf = _mm256_permute2x128_si256(v, v, 0x08);
-    return _mm256_add_epi16(v, _mm256_shuffle_epi8(lowHalf, _mm256_set1_epi16(0x0F0E)));
+    const Vector lowHalf = _mm256_permute2x128_si256(v, v, 0x08);
+    return _mm256_add_epi16(v, _mm256_shuffle_epi8(lowHalf, Words(0x0F0E)));
 }
-inline Wide WidenSigned(Vector words) {
+Wide WidenSigned(Vector words) {
     return {_mm256_cvtepi16_epi32(_mm256_castsi256_si128(words)),
             _mm256_cvtepi16_epi32(_mm256_extracti128_si256(words, 1))};
 }
-inline Wide WidenUnsigned(Vector words) {
+Wide WidenUnsigned(Vector words) {
     return {_mm256_cvtepu16_epi32(_mm256_castsi256_si128(words)),
             _mm256_cvtepu16_epi32(_mm256_extracti128_si256(words, 1))};
 }
-inline Vector LastLane(Vector v) {
+Vector LastLane(Vector v) {
     return _mm256_permutevar8x32_epi32(v, _mm256_set1_epi32(7));
 }
-
-inline Vector NotBelow(Floats a, Floats b) {
+Vector NotBelow(Floats a, Floats b) {
     return _mm256_castps_si256(_mm256_cmp_ps(a, b, _CMP_NLT_UQ));
 }
 // Masks of 32 bits for even and odd pixels into one byte for each pixel.
-inline Vector MergeMasks(Wide even, Wide odd) {
-    const __m256i low = _mm256_blend_epi16(even.low, odd.low, 0xAA);
-    const __m256i high = _mm256_blend_epi16(even.high, odd.high, 0xAA);
-    return _mm256_permute4x64_epi64(_mm256_packs_epi16(low, high), 0xD8);
+Vector MergeMasks(Wide even, Wide odd) {
+    const Vector low = _mm256_blend_epi16(even.low, odd.low, 0xAA);
+    const Vector high = _mm256_blend_epi16(even.high, odd.high, 0xAA);
+    return SwapMiddle(_mm256_packs_epi16(low, high));
 }
 #else
-inline Vector Load(const void* at) {
-    return _mm_loadu_si128(static_cast<const __m128i*>(at));
-}
-inline Vector LoadAligned(const void* at) {
-    return _mm_load_si128(static_cast<const __m128i*>(at));
-}
-inline void Store(void* at, Vector v) {
-    _mm_storeu_si128(static_cast<__m128i*>(at), v);
-}
-inline Vector Zero() {
-    return _mm_setzero_si128();
-}
-inline Vector LowBytes(Vector v) {
-    return _mm_and_si128(v, _mm_set1_epi16(0xFF));
-}
-
-inline Vector PrefixSumOfWords(Vector v) {
+Vector PrefixSumOfWords(Vector v) {
     v = _mm_add_epi16(v, _mm_slli_si128(v, 2));
     v = _mm_add_epi16(v, _mm_slli_si128(v, 4));
     return _mm_add_epi16(v, _mm_slli_si128(v, 8));
 }
-inline Wide WidenSigned(Vector words) {
+Wide WidenSigned(Vector words) {
     return {_mm_srai_epi32(_mm_unpacklo_epi16(words, words), 16),
             _mm_srai_epi32(_mm_unpackhi_epi16(words, words), 16)};
 }
-inline Wide WidenUnsigned(Vector words) {
+Wide WidenUnsigned(Vector words) {
     return {_mm_unpacklo_epi16(words, Zero()), _mm_unpackhi_epi16(words, Zero())};
 }
-inline Vector LastLane(Vector v) {
+Vector LastLane(Vector v) {
     return _mm_shuffle_epi32(v, 0xFF);
 }
-
-inline Vector NotBelow(Floats a, Floats b) {
+Vector NotBelow(Floats a, Floats b) {
     return _mm_castps_si128(_mm_cmpnlt_ps(a, b));
 }
-inline Vector MergeMasks(Wide even, Wide odd) {
-    const __m128i evenWords = _mm_packs_epi32(even.low, even.high);
-    const __m128i oddWords = _mm_packs_epi32(odd.low, odd.high);
-    return _mm_or_si128(_mm_srli_epi16(evenWords, 8), _mm_slli_epi16(oddWords, 8));
+Vector MergeMasks(Wide even, Wide odd) {
+    const Vector evenWords = _mm_packs_epi32(even.low, even.high);
+    const Vector oddWords = _mm_packs_epi32(odd.low, odd.high);
+    return Or(OddBytes(evenWords), _mm_slli_epi16(oddWords, 8));
 }
 #endif
 
 // Adds `change` and what all columns before have changed by to the sums of kLanes columns; returns what was added.
-inline Vector AddToSums(uint32_t* sums, Vector change, Vector before) {
+Vector AddToSums(uint32_t* sums, Vector change, Vector before) {
     const Vector total = CAM_SIMD(add_epi32)(change, before);
-    Store(sums, CAM_SIMD(add_epi32)(total, LoadAligned(sums)));
+    Store(sums, CAM_SIMD(add_epi32)(total, CAM_SIMD_BITS(load)(reinterpret_cast<const Vector*>(sums))));
     return total;
 }
 
 // The sums around kLanes pixels of one kind, and what else their colour depends on.
-inline Vector IsWhite(Vector samples, const float* counts, const uint32_t* ends, const uint32_t* starts,
+Vector IsWhite(Vector samples, const float* counts, const uint32_t* ends, const uint32_t* starts,
                       Floats keep) {
     const Vector sums = CAM_SIMD(sub_epi32)(Load(ends), Load(starts));
     const Floats limit = CAM_SIMD(mul_ps)(CAM_SIMD(cvtepi32_ps)(sums), keep);
@@ -219,7 +184,7 @@ class VectorThreshold {
             memcpy(last[1], removed, rest);
             moveBlock(last[0], last[1]);
         }
-        // Behind the right border the sums stay what they are at it.
+        // Beyond the right border the sums stay what they are at it.
         for (uint32_t i = 0; i < padding_; i += kLanes) {
             AddToSums(even + i, Zero(), before);
             AddToSums(odd + i, Zero(), before);
@@ -228,9 +193,9 @@ class VectorThreshold {
 
     static Vector MoveBlock(uint32_t* evenSums, uint32_t* oddSums, Vector added, Vector removed,
                             Vector before) {
-        const Vector even = CAM_SIMD(sub_epi16)(LowBytes(added), LowBytes(removed));
+        const Vector even = CAM_SIMD(sub_epi16)(EvenBytes(added), EvenBytes(removed));
         const Vector odd =
-            CAM_SIMD(sub_epi16)(CAM_SIMD(srli_epi16)(added, 8), CAM_SIMD(srli_epi16)(removed, 8));
+            CAM_SIMD(sub_epi16)(OddBytes(added), OddBytes(removed));
         const Vector toOdd = PrefixSumOfWords(CAM_SIMD(add_epi16)(even, odd));
         const Wide evenChange = WidenSigned(CAM_SIMD(sub_epi16)(toOdd, odd));
         const Wide oddChange = WidenSigned(toOdd);
@@ -253,8 +218,8 @@ class VectorThreshold {
         const Floats keep = CAM_SIMD(set1_ps)(plan_.keep);
         uint32_t i = 0;
         auto classifyBlock = [&](Vector samples) __attribute__((always_inline)) {
-            const Wide even = WidenUnsigned(LowBytes(samples));
-            const Wide odd = WidenUnsigned(CAM_SIMD(srli_epi16)(samples, 8));
+            const Wide even = WidenUnsigned(EvenBytes(samples));
+            const Wide odd = WidenUnsigned(OddBytes(samples));
             const uint32_t j = i + kLanes;
             const Vector merged =
                 MergeMasks({IsWhite(even.low, evenCounts + i, evenEnds + i, evenStarts + i, keep),

@@ -1,6 +1,7 @@
 #include <string.h>
 
-#include "tiff/threshold_ways.h"
+#include "tiff/threshold_plan.h"
+#include "tiff/tiff_kernels.h"
 
 namespace cam::tiff {
 namespace {

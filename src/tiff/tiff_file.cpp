@@ -5,7 +5,7 @@
 #include "base/frame.h"
 #include "tiff/encode_g4.h"
 #include "tiff/g4_output.h"
-#include "tiff/pack_pixels.h"
+#include "tiff/tiff_kernels.h"
 
 namespace cam::tiff {
 namespace {
@@ -123,21 +123,21 @@ bool EncodeBilevelTiff(ByteBuffer& out, const uint8_t* pixels, int32_t width, in
     if (area > UINT32_MAX) return false;
 
     ByteBuffer compressed(static_cast<uint32_t>(area), true);
-    uint32_t stripBytes = 0;
     {
         ByteBuffer raster(static_cast<uint32_t>(area), false);
         if (!raster.Data() || !compressed.Data()) return false;
+        const TiffKernels& kernels = kTiffKernels.Fastest();
         // The file's first row is the picture's top row, whichever way the rows lie in memory.
         const size_t stride = RowStride(pixelsPerRow);
         uint8_t* bits = raster.Data();
         for (uint32_t row = 0; row < rows; ++row, bits += bytesPerRow) {
             const uint32_t source = height > 0 ? rows - 1 - row : row;
-            PackBlackPixels(pixels + source * stride, pixelsPerRow, bits);
+            kernels.packPixels(pixels + source * stride, pixelsPerRow, bits);
         }
         if (!raster.SetLength(static_cast<uint32_t>(rasterSize))) return false;
-        if (!EncodeG4(raster.Data(), raster.Length(), paddedWidth, rows, compressed, &stripBytes))
-            return false;
+        if (!EncodeG4({raster.Data(), raster.Length()}, paddedWidth, rows, compressed)) return false;
     }
+    const uint32_t stripBytes = compressed.Length();
     WriteTiffHeader(paddedWidth, rows, stripBytes, false, true, description, out, trailer);
     // What a buffer of fixed size took is its owner's to see by the length, as after the header. One that should have grown and could
     // not would make a file that ends in the middle of the picture.

@@ -1,5 +1,5 @@
-// The inner routines on ARM code: every way gives what the plain one gives, and what the same sources give on this machine; nothing is touched beside
-// the pixels, and nothing is read or written unaligned.
+// The kernels as ARM code: each gives what the plain one gives, and what the same sources give on this machine; nothing is touched beside the pixels, and
+// nothing is read or written unaligned.
 #include "support.h"
 
 #include <doctest/doctest.h>
@@ -8,7 +8,7 @@
 #include <random>
 
 #include "emulator/process.h"
-#include "still/pixels/pixel_routines.h"
+#include "still/pixels/pixel_kernels.h"
 #include "tiff/adaptive_threshold.h"
 #include "tiff/byte_buffer.h"
 #include "tiff/encode_g4.h"
@@ -17,9 +17,9 @@ using namespace ce;
 
 namespace {
 
-constexpr u32 kPlain = 0, kWord = 1, kChosen = 2;
+constexpr u32 kPlain = 0, kWord = 1, kChosen = 2;  // kernel sets
 constexpr u32 kYuy2ToRgb565 = 0, kGatherLuma = 1, kRgb565ToGrey = 2, kExpandGrey = 3, kRgb565ToRgb888 = 4;
-// Memory of the test's own, with nothing mapped before and behind it.
+// Memory of the test's own, with nothing mapped before and after it.
 constexpr u32 kIn = 0x60000000, kOut = 0x62000000, kBytes = 0x00100000;
 
 struct Fixture {
@@ -57,7 +57,7 @@ struct Fixture {
 };
 
 struct Row {
-    u32 routine, inBytes, outBytes;  // for each pixel
+    u32 kernel, inBytes, outBytes;  // for each pixel
     const char* name;
 };
 constexpr Row kRows[] = {{kGatherLuma, 2, 1, "luma"},
@@ -76,28 +76,28 @@ TEST_CASE_FIXTURE(Fixture, "rows of pixels: plain, words and this machine agree"
                 CAPTURE(std::string(row.name));
                 const auto input = Noise(row.inBytes * width);
                 std::vector<u8> native(row.outBytes * width);
-                const auto& here = cam::still::kPlainPixels;
-                (row.routine == kGatherLuma     ? here.gatherLumaRow
-                 : row.routine == kRgb565ToGrey ? here.rgb565RowToGrey
-                 : row.routine == kExpandGrey   ? here.expandGreyRow
-                                                : here.rgb565RowToRgb888)(native.data(), input.data(), width);
-                for (const u32 way : {kPlain, kWord, kChosen}) {
-                    // The pixels end where the memory ends, or begin `shift` bytes behind a word.
+                const auto& here = cam::still::kPlainPixelKernels;
+                (row.kernel == kGatherLuma     ? here.gatherLumaRow
+                 : row.kernel == kRgb565ToGrey ? here.rgb565RowToGrey
+                 : row.kernel == kExpandGrey   ? here.expandGreyRow
+                                               : here.rgb565RowToRgb888)(native.data(), input.data(), width);
+                for (const u32 set : {kPlain, kWord, kChosen}) {
+                    // The pixels end where the memory ends, or begin `shift` bytes past a word.
                     const u32 from = shift ? kIn + shift : PutLast(kIn, input);
                     if (shift) Put(from, input);
                     const u32 to = shift ? kOut + shift : kOut + kBytes - row.outBytes * width;
-                    Run("runPixels", {way, row.routine, to, from, width});
+                    Run("runPixels", {set, row.kernel, to, from, width});
                     REQUIRE(Get(to, row.outBytes * width) == native);
                     REQUIRE(Get(from, row.inBytes * width) == input);
                 }
             }
             auto yuy2 = Noise((width + 1) / 2 * 4);
             auto native = yuy2;
-            cam::still::kPlainPixels.yuy2RowToRgb565(native.data(), width);
-            for (const u32 way : {kPlain, kWord, kChosen}) {
+            cam::still::kPlainPixelKernels.yuy2RowToRgb565(native.data(), width);
+            for (const u32 set : {kPlain, kWord, kChosen}) {
                 const u32 at = PutLast(kIn, yuy2) - shift;
                 Put(at, yuy2);
-                Run("runPixels", {way, kYuy2ToRgb565, at, 0, width});
+                Run("runPixels", {set, kYuy2ToRgb565, at, 0, width});
                 REQUIRE(Get(at, static_cast<u32>(yuy2.size())) == native);
             }
         }
@@ -119,9 +119,9 @@ TEST_CASE_FIXTURE(Fixture, "threshold: plain, words and this machine agree to th
             REQUIRE(cam::tiff::AdaptiveThreshold(native.data(), shape.width, static_cast<i32>(shape.rows),
                                                  static_cast<u32>(native.size()),
                                                  static_cast<float>(percent) / 100.0f));
-            for (const u32 way : {kPlain, kWord, kChosen}) {
+            for (const u32 set : {kPlain, kWord, kChosen}) {
                 const u32 at = PutLast(kIn, plane);
-                REQUIRE(Run("runThreshold", {way, at, shape.width, shape.rows, static_cast<u32>(plane.size()),
+                REQUIRE(Run("runThreshold", {set, at, shape.width, shape.rows, static_cast<u32>(plane.size()),
                                              percent}) == 1);
                 REQUIRE(Get(at, static_cast<u32>(plane.size())) == native);
             }
@@ -142,12 +142,12 @@ TEST_CASE_FIXTURE(Fixture, "Group 4: plain, words and this machine write the sam
             CAPTURE(width);
             CAPTURE(kind);
             cam::tiff::ByteBuffer buffer(64, true);
-            u32 length = 0;
-            REQUIRE(cam::tiff::EncodeG4(raster.data(), size, width, rows, buffer, &length));
+            REQUIRE(cam::tiff::EncodeG4(raster, width, rows, buffer));
+            const u32 length = buffer.Length();
             const std::vector<u8> native(buffer.Data(), buffer.Data() + length);
-            for (const u32 way : {kPlain, kWord, kChosen}) {
+            for (const u32 set : {kPlain, kWord, kChosen}) {
                 const u32 at = PutLast(kIn, raster);
-                REQUIRE(Run("runGroup4", {way, at, width, rows, kOut, kBytes}) == length);
+                REQUIRE(Run("runGroup4", {set, at, width, rows, kOut, kBytes}) == length);
                 REQUIRE(Get(kOut, length) == native);
             }
         }

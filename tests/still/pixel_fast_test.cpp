@@ -1,4 +1,4 @@
-// Every fast routine gives what its plain twin gives, bit for bit, and touches nothing else.
+// Every fast kernel gives what its plain twin gives, bit for bit, and touches nothing else.
 #include "still/pixels/pixel_convert.h"
 
 #include <doctest/doctest.h>
@@ -12,27 +12,29 @@
 
 using cam::test::Flush;
 using cam::test::GuardedMemory;
+using namespace cam;
 using namespace cam::still;
 
 namespace {
 
-struct Way {
+struct NamedKernels {
     const char* name;
-    const PixelRoutines* pixels;
+    const PixelKernels* pixels;
 };
 
 // Those that this machine has.
-std::vector<Way> FastWays() {
-    std::vector<Way> ways = {{"word", PixelRoutinesAt(PixelLevel::Word)},
-                             {"sse2", PixelRoutinesAt(PixelLevel::Sse2)},
-                             {"avx2", PixelRoutinesAt(PixelLevel::Avx2)}};
-    std::erase_if(ways, [](const Way& way) { return !way.pixels; });
-    return ways;
+std::vector<NamedKernels> FastKernels() {
+    std::vector<NamedKernels> all;
+    for (const InstructionSet set : kInstructionSets) {
+        const PixelKernels* kernels = kPixelKernels.For(set);
+        if (kernels && set != InstructionSet::Plain) all.push_back({NameOf(set), kernels});
+    }
+    return all;
 }
 
 struct NamedConversion {
     const char* name;
-    void (*run)(std::uint8_t*, const FrameShape&, const PixelRoutines&);
+    void (*run)(std::uint8_t*, const FrameShape&, const PixelKernels&);
 };
 constexpr NamedConversion kConversions[] = {{"Yuy2ToRgb565", Yuy2ToRgb565},
                                             {"Yuy2ToGrey", Yuy2ToGrey},
@@ -57,7 +59,7 @@ Bytes HostileBytes(std::size_t size, unsigned seed) {
 TEST_CASE("YUY2 to RGB565 agrees for every Y, U and V") {
     Bytes every(512);
     for (int y = 0; y < 256; ++y) every[2 * y] = static_cast<std::uint8_t>(y);
-    for (const Way& fast : FastWays()) {
+    for (const NamedKernels& fast : FastKernels()) {
         CAPTURE(fast.name);
         int wrong = 0;
         for (int uv = 0; uv < 65536; ++uv) {
@@ -67,7 +69,7 @@ TEST_CASE("YUY2 to RGB565 agrees for every Y, U and V") {
             }
             Bytes expected = every;
             Bytes actual = every;
-            kPlainPixels.yuy2RowToRgb565(expected.data(), 256);
+            kPlainPixelKernels.yuy2RowToRgb565(expected.data(), 256);
             fast.pixels->yuy2RowToRgb565(actual.data(), 256);
             wrong += expected != actual;
         }
@@ -82,9 +84,9 @@ TEST_CASE("RGB565 agrees for every word") {
         every[2 * word + 1] = static_cast<std::uint8_t>(word >> 8);
     }
     Bytes expectedGrey(65536), expectedRgb(3 * 65536);
-    kPlainPixels.rgb565RowToGrey(expectedGrey.data(), every.data(), 65536);
-    kPlainPixels.rgb565RowToRgb888(expectedRgb.data(), every.data(), 65536);
-    for (const Way& fast : FastWays()) {
+    kPlainPixelKernels.rgb565RowToGrey(expectedGrey.data(), every.data(), 65536);
+    kPlainPixelKernels.rgb565RowToRgb888(expectedRgb.data(), every.data(), 65536);
+    for (const NamedKernels& fast : FastKernels()) {
         CAPTURE(fast.name);
         Bytes grey(65536), rgb(3 * 65536);
         fast.pixels->rgb565RowToGrey(grey.data(), every.data(), 65536);
@@ -95,7 +97,7 @@ TEST_CASE("RGB565 agrees for every word") {
 }
 
 TEST_CASE("frames of every width agree, flush against unreadable memory") {
-    for (const Way& fast : FastWays()) {
+    for (const NamedKernels& fast : FastKernels()) {
         CAPTURE(fast.name);
         for (std::uint32_t width = 1; width <= 70; ++width) {
             // With odd ones rows begin at any address, and every width sees noise as well as edges.
@@ -107,7 +109,7 @@ TEST_CASE("frames of every width agree, flush against unreadable memory") {
                 for (const auto& conversion : kConversions) {
                     CAPTURE(conversion.name);
                     Bytes expected = input;
-                    conversion.run(expected.data(), shape, kPlainPixels);
+                    conversion.run(expected.data(), shape, kPlainPixelKernels);
                     for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
                         const GuardedMemory frame(input.data(), input.size(), flush);
                         conversion.run(frame.data(), shape, *fast.pixels);
@@ -120,13 +122,13 @@ TEST_CASE("frames of every width agree, flush against unreadable memory") {
 }
 
 TEST_CASE("RGB888 rows of every width and alignment end where they must") {
-    for (const Way& fast : FastWays()) {
+    for (const NamedKernels& fast : FastKernels()) {
         CAPTURE(fast.name);
         for (std::uint32_t width = 1; width <= 70; ++width) {
             CAPTURE(width);
             const Bytes input = HostileBytes(2 * width, width);
             Bytes expected(3 * width);
-            kPlainPixels.rgb565RowToRgb888(expected.data(), input.data(), width);
+            kPlainPixelKernels.rgb565RowToRgb888(expected.data(), input.data(), width);
             for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
                 const GuardedMemory row(input.data(), input.size(), flush);
                 const GuardedMemory rgb(3 * width, flush);

@@ -1,4 +1,4 @@
-// What the conversions make of given pixels, for every set of routines that this machine has.
+// What the conversions make of given pixels, for every kernel set that this machine has.
 #include "still/pixels/pixel_convert.h"
 
 #include <doctest/doctest.h>
@@ -9,17 +9,18 @@
 
 #include "still/pixels/pixel_tables.h"
 
+using namespace cam;
 using namespace cam::still;
 
 namespace {
 
 // Those that this machine has.
-std::vector<const PixelRoutines*> AllWays() {
-    std::vector<const PixelRoutines*> ways;
-    for (const PixelLevel level : {PixelLevel::Plain, PixelLevel::Word, PixelLevel::Sse2, PixelLevel::Avx2}) {
-        if (const PixelRoutines* routines = PixelRoutinesAt(level)) ways.push_back(routines);
+std::vector<const PixelKernels*> AllKernels() {
+    std::vector<const PixelKernels*> all;
+    for (const InstructionSet set : kInstructionSets) {
+        if (const PixelKernels* kernels = kPixelKernels.For(set)) all.push_back(kernels);
     }
-    return ways;
+    return all;
 }
 
 std::uint16_t WordAt(const std::vector<std::uint8_t>& bytes, std::size_t index) {
@@ -45,14 +46,14 @@ TEST_CASE("YUY2 becomes RGB565 by the integer formula") {
         {82, 90, 41, 240, 0xF800, 0xD000},   // about red
         {41, 240, 41, 110, 0x001F, 0x001F},  // blue
     };
-    for (const PixelRoutines* routines : AllWays()) {
-        CAPTURE(routines);
+    for (const PixelKernels* kernels : AllKernels()) {
+        CAPTURE(kernels);
         for (const auto& c : cases) {
             CAPTURE(c.y0);
             CAPTURE(c.u);
             std::vector<std::uint8_t> frame;
             for (int pair = 0; pair < 40; ++pair) frame.insert(frame.end(), {c.y0, c.u, c.y1, c.v});
-            Yuy2ToRgb565(frame.data(), {80, 1, 160}, *routines);
+            Yuy2ToRgb565(frame.data(), {80, 1, 160}, *kernels);
             for (std::size_t pair : {0, 17, 39}) {
                 CHECK(WordAt(frame, 2 * pair) == c.first);
                 CHECK(WordAt(frame, 2 * pair + 1) == c.second);
@@ -62,11 +63,11 @@ TEST_CASE("YUY2 becomes RGB565 by the integer formula") {
 }
 
 TEST_CASE("an odd width ends with one pixel of its pair and leaves the padding") {
-    for (const PixelRoutines* routines : AllWays()) {
-        CAPTURE(routines);
+    for (const PixelKernels* kernels : AllKernels()) {
+        CAPTURE(kernels);
         std::vector<std::uint8_t> frame = {16, 128, 235, 128, 81,  128, 99, 128, 0xAA, 0xBB, 0xCC, 0xDD,
                                            81, 128, 16,  128, 235, 128, 77, 128, 0x11, 0x22, 0x33, 0x44};
-        Yuy2ToRgb565(frame.data(), {3, 2, 12}, *routines);
+        Yuy2ToRgb565(frame.data(), {3, 2, 12}, *kernels);
         const std::vector<std::uint8_t> expected = {0x00, 0x00, 0xFF, 0xFF, 0x69, 0x4A, 99,   128,
                                                     0xAA, 0xBB, 0xCC, 0xDD, 0x69, 0x4A, 0x00, 0x00,
                                                     0xFF, 0xFF, 77,   128,  0x11, 0x22, 0x33, 0x44};
@@ -80,8 +81,8 @@ TEST_CASE("grey of RGB565 is its blue alone") {
         std::uint8_t grey;
     } const cases[] = {{0xF800, 0}, {0x0000, 0}, {0xFFFF, 255}, {0x001F, 255}, {0x0001, 8}, {0x0010, 132},
                        {0x07E0, 0}, {0x0400, 0}, {0x03E0, 0},   {0x07E1, 8},   {0xFFE0, 0}, {0xF801, 8}};
-    for (const PixelRoutines* routines : AllWays()) {
-        CAPTURE(routines);
+    for (const PixelKernels* kernels : AllKernels()) {
+        CAPTURE(kernels);
         for (const auto& c : cases) {
             CAPTURE(c.word);
             std::vector<std::uint8_t> frame;
@@ -89,26 +90,26 @@ TEST_CASE("grey of RGB565 is its blue alone") {
                 frame.push_back(static_cast<std::uint8_t>(c.word));
                 frame.push_back(static_cast<std::uint8_t>(c.word >> 8));
             }
-            Rgb565ToGrey(frame.data(), {70, 1, 140}, *routines);
+            Rgb565ToGrey(frame.data(), {70, 1, 140}, *kernels);
             for (int x = 0; x < 70; ++x) CHECK(frame[x] == c.grey);
         }
     }
 }
 
 TEST_CASE("grey is packed to the front and expanded from there over padded rows") {
-    for (const PixelRoutines* routines : AllWays()) {
-        CAPTURE(routines);
+    for (const PixelKernels* kernels : AllKernels()) {
+        CAPTURE(kernels);
         const FrameShape shape = {37, 5, 80};
         std::vector<std::uint8_t> frame(shape.size());
         for (std::size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<std::uint8_t>(i * 29 + i / 80);
         const std::vector<std::uint8_t> before = frame;
-        Yuy2ToGrey(frame.data(), shape, *routines);
+        Yuy2ToGrey(frame.data(), shape, *kernels);
         for (std::uint32_t y = 0; y < shape.rows; ++y) {
             for (std::uint32_t x = 0; x < shape.width; ++x) {
                 CHECK(frame[y * shape.width + x] == before[y * shape.stride + 2 * x]);
             }
         }
-        ExpandGrey(frame.data(), shape, *routines);
+        ExpandGrey(frame.data(), shape, *kernels);
         for (std::uint32_t y = 0; y < shape.rows; ++y) {
             for (std::uint32_t x = 0; x < shape.width; ++x) {
                 const std::uint16_t expected = before[y * shape.stride + 2 * x] ? 0xFFFF : 0;

@@ -10,28 +10,15 @@
 
 #include "guarded_memory.h"
 #include "tiff/sample_rasters.h"
-#include "tiff/threshold_ways.h"
+#include "tiff/threshold_plan.h"
+#include "tiff/tiff_kernels.h"
 
 using cam::test::GuardedMemory;
 using cam::test::Random;
+using namespace cam;
 using namespace cam::tiff;
 
 namespace {
-
-struct Way {
-    const char* name;
-    ThresholdWay* threshold;
-    uint32_t largestSide;
-};
-
-std::vector<Way> FastWays() {
-    std::vector<Way> ways = {{"word", ThresholdWord, kWordLargestSide}};
-#if defined(__x86_64__) || defined(__i386__)
-    ways.push_back({"sse2", ThresholdSse2, kVectorLargestSide});
-    if (__builtin_cpu_supports("avx2")) ways.push_back({"avx2", ThresholdAvx2, kVectorLargestSide});
-#endif
-    return ways;
-}
 
 enum class Content { Noise, Soft, Flat, NearFlat, BlackAndWhite, Dark };
 constexpr Content kContents[] = {Content::Noise,    Content::Soft,          Content::Flat,
@@ -69,8 +56,8 @@ std::vector<uint8_t> Plane(Content content, uint32_t width, uint32_t rows, uint3
     return plane;
 }
 
-// The plane after `threshold`, in a buffer with `spare` bytes behind it and a guard page behind that.
-std::vector<uint8_t> Run(ThresholdWay* threshold, const std::vector<uint8_t>& plane, uint32_t width,
+// The plane after `threshold`, in a buffer with `spare` bytes past it and a guard page past that.
+std::vector<uint8_t> Run(ThresholdKernel* threshold, const std::vector<uint8_t>& plane, uint32_t width,
                          uint32_t rows, uint32_t spare, float ratio) {
     GuardedMemory block(plane.size() + spare);
     std::copy(plane.begin(), plane.end(), block.data());
@@ -115,7 +102,7 @@ TEST_CASE("the plain threshold is the comparison with the window's mean") {
     }
 }
 
-TEST_CASE("every way to threshold gives the plane of the plain one") {
+TEST_CASE("every kernel gives the plane of the plain one") {
     constexpr uint32_t kSizes[][2] = {{1, 1},    {1, 40},    {40, 1},    {15, 200}, {16, 16},
                                       {17, 16},  {16, 33},   {23, 23},   {24, 31},  {31, 100},
                                       {32, 64},  {33, 65},   {63, 40},   {64, 48},  {65, 49},
@@ -133,9 +120,11 @@ TEST_CASE("every way to threshold gives the plane of the plain one") {
                 const std::vector<uint8_t> expected = Run(ThresholdPlain, plane, width, rows, 0, ratio);
                 // Without scratch room, with too little, and with plenty of it.
                 for (uint32_t spare : {0u, width, width * rows + 3, width * rows * 9}) {
-                    for (const Way& way : FastWays()) {
-                        CAPTURE(way.name);
-                        CHECK(Run(way.threshold, plane, width, rows, spare, ratio) == expected);
+                    for (const InstructionSet set : kInstructionSets) {
+                        const TiffKernels* kernels = kTiffKernels.For(set);
+                        if (!kernels || set == InstructionSet::Plain) continue;
+                        CAPTURE(NameOf(set));
+                        CHECK(Run(kernels->threshold, plane, width, rows, spare, ratio) == expected);
                     }
                 }
             }
@@ -143,7 +132,7 @@ TEST_CASE("every way to threshold gives the plane of the plain one") {
     }
 }
 
-TEST_CASE("large windows: every way within its reach, and the dispatch beyond it") {
+TEST_CASE("large windows: every kernel within its reach, and the choice beyond it") {
     // Sides of 253, 257 and 263: below, at and above where sums stop being exact as floats.
     for (uint32_t smaller : {2030u, 2056u, 2105u}) {
         const uint32_t width = smaller, rows = smaller + 3;
@@ -151,16 +140,17 @@ TEST_CASE("large windows: every way within its reach, and the dispatch beyond it
         for (Content content : {Content::Noise, Content::Flat}) {
             const std::vector<uint8_t> plane = Plane(content, width, rows, smaller);
             const std::vector<uint8_t> expected = Run(ThresholdPlain, plane, width, rows, 0, 0.03f);
-            for (const Way& way : FastWays()) {
-                if (side > way.largestSide) continue;
-                CAPTURE(way.name);
+            for (const InstructionSet set : kInstructionSets) {
+                const TiffKernels* kernels = kTiffKernels.For(set);
+                if (!kernels || set == InstructionSet::Plain || side > kernels->maxThresholdSide) continue;
+                CAPTURE(NameOf(set));
                 CAPTURE(smaller);
-                CHECK(Run(way.threshold, plane, width, rows, 0, 0.03f) == expected);
+                CHECK(Run(kernels->threshold, plane, width, rows, 0, 0.03f) == expected);
             }
-            std::vector<uint8_t> dispatched = plane;
-            CHECK(AdaptiveThreshold(dispatched.data(), width, static_cast<int32_t>(rows),
-                                    static_cast<uint32_t>(dispatched.size()), 0.03f));
-            CHECK(dispatched == expected);
+            std::vector<uint8_t> chosen = plane;
+            CHECK(AdaptiveThreshold(chosen.data(), width, static_cast<int32_t>(rows),
+                                    static_cast<uint32_t>(chosen.size()), 0.03f));
+            CHECK(chosen == expected);
         }
     }
 }

@@ -7,8 +7,6 @@
 #include <memory>
 #include <vector>
 
-#include "tiff/pack_pixels.h"
-#include "guarded_memory.h"
 #include "tiff/sample_rasters.h"
 
 using cam::tiff::ByteBuffer;
@@ -128,25 +126,5 @@ TEST_CASE("many bits through a small buffer come out as they went in") {
     REQUIRE(buffer.Length() == (expected.size() + 7) / 8);
     for (size_t i = 0; i < expected.size(); ++i) {
         REQUIRE((buffer.Data()[i / 8] >> (7 - i % 8) & 1) == expected[i]);
-    }
-}
-
-TEST_CASE("packing pixels gives the bits that the bit writer would") {
-    constexpr uint16_t kWords[] = {0, 0, 0, 0xFFFF, 0xFFFF, 1, 0x0100, 0x8000, 0x00FF, 0xFF00};
-    cam::test::Random random(11);
-    for (uint32_t count = 0; count <= 200; ++count) {
-        for (size_t offset : {size_t{0}, size_t{2}}) {  // aligned to words, and not
-            const cam::test::GuardedMemory pixels(count * 2 + (offset ? 0 : (4 - count * 2 % 4) % 4));
-            ByteBuffer expected(64, false);
-            for (uint32_t x = 0; x < count; ++x) {
-                const uint16_t word = kWords[random.Below(10)];
-                memcpy(pixels.data() + 2 * x, &word, 2);
-                expected.PutBits(word == 0, 1);
-            }
-            expected.PadToByte(0);
-            const cam::test::GuardedMemory bits((count + 7) / 8);
-            cam::tiff::PackBlackPixels(pixels.data(), count, bits.data());
-            CHECK(memcmp(bits.data(), expected.Data(), bits.size()) == 0);
-        }
     }
 }

@@ -7,40 +7,41 @@
 #include <functional>
 #include <vector>
 
-#include "tiff/encode_g4_ways.h"
 #include "guarded_memory.h"
 #include "tiff/sample_rasters.h"
+#include "tiff/tiff_kernels.h"
 #ifdef CAM_HAVE_LIBTIFF
 #include "tiff/libtiff_peer.h"
 #endif
 
 using cam::test::GuardedMemory;
 using cam::test::Raster;
+using namespace cam;
 using namespace cam::tiff;
 
 namespace {
 
-struct Way {
+struct NamedEncoder {
     const char* name;
-    EncodeG4Way* encode;
+    EncodeG4Kernel* encode;
 };
 
-std::vector<Way> FastWays() {
-    std::vector<Way> ways = {{"dispatched", EncodeG4}, {"word", EncodeG4Word}};
-#ifdef __x86_64__
-    ways.push_back({"sse2", EncodeG4Sse2});
-#endif
-    return ways;
+// What this machine has, and what the library chooses.
+std::vector<NamedEncoder> FastEncoders() {
+    std::vector<NamedEncoder> encoders = {{"chosen", EncodeG4}};
+    for (const InstructionSet set : kInstructionSets) {
+        const TiffKernels* kernels = kTiffKernels.For(set);
+        if (kernels && kernels->encodeG4 != EncodeG4Plain)
+            encoders.push_back({NameOf(set), kernels->encodeG4});
+    }
+    return encoders;
 }
 
-std::vector<uint8_t> Encode(EncodeG4Way* encode, const Raster& raster, uint32_t capacity) {
+std::vector<uint8_t> Encode(EncodeG4Kernel* encode, const Raster& raster, uint32_t capacity) {
     const GuardedMemory bits(raster.bits.data(), raster.bits.size());
     ByteBuffer output(capacity, true);
-    uint32_t size = 0;
-    REQUIRE(
-        encode(bits.data(), static_cast<uint32_t>(bits.size()), raster.width, raster.rows, output, &size));
-    REQUIRE(size <= output.Capacity());
-    return {output.Data(), output.Data() + size};
+    REQUIRE(encode({bits.data(), bits.size()}, raster.width, raster.rows, output));
+    return {output.Data(), output.Data() + output.Length()};
 }
 
 Raster OneRow(uint32_t width, std::initializer_list<uint8_t> bytes) {
@@ -63,9 +64,9 @@ TEST_CASE("Group 4 codes of small pictures are the bits worked out by hand") {
     };
     for (const Case& c : cases) {
         CHECK(Encode(EncodeG4Plain, c.raster, 64) == c.bytes);
-        for (const Way& way : FastWays()) {
-            CAPTURE(way.name);
-            CHECK(Encode(way.encode, c.raster, 64) == c.bytes);
+        for (const NamedEncoder& fast : FastEncoders()) {
+            CAPTURE(fast.name);
+            CHECK(Encode(fast.encode, c.raster, 64) == c.bytes);
         }
     }
 }
@@ -76,10 +77,10 @@ TEST_CASE("every encoder gives the same bytes, whatever room it starts with") {
     for (const Raster& raster : rasters) {
         CAPTURE(raster.name);
         const std::vector<uint8_t> expected = Encode(EncodeG4Plain, raster, 0);
-        for (const Way& way : FastWays()) {
-            CAPTURE(way.name);
-            CHECK(Encode(way.encode, raster, 0) == expected);
-            CHECK(Encode(way.encode, raster, static_cast<uint32_t>(raster.bits.size()) + raster.width) ==
+        for (const NamedEncoder& fast : FastEncoders()) {
+            CAPTURE(fast.name);
+            CHECK(Encode(fast.encode, raster, 0) == expected);
+            CHECK(Encode(fast.encode, raster, static_cast<uint32_t>(raster.bits.size()) + raster.width) ==
                   expected);
         }
 #ifdef CAM_HAVE_LIBTIFF
@@ -97,12 +98,12 @@ TEST_CASE("all pictures of three short lines are coded as by the plain encoder")
         raster.bits = {static_cast<uint8_t>(seed), static_cast<uint8_t>(seed >> 8),
                        static_cast<uint8_t>(seed * 7 >> 3)};
         ByteBuffer expected(64, true), actual(64, true);
-        uint32_t expectedSize = 0, size = 0;
-        REQUIRE(EncodeG4Plain(raster.bits.data(), 3, 8, 3, expected, &expectedSize));
-        for (const Way& way : FastWays()) {
-            REQUIRE(way.encode(raster.bits.data(), 3, 8, 3, actual, &size));
-            if (size != expectedSize || memcmp(actual.Data(), expected.Data(), size) != 0) {
-                CAPTURE(way.name);
+        REQUIRE(EncodeG4Plain(raster.bits, 8, 3, expected));
+        for (const NamedEncoder& fast : FastEncoders()) {
+            REQUIRE(fast.encode(raster.bits, 8, 3, actual));
+            if (actual.Length() != expected.Length() ||
+                memcmp(actual.Data(), expected.Data(), actual.Length()) != 0) {
+                CAPTURE(fast.name);
                 CAPTURE(seed);
                 FAIL("another code");
             }
@@ -112,17 +113,17 @@ TEST_CASE("all pictures of three short lines are coded as by the plain encoder")
 
 TEST_CASE("what is out of range, incomplete or does not fit is refused") {
     const std::vector<uint8_t> bits(8192, 0x55);
-    for (EncodeG4Way* encode : {&EncodeG4, &EncodeG4Plain, &EncodeG4Word}) {
+    const std::span<const uint8_t> raster = bits;
+    for (EncodeG4Kernel* encode : {&EncodeG4, &EncodeG4Plain, &EncodeG4Word}) {
         ByteBuffer output(16, true);
-        uint32_t size = 0;
-        CHECK_FALSE(encode(bits.data(), 8192, kG4MaxWidth + 8, 1, output, &size));
-        CHECK_FALSE(encode(bits.data(), 8192, 12, 1, output, &size));
-        CHECK_FALSE(encode(bits.data(), 8191, 64, 1024, output, &size));
-        CHECK(encode(bits.data(), 8192, 64, 1024, output, &size));
+        CHECK_FALSE(encode(raster, kG4MaxWidth + 8, 1, output));
+        CHECK_FALSE(encode(raster, 12, 1, output));
+        CHECK_FALSE(encode(raster.first(8191), 64, 1024, output));
+        CHECK(encode(raster, 64, 1024, output));
         ByteBuffer fixed(16, false);
-        CHECK_FALSE(encode(bits.data(), 8192, 64, 1024, fixed, &size));
+        CHECK_FALSE(encode(raster, 64, 1024, fixed));
         ByteBuffer frozen(100000, true);
         frozen.SetFrozen(true);
-        CHECK_FALSE(encode(bits.data(), 8192, 64, 1024, frozen, &size));
+        CHECK_FALSE(encode(raster, 64, 1024, frozen));
     }
 }

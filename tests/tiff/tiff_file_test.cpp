@@ -105,16 +105,16 @@ TEST_CASE("description and trailer") {
         REQUIRE(entries.size() == 15);
         CHECK(entries[6].tag == 270);
         CHECK(entries[6].count == size);
-        const uint32_t behind = 30 + 12 * 15;
+        const uint32_t afterEntries = 30 + 12 * 15;
         if (outside) {
-            CHECK(entries[6].value == behind);
-            CHECK(memcmp(file.Data() + behind, text, size) == 0);
+            CHECK(entries[6].value == afterEntries);
+            CHECK(memcmp(file.Data() + afterEntries, text, size) == 0);
         } else {
             CHECK(memcmp(file.Data() + 10 + 6 * 12 + 8, text, size) == 0);
         }
-        CHECK(entries[7] == Entry{273, 4, 1, behind + outside});
-        CHECK(entries[14] == Entry{34171, 4, 1, behind + outside + 77});
-        CHECK(file.Length() == behind + outside);
+        CHECK(entries[7] == Entry{273, 4, 1, afterEntries + outside});
+        CHECK(entries[14] == Entry{34171, 4, 1, afterEntries + outside + 77});
+        CHECK(file.Length() == afterEntries + outside);
     }
 }
 

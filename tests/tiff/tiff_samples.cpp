@@ -76,17 +76,15 @@ int main(int count, char** arguments) {
             for (uint32_t x = 0; x < raster.width; ++x) pixels.push_back(raster.IsBlack(x, y) ? 0 : 0xFFFF);
         }
         tiff::ByteBuffer file(16, true), strip(16, true);
-        uint32_t size = 0;
         if (!EncodeBilevelTiff(file, reinterpret_cast<const uint8_t*>(pixels.data()),
                                static_cast<int32_t>(raster.width), -static_cast<int32_t>(raster.rows),
                                nullptr, false) ||
-            !EncodeG4(raster.bits.data(), static_cast<uint32_t>(raster.bits.size()), raster.width,
-                      raster.rows, strip, &size)) {
+            !EncodeG4(raster.bits, raster.width, raster.rows, strip)) {
             return 1;
         }
         Write(path + ".tif", "", file.Data(), file.Length(), "");
         if (raster.width <= kLargestPage && raster.rows >= kSmallestPage)
-            WritePdf(path + ".pdf", raster, strip.Data(), size);
+            WritePdf(path + ".pdf", raster, strip.Data(), strip.Length());
     }
     return 0;
 }

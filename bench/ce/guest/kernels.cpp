@@ -1,4 +1,4 @@
-// Calls into the library's modules, past the exported interface. `way`: 0 plain, 1 words, 2 what the library itself chooses.
+// Calls into the library's modules, past the exported interface. `set`: the kernels, 0 plain, 1 word, 2 what the library itself chooses.
 #include <windows.h>
 
 #include <new>
@@ -9,20 +9,19 @@
 #include "tiff/adaptive_threshold.h"
 #include "tiff/byte_buffer.h"
 #include "tiff/encode_g4.h"
-#include "tiff/encode_g4_ways.h"
 #include "tiff/threshold_plan.h"
-#include "tiff/threshold_ways.h"
 #include "tiff/tiff_file.h"
+#include "tiff/tiff_kernels.h"
 
 using namespace cam;
 
 namespace {
 
-enum Way { kPlain, kWord, kChosen };
-enum Routine { kYuy2ToRgb565, kGatherLuma, kRgb565ToGrey, kExpandGrey, kRgb565ToRgb888 };
+constexpr int kChosen = kInstructionSetCount;
+enum Kernel { kYuy2ToRgb565, kGatherLuma, kRgb565ToGrey, kExpandGrey, kRgb565ToRgb888 };
 
-const still::PixelRoutines& Routines(int way) {
-    return way == kPlain ? still::kPlainPixels : way == kWord ? still::kWordPixels : still::FastPixels();
+const still::PixelKernels& Pixels(int set) {
+    return set == kChosen ? still::kPixelKernels.Fastest() : *still::kPixelKernels.sets[set];
 }
 
 // Bytes into memory that the caller gave; counts on when it is full.
@@ -57,46 +56,42 @@ DWORD CopyOut(const tiff::ByteBuffer& from, DWORD length, BYTE* out, DWORD room)
 
 extern "C" {
 
-// One row through one of the pixel routines.
-void WINAPI runPixels(int way, int routine, BYTE* to, BYTE* from, DWORD width) {
-    const still::PixelRoutines& routines = Routines(way);
-    switch (routine) {
+// One row through one of the pixel kernels.
+void WINAPI runPixels(int set, int kernel, BYTE* to, BYTE* from, DWORD width) {
+    const still::PixelKernels& kernels = Pixels(set);
+    switch (kernel) {
         case kYuy2ToRgb565:
-            return routines.yuy2RowToRgb565(to, width);
+            return kernels.yuy2RowToRgb565(to, width);
         case kGatherLuma:
-            return routines.gatherLumaRow(to, from, width);
+            return kernels.gatherLumaRow(to, from, width);
         case kRgb565ToGrey:
-            return routines.rgb565RowToGrey(to, from, width);
+            return kernels.rgb565RowToGrey(to, from, width);
         case kExpandGrey:
-            return routines.expandGreyRow(to, from, width);
+            return kernels.expandGreyRow(to, from, width);
         default:
-            return routines.rgb565RowToRgb888(to, from, width);
+            return kernels.rgb565RowToRgb888(to, from, width);
     }
 }
 
 // A whole YUY2 frame to RGB565, as the library converts it.
-void WINAPI runFrame(int way, BYTE* frame, DWORD width, DWORD rows, DWORD stride) {
-    still::Yuy2ToRgb565(frame, {width, rows, stride}, Routines(way));
+void WINAPI runFrame(int set, BYTE* frame, DWORD width, DWORD rows, DWORD stride) {
+    still::Yuy2ToRgb565(frame, {width, rows, stride}, Pixels(set));
 }
 
-BOOL WINAPI runThreshold(int way, BYTE* plane, DWORD width, LONG height, DWORD size, DWORD percent) {
+BOOL WINAPI runThreshold(int set, BYTE* plane, DWORD width, LONG height, DWORD size, DWORD percent) {
     const float ratio = static_cast<float>(percent) / 100.0f;
-    if (way == kChosen) return tiff::AdaptiveThreshold(plane, width, height, size, ratio);
+    if (set == kChosen) return tiff::AdaptiveThreshold(plane, width, height, size, ratio);
     tiff::ThresholdPlan plan;
     if (!tiff::PlanThreshold(plane, width, height, size, ratio, &plan)) return FALSE;
-    return way == kPlain ? tiff::ThresholdPlain(plan) : tiff::ThresholdWord(plan);
+    return tiff::kTiffKernels.sets[set]->threshold(plan);
 }
 
-DWORD WINAPI runGroup4(int way, const BYTE* raster, DWORD width, DWORD rows, BYTE* out, DWORD room) {
+DWORD WINAPI runGroup4(int set, const BYTE* raster, DWORD width, DWORD rows, BYTE* out, DWORD room) {
     tiff::ByteBuffer buffer(64 * 1024, true);
-    const DWORD length = width / 8 * rows;
-    DWORD written = 0;
-    uint32_t count = 0;
-    const auto encode = way == kPlain  ? tiff::EncodeG4Plain
-                        : way == kWord ? tiff::EncodeG4Word
-                                       : tiff::EncodeG4;
-    if (encode(raster, length, width, rows, buffer, &count)) written = CopyOut(buffer, count, out, room);
-    return written;
+    const std::span<const BYTE> bits(raster, width / 8 * rows);
+    const auto encode = set == kChosen ? tiff::EncodeG4 : tiff::kTiffKernels.sets[set]->encodeG4;
+    if (!encode(bits, width, rows, buffer)) return 0;
+    return CopyOut(buffer, buffer.Length(), out, room);
 }
 
 DWORD WINAPI runJpeg(const BYTE* frame, LONG width, LONG height, DWORD stride, int quality, BYTE* out,

@@ -5,7 +5,7 @@
 
 #include <jpeglib.h>
 
-#include "still/pixels/pixel_routines.h"
+#include "still/pixels/pixel_kernels.h"
 
 namespace cam::still {
 namespace {
@@ -77,7 +77,7 @@ EncodeStatus Compress(const FrameRows& frame, int quality, Destination& destinat
     jpeg_set_defaults(&compressor);
     jpeg_set_quality(&compressor, quality, TRUE);
     jpeg_start_compress(&compressor, TRUE);
-    const PixelRoutines& pixels = FastPixels();
+    const PixelKernels& pixels = kPixelKernels.Fastest();
     for (std::uint32_t y = 0; y < frame.rows; ++y) {
         pixels.rgb565RowToRgb888(rgbRow, frame.top + static_cast<std::ptrdiff_t>(y) * frame.step,
                                  frame.width);

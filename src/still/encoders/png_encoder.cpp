@@ -5,7 +5,7 @@
 
 #include <png.h>
 
-#include "still/pixels/pixel_routines.h"
+#include "still/pixels/pixel_kernels.h"
 
 namespace cam::still {
 namespace {
@@ -56,7 +56,7 @@ EncodeStatus Write(png_structp png, png_infop info, const FrameRows& frame, Outp
     png_set_IHDR(png, info, frame.width, frame.rows, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
-    const PixelRoutines& pixels = FastPixels();
+    const PixelKernels& pixels = kPixelKernels.Fastest();
     for (std::uint32_t y = 0; y < frame.rows; ++y) {
         pixels.rgb565RowToRgb888(rgbRow, frame.top + static_cast<std::ptrdiff_t>(y) * frame.step,
                                  frame.width);

@@ -1,4 +1,4 @@
-#include "still/pixels/pixel_routines.h"
+#include "still/pixels/pixel_kernels.h"
 
 #include <algorithm>
 
@@ -72,7 +72,7 @@ void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t w
 
 }  // namespace
 
-const PixelRoutines kPlainPixels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
-                                    Rgb565RowToRgb888};
+const PixelKernels kPlainPixelKernels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
+                                         Rgb565RowToRgb888};
 
 }  // namespace cam::still

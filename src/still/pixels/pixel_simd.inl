@@ -1,67 +1,16 @@
-// The vector routines, for the width of vector that the including file is compiled for. Everything here has
-// internal linkage and nothing from the standard library is used: code of a wider instruction set must not
-// become the one copy of a shared inline function.
+// The pixel kernels with vectors; see base/simd/vector.h for what an including file must heed.
 
-#include <immintrin.h>
-
-#include "still/pixels/pixel_routines.h"
+#include "base/simd/vector.h"
+#include "still/pixels/pixel_kernels.h"
 #include "still/pixels/pixel_tables.h"
 
 namespace cam::still {
 namespace {
 
-#ifdef __AVX2__
-using Vector = __m256i;
-#define CAM_SIMD(operation) _mm256_##operation
-Vector Load(const std::uint8_t* at) {
-    return _mm256_loadu_si256(reinterpret_cast<const Vector*>(at));
-}
-void Store(std::uint8_t* at, Vector v) {
-    _mm256_storeu_si256(reinterpret_cast<Vector*>(at), v);
-}
-Vector And(Vector a, Vector b) {
-    return _mm256_and_si256(a, b);
-}
-Vector Or(Vector a, Vector b) {
-    return _mm256_or_si256(a, b);
-}
-Vector Zero() {
-    return _mm256_setzero_si256();
-}
-// Packing and unpacking work within 128-bit halves: brings quadwords into, or out of, the order that they
-// leave or expect.
-Vector SwapMiddle(Vector v) {
-    return _mm256_permute4x64_epi64(v, 0xD8);
-}
-#else
-using Vector = __m128i;
-#define CAM_SIMD(operation) _mm_##operation
-Vector Load(const std::uint8_t* at) {
-    return _mm_loadu_si128(reinterpret_cast<const Vector*>(at));
-}
-void Store(std::uint8_t* at, Vector v) {
-    _mm_storeu_si128(reinterpret_cast<Vector*>(at), v);
-}
-Vector And(Vector a, Vector b) {
-    return _mm_and_si128(a, b);
-}
-Vector Or(Vector a, Vector b) {
-    return _mm_or_si128(a, b);
-}
-Vector Zero() {
-    return _mm_setzero_si128();
-}
-Vector SwapMiddle(Vector v) {
-    return v;
-}
-#endif
+using namespace simd;
 
 constexpr std::size_t kVectorBytes = sizeof(Vector);
 constexpr std::size_t kVectorPixels = kVectorBytes / 2;  // of 16 bits
-
-Vector Words(int value) {
-    return CAM_SIMD(set1_epi16)(static_cast<short>(value));
-}
 
 // The colour terms halved (blue: quartered) fit 16 bits but for what saturates to the largest value anyway,
 // and dropping the lowest bits before the sum loses nothing: the part that carries them is the only odd one.
@@ -84,7 +33,7 @@ Vector Rgb565OfTerms(Vector luma, const ChromaTerms& chroma) {
 }
 
 Vector HalfLuma(Vector pairs) {
-    const Vector y = And(pairs, Words(0x00FF));
+    const Vector y = EvenBytes(pairs);
     return CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(y, Words(149)), Words(-149 * 16 + 64 - kShare));
 }
 
@@ -94,8 +43,8 @@ void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
     for (; left >= 2 * kVectorPixels; left -= 2 * kVectorPixels, row += 2 * kVectorBytes) {
         const Vector first = Load(row);
         const Vector second = Load(row + kVectorBytes);
-        const Vector u = CAM_SIMD(packs_epi32)(And(CAM_SIMD(srli_epi16)(first, 8), lowWords),
-                                               And(CAM_SIMD(srli_epi16)(second, 8), lowWords));
+        const Vector u = CAM_SIMD(packs_epi32)(And(OddBytes(first), lowWords),
+                                               And(OddBytes(second), lowWords));
         const Vector v =
             CAM_SIMD(packs_epi32)(CAM_SIMD(srli_epi32)(first, 24), CAM_SIMD(srli_epi32)(second, 24));
         // 409 E / 2, -50 D - 104 E and 129 D, with the offset of 128 multiplied out.
@@ -114,17 +63,17 @@ void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
         Store(row, Rgb565OfTerms(HalfLuma(first), low));
         Store(row + kVectorBytes, Rgb565OfTerms(HalfLuma(second), high));
     }
-    kPlainPixels.yuy2RowToRgb565(row, left);
+    kPlainPixelKernels.yuy2RowToRgb565(row, left);
 }
 
 void GatherLumaRow(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
     std::size_t left = width;
     for (; left >= kVectorBytes; left -= kVectorBytes, grey += kVectorBytes, row += 2 * kVectorBytes) {
-        const Vector first = And(Load(row), Words(0x00FF));
-        const Vector second = And(Load(row + kVectorBytes), Words(0x00FF));
+        const Vector first = EvenBytes(Load(row));
+        const Vector second = EvenBytes(Load(row + kVectorBytes));
         Store(grey, SwapMiddle(CAM_SIMD(packus_epi16)(first, second)));
     }
-    kPlainPixels.gatherLumaRow(grey, row, left);
+    kPlainPixelKernels.gatherLumaRow(grey, row, left);
 }
 
 #ifdef __AVX2__
@@ -156,7 +105,7 @@ Vector Blue(Vector p) {
 }
 #endif
 
-// The grey of RGB565 words is their blue; see the plain routine.
+// The grey of RGB565 words is their blue; see the plain kernel.
 void Rgb565RowToGrey(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
     std::size_t left = width;
     for (; left >= kVectorBytes; left -= kVectorBytes, grey += kVectorBytes, row += 2 * kVectorBytes) {
@@ -164,12 +113,12 @@ void Rgb565RowToGrey(std::uint8_t* grey, const std::uint8_t* row, std::size_t wi
         const Vector second = Blue(Load(row + kVectorBytes));
         Store(grey, SwapMiddle(CAM_SIMD(packus_epi16)(first, second)));
     }
-    kPlainPixels.rgb565RowToGrey(grey, row, left);
+    kPlainPixelKernels.rgb565RowToGrey(grey, row, left);
 }
 
 void ExpandGreyRow(std::uint8_t* row, const std::uint8_t* grey, std::size_t width) {
     std::size_t done = width / kVectorBytes * kVectorBytes;
-    kPlainPixels.expandGreyRow(row + 2 * done, grey + done, width - done);
+    kPlainPixelKernels.expandGreyRow(row + 2 * done, grey + done, width - done);
     const Vector ones = CAM_SIMD(set1_epi8)(-1);
     while (done > 0) {
         done -= kVectorBytes;
@@ -223,7 +172,7 @@ void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t w
         const Vector high = CAM_SIMD(unpackhi_epi16)(redGreen, blue);
         StoreRgb(rgb, low, high);
     }
-    kPlainPixels.rgb565RowToRgb888(rgb, row, left);
+    kPlainPixelKernels.rgb565RowToRgb888(rgb, row, left);
 }
 
 }  // namespace

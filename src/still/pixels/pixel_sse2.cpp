@@ -1,10 +1,10 @@
-#include "still/pixels/pixel_routines.h"
+#include "still/pixels/pixel_kernels.h"
 
 #include "still/pixels/pixel_simd.inl"
 
 namespace cam::still {
 
-const PixelRoutines kSse2Pixels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
-                                   Rgb565RowToRgb888};
+const PixelKernels kSse2PixelKernels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
+                                        Rgb565RowToRgb888};
 
 }  // namespace cam::still

@@ -20,7 +20,7 @@ constexpr std::array<std::uint8_t, Levels> MakeExpansion() {
 constexpr auto kExpand5 = MakeExpansion<32>();
 constexpr auto kExpand6 = MakeExpansion<64>();
 
-// The same without a table, for routines that work on many pixels at once: (v * scale + bias) >>
+// The same without a table, for kernels that work on many pixels at once: (v * scale + bias) >>
 // kExpandShift.
 constexpr int kExpandShift = 6;
 constexpr int kExpand5Scale = 527;

@@ -1,6 +1,6 @@
 // For processors with 32-bit registers, free shifts and tables in the cache, and nothing wider: whole words
 // are loaded and stored, clamping is a table lookup, and nothing branches on a pixel's colour.
-#include "still/pixels/pixel_routines.h"
+#include "still/pixels/pixel_kernels.h"
 
 #include <array>
 #include <bit>
@@ -71,7 +71,7 @@ constexpr ClampTable<11, 31> kClamp5;
 constexpr ClampTable<10, 63> kClamp6;
 
 void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
-    if (!Aligned(row)) return kPlainPixels.yuy2RowToRgb565(row, width);
+    if (!Aligned(row)) return kPlainPixelKernels.yuy2RowToRgb565(row, width);
     const std::uint8_t* const clamp5 = kClamp5.zero();
     const std::uint8_t* const clamp6 = kClamp6.zero();
     const std::uint8_t* const end = row + width / 2 * 4;
@@ -92,11 +92,11 @@ void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
         words |= std::uint32_t{clamp5[(luma1 + red) >> 11]} << 27;
         StoreWord(row, words);
     }
-    kPlainPixels.yuy2RowToRgb565(row, width & 1);
+    kPlainPixelKernels.yuy2RowToRgb565(row, width & 1);
 }
 
 void GatherLumaRow(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
-    if (!Aligned(grey) || !Aligned(row)) return kPlainPixels.gatherLumaRow(grey, row, width);
+    if (!Aligned(grey) || !Aligned(row)) return kPlainPixelKernels.gatherLumaRow(grey, row, width);
     const std::uint8_t* const end = grey + (width & ~std::size_t{3});
     for (; grey != end; grey += 4, row += 8) {
         const std::uint32_t first = LoadWord(row) & 0x00FF00FF;
@@ -104,16 +104,16 @@ void GatherLumaRow(std::uint8_t* grey, const std::uint8_t* row, std::size_t widt
         // Y0 . Y1 . with Y2 . Y3 . one byte up, then the middle bytes change places.
         StoreWord(grey, (first & 0xFF) | (first >> 8) | (second & 0xFF) << 16 | (second & 0xFF0000) << 8);
     }
-    kPlainPixels.gatherLumaRow(grey, row, width & 3);
+    kPlainPixelKernels.gatherLumaRow(grey, row, width & 3);
 }
 
-// The grey of an RGB565 word is its blue; see the plain routine.
+// The grey of an RGB565 word is its blue; see the plain kernel.
 std::uint32_t GreyOfWord(std::uint32_t p) {
     return kExpand5[p & 31];
 }
 
 void Rgb565RowToGrey(std::uint8_t* grey, const std::uint8_t* row, std::size_t width) {
-    if (!Aligned(grey) || !Aligned(row)) return kPlainPixels.rgb565RowToGrey(grey, row, width);
+    if (!Aligned(grey) || !Aligned(row)) return kPlainPixelKernels.rgb565RowToGrey(grey, row, width);
     const std::uint8_t* const end = grey + (width & ~std::size_t{3});
     for (; grey != end; grey += 4, row += 8) {
         const std::uint32_t first = LoadWord(row);
@@ -121,7 +121,7 @@ void Rgb565RowToGrey(std::uint8_t* grey, const std::uint8_t* row, std::size_t wi
         StoreWord(grey, GreyOfWord(first) | GreyOfWord(first >> 16) << 8 | GreyOfWord(second) << 16 |
                             GreyOfWord(second >> 16) << 24);
     }
-    kPlainPixels.rgb565RowToGrey(grey, row, width & 3);
+    kPlainPixelKernels.rgb565RowToGrey(grey, row, width & 3);
 }
 
 // Bytes a b as a a b b.
@@ -131,9 +131,9 @@ std::uint32_t DoubleBytes(std::uint32_t twoBytes) {
 }
 
 void ExpandGreyRow(std::uint8_t* row, const std::uint8_t* grey, std::size_t width) {
-    if (!Aligned(grey) || !Aligned(row)) return kPlainPixels.expandGreyRow(row, grey, width);
+    if (!Aligned(grey) || !Aligned(row)) return kPlainPixelKernels.expandGreyRow(row, grey, width);
     std::size_t done = width & ~std::size_t{3};
-    kPlainPixels.expandGreyRow(row + 2 * done, grey + done, width - done);
+    kPlainPixelKernels.expandGreyRow(row + 2 * done, grey + done, width - done);
     while (done > 0) {
         done -= 4;
         const std::uint32_t bytes = LoadWord(grey + done);
@@ -158,7 +158,7 @@ constexpr std::array<std::uint16_t, kGreenBlueMask + 1> MakeGreenBlue() {
 constexpr auto kGreenBlue = MakeGreenBlue();
 
 void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width) {
-    if (!Aligned(rgb) || !Aligned(row)) return kPlainPixels.rgb565RowToRgb888(rgb, row, width);
+    if (!Aligned(rgb) || !Aligned(row)) return kPlainPixelKernels.rgb565RowToRgb888(rgb, row, width);
     const std::uint8_t* const end = row + (width & ~std::size_t{3}) * 2;
     for (; row != end; row += 8, rgb += 12) {
         const std::uint32_t first = LoadWord(row);
@@ -175,12 +175,12 @@ void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t w
         StoreWord(rgb + 4, rest1 | red2 << 16 | rest2 << 24);
         StoreWord(rgb + 8, rest2 >> 8 | red3 << 8 | rest3 << 16);
     }
-    kPlainPixels.rgb565RowToRgb888(rgb, row, width & 3);
+    kPlainPixelKernels.rgb565RowToRgb888(rgb, row, width & 3);
 }
 
 }  // namespace
 
-const PixelRoutines kWordPixels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
-                                   Rgb565RowToRgb888};
+const PixelKernels kWordPixelKernels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
+                                        Rgb565RowToRgb888};
 
 }  // namespace cam::still

@@ -21,14 +21,14 @@ struct Job {
     std::function<size_t()> run;
 };
 
-struct Way {
+struct Contender {
     Stage stage;
     std::string name;
     bool reference;  // the others are compared with it
     std::function<Job(const Picture&)> bind;
 };
 
-std::vector<Way> OwnWays();
-std::vector<Way> PeerWays();
+std::vector<Contender> OwnContenders();
+std::vector<Contender> PeerContenders();
 
 }  // namespace cam::bench

@@ -1,0 +1,36 @@
+// The row kernels of the pixel conversions.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "base/processor.h"
+
+namespace cam::still {
+
+// Rows of `width` pixels. 16-bit pixels are little-endian words; YUY2 is Y0 U Y1 V for each pair of pixels.
+// No alignment is asked for. A kernel touches the bytes of its pixels only: 2 * width bytes of an RGB565 row
+// (a YUY2 row has whole pairs), width bytes of grey, 3 * width bytes of RGB888.
+struct PixelKernels {
+    // In place. An odd width ends with half a pair: its second pixel's bytes stay as they are.
+    void (*yuy2RowToRgb565)(std::uint8_t* row, std::size_t width);
+    // `grey` may be the row itself or lie anywhere before it, overlapping.
+    void (*gatherLumaRow)(std::uint8_t* grey, const std::uint8_t* row, std::size_t width);
+    void (*rgb565RowToGrey)(std::uint8_t* grey, const std::uint8_t* row, std::size_t width);
+    // Backwards: `row` may be the grey bytes themselves or lie anywhere past their start, overlapping.
+    void (*expandGreyRow)(std::uint8_t* row, const std::uint8_t* grey, std::size_t width);
+    // Bytes R, G, B. The two rows must not overlap.
+    void (*rgb565RowToRgb888)(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width);
+};
+
+extern const KernelTable<PixelKernels> kPixelKernels;
+
+// The sets of the table. The plain one also does what the others leave over at the end of a row.
+extern const PixelKernels kPlainPixelKernels;
+extern const PixelKernels kWordPixelKernels;
+#ifdef CAM_VECTOR_KERNELS
+extern const PixelKernels kSse2PixelKernels;
+extern const PixelKernels kAvx2PixelKernels;
+#endif
+
+}  // namespace cam::still

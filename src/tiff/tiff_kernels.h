@@ -1,0 +1,53 @@
+// The kernels of bilevel TIFF files.
+#pragma once
+
+#include <stdint.h>
+
+#include <span>
+
+#include "base/processor.h"
+
+namespace cam::tiff {
+
+class ByteBuffer;
+struct ThresholdPlan;
+
+// Replaces a plane by black and white. Takes a checked plan with a window that suits the kernel. False, and
+// nothing changed, when there is no memory.
+using ThresholdKernel = bool(const ThresholdPlan& plan);
+
+// Stores one bit for each of `count` 16-bit words, the most significant bit first: 1 for a word of 0, else 0.
+// The last byte is filled up with 0. `pixels` is aligned to 2 bytes; `bits` takes (count + 7) / 8 bytes. The two
+// must not overlap.
+using PackPixelsKernel = void(const uint8_t* pixels, uint32_t count, uint8_t* bits);
+
+// As EncodeG4.
+using EncodeG4Kernel = bool(std::span<const uint8_t> raster, uint32_t width, uint32_t rows,
+                            ByteBuffer& output);
+
+struct TiffKernels {
+    ThresholdKernel* threshold;
+    uint32_t maxThresholdSide;  // of the window, in pixels
+    PackPixelsKernel* packPixels;
+    EncodeG4Kernel* encodeG4;
+};
+
+extern const KernelTable<TiffKernels> kTiffKernels;
+
+// What stands in the table.
+
+ThresholdKernel ThresholdPlain;  // pixel by pixel, over an integral image kept in a ring of rows
+ThresholdKernel ThresholdWord;   // whole numbers only
+PackPixelsKernel PackPixelsPlain;
+PackPixelsKernel PackPixelsWord;
+EncodeG4Kernel
+    EncodeG4Plain;  // step by step after T.6, a byte of the raster and a bit of the output at a time
+EncodeG4Kernel EncodeG4Word;
+#ifdef CAM_VECTOR_KERNELS
+ThresholdKernel ThresholdSse2;
+ThresholdKernel ThresholdAvx2;
+PackPixelsKernel PackPixelsSse2;
+EncodeG4Kernel EncodeG4Sse2;  // 64-bit processors only
+#endif
+
+}  // namespace cam::tiff
