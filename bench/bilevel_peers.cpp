@@ -5,7 +5,7 @@
 #include "bilevel_contenders.h"
 
 #ifdef CAM_HAVE_LIBTIFF
-#include "tiff/libtiff_peer.h"
+#include "libtiff_peer.h"
 #endif
 #ifdef CAM_HAVE_OPENCV
 #include <opencv2/core.hpp>
@@ -23,8 +23,8 @@ namespace {
 
 #ifdef CAM_HAVE_LIBTIFF
 size_t LibtiffFile(const uint8_t* raster, Size size) {
-    test::MemoryTiff writer;
-    test::DescribeG4(writer.get(), size.width, size.rows);
+    peer::MemoryTiff writer;
+    peer::DescribeG4(writer.get(), size.width, size.rows);
     const size_t bytes = size_t{size.width / 8} * size.rows;
     // libtiff changes a raster only to turn its bits round, which this fill order does not need.
     TIFFWriteEncodedStrip(writer.get(), 0, const_cast<uint8_t*>(raster), static_cast<tmsize_t>(bytes));
@@ -101,8 +101,8 @@ class SpandspPage {
     explicit SpandspPage(const Picture& picture) : picture_(picture) {
         strcpy(path_, "/tmp/bilevel_bench_XXXXXX");
         const int file = mkstemp(path_);
-        test::MemoryTiff writer;
-        test::DescribeG4(writer.get(), picture.size.width, picture.size.rows);
+        peer::MemoryTiff writer;
+        peer::DescribeG4(writer.get(), picture.size.width, picture.size.rows);
         TIFFSetField(writer.get(), TIFFTAG_XRESOLUTION, 204.0f);
         TIFFSetField(writer.get(), TIFFTAG_YRESOLUTION, 196.0f);
         TIFFSetField(writer.get(), TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);

@@ -14,8 +14,9 @@
 #include <vector>
 
 #include <devicekit.h>
-#include <frames.h>
 #include <ocellus/cam.h>
+
+#include "scene/chart_reader.h"
 
 namespace {
 
@@ -156,11 +157,11 @@ LONG framesSeen;
 LONG framesLost;
 int lastNumber;
 
-void WINAPI CountFrame(void* bytes, DWORD size, LONG height, LONG width, DWORD stride) {
-    constexpr int numbers = 4096;
-    const auto* begin = static_cast<const BYTE*>(bytes);
-    const int number = FrameNumber({size, height, width, stride, {begin, begin + size}}, Layout::kRgb555);
-    if (framesSeen++ > 0) framesLost += (number - lastNumber + numbers - 1) % numbers;
+void WINAPI CountFrame(void* bytes, DWORD size, LONG height, LONG width, DWORD) {
+    constexpr int kNumbers = 1 << kit::chart::kCounterBits;
+    const kit::Format format = {kit::Layout::Rgb555, width, abs(height), height < 0};
+    const int number = kit::FrameNumber({static_cast<const BYTE*>(bytes), size}, format);
+    if (framesSeen++ > 0) framesLost += (number - lastNumber + kNumbers - 1) % kNumbers;
     lastNumber = number;
 }
 

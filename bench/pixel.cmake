@@ -14,7 +14,7 @@ find_package(OpenCV QUIET COMPONENTS core imgproc imgcodecs)
 find_library(CAM_YUV yuv)
 find_library(CAM_SWSCALE swscale)
 
-add_executable(pixel_bench pixel_bench.cpp pixel_frames.cpp pixel_peers.cpp)
+add_executable(pixel_bench EXCLUDE_FROM_ALL pixel_bench.cpp pixel_frames.cpp pixel_peers.cpp)
 target_link_libraries(pixel_bench PRIVATE ocellus_still)
 if(JPEG_FOUND)
     target_sources(pixel_bench PRIVATE ${PROJECT_SOURCE_DIR}/src/still/encoders/jpeg_encoder.cpp)

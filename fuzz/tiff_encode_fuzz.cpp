@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "tiff/encode_g4.h"
-#include "tiff/libtiff_peer.h"
+#include "libtiff_peer.h"
 #include "tiff/tiff_kernels.h"
 
 using namespace cam::tiff;
@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const uint32_t width = lineBytes * 8;
 
     const std::vector<uint8_t> expected = Encode(EncodeG4Plain, bits, width, rows);
-    if (cam::test::LibtiffDecodeG4(expected.data(), expected.size(), width, rows) != bits) abort();
+    if (cam::peer::LibtiffDecodeG4(expected.data(), expected.size(), width, rows) != bits) abort();
     for (const cam::InstructionSet set : cam::kInstructionSets) {
         const TiffKernels* kernels = kTiffKernels.For(set);
         if (kernels && Encode(kernels->encodeG4, bits, width, rows) != expected) abort();

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tiff/libtiff_peer.h"
+#include "libtiff_peer.h"
 #include "tiff/tiff_file.h"
 
 using namespace cam::tiff;
@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::vector<uint8_t> strip(stripBytes, 0x5A);
     if (!file.AppendBytes(strip.data(), stripBytes)) abort();
 
-    const cam::test::MemoryTiff reader({file.Data(), file.Data() + file.Length()});
+    const cam::peer::MemoryTiff reader({file.Data(), file.Data() + file.Length()});
     if (!reader.get()) abort();
     const bool compressed = group4 && !grey8;
     if (reader.Field<uint32_t>(TIFFTAG_IMAGEWIDTH) != width ||

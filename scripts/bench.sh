@@ -3,6 +3,7 @@
 #
 #   scripts/bench.sh             everything; about ten minutes on an idle machine
 #   scripts/bench.sh TABLE...    only some of: pixel kernels files latency arm bilevel
+#   scripts/bench.sh --build-only [TABLE...]    sets up and builds what they need, and measures nothing
 #
 # Each table stays in build/bench/TABLE.txt. Times are ratios within one run, best of many rounds; others on the machine disturb them
 # little, but a ratio that is missed by a hair deserves a second run. Ends with 1 when something could not be measured.
@@ -11,6 +12,11 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 tables=(pixel kernels files latency arm bilevel)
+buildOnly=
+if [ "${1:-}" = --build-only ]; then
+    buildOnly=yes
+    shift
+fi
 for table in "$@"; do
     [[ " ${tables[*]} " = *" $table "* ]] || refuse "there is no table '$table', only: ${tables[*]}"
 done
@@ -46,6 +52,7 @@ scripts/setup.sh bench >&2
 build native "${native[@]}"
 if [ ${#host[@]} -gt 0 ]; then build host launch "${host[@]}"; fi
 build ce "${ce[@]}"
+[ -z "$buildOnly" ] || exit 0
 
 # ---- Measuring --------------------------------------------------------------------------------------------------------
 

@@ -8,7 +8,7 @@ namespace {
 
 // For every byte the bit positions, from the left, at which a bit differs from the one to its left (0 before the first); then -1.
 struct ChangeTable {
-    int16_t positions[256][9];
+    int8_t positions[256][9];
 };
 
 constexpr ChangeTable MakeChangeTable() {
@@ -16,7 +16,7 @@ constexpr ChangeTable MakeChangeTable() {
     for (int byte = 0; byte < 256; ++byte) {
         int count = 0;
         int left = 0;
-        for (int16_t p = 0; p < 8; ++p) {
+        for (int8_t p = 0; p < 8; ++p) {
             const int bit = byte >> (7 - p) & 1;
             if (bit != left) table.positions[byte][count++] = p;
             left = bit;
@@ -37,7 +37,7 @@ struct G4LineState {
     G4LineLists lists;
 
     void Scan(uint8_t byte) {
-        const int16_t* change = kChanges.positions[byte ^ previousColor];
+        const int8_t* change = kChanges.positions[byte ^ previousColor];
         for (; *change >= 0; ++change)
             lists.Coding()[++changeCount] = static_cast<int16_t>(position + *change);
         position = static_cast<int16_t>(position + 8);

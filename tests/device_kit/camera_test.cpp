@@ -3,7 +3,7 @@
 
 #include <doctest/doctest.h>
 
-#include "device_kit/chart_reader.h"
+#include "scene/chart_reader.h"
 #include "properties.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "device_kit/chart_reader.h"
+#include "scene/chart_reader.h"
 #include "look.h"
 #include "properties.h"
 #include "scene/scene.h"

@@ -8,7 +8,7 @@
 
 #include <ocellus/cam.h>
 
-#include "device_kit/chart_reader.h"
+#include "scene/chart_reader.h"
 
 // The arguments of a frame callback and a copy of the frame.
 struct Frame {
@@ -22,7 +22,7 @@ struct Frame {
     // Room for the rounding to five bits, for the conversion from YUY2 and for the colour that this shares between two pixels.
     bool ShowsChart(kit::Layout layout) const {
         constexpr int kTolerance = 40;
-        return kit::test::ShowsChart(bytes, FormatOf(layout), kTolerance);
+        return kit::ShowsChart(bytes, FormatOf(layout), kTolerance);
     }
     // Pixel of the picture, (0, 0) at the top left, whichever way the rows are stored.
     WORD At(int x, int y) const;

@@ -47,7 +47,7 @@ TEST_CASE("preview frames reach the callback as they leave the camera") {
             CHECK(frame.stride == c.stride);
             CHECK(frame.size >= c.stride * static_cast<DWORD>(abs(c.height)));
             CHECK(frame.ShowsChart(kit::Layout::Rgb555));
-            const int number = kit::test::FrameNumber(frame.bytes, frame.FormatOf(kit::Layout::Rgb555));
+            const int number = kit::FrameNumber(frame.bytes, frame.FormatOf(kit::Layout::Rgb555));
             if (last >= 0) CHECK(number == last + 1);
             last = number;
         }

@@ -11,7 +11,7 @@
 #include "tiff/sample_rasters.h"
 #include "tiff/tiff_kernels.h"
 #ifdef CAM_HAVE_LIBTIFF
-#include "tiff/libtiff_peer.h"
+#include "libtiff_peer.h"
 #endif
 
 using cam::test::GuardedMemory;
@@ -84,8 +84,8 @@ TEST_CASE("every encoder gives the same bytes, whatever room it starts with") {
                   expected);
         }
 #ifdef CAM_HAVE_LIBTIFF
-        CHECK(cam::test::LibtiffEncodeG4(raster.bits.data(), raster.width, raster.rows) == expected);
-        CHECK(cam::test::LibtiffDecodeG4(expected.data(), expected.size(), raster.width, raster.rows) ==
+        CHECK(cam::peer::LibtiffEncodeG4(raster.bits.data(), raster.width, raster.rows) == expected);
+        CHECK(cam::peer::LibtiffDecodeG4(expected.data(), expected.size(), raster.width, raster.rows) ==
               raster.bits);
 #endif
     }

@@ -10,7 +10,7 @@
 
 #include "tiff/sample_rasters.h"
 #ifdef CAM_HAVE_LIBTIFF
-#include "tiff/libtiff_peer.h"
+#include "libtiff_peer.h"
 #endif
 
 using namespace cam::tiff;
@@ -140,7 +140,7 @@ TEST_CASE("a picture's file is the same whichever way up its rows lie, and what 
         CHECK(entries[0].value == (width + 7) / 8 * 8);
         CHECK(bottomUp.Length() == 186 + entries[8].value);
 #ifdef CAM_HAVE_LIBTIFF
-        cam::test::MemoryTiff reader(Bytes(bottomUp));
+        cam::peer::MemoryTiff reader(Bytes(bottomUp));
         REQUIRE(reader.get());
         const uint32_t lineBytes = (width + 7) / 8;
         std::vector<uint8_t> raster(size_t{lineBytes} * rows);
@@ -166,7 +166,7 @@ TEST_CASE("pictures that expand are stored whole") {
     REQUIRE(EncodeBilevelTiff(file, Frame(comb, width, rows, true).data(), 640, 96, nullptr, false));
     CHECK(file.Length() > 186 + comb.size() / 8 * 3);
 #ifdef CAM_HAVE_LIBTIFF
-    cam::test::MemoryTiff reader(Bytes(file));
+    cam::peer::MemoryTiff reader(Bytes(file));
     std::vector<uint8_t> raster(comb.size() / 8);
     REQUIRE(TIFFReadEncodedStrip(reader.get(), 0, raster.data(), -1) == static_cast<tmsize_t>(raster.size()));
     CHECK(raster[0] == 0);

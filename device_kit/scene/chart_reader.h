@@ -1,18 +1,18 @@
-// What a frame shows of the kit's test chart.
+// What a frame shows of the test chart: the other side of chart.h, for whoever judges what a camera delivered.
 #pragma once
 
 #include <windows.h>
 
 #include <cstdlib>
-#include <vector>
+#include <span>
 
 #include "format.h"
 #include "scene/chart.h"
 
-namespace kit::test {
+namespace kit {
 
 // The colour of the pixel at (x, y) from the top left, as the format stores it.
-inline Pixel PixelAt(const std::vector<BYTE>& frame, const Format& format, int x, int y) {
+inline Pixel PixelAt(std::span<const BYTE> frame, const Format& format, int x, int y) {
     const int row = format.topDown ? y : format.height - 1 - y;
     const BYTE* bytes = frame.data() + row * format.Stride();
     if (format.layout == Layout::Yuy2) {
@@ -35,7 +35,7 @@ inline bool IsNear(Pixel left, Pixel right, int tolerance) {
 }
 
 // Whether the corner marks, the bars and the ramp stand where they belong; `tolerance` in steps of 0 to 255.
-inline bool ShowsChart(const std::vector<BYTE>& frame, const Format& format, int tolerance) {
+inline bool ShowsChart(std::span<const BYTE> frame, const Format& format, int tolerance) {
     using namespace chart;
     const auto shows = [&](int column, int row, Pixel expected) {
         const Pixel seen = PixelAt(frame, format, CellX(column, format.width), CellY(row, format.height));
@@ -49,7 +49,7 @@ inline bool ShowsChart(const std::vector<BYTE>& frame, const Format& format, int
 }
 
 // The number that the chart carries, 0 to 4095.
-inline int FrameNumber(const std::vector<BYTE>& frame, const Format& format) {
+inline int FrameNumber(std::span<const BYTE> frame, const Format& format) {
     using namespace chart;
     int number = 0;
     for (int bit = 0; bit < kCounterBits; ++bit) {
@@ -60,4 +60,4 @@ inline int FrameNumber(const std::vector<BYTE>& frame, const Format& format) {
     return number;
 }
 
-}  // namespace kit::test
+}  // namespace kit

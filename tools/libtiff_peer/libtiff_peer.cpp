@@ -1,11 +1,11 @@
-#include "tiff/libtiff_peer.h"
+#include "libtiff_peer.h"
 
 #include <string.h>
 
 #include <algorithm>
 #include <utility>
 
-namespace cam::test {
+namespace cam::peer {
 
 TIFF* MemoryTiff::Open(const char* mode) {
     TIFFSetErrorHandler(nullptr);
@@ -76,4 +76,4 @@ std::vector<uint8_t> LibtiffDecodeG4(const uint8_t* strip, size_t size, uint32_t
     return raster;
 }
 
-}  // namespace cam::test
+}  // namespace cam::peer

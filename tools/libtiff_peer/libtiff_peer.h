@@ -1,4 +1,4 @@
-// libtiff on files in memory: the judge of what the TIFF room writes.
+// libtiff on files in memory: the judge of what we write, and its rival.
 #pragma once
 
 #include <stddef.h>
@@ -7,7 +7,7 @@
 
 #include <vector>
 
-namespace cam::test {
+namespace cam::peer {
 
 // A file in memory, read or written through libtiff. Errors are silent; null stands for a file that libtiff refuses.
 class MemoryTiff {
@@ -47,4 +47,4 @@ std::vector<uint8_t> LibtiffEncodeG4(const uint8_t* raster, uint32_t width, uint
 // The raster back from a strip; empty when libtiff reports an error.
 std::vector<uint8_t> LibtiffDecodeG4(const uint8_t* strip, size_t size, uint32_t width, uint32_t rows);
 
-}  // namespace cam::test
+}  // namespace cam::peer
