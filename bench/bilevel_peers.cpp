@@ -98,9 +98,9 @@ Contender OpencvAndLibtiff() {
 // The encoder takes a page's measures from a file, and here its rows from memory.
 class SpandspPage {
   public:
-    explicit SpandspPage(const Picture& picture) : picture_(picture) {
-        strcpy(path_, "/tmp/bilevel_bench_XXXXXX");
-        const int file = mkstemp(path_);
+    explicit SpandspPage(const Picture& shown) : picture(shown) {
+        strcpy(path, "/tmp/bilevel_bench_XXXXXX");
+        const int file = mkstemp(path);
         peer::MemoryTiff writer;
         peer::DescribeG4(writer.get(), picture.size.width, picture.size.rows);
         TIFFSetField(writer.get(), TIFFTAG_XRESOLUTION, 204.0f);
@@ -109,27 +109,27 @@ class SpandspPage {
         std::vector<uint8_t> raster = picture.raster;
         TIFFWriteEncodedStrip(writer.get(), 0, raster.data(), static_cast<tmsize_t>(raster.size()));
         const std::vector<uint8_t>& bytes = writer.Close();
-        if (write(file, bytes.data(), bytes.size()) < 0) path_[0] = 0;
+        if (write(file, bytes.data(), bytes.size()) < 0) path[0] = 0;
         close(file);
     }
     ~SpandspPage() {
         Release();
-        unlink(path_);
+        unlink(path);
     }
 
     void Prepare() {
         Release();
-        row_ = 0;
-        state_ = t4_tx_init(nullptr, path_, -1, -1);
-        if (!state_) return;
-        t4_tx_set_tx_encoding(state_, T4_COMPRESSION_ITU_T6);
-        t4_tx_set_row_read_handler(state_, ReadRow, this);
+        row = 0;
+        state = t4_tx_init(nullptr, path, -1, -1);
+        if (!state) return;
+        t4_tx_set_tx_encoding(state, T4_COMPRESSION_ITU_T6);
+        t4_tx_set_row_read_handler(state, ReadRow, this);
     }
     size_t Run() {
-        if (!state_ || t4_tx_start_page(state_) != 0) return 0;
+        if (!state || t4_tx_start_page(state) != 0) return 0;
         static uint8_t chunk[65536];
         size_t total = 0;
-        for (int count; (count = t4_tx_get_chunk(state_, chunk, sizeof chunk)) > 0;) {
+        for (int count; (count = t4_tx_get_chunk(state, chunk, sizeof chunk)) > 0;) {
             total += static_cast<size_t>(count);
         }
         return total;
@@ -138,19 +138,19 @@ class SpandspPage {
   private:
     static int ReadRow(void* self, uint8_t* row, size_t length) {
         auto& page = *static_cast<SpandspPage*>(self);
-        if (page.row_ >= page.picture_.size.rows) return 0;
-        memcpy(row, page.picture_.raster.data() + page.row_++ * length, length);
+        if (page.row >= page.picture.size.rows) return 0;
+        memcpy(row, page.picture.raster.data() + page.row++ * length, length);
         return static_cast<int>(length);
     }
     void Release() {
-        if (state_) t4_tx_free(state_);
-        state_ = nullptr;
+        if (state) t4_tx_free(state);
+        state = nullptr;
     }
 
-    const Picture& picture_;
-    size_t row_ = 0;
-    char path_[32];
-    t4_tx_state_t* state_ = nullptr;
+    const Picture& picture;
+    size_t row = 0;
+    char path[32];
+    t4_tx_state_t* state = nullptr;
 };
 
 Contender Spandsp() {

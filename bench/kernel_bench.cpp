@@ -26,15 +26,15 @@ constexpr std::uint32_t kBandPixels = 640 * 480;
 // On a page of its own, as a sample's buffer is: where each system's allocator would put it makes more difference than the build.
 class Pages {
   public:
-    explicit Pages(std::size_t size) : bytes_(static_cast<std::uint8_t*>(operator new(size, kAlignment))) {}
+    explicit Pages(std::size_t size) : bytes(static_cast<std::uint8_t*>(operator new(size, kAlignment))) {}
     Pages(const Pages&) = delete;
     Pages& operator=(const Pages&) = delete;
-    ~Pages() { operator delete(bytes_, kAlignment); }
-    std::uint8_t* data() const { return bytes_; }
+    ~Pages() { operator delete(bytes, kAlignment); }
+    std::uint8_t* data() const { return bytes; }
 
   private:
     static constexpr std::align_val_t kAlignment{4096};
-    std::uint8_t* bytes_;
+    std::uint8_t* bytes;
 };
 
 // `rgb` has room for one row of RGB888, as an encoder has.

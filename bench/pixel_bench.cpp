@@ -151,18 +151,18 @@ void RaceConversions(Size size) {
 #if defined(CAM_HAVE_JPEG) || defined(CAM_HAVE_PNG)
 class MemorySink final : public ByteSink {
   public:
-    explicit MemorySink(Bytes& out) : out_(out) {}
+    explicit MemorySink(Bytes& target) : out(target) {}
     bool Write(const void* bytes, std::size_t count) override {
-        if (count > out_.size() - used_) return false;
-        std::memcpy(out_.data() + used_, bytes, count);
-        used_ += count;
+        if (count > out.size() - used) return false;
+        std::memcpy(out.data() + used, bytes, count);
+        used += count;
         return true;
     }
     bool Restart() override { return false; }
 
   private:
-    Bytes& out_;
-    std::size_t used_ = 0;
+    Bytes& out;
+    std::size_t used = 0;
 };
 #endif
 
@@ -171,17 +171,17 @@ class MemorySink final : public ByteSink {
 class FileSink final : public ByteSink {
   public:
     explicit FileSink(const std::string& path)
-        : file_(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666)) {}
+        : file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666)) {}
     FileSink(const FileSink&) = delete;
     FileSink& operator=(const FileSink&) = delete;
-    ~FileSink() { close(file_); }
+    ~FileSink() { close(file); }
     bool Write(const void* bytes, std::size_t count) override {
-        return write(file_, bytes, count) == static_cast<ssize_t>(count);
+        return write(file, bytes, count) == static_cast<ssize_t>(count);
     }
     bool Restart() override { return false; }
 
   private:
-    int file_;
+    int file;
 };
 
 // From a camera's frame to a file in the same folder.

@@ -49,20 +49,20 @@ std::vector<u8> MakeChart() {
 class Bench {
   public:
     Bench(const std::string& folder, std::vector<u8> frame)
-        : module_(process_.Load(folder + "/kernels.dll")), yuy2_(std::move(frame)) {
-        process_.machine.Map(kFrame, kBytes);
-        process_.machine.Map(kOut, kBytes);
-        process_.machine.CheckAlignment(false);
-        Put(yuy2_);
+        : module(process.Load(folder + "/kernels.dll")), yuy2(std::move(frame)) {
+        process.machine.Map(kFrame, kBytes);
+        process.machine.Map(kOut, kBytes);
+        process.machine.CheckAlignment(false);
+        Put(yuy2);
         Call("runFrame", {kChosen, kFrame, kWidth, kRows, kStride});
-        rgb565_ = Get(2 * kPixels);
-        for (u32 i = 0; i < kPixels; ++i) grey_.push_back(yuy2_[2 * i]);
-        Put(grey_);
+        rgb565 = Get(2 * kPixels);
+        for (u32 i = 0; i < kPixels; ++i) grey.push_back(yuy2[2 * i]);
+        Put(grey);
         Call("runThreshold", {kChosen, kFrame, kWidth, kRows, kPixels, 10});
-        bilevel_ = Get(kPixels);
-        raster_.resize(kPixels / 8);
+        bilevel = Get(kPixels);
+        raster.resize(kPixels / 8);
         for (u32 i = 0; i < kPixels; ++i)
-            raster_[i / 8] = static_cast<u8>(raster_[i / 8] << 1 | (bilevel_[i] == 0));
+            raster[i / 8] = static_cast<u8>(raster[i / 8] << 1 | (bilevel[i] == 0));
     }
 
     void Pixels(const char* name, u32 kernel, const std::vector<u8>& input, bool inPlace) {
@@ -79,18 +79,18 @@ class Bench {
     void All() {
         std::printf("%-28s %-8s %14s %12s %10s %10s\n", "640 x 480", "kernels", "instructions", "per pixel",
                     "of plain", "bytes");
-        Pixels("YUY2 to RGB565", 0, yuy2_, true);
-        Pixels("luma of YUY2", 1, yuy2_, false);
-        Pixels("grey of RGB565", 2, rgb565_, false);
-        Pixels("grey to words", 3, grey_, false);
-        Pixels("RGB565 to RGB888", 4, rgb565_, false);
+        Pixels("YUY2 to RGB565", 0, yuy2, true);
+        Pixels("luma of YUY2", 1, yuy2, false);
+        Pixels("grey of RGB565", 2, rgb565, false);
+        Pixels("grey to words", 3, grey, false);
+        Pixels("RGB565 to RGB888", 4, rgb565, false);
         for (const u32 set : {kPlain, kWord, kChosen}) {
-            Count("threshold", set, grey_, [&] {
+            Count("threshold", set, grey, [&] {
                 return Call("runThreshold", {set, kFrame, kWidth, kRows, kPixels, 10}), 0u;
             });
         }
         for (const u32 set : {kPlain, kWord, kChosen}) {
-            Count("Group 4", set, raster_, [&] {
+            Count("Group 4", set, raster, [&] {
                 return Call("runGroup4", {set, kFrame, kWidth, kRows, kOut, kBytes});
             });
         }
@@ -98,29 +98,29 @@ class Bench {
             return Call("runTiff", {kFrame, kWidth, kRows, kOut, kBytes});
         });
         for (const u32 quality : {50u, 90u}) {
-            Count(quality == 50 ? "JPEG, quality 50" : "JPEG, quality 90", kChosen, rgb565_, [&] {
+            Count(quality == 50 ? "JPEG, quality 50" : "JPEG, quality 90", kChosen, rgb565, [&] {
                 return Call("runJpeg", {kFrame, kWidth, kRows, kStride, quality, kOut, kBytes});
             });
         }
-        Count("PNG", kChosen, rgb565_, [&] {
+        Count("PNG", kChosen, rgb565, [&] {
             return Call("runPng", {kFrame, kWidth, kRows, kStride, kOut, kBytes});
         });
     }
     bool repeatable = true;
 
   private:
-    u32 Call(const char* name, const std::vector<u32>& words) { return process_.Call(module_, name, words); }
+    u32 Call(const char* name, const std::vector<u32>& words) { return process.Call(module, name, words); }
     void Put(const std::vector<u8>& bytes) {
-        std::memcpy(process_.machine.Bytes(kFrame, static_cast<u32>(bytes.size())), bytes.data(),
+        std::memcpy(process.machine.Bytes(kFrame, static_cast<u32>(bytes.size())), bytes.data(),
                     bytes.size());
     }
     std::vector<u8> Get(u32 size) {
-        const u8* bytes = process_.machine.Bytes(kFrame, size);
+        const u8* bytes = process.machine.Bytes(kFrame, size);
         return {bytes, bytes + size};
     }
     std::vector<u8> Words() const {
         std::vector<u8> words;
-        for (const u8 sample : bilevel_) words.insert(words.end(), 2, sample);
+        for (const u8 sample : bilevel) words.insert(words.end(), 2, sample);
         return words;
     }
     template <typename F>
@@ -129,32 +129,32 @@ class Bench {
         u32 bytes = 0;
         for (u64& count : counts) {
             Put(input);
-            process_.machine.StartCounting();
+            process.machine.StartCounting();
             bytes = run();
-            count = process_.machine.StopCounting();
+            count = process.machine.StopCounting();
         }
         repeatable = repeatable && counts[0] == counts[1];
         const char* sets[] = {"plain", "word", "chosen"};
         // The plain kernel is counted before its others.
         if (set == kPlain) {
-            plainName_ = name;
-            plainCount_ = counts[0];
+            plainName = name;
+            plainCount = counts[0];
         }
         char ofPlain[16] = "-";
-        if (plainName_ == name) {
+        if (plainName == name) {
             std::snprintf(ofPlain, sizeof ofPlain, "%.3f",
-                          static_cast<double>(counts[0]) / static_cast<double>(plainCount_));
+                          static_cast<double>(counts[0]) / static_cast<double>(plainCount));
         }
         std::printf("%-28s %-8s %14llu %12.2f %10s %10u%s\n", name, sets[set],
                     static_cast<unsigned long long>(counts[0]), static_cast<double>(counts[0]) / kPixels,
                     ofPlain, bytes, counts[0] == counts[1] ? "" : "  NOT REPEATED");
     }
 
-    Process process_;
-    Module& module_;
-    std::vector<u8> yuy2_, rgb565_, grey_, bilevel_, raster_;
-    std::string plainName_;
-    u64 plainCount_ = 0;
+    Process process;
+    Module& module;
+    std::vector<u8> yuy2, rgb565, grey, bilevel, raster;
+    std::string plainName;
+    u64 plainCount = 0;
 };
 
 }  // namespace

@@ -47,11 +47,11 @@ struct G4LineState {
 
 class PlainCoder {
   public:
-    explicit PlainCoder(uint8_t* output) : output_(output) {}
+    explicit PlainCoder(uint8_t* area) : output(area) {}
 
     // Bytes in use, a partly written one included.
-    uint32_t Bytes() const { return byteIndex_ + (bitIndex_ ? 1 : 0); }
-    void MoveTo(uint8_t* output) { output_ = output; }
+    uint32_t Bytes() const { return byteIndex + (bitIndex ? 1 : 0); }
+    void MoveTo(uint8_t* area) { output = area; }
 
     void CodeLine(const int16_t* reference, const int16_t* coding, int width) {
         int a0 = -1;
@@ -85,10 +85,10 @@ class PlainCoder {
     void EndBlock() {
         Emit(kEndOfLineCode);
         Emit(kEndOfLineCode);
-        if (bitIndex_ == 0) return;
-        output_[byteIndex_] = static_cast<uint8_t>(output_[byteIndex_] & ~(0xFF >> bitIndex_));
-        ++byteIndex_;
-        bitIndex_ = 0;
+        if (bitIndex == 0) return;
+        output[byteIndex] = static_cast<uint8_t>(output[byteIndex] & ~(0xFF >> bitIndex));
+        ++byteIndex;
+        bitIndex = 0;
     }
 
   private:
@@ -118,19 +118,19 @@ class PlainCoder {
 
     void Emit(CodeWord code) {
         for (int bit = code.length - 1; bit >= 0; --bit) {
-            const int mask = 0x80 >> bitIndex_;
-            const int byte = output_[byteIndex_];
-            output_[byteIndex_] = static_cast<uint8_t>(code.bits >> bit & 1 ? byte | mask : byte & ~mask);
-            if (++bitIndex_ == 8) {
-                bitIndex_ = 0;
-                ++byteIndex_;
+            const int mask = 0x80 >> bitIndex;
+            const int byte = output[byteIndex];
+            output[byteIndex] = static_cast<uint8_t>(code.bits >> bit & 1 ? byte | mask : byte & ~mask);
+            if (++bitIndex == 8) {
+                bitIndex = 0;
+                ++byteIndex;
             }
         }
     }
 
-    uint8_t* output_;
-    uint32_t byteIndex_ = 0;
-    int bitIndex_ = 0;
+    uint8_t* output;
+    uint32_t byteIndex = 0;
+    int bitIndex = 0;
 };
 
 }  // namespace

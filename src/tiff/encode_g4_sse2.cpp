@@ -121,48 +121,48 @@ constexpr ModeTable kModes = MakeModeTable();
 // Stores codes without a branch: eight bytes each time, of which the next code overwrites those not yet full.
 class BitSink {
   public:
-    void Start(uint8_t* output) { begin_ = out_ = output; }
+    void Start(uint8_t* output) { begin = out = output; }
     void Move(uint8_t* output) {
-        out_ = output + (out_ - begin_);
-        begin_ = output;
+        out = output + (out - begin);
+        begin = output;
     }
-    uint32_t Bytes() const { return static_cast<uint32_t>(out_ - begin_); }
+    uint32_t Bytes() const { return static_cast<uint32_t>(out - begin); }
 
     // `bits` from the highest on, up to 57 of them, and zeros below.
     void Put(uint64_t bits, uint32_t length) {
-        pending_ |= bits >> count_;
-        count_ += length;
-        const uint64_t whole = __builtin_bswap64(pending_);
-        memcpy(out_, &whole, sizeof whole);
-        out_ += count_ / 8;
-        pending_ <<= count_ & ~7u;
-        count_ %= 8;
+        pending |= bits >> count;
+        count += length;
+        const uint64_t whole = __builtin_bswap64(pending);
+        memcpy(out, &whole, sizeof whole);
+        out += count / 8;
+        pending <<= count & ~7u;
+        count %= 8;
     }
     void Put(LeftCode code) { Put(Bits(code), Length(code)); }
     void Put(CodeWord code) { Put(ToLeftCode(code.bits, code.length)); }
 
     void End() {
-        if (count_) ++out_;
-        count_ = 0;
+        if (count) ++out;
+        count = 0;
     }
 
   private:
-    uint8_t* begin_ = nullptr;
-    uint8_t* out_ = nullptr;
-    uint64_t pending_ = 0;  // the highest count_ bits are still to be stored for good
-    uint32_t count_ = 0;    // below 8 between two codes
+    uint8_t* begin = nullptr;
+    uint8_t* out = nullptr;
+    uint64_t pending = 0;  // the highest count bits are still to be stored for good
+    uint32_t count = 0;    // below 8 between two codes
 };
 
 class BranchlessCoder : public WordScanner {
   public:
-    void Start(uint8_t* output) { sink_.Start(output); }
-    void Move(uint8_t* output) { sink_.Move(output); }
-    uint32_t Bytes() const { return sink_.Bytes(); }
+    void Start(uint8_t* output) { sink.Start(output); }
+    void Move(uint8_t* output) { sink.Move(output); }
+    uint32_t Bytes() const { return sink.Bytes(); }
 
     // Which mode comes next is as good as random to the processor, so pass and vertical mode, five codes of six or more, are one sequence
     // of arithmetic. Throughout, `b` is the first change of the reference line right of a0 with the opposite colour, `a` is a1.
     void CodeLine(const int16_t* b, const int16_t* a, int64_t width) {
-        BitSink sink = sink_;  // in registers: stores to the output cannot touch it
+        BitSink codes = sink;  // in registers: stores to the output cannot touch it
         const int16_t* const first = a;
         int64_t a0 = 0;
         do {
@@ -176,46 +176,46 @@ class BranchlessCoder : public WordScanner {
                 b += 1 - pass + 2 * (static_cast<int64_t>(b2 == a1) - static_cast<int64_t>(b[-1] > a1));
                 a += 1 + pass;
                 a0 = b2 < a1 ? b2 : a1;
-                sink.Put(code);
+                codes.Put(code);
             } else {
                 const int64_t a2 = a[1];
-                PutHorizontal(sink, a1 - a0, a2 - a1, (a - first) & 1);
+                PutHorizontal(codes, a1 - a0, a2 - a1, (a - first) & 1);
                 a0 = a2;
                 a += 2;
                 if (a0 == width) break;
                 while (*b <= a0) b += 2;
             }
         } while (a0 != width);
-        sink_ = sink;
+        sink = codes;
     }
 
     void EndBlock() {
-        sink_.Put(kEndOfLineCode);
-        sink_.Put(kEndOfLineCode);
-        sink_.End();
+        sink.Put(kEndOfLineCode);
+        sink.Put(kEndOfLineCode);
+        sink.End();
     }
 
   private:
     // Horizontal mode's code and both runs' at once: 45 bits at most.
-    static void PutHorizontal(BitSink& sink, int64_t first, int64_t second, int64_t color) {
+    static void PutHorizontal(BitSink& codes, int64_t first, int64_t second, int64_t color) {
         if (first + second >= RunTable::kRuns) [[unlikely]] {
-            sink.Put(kHorizontalCode);
-            PutLongRun(sink, first, color);
-            PutLongRun(sink, second, color ^ 1);
+            codes.Put(kHorizontalCode);
+            PutLongRun(codes, first, color);
+            PutLongRun(codes, second, color ^ 1);
             return;
         }
         constexpr LeftCode kMode = ToLeftCode(kHorizontalCode.bits, kHorizontalCode.length);
         const LeftCode a = kRuns.codes[first][color], b = kRuns.codes[second][color ^ 1];
-        sink.Put(Bits(kMode) | Bits(a) >> Length(kMode) | Bits(b) >> (Length(kMode) + Length(a)),
-                 Length(kMode) + Length(a) + Length(b));
+        codes.Put(Bits(kMode) | Bits(a) >> Length(kMode) | Bits(b) >> (Length(kMode) + Length(a)),
+                  Length(kMode) + Length(a) + Length(b));
     }
 
-    static void PutLongRun(BitSink& sink, int64_t length, int64_t color) {
-        for (; length >= kLongestMakeUp; length -= kLongestMakeUp) sink.Put(kWhiteMakeUp[kMakeUpCodes - 1]);
-        sink.Put(kRuns.codes[length][color]);
+    static void PutLongRun(BitSink& codes, int64_t length, int64_t color) {
+        for (; length >= kLongestMakeUp; length -= kLongestMakeUp) codes.Put(kWhiteMakeUp[kMakeUpCodes - 1]);
+        codes.Put(kRuns.codes[length][color]);
     }
 
-    BitSink sink_;
+    BitSink sink;
 };
 
 }  // namespace

@@ -29,43 +29,43 @@ constexpr ChangeTable kChanges = MakeChangeTable();
 
 class ByteScanner {
   public:
-    static int16_t* Scan(std::span<const uint8_t> bytes, int16_t* list) {
-        ByteScanner scanner(list);
+    static int16_t* Scan(std::span<const uint8_t> bytes, int16_t* start) {
+        ByteScanner scanner(start);
         const uint8_t* line = bytes.data();
         const uint8_t* const end = line + bytes.size();
         while (line != end && reinterpret_cast<uintptr_t>(line) % sizeof(uint32_t) != 0)
             scanner.Take(*line++);
         for (; end - line >= static_cast<ptrdiff_t>(sizeof(uint32_t)); line += sizeof(uint32_t)) {
-            if (*reinterpret_cast<const AliasedWord*>(line) == scanner.color_) {
-                scanner.position_ += 32;
+            if (*reinterpret_cast<const AliasedWord*>(line) == scanner.color) {
+                scanner.position += 32;
                 continue;
             }
             for (uint32_t i = 0; i < sizeof(uint32_t); ++i) scanner.Take(line[i]);
         }
         while (line != end) scanner.Take(*line++);
-        return scanner.list_;
+        return scanner.list;
     }
 
   private:
     using AliasedWord __attribute__((may_alias)) = uint32_t;
 
-    explicit ByteScanner(int16_t* list) : list_(list) {}
+    explicit ByteScanner(int16_t* start) : list(start) {}
 
     void Take(uint32_t byte) {
-        uint32_t packed = kChanges.packed[byte ^ (color_ & 0xFF)];
+        uint32_t packed = kChanges.packed[byte ^ (color & 0xFF)];
         if (packed) {
             do {
-                *list_++ = static_cast<int16_t>(position_ + static_cast<int>(packed & 15));
+                *list++ = static_cast<int16_t>(position + static_cast<int>(packed & 15));
                 packed >>= 4;
             } while (packed);
-            color_ = 0u - (byte & 1);
+            color = 0u - (byte & 1);
         }
-        position_ += 8;
+        position += 8;
     }
 
-    int16_t* list_;
-    uint32_t color_ = 0;  // of the last pixel, in all bits
-    int position_ = -1;   // one less than that of the next byte's first pixel
+    int16_t* list;
+    uint32_t color = 0;  // of the last pixel, in all bits
+    int position = -1;   // one less than that of the next byte's first pixel
 };
 
 class WordCoder {
@@ -74,12 +74,12 @@ class WordCoder {
         return ByteScanner::Scan(line, list);
     }
 
-    void Start(uint8_t* output) { begin_ = out_ = output; }
+    void Start(uint8_t* output) { begin = out = output; }
     void Move(uint8_t* output) {
-        out_ = output + (out_ - begin_);
-        begin_ = output;
+        out = output + (out - begin);
+        begin = output;
     }
-    uint32_t Bytes() const { return static_cast<uint32_t>(out_ - begin_); }
+    uint32_t Bytes() const { return static_cast<uint32_t>(out - begin); }
 
     // Throughout, `b` is the first change of the reference line right of a0 with the opposite colour, `a` is a1.
     void CodeLine(const int16_t* b, const int16_t* a, int width) {
@@ -121,21 +121,21 @@ class WordCoder {
     void EndBlock() {
         Put(kEndOfLineCode);
         Put(kEndOfLineCode);
-        for (; count_ >= 8; count_ -= 8) *out_++ = static_cast<uint8_t>(pending_ >> (count_ - 8));
-        if (count_) *out_++ = static_cast<uint8_t>(pending_ << (8 - count_));
-        count_ = 0;
+        for (; count >= 8; count -= 8) *out++ = static_cast<uint8_t>(pending >> (count - 8));
+        if (count) *out++ = static_cast<uint8_t>(pending << (8 - count));
+        count = 0;
     }
 
   private:
     void Put(uint32_t bits, uint32_t length) {
-        pending_ = pending_ << length | bits;
-        count_ += length;
-        if (count_ >= 16) {
-            count_ -= 16;
-            const uint32_t whole = pending_ >> count_;
-            out_[0] = static_cast<uint8_t>(whole >> 8);
-            out_[1] = static_cast<uint8_t>(whole);
-            out_ += 2;
+        pending = pending << length | bits;
+        count += length;
+        if (count >= 16) {
+            count -= 16;
+            const uint32_t whole = pending >> count;
+            out[0] = static_cast<uint8_t>(whole >> 8);
+            out[1] = static_cast<uint8_t>(whole);
+            out += 2;
         }
     }
     void Put(CodeWord code) { Put(code.bits, code.length); }
@@ -155,10 +155,10 @@ class WordCoder {
         Put((color ? kBlackTerminating : kWhiteTerminating)[length]);
     }
 
-    uint8_t* begin_ = nullptr;
-    uint8_t* out_ = nullptr;
-    uint32_t pending_ = 0;  // the lowest count_ bits are still to be stored
-    uint32_t count_ = 0;    // below 16 between two codes
+    uint8_t* begin = nullptr;
+    uint8_t* out = nullptr;
+    uint32_t pending = 0;  // the lowest count bits are still to be stored
+    uint32_t count = 0;    // below 16 between two codes
 };
 
 }  // namespace

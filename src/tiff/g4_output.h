@@ -24,12 +24,12 @@ class G4LineLists {
 
     // The reference list becomes that of a white line. False when there is no memory.
     bool Create(uint32_t width) {
-        reference_.reset(new (std::nothrow) int16_t[width + kSpareEntries]);
-        coding_.reset(new (std::nothrow) int16_t[width + kSpareEntries]);
-        if (!reference_ || !coding_) return false;
-        coding_[0] = -1;
-        reference_[0] = -1;
-        Terminate(reference_.get() + 1, width);
+        reference.reset(new (std::nothrow) int16_t[width + kSpareEntries]);
+        coding.reset(new (std::nothrow) int16_t[width + kSpareEntries]);
+        if (!reference || !coding) return false;
+        coding[0] = -1;
+        reference[0] = -1;
+        Terminate(reference.get() + 1, width);
         return true;
     }
 
@@ -38,13 +38,13 @@ class G4LineLists {
         for (int i = 0; i < kEnds; ++i) end[i] = static_cast<int16_t>(width);
     }
 
-    int16_t* Reference() const { return reference_.get(); }
-    int16_t* Coding() const { return coding_.get(); }
-    void Swap() { std::swap(reference_, coding_); }
+    int16_t* Reference() const { return reference.get(); }
+    int16_t* Coding() const { return coding.get(); }
+    void Swap() { std::swap(reference, coding); }
 
   private:
-    std::unique_ptr<int16_t[]> reference_;
-    std::unique_ptr<int16_t[]> coding_;
+    std::unique_ptr<int16_t[]> reference;
+    std::unique_ptr<int16_t[]> coding;
 };
 
 // No code takes more than seven bits for each pixel that it moves forward, save a first white run of no pixels and a last run of none;

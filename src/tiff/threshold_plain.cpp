@@ -7,46 +7,46 @@ namespace {
 // The sums over all samples above and left of a cell, itself included, for the last side + 1 rows. Sums wrap at 32 bits.
 class IntegralRing {
   public:
-    IntegralRing(const ThresholdPlan& plan, uint32_t* sums)
-        : plan_(plan), ringRows_(plan.side + 1), sums_(sums) {}
+    IntegralRing(const ThresholdPlan& checked, uint32_t* scratch)
+        : plan(checked), ringRows(checked.side + 1), sums(scratch) {}
 
-    uint32_t* Row(uint32_t row) const { return sums_ + size_t{row % ringRows_} * plan_.width; }
+    uint32_t* Row(uint32_t row) const { return sums + size_t{row % ringRows} * plan.width; }
 
     // Must run left to right, before the sample is overwritten.
     void ComputeCell(uint32_t row, uint32_t column) const {
-        uint32_t* sums = Row(row);
-        uint32_t sum = plan_.plane[size_t{row} * plan_.width + column];
-        if (column > 0) sum += sums[column - 1];
+        uint32_t* cells = Row(row);
+        uint32_t sum = plan.plane[size_t{row} * plan.width + column];
+        if (column > 0) sum += cells[column - 1];
         if (row > 0) {
             const uint32_t* above = Row(row - 1);
             sum += above[column];
             if (column > 0) sum -= above[column - 1];
         }
-        sums[column] = sum;
+        cells[column] = sum;
     }
 
     void ClassifyPixel(uint32_t y, uint32_t x) const {
-        const uint32_t top = plan_.WindowTop(y);
-        const uint32_t bottom = plan_.WindowBottom(y);
-        const uint32_t left = x > plan_.half ? x - plan_.half : 0;
-        const uint32_t right = x + plan_.half < plan_.width ? x + plan_.half + 1 : plan_.width;
+        const uint32_t top = plan.WindowTop(y);
+        const uint32_t bottom = plan.WindowBottom(y);
+        const uint32_t left = x > plan.half ? x - plan.half : 0;
+        const uint32_t right = x + plan.half < plan.width ? x + plan.half + 1 : plan.width;
 
         uint32_t sum = Row(bottom - 1)[right - 1];
         if (top > 0) sum -= Row(top - 1)[right - 1];
         if (left > 0) sum -= Row(bottom - 1)[left - 1];
         if (top > 0 && left > 0) sum += Row(top - 1)[left - 1];
 
-        uint8_t& sample = plan_.plane[size_t{y} * plan_.width + x];
+        uint8_t& sample = plan.plane[size_t{y} * plan.width + x];
         const uint32_t count = (bottom - top) * (right - left);
         const auto weighted = static_cast<float>(sample * count);
-        const float limit = static_cast<float>(static_cast<int32_t>(sum)) * plan_.keep;
+        const float limit = static_cast<float>(static_cast<int32_t>(sum)) * plan.keep;
         sample = weighted < limit ? 0 : 255;
     }
 
   private:
-    const ThresholdPlan& plan_;
-    uint32_t ringRows_;
-    uint32_t* sums_;
+    const ThresholdPlan& plan;
+    uint32_t ringRows;
+    uint32_t* sums;
 };
 
 }  // namespace

@@ -28,10 +28,10 @@ bool PlanThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t buff
     return true;
 }
 
-ThresholdScratch::ThresholdScratch() : owned_(nullptr) {}
+ThresholdScratch::ThresholdScratch() : owned(nullptr) {}
 
 ThresholdScratch::~ThresholdScratch() {
-    delete[] owned_;
+    delete[] owned;
 }
 
 void* ThresholdScratch::Take(const ThresholdPlan& plan, uint64_t size, uint32_t alignment) {
@@ -42,8 +42,8 @@ void* ThresholdScratch::Take(const ThresholdPlan& plan, uint64_t size, uint32_t 
     const uint32_t gap = toBoundary(plan.spare);
     if (plan.spareSize >= gap && plan.spareSize - gap >= size) return plan.spare + gap;
     if (needed > UINT32_MAX) return nullptr;
-    owned_ = new (std::nothrow) uint8_t[static_cast<size_t>(needed)];
-    return owned_ ? owned_ + toBoundary(owned_) : nullptr;
+    owned = new (std::nothrow) uint8_t[static_cast<size_t>(needed)];
+    return owned ? owned + toBoundary(owned) : nullptr;
 }
 
 }  // namespace cam::tiff

@@ -39,7 +39,7 @@ class ThresholdScratch {
     void* Take(const ThresholdPlan& plan, uint64_t size, uint32_t alignment);
 
   private:
-    uint8_t* owned_;  // no owner's inline functions here, see above
+    uint8_t* owned;  // no owner's inline functions here, see above
 };
 
 }  // namespace cam::tiff

@@ -102,90 +102,90 @@ Vector IsWhite(Vector samples, const float* counts, const uint32_t* ends, const 
 
 class VectorThreshold {
   public:
-    explicit VectorThreshold(const ThresholdPlan& plan)
-        : plan_(plan),
-          blocks_((plan.width + kBlock - 1) / kBlock),
-          pairs_(blocks_ * kPairs),
-          padding_((plan.half / 2 / kLanes + 1) * kLanes) {}
+    explicit VectorThreshold(const ThresholdPlan& checked)
+        : plan(checked),
+          blocks((checked.width + kBlock - 1) / kBlock),
+          pairs(blocks * kPairs),
+          padding((checked.half / 2 / kLanes + 1) * kLanes) {}
 
     // False when there is no memory.
     bool Prepare() {
-        const uint64_t entries = uint64_t{padding_} + pairs_ + padding_;
-        const uint64_t rowStride = uint64_t{blocks_} * kBlock;
-        const uint64_t size = entries * 2 * sizeof(uint32_t) + uint64_t{pairs_} * 4 * sizeof(float) +
-                              uint64_t{plan_.half + 2} * rowStride;
-        auto* memory = static_cast<uint8_t*>(scratch_.Take(plan_, size, sizeof(Vector)));
+        const uint64_t entries = uint64_t{padding} + pairs + padding;
+        const uint64_t rowStride = uint64_t{blocks} * kBlock;
+        const uint64_t size = entries * 2 * sizeof(uint32_t) + uint64_t{pairs} * 4 * sizeof(float) +
+                              uint64_t{plan.half + 2} * rowStride;
+        auto* memory = static_cast<uint8_t*>(scratch.Take(plan, size, sizeof(Vector)));
         if (!memory) return false;
         memset(memory, 0, static_cast<size_t>(size));
-        auto* sums = reinterpret_cast<uint32_t*>(memory);
-        auto* floats = reinterpret_cast<float*>(sums + 2 * entries);
+        auto* numbers = reinterpret_cast<uint32_t*>(memory);
+        auto* floats = reinterpret_cast<float*>(numbers + 2 * entries);
         for (int kind = 0; kind < 2; ++kind) {
-            sums_[kind] = sums + kind * entries + padding_;
-            columnCounts_[kind] = floats + kind * size_t{pairs_};
-            counts_[kind] = floats + (kind + 2) * size_t{pairs_};
+            sums[kind] = numbers + kind * entries + padding;
+            columnCounts[kind] = floats + kind * size_t{pairs};
+            counts[kind] = floats + (kind + 2) * size_t{pairs};
         }
-        zeros_ = reinterpret_cast<uint8_t*>(floats + 4 * size_t{pairs_});
-        kept_ = zeros_ + rowStride;
+        zeros = reinterpret_cast<uint8_t*>(floats + 4 * size_t{pairs});
+        kept = zeros + rowStride;
 
-        const uint32_t half = plan_.half;
-        const uint32_t width = plan_.width;
+        const uint32_t half = plan.half;
+        const uint32_t width = plan.width;
         for (uint32_t x = 0; x < width; ++x) {
             const uint32_t left = x > half ? x - half : 0;
             const uint32_t right = x + half < width ? x + half + 1 : width;
-            columnCounts_[x & 1][x / 2] = static_cast<float>(right - left);
+            columnCounts[x & 1][x / 2] = static_cast<float>(right - left);
         }
         return true;
     }
 
     void Run() {
-        for (uint32_t y = 0; y < plan_.half; ++y) MoveSums(Row(y), zeros_);
+        for (uint32_t y = 0; y < plan.half; ++y) MoveSums(Row(y), zeros);
         uint32_t slot = 0;  // of the row half + 1 above, and then of this one
         uint32_t windowRows = 0;
-        for (uint32_t y = 0; y < plan_.rows; ++y) {
-            const uint32_t entering = y + plan_.half;
-            uint8_t* const kept = kept_ + size_t{slot} * blocks_ * kBlock;
-            MoveSums(entering < plan_.rows ? Row(entering) : zeros_, kept);
-            const uint32_t rows = plan_.WindowBottom(y) - plan_.WindowTop(y);
+        for (uint32_t y = 0; y < plan.rows; ++y) {
+            const uint32_t entering = y + plan.half;
+            uint8_t* const keptRow = kept + size_t{slot} * blocks * kBlock;
+            MoveSums(entering < plan.rows ? Row(entering) : zeros, keptRow);
+            const uint32_t rows = plan.WindowBottom(y) - plan.WindowTop(y);
             if (rows != windowRows) SetCounts(windowRows = rows);
-            ClassifyRow(Row(y), kept);
-            slot = slot == plan_.half ? 0 : slot + 1;
+            ClassifyRow(Row(y), keptRow);
+            slot = slot == plan.half ? 0 : slot + 1;
         }
     }
 
   private:
-    uint8_t* Row(uint32_t y) const { return plan_.plane + size_t{y} * plan_.width; }
+    uint8_t* Row(uint32_t y) const { return plan.plane + size_t{y} * plan.width; }
 
     // The number of samples in the window around each column.
     void SetCounts(uint32_t windowRows) {
         const Floats rows = CAM_SIMD(set1_ps)(static_cast<float>(windowRows));
         for (int kind = 0; kind < 2; ++kind) {
-            for (uint32_t i = 0; i < pairs_; i += kLanes) {
-                const Floats counts = CAM_SIMD(mul_ps)(CAM_SIMD(load_ps)(columnCounts_[kind] + i), rows);
-                CAM_SIMD(store_ps)(counts_[kind] + i, counts);
+            for (uint32_t i = 0; i < pairs; i += kLanes) {
+                const Floats columns = CAM_SIMD(load_ps)(columnCounts[kind] + i);
+                CAM_SIMD(store_ps)(counts[kind] + i, CAM_SIMD(mul_ps)(columns, rows));
             }
         }
     }
 
     // The row `added` enters the window, `removed` leaves it.
     void MoveSums(const uint8_t* added, const uint8_t* removed) {
-        uint32_t* even = sums_[0];
-        uint32_t* odd = sums_[1];
+        uint32_t* even = sums[0];
+        uint32_t* odd = sums[1];
         Vector before = Zero();
         auto moveBlock = [&](const uint8_t* in, const uint8_t* out) __attribute__((always_inline)) {
             before = MoveBlock(even, odd, Load(in), Load(out), before);
             even += kPairs;
             odd += kPairs;
         };
-        const uint8_t* const end = added + size_t{plan_.width / kBlock} * kBlock;
+        const uint8_t* const end = added + size_t{plan.width / kBlock} * kBlock;
         for (; added != end; added += kBlock, removed += kBlock) moveBlock(added, removed);
-        if (const uint32_t rest = plan_.width % kBlock) {
+        if (const uint32_t rest = plan.width % kBlock) {
             alignas(sizeof(Vector)) uint8_t last[2][kBlock] = {};
             memcpy(last[0], added, rest);
             memcpy(last[1], removed, rest);
             moveBlock(last[0], last[1]);
         }
         // Beyond the right border the sums stay what they are at it.
-        for (uint32_t i = 0; i < padding_; i += kLanes) {
+        for (uint32_t i = 0; i < padding; i += kLanes) {
             AddToSums(even + i, Zero(), before);
             AddToSums(odd + i, Zero(), before);
         }
@@ -205,17 +205,17 @@ class VectorThreshold {
         return LastLane(AddToSums(oddSums + kLanes, oddChange.high, before));
     }
 
-    // Replaces the samples of `row` by black and white and leaves them in `kept`.
-    void ClassifyRow(uint8_t* row, uint8_t* kept) const {
-        const uint32_t half = plan_.half;
+    // Replaces the samples of `row` by black and white and leaves them in `keptRow`.
+    void ClassifyRow(uint8_t* row, uint8_t* keptRow) const {
+        const uint32_t half = plan.half;
         const uint32_t kind = half & 1;
-        const float* evenCounts = counts_[0];
-        const float* oddCounts = counts_[1];
-        const uint32_t* evenEnds = sums_[kind] + half / 2;
-        const uint32_t* evenStarts = sums_[1 - kind] - (half / 2 + 1);
-        const uint32_t* oddEnds = sums_[1 - kind] + (half + 1) / 2;
-        const uint32_t* oddStarts = sums_[kind] - (half + 1) / 2;
-        const Floats keep = CAM_SIMD(set1_ps)(plan_.keep);
+        const float* evenCounts = counts[0];
+        const float* oddCounts = counts[1];
+        const uint32_t* evenEnds = sums[kind] + half / 2;
+        const uint32_t* evenStarts = sums[1 - kind] - (half / 2 + 1);
+        const uint32_t* oddEnds = sums[1 - kind] + (half + 1) / 2;
+        const uint32_t* oddStarts = sums[kind] - (half + 1) / 2;
+        const Floats keep = CAM_SIMD(set1_ps)(plan.keep);
         uint32_t i = 0;
         auto classifyBlock = [&](Vector samples) __attribute__((always_inline)) {
             const Wide even = WidenUnsigned(EvenBytes(samples));
@@ -229,31 +229,31 @@ class VectorThreshold {
             i += kPairs;
             return merged;
         };
-        uint8_t* const end = row + size_t{plan_.width / kBlock} * kBlock;
-        for (; row != end; row += kBlock, kept += kBlock) {
+        uint8_t* const end = row + size_t{plan.width / kBlock} * kBlock;
+        for (; row != end; row += kBlock, keptRow += kBlock) {
             const Vector samples = Load(row);
-            Store(kept, samples);
+            Store(keptRow, samples);
             Store(row, classifyBlock(samples));
         }
-        if (const uint32_t rest = plan_.width % kBlock) {
+        if (const uint32_t rest = plan.width % kBlock) {
             alignas(sizeof(Vector)) uint8_t last[kBlock] = {};
             memcpy(last, row, rest);
-            memcpy(kept, last, kBlock);
+            memcpy(keptRow, last, kBlock);
             Store(last, classifyBlock(Load(last)));
             memcpy(row, last, rest);
         }
     }
 
-    const ThresholdPlan& plan_;
-    const uint32_t blocks_;   // in a row, the last one perhaps incomplete
-    const uint32_t pairs_;    // of columns, in all blocks
-    const uint32_t padding_;  // sums left and right of the picture's columns, for clipped windows
-    ThresholdScratch scratch_;
-    uint32_t* sums_[2];       // of even and of odd columns
-    float* columnCounts_[2];  // columns in the window
-    float* counts_[2];        // samples in the window
-    uint8_t* zeros_;          // a row of them
-    uint8_t* kept_;           // the samples of the last half + 1 classified rows, kBlock-wise
+    const ThresholdPlan& plan;
+    const uint32_t blocks;   // in a row, the last one perhaps incomplete
+    const uint32_t pairs;    // of columns, in all blocks
+    const uint32_t padding;  // sums left and right of the picture's columns, for clipped windows
+    ThresholdScratch scratch;
+    uint32_t* sums[2];       // of even and of odd columns
+    float* columnCounts[2];  // columns in the window
+    float* counts[2];        // samples in the window
+    uint8_t* zeros;          // a row of them
+    uint8_t* kept;           // the samples of the last half + 1 classified rows, kBlock-wise
 };
 
 bool ThresholdWithVectors(const ThresholdPlan& plan) {

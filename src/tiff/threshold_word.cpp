@@ -12,25 +12,24 @@ constexpr int kKeepBits = 24;
 // One pass over a row: the sums of the columns move down by a row, and the window's sum slides along them.
 class RowThreshold {
   public:
-    RowThreshold(const ThresholdPlan& plan, uint32_t* columns)
-        : plan_(plan), columns_(columns), keep_(static_cast<uint32_t>(plan.keep * (1 << kKeepBits))) {}
+    RowThreshold(const ThresholdPlan& checked, uint32_t* scratch)
+        : plan(checked), columns(scratch), keep(static_cast<uint32_t>(checked.keep * (1 << kKeepBits))) {}
 
     void AddRow(const uint8_t* added) const {
-        for (uint32_t x = 0; x < plan_.width; ++x) columns_[x] += added[x];
+        for (uint32_t x = 0; x < plan.width; ++x) columns[x] += added[x];
     }
 
     // Classifies `row`. `added` enters the window at its bottom. `kept` holds the row that leaves it at the top, and gets
     // the samples of `row`: reading is ahead of writing.
     void Classify(uint8_t* row, uint8_t* kept, const uint8_t* added, uint32_t windowRows) const {
-        const uint32_t half = plan_.half;
-        const uint32_t side = plan_.side;
-        const uint32_t width = plan_.width;
-        uint32_t* const columns = columns_;
+        const uint32_t half = plan.half;
+        const uint32_t side = plan.side;
+        const uint32_t width = plan.width;
+        uint32_t* const columnSums = columns;  // in a register
         uint32_t sum = 0;
         auto moveColumn = [&](uint32_t c) {
-            const uint32_t column = columns[c] + added[c] - kept[c];
-            columns[c] = column;
-            sum += column;
+            columnSums[c] += added[c] - kept[c];
+            sum += columnSums[c];
         };
         auto finish = [&](uint32_t x, uint32_t count) {
             const uint32_t sample = row[x];
@@ -47,11 +46,11 @@ class RowThreshold {
         }
         for (uint32_t c = side; c < width; ++c) {
             moveColumn(c);
-            sum -= columns[c - side];
+            sum -= columnSums[c - side];
             finish(c - half, count);
         }
         for (uint32_t x = width - half; x < width; ++x) {
-            sum -= columns[x - half - 1];
+            sum -= columnSums[x - half - 1];
             count -= windowRows;
             finish(x, count);
         }
@@ -61,20 +60,20 @@ class RowThreshold {
     // weighted < sum * keep as single-precision numbers. The product in whole numbers decides, but where only its fraction, and so the
     // rounding, can make the difference.
     bool IsBlack(uint32_t weighted, uint32_t sum) const {
-        const auto limit = static_cast<uint32_t>(uint64_t{sum << (32 - kKeepBits)} * keep_ >> 32);
+        const auto limit = static_cast<uint32_t>(uint64_t{sum << (32 - kKeepBits)} * keep >> 32);
         if (limit == weighted) [[unlikely]]
             return IsBlackByRounding(weighted, sum);
         return weighted < limit;
     }
 
     __attribute__((noinline)) bool IsBlackByRounding(uint32_t weighted, uint32_t sum) const {
-        const float limit = static_cast<float>(static_cast<int32_t>(sum)) * plan_.keep;
+        const float limit = static_cast<float>(static_cast<int32_t>(sum)) * plan.keep;
         return static_cast<float>(weighted) < limit;
     }
 
-    const ThresholdPlan& plan_;
-    uint32_t* columns_;
-    uint32_t keep_;
+    const ThresholdPlan& plan;
+    uint32_t* columns;
+    uint32_t keep;
 };
 
 }  // namespace

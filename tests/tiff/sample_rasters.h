@@ -27,17 +27,17 @@ struct Raster {
 // Small, fast, and the same everywhere.
 class Random {
   public:
-    explicit Random(uint32_t seed) : state_(seed * 2654435761u + 1) {}
+    explicit Random(uint32_t seed) : state(seed * 2654435761u + 1) {}
     uint32_t Next() {
-        state_ ^= state_ << 13;
-        state_ ^= state_ >> 17;
-        state_ ^= state_ << 5;
-        return state_;
+        state ^= state << 13;
+        state ^= state >> 17;
+        state ^= state << 5;
+        return state;
     }
     uint32_t Below(uint32_t limit) { return static_cast<uint32_t>(uint64_t{Next()} * limit >> 32); }
 
   private:
-    uint32_t state_;
+    uint32_t state;
 };
 
 // More than 200 of them: text, halftone, noise of several densities, combs, single rows, long runs, white, black.

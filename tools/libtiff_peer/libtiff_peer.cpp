@@ -12,33 +12,33 @@ TIFF* MemoryTiff::Open(const char* mode) {
     TIFFSetWarningHandler(nullptr);
     auto read = [](thandle_t self, void* to, tmsize_t size) -> tmsize_t {
         auto& me = *static_cast<MemoryTiff*>(self);
-        if (me.position_ >= me.file_.size()) return 0;
-        const auto count = std::min<uint64_t>(static_cast<uint64_t>(size), me.file_.size() - me.position_);
-        memcpy(to, me.file_.data() + me.position_, count);
-        me.position_ += count;
+        if (me.position >= me.file.size()) return 0;
+        const auto count = std::min<uint64_t>(static_cast<uint64_t>(size), me.file.size() - me.position);
+        memcpy(to, me.file.data() + me.position, count);
+        me.position += count;
         return static_cast<tmsize_t>(count);
     };
     auto write = [](thandle_t self, void* from, tmsize_t size) -> tmsize_t {
         auto& me = *static_cast<MemoryTiff*>(self);
         const auto count = static_cast<size_t>(size);
-        if (me.file_.size() < me.position_ + count) me.file_.resize(me.position_ + count);
-        memcpy(me.file_.data() + me.position_, from, count);
-        me.position_ += count;
+        if (me.file.size() < me.position + count) me.file.resize(me.position + count);
+        memcpy(me.file.data() + me.position, from, count);
+        me.position += count;
         return size;
     };
     auto seek = [](thandle_t self, toff_t offset, int whence) -> toff_t {
         auto& me = *static_cast<MemoryTiff*>(self);
-        const uint64_t base = whence == SEEK_CUR ? me.position_ : whence == SEEK_END ? me.file_.size() : 0;
-        return me.position_ = base + offset;
+        const uint64_t base = whence == SEEK_CUR ? me.position : whence == SEEK_END ? me.file.size() : 0;
+        return me.position = base + offset;
     };
     auto close = [](thandle_t) { return 0; };
-    auto size = [](thandle_t self) -> toff_t { return static_cast<MemoryTiff*>(self)->file_.size(); };
+    auto size = [](thandle_t self) -> toff_t { return static_cast<MemoryTiff*>(self)->file.size(); };
     return TIFFClientOpen("memory", mode, this, read, write, seek, close, size, nullptr, nullptr);
 }
 
 const std::vector<uint8_t>& MemoryTiff::Close() {
-    if (TIFF* tiff = std::exchange(tiff_, nullptr)) TIFFClose(tiff);
-    return file_;
+    if (TIFF* open = std::exchange(tiff, nullptr)) TIFFClose(open);
+    return file;
 }
 
 void DescribeG4(TIFF* tiff, uint32_t width, uint32_t rows) {

@@ -12,30 +12,30 @@ namespace cam::peer {
 // A file in memory, read or written through libtiff. Errors are silent; null stands for a file that libtiff refuses.
 class MemoryTiff {
   public:
-    MemoryTiff() { tiff_ = Open("w"); }
-    explicit MemoryTiff(std::vector<uint8_t> file) : file_(std::move(file)) {
-        tiff_ = Open("rc");
+    MemoryTiff() { tiff = Open("w"); }
+    explicit MemoryTiff(std::vector<uint8_t> contents) : file(std::move(contents)) {
+        tiff = Open("rc");
     }  // c: strips as they are, not chopped
     ~MemoryTiff() { Close(); }
     MemoryTiff(const MemoryTiff&) = delete;
     MemoryTiff& operator=(const MemoryTiff&) = delete;
 
-    TIFF* get() const { return tiff_; }
+    TIFF* get() const { return tiff; }
     const std::vector<uint8_t>& Close();  // what was written
 
     // A field that libtiff stores as a T; a value-initialised one when it is absent.
     template <typename T>
     T Field(uint32_t tag) const {
         T value{};
-        return tiff_ && TIFFGetField(tiff_, tag, &value) ? value : T{};
+        return tiff && TIFFGetField(tiff, tag, &value) ? value : T{};
     }
 
   private:
     TIFF* Open(const char* mode);
 
-    std::vector<uint8_t> file_;
-    uint64_t position_ = 0;
-    TIFF* tiff_;
+    std::vector<uint8_t> file;
+    uint64_t position = 0;
+    TIFF* tiff;
 };
 
 // Sets the fields of a bilevel Group 4 file of one strip.

@@ -27,10 +27,10 @@ const still::PixelKernels& Pixels(int set) {
 // Bytes into memory that the caller gave; counts on when it is full.
 class MemorySink final : public still::ByteSink {
   public:
-    MemorySink(BYTE* bytes, DWORD room) : bytes_(bytes), room_(room) {}
-    bool Write(const void* bytes, size_t count) override {
-        if (count > room_ - length) return false;
-        memcpy(bytes_ + length, bytes, count);
+    MemorySink(BYTE* out, DWORD size) : bytes(out), room(size) {}
+    bool Write(const void* from, size_t count) override {
+        if (count > room - length) return false;
+        memcpy(bytes + length, from, count);
         length += static_cast<DWORD>(count);
         return true;
     }
@@ -41,8 +41,8 @@ class MemorySink final : public still::ByteSink {
     DWORD length = 0;
 
   private:
-    BYTE* bytes_;
-    DWORD room_;
+    BYTE* bytes;
+    DWORD room;
 };
 
 // The result's bytes, copied out; 0 when there are more than fit or nothing came out.
