@@ -14,7 +14,6 @@
 namespace {
 
 using namespace kit;
-using namespace kit::test;
 
 // A bottom-up BMP of 24 bits: four quarters in the colours given, from the top left in reading order.
 std::string QuartersBmp(int side, const Pixel (&quarters)[4]) {
