@@ -160,8 +160,7 @@ std::vector<Picture> MakePictures(Content content, Size size, uint32_t count, co
         picture.yuy2.resize(picture.grey.size() * 2, 128);
         for (size_t i = 0; i < picture.grey.size(); ++i) picture.yuy2[2 * i] = picture.grey[i];
         std::vector<uint8_t> plane = picture.grey;
-        tiff::AdaptiveThreshold(plane.data(), size.width, static_cast<int32_t>(size.rows),
-                                static_cast<uint32_t>(plane.size()), kThresholdRatio);
+        tiff::AdaptiveThreshold(plane, size.width, static_cast<int32_t>(size.rows), kThresholdRatio);
         picture.raster.resize(size_t{size.width / 8} * size.rows);
         for (size_t i = 0; i < plane.size(); ++i) {
             if (!plane[i]) picture.raster[i / 8] |= static_cast<uint8_t>(0x80 >> i % 8);

@@ -22,13 +22,10 @@ Contender ThresholdBy(const char* name, tiff::ThresholdKernel* threshold) {
                     memcpy(buffer->data(), picture.grey.data(), picture.grey.size());
                 };
                 auto run = [buffer, &picture, threshold]() -> size_t {
-                    tiff::ThresholdPlan plan;
-                    const bool done =
-                        PlanThreshold(buffer->data(), picture.size.width,
-                                      static_cast<int32_t>(picture.size.rows),
-                                      static_cast<uint32_t>(buffer->size()), kThresholdRatio, &plan) &&
-                        threshold(plan);
-                    return done ? Pixels(picture) : 0;
+                    const auto plan =
+                        tiff::PlanThreshold(*buffer, picture.size.width,
+                                            static_cast<int32_t>(picture.size.rows), kThresholdRatio);
+                    return plan && threshold(*plan) ? Pixels(picture) : 0;
                 };
                 return Job{prepare, run};
             }};
@@ -55,10 +52,9 @@ Contender FileBy(InstructionSet set) {
                 const still::FrameShape shape{picture.size.width, picture.size.rows, picture.size.width * 2};
                 const still::PixelKernels& pixels = *still::kPixelKernels.For(set);
                 Yuy2ToGrey(frame->data(), shape, pixels);
-                tiff::ThresholdPlan plan;
-                PlanThreshold(frame->data(), shape.width, static_cast<int32_t>(shape.rows),
-                              static_cast<uint32_t>(frame->size()), kThresholdRatio, &plan);
-                tiff::kTiffKernels.For(set)->threshold(plan);
+                const auto plan = tiff::PlanThreshold(*frame, shape.width, static_cast<int32_t>(shape.rows),
+                                                      kThresholdRatio);
+                tiff::kTiffKernels.For(set)->threshold(*plan);
                 ExpandGrey(frame->data(), shape, pixels);
                 tiff::ByteBuffer file((Pixels(picture) + 7) / 8, true);
                 EncodeBilevelTiff(file, frame->data(), static_cast<int32_t>(shape.width),

@@ -12,11 +12,8 @@ namespace {
 
 std::vector<uint8_t> Threshold(ThresholdKernel* kernel, std::vector<uint8_t> plane, uint32_t width,
                                uint32_t rows, float ratio) {
-    ThresholdPlan plan;
-    if (!PlanThreshold(plane.data(), width, static_cast<int32_t>(rows), static_cast<uint32_t>(plane.size()),
-                       ratio, &plan) ||
-        !kernel(plan))
-        abort();
+    const auto plan = PlanThreshold(plane, width, static_cast<int32_t>(rows), ratio);
+    if (!plan || !kernel(*plan)) abort();
     return plane;
 }
 

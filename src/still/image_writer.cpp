@@ -32,7 +32,7 @@ float ThresholdRatio(BYTE qualityLevel) {
 // The grey plane at the start of the frame becomes words of black and white. A threshold that is refused (it
 // refuses top-down frames, for one) leaves the plane as it was: then all but pure black turns white.
 void Binarise(StillPicture& picture, BYTE* frame, const FrameShape& shape) {
-    tiff::AdaptiveThreshold(frame, shape.width, picture.height, shape.rows * shape.stride,
+    tiff::AdaptiveThreshold({frame, shape.rows * shape.stride}, shape.width, picture.height,
                             ThresholdRatio(picture.qualityLevel));
     ExpandGrey(frame, shape);
     picture.colorWord = kTiffColorWord;

@@ -5,13 +5,13 @@
 
 namespace cam::tiff {
 
-bool AdaptiveThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t bufferSize, float ratio) {
-    ThresholdPlan plan;
-    if (!PlanThreshold(plane, width, height, bufferSize, ratio, &plan)) return false;
+bool AdaptiveThreshold(std::span<uint8_t> buffer, uint32_t width, int32_t height, float ratio) {
+    const auto plan = PlanThreshold(buffer, width, height, ratio);
+    if (!plan) return false;
     const auto reachesFarEnough = [&](const TiffKernels& kernels) {
-        return plan.side <= kernels.maxThresholdSide;
+        return plan->side <= kernels.maxThresholdSide;
     };
-    return kTiffKernels.Fastest(reachesFarEnough).threshold(plan);
+    return kTiffKernels.Fastest(reachesFarEnough).threshold(*plan);
 }
 
 }  // namespace cam::tiff

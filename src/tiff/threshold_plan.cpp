@@ -1,31 +1,29 @@
 #include "tiff/threshold_plan.h"
 
-#include <stddef.h>
-
 #include <new>
 
 #include "base/frame.h"
 
 namespace cam::tiff {
 
-bool PlanThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t bufferSize, float ratio,
-                   ThresholdPlan* plan) {
-    if (!plane || width == 0 || height == 0) return false;
+std::optional<ThresholdPlan> PlanThreshold(std::span<uint8_t> buffer, uint32_t width, int32_t height,
+                                           float ratio) {
+    if (!buffer.data() || width == 0 || height == 0) return {};
     // The product of the height as given: a negative one is a huge number here and is refused as a rule.
-    if (bufferSize < width * static_cast<uint32_t>(height)) return false;
-    if (ratio < 0.0f || ratio > 1.0f) return false;  // a NaN passes, and turns everything white
+    if (buffer.size() < width * static_cast<uint32_t>(height)) return {};
+    if (ratio < 0.0f || ratio > 1.0f) return {};  // a NaN passes, and turns everything white
 
     const uint32_t rows = RowCount(height);
     // Where the product wraps round, the size test proves nothing.
-    if (uint64_t{width} * rows > bufferSize) return false;
+    if (uint64_t{width} * rows > buffer.size()) return {};
     const uint32_t smaller = width < rows ? width : rows;
     const uint32_t side = (smaller >> 3) | 1;
     // The largest ring of sums that a 32-bit size can ask for.
-    if (uint64_t{side + 1} * width * sizeof(uint32_t) > UINT32_MAX) return false;
+    if (uint64_t{side + 1} * width * sizeof(uint32_t) > UINT32_MAX) return {};
 
-    const uint32_t planeSize = width * rows;
-    *plan = {plane, width, rows, side, side >> 1, 1.0f - ratio, plane + planeSize, bufferSize - planeSize};
-    return true;
+    const auto spare = buffer.subspan(size_t{width} * rows);
+    return ThresholdPlan{buffer.data(), width,        rows,         side,
+                         side >> 1,     1.0f - ratio, spare.data(), spare.size()};
 }
 
 ThresholdScratch::ThresholdScratch() : owned(nullptr) {}

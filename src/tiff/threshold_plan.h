@@ -1,7 +1,11 @@
 // What the threshold's kernels have in common: the checked arguments, the window, the scratch room.
 #pragma once
 
+#include <stddef.h>
 #include <stdint.h>
+
+#include <optional>
+#include <span>
 
 namespace cam::tiff {
 
@@ -9,11 +13,11 @@ struct ThresholdPlan {
     uint8_t* plane;
     uint32_t width;
     uint32_t rows;
-    uint32_t side;       // of the window; odd
-    uint32_t half;       // side / 2: how far the window reaches from its pixel
-    float keep;          // 1 - ratio
-    uint8_t* spare;      // past the samples: room that may be used as scratch
-    uint32_t spareSize;  // in bytes
+    uint32_t side;     // of the window; odd
+    uint32_t half;     // side / 2: how far the window reaches from its pixel
+    float keep;        // 1 - ratio
+    uint8_t* spare;    // past the samples: room that may be used as scratch
+    size_t spareSize;  // in bytes
 
     // The first row of the window around row y, and the first one past it. No copy of these may be left to the
     // linker, since files for wider instruction sets call them too.
@@ -23,9 +27,9 @@ struct ThresholdPlan {
     }
 };
 
-// False when the plane must be left untouched.
-bool PlanThreshold(uint8_t* plane, uint32_t width, int32_t height, uint32_t bufferSize, float ratio,
-                   ThresholdPlan* plan);
+// Nothing when the plane must be left untouched; arguments as for AdaptiveThreshold.
+std::optional<ThresholdPlan> PlanThreshold(std::span<uint8_t> buffer, uint32_t width, int32_t height,
+                                           float ratio);
 
 // Room past the plane where there is enough of it, else an allocation.
 class ThresholdScratch {

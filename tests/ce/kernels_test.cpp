@@ -116,8 +116,7 @@ TEST_CASE_FIXTURE(Fixture, "threshold: plain, words and this machine agree to th
             // Flat parts are where the comparison is close.
             std::fill(plane.begin(), plane.begin() + static_cast<long>(plane.size() / 2), u8{100});
             auto native = plane;
-            REQUIRE(cam::tiff::AdaptiveThreshold(native.data(), shape.width, static_cast<i32>(shape.rows),
-                                                 static_cast<u32>(native.size()),
+            REQUIRE(cam::tiff::AdaptiveThreshold(native, shape.width, static_cast<i32>(shape.rows),
                                                  static_cast<float>(percent) / 100.0f));
             for (const u32 set : {kPlain, kWord, kChosen}) {
                 const u32 at = PutLast(kIn, plane);

@@ -61,10 +61,9 @@ std::vector<uint8_t> Run(ThresholdKernel* threshold, const std::vector<uint8_t>&
                          uint32_t rows, uint32_t spare, float ratio) {
     GuardedMemory block(plane.size() + spare);
     std::copy(plane.begin(), plane.end(), block.data());
-    ThresholdPlan plan;
-    REQUIRE(PlanThreshold(block.data(), width, static_cast<int32_t>(rows),
-                          static_cast<uint32_t>(block.size()), ratio, &plan));
-    REQUIRE(threshold(plan));
+    const auto plan = PlanThreshold({block.data(), block.size()}, width, static_cast<int32_t>(rows), ratio);
+    REQUIRE(plan);
+    REQUIRE(threshold(*plan));
     return {block.data(), block.data() + plane.size()};
 }
 
@@ -148,8 +147,7 @@ TEST_CASE("large windows: every kernel within its reach, and the choice beyond i
                 CHECK(Run(kernels->threshold, plane, width, rows, 0, 0.03f) == expected);
             }
             std::vector<uint8_t> chosen = plane;
-            CHECK(AdaptiveThreshold(chosen.data(), width, static_cast<int32_t>(rows),
-                                    static_cast<uint32_t>(chosen.size()), 0.03f));
+            CHECK(AdaptiveThreshold(chosen, width, static_cast<int32_t>(rows), 0.03f));
             CHECK(chosen == expected);
         }
     }
@@ -173,11 +171,11 @@ TEST_CASE("what cannot be thresholded is refused and left as it is") {
                           {"a product that wraps round to little", 0x10000, 0x10000, 1024, 0.1f}}) {
         CAPTURE(c.what);
         std::vector<uint8_t> copy = plane;
-        CHECK_FALSE(AdaptiveThreshold(copy.data(), c.width, c.height, c.size, c.ratio));
+        CHECK_FALSE(AdaptiveThreshold({copy.data(), c.size}, c.width, c.height, c.ratio));
         CHECK(copy == plane);
     }
-    CHECK_FALSE(AdaptiveThreshold(nullptr, 32, 32, 1024, 0.1f));
+    CHECK_FALSE(AdaptiveThreshold({static_cast<uint8_t*>(nullptr), 1024}, 32, 32, 0.1f));
     std::vector<uint8_t> copy = plane;
-    CHECK(AdaptiveThreshold(copy.data(), 32, 32, 1024, 0.1f));
+    CHECK(AdaptiveThreshold(copy, 32, 32, 0.1f));
     CHECK(copy != plane);
 }

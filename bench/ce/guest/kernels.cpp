@@ -80,10 +80,10 @@ void WINAPI runFrame(int set, BYTE* frame, DWORD width, DWORD rows, DWORD stride
 
 BOOL WINAPI runThreshold(int set, BYTE* plane, DWORD width, LONG height, DWORD size, DWORD percent) {
     const float ratio = static_cast<float>(percent) / 100.0f;
-    if (set == kChosen) return tiff::AdaptiveThreshold(plane, width, height, size, ratio);
-    tiff::ThresholdPlan plan;
-    if (!tiff::PlanThreshold(plane, width, height, size, ratio, &plan)) return FALSE;
-    return tiff::kTiffKernels.sets[set]->threshold(plan);
+    const std::span<BYTE> buffer(plane, size);
+    if (set == kChosen) return tiff::AdaptiveThreshold(buffer, width, height, ratio);
+    const auto plan = tiff::PlanThreshold(buffer, width, height, ratio);
+    return plan && tiff::kTiffKernels.sets[set]->threshold(*plan);
 }
 
 DWORD WINAPI runGroup4(int set, const BYTE* raster, DWORD width, DWORD rows, BYTE* out, DWORD room) {
