@@ -44,9 +44,10 @@ HRESULT RecordDevices(const std::vector<Device>& devices) {
     std::size_t next = 0;
     for (std::size_t index = 1; index < kMaxKeys; ++index) {
         const std::wstring name = KeyName(index);
-        HKEY key = nullptr;
-        const bool exists = RegOpenKeyExW(active.get(), name.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS;
-        if (exists) RegCloseKey(key);
+        cam::UniqueRegistryKey existing;
+        const bool exists =
+            RegOpenKeyExW(active.get(), name.c_str(), 0, KEY_READ, existing.put()) == ERROR_SUCCESS;
+        existing.reset();
         const bool ours = exists && GetText(active.get(), name, kOwnerValue) == kOwner;
         if (exists && !ours) continue;
         if (next >= devices.size()) {

@@ -1,13 +1,15 @@
 #include "capture_filter.h"
 
-#include <oleauto.h>
 #include <uuids.h>
 #include <vfwmsgs.h>
+
+#include "base/automation.h"
 
 namespace kit {
 namespace {
 
 constexpr wchar_t kArgument[] = L"CaptureFilter";
+constexpr wchar_t kNameProperty[] = L"VCapName";
 constexpr LONG kModeTrigger = 8;  // VideoControlFlag_Trigger
 
 struct NamedInterface {
@@ -89,12 +91,10 @@ HRESULT CaptureFilter::GetState(DWORD timeoutMs, FILTER_STATE* out) {
 // ---- IPersistPropertyBag ----------------------------------------------------------------------------------------------
 
 HRESULT CaptureFilter::Load(IPropertyBag* bag, IErrorLog* errors) {
-    VARIANT name;
-    VariantInit(&name);
-    HRESULT hr = bag ? bag->Read(L"VCapName", &name, errors) : E_POINTER;
-    if (SUCCEEDED(hr) && V_VT(&name) != VT_BSTR) hr = E_INVALIDARG;
-    const std::wstring device = SUCCEEDED(hr) && V_BSTR(&name) ? V_BSTR(&name) : L"";
-    VariantClear(&name);
+    cam::Variant name;
+    HRESULT hr = bag ? bag->Read(kNameProperty, name.put(), errors) : E_POINTER;
+    if (SUCCEEDED(hr) && !name.text()) hr = E_INVALIDARG;
+    const std::wstring device = SUCCEEDED(hr) ? name.text() : L"";
     return DeviceCall(L"IPersistPropertyBag::Load", device,
                       [&] { return SUCCEEDED(hr) ? OpenDevice(device) : hr; });
 }
@@ -117,12 +117,8 @@ HRESULT CaptureFilter::OpenDevice(const std::wstring& name) {
 HRESULT CaptureFilter::Save(IPropertyBag* bag, BOOL, BOOL) {
     if (!bag) return E_POINTER;
     const cam::LockGuard guard(StateLock());
-    VARIANT name;
-    V_VT(&name) = VT_BSTR;
-    V_BSTR(&name) = SysAllocString(deviceName_.c_str());
-    const HRESULT hr = bag->Write(L"VCapName", &name);
-    VariantClear(&name);
-    return hr;
+    cam::Variant name(deviceName_.c_str());
+    return bag->Write(kNameProperty, &name.get());
 }
 
 // ---- IAMVideoControl --------------------------------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/unique_resource.h"
 #include "text.h"
 
 namespace kit {
@@ -19,9 +20,9 @@ struct ScenarioText {
 inline ScenarioText ReadScenarioText(const std::wstring& pathOrText) {
     const std::size_t first = pathOrText.find_first_not_of(L" \t\r\n");
     if (first != std::wstring::npos && pathOrText[first] == L'{') return {Narrow(pathOrText), L""};
-    const HANDLE file = CreateFileW(pathOrText.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+    const cam::UniqueFileHandle file(CreateFileW(pathOrText.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) {
         throw std::runtime_error(
             "the scenario \"" + Narrow(pathOrText) +
             "\" cannot be opened; give an existing file, or JSON text beginning with \"{\"");
@@ -29,8 +30,8 @@ inline ScenarioText ReadScenarioText(const std::wstring& pathOrText) {
     ScenarioText text;
     char buffer[4096];
     DWORD read = 0;
-    while (ReadFile(file, buffer, sizeof buffer, &read, nullptr) && read > 0) text.json.append(buffer, read);
-    CloseHandle(file);
+    while (ReadFile(file.get(), buffer, sizeof buffer, &read, nullptr) && read > 0)
+        text.json.append(buffer, read);
     text.folder = pathOrText.substr(0, pathOrText.find_last_of(L"\\/") + 1);
     return text;
 }

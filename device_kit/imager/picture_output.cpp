@@ -1,5 +1,7 @@
 #include "picture_output.h"
 
+#include "base/unique_resource.h"
+
 namespace imvoxa {
 namespace {
 
@@ -51,11 +53,11 @@ bool WriteBmp(HANDLE file, const GreyPicture& picture) {
 }  // namespace
 
 DWORD SaveBmp(const GreyPicture& picture, const wchar_t* file) {
-    const HANDLE handle =
-        CreateFileW(file, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) return GetLastError();
-    const DWORD error = WriteBmp(handle, picture) ? 0 : GetLastError();
-    CloseHandle(handle);
+    cam::UniqueFileHandle handle(
+        CreateFileW(file, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!handle) return GetLastError();
+    const DWORD error = WriteBmp(handle.get(), picture) ? 0 : GetLastError();
+    handle.reset();
     if (error != 0) DeleteFileW(file);
     return error;
 }

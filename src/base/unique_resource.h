@@ -1,19 +1,28 @@
-// Owners for handles and other system resources that are no COM interfaces.
+// Owners for handles and other system resources that are no COM interfaces, one line each.
 #pragma once
 
 #include <windows.h>
 
+#include <cstdint>
+#include <type_traits>
 #include <utility>
 
 namespace cam {
 
-// Owns one resource. Policy says what it is (`Type`), what no resource looks like (`Empty()`) and how it
-// goes away (`Close(Type)`). reset() keeps the thread's last error, so that a failure can be reported after
-// cleaning up.
-template <typename Policy>
+// Owns one resource: `kClose` takes it back, `kEmpty` is the number that stands for none. reset() keeps the
+// thread's last error, so that a failure can be reported after cleaning up.
+template <typename T, auto kClose, std::intptr_t kEmpty = 0>
 class UniqueResource {
   public:
-    using Type = typename Policy::Type;
+    using Type = T;
+
+    static Type Empty() {
+        if constexpr (std::is_pointer_v<Type>) {
+            return reinterpret_cast<Type>(kEmpty);
+        } else {
+            return static_cast<Type>(kEmpty);
+        }
+    }
 
     UniqueResource() = default;
     explicit UniqueResource(Type owned) : value_(owned) {}
@@ -27,14 +36,14 @@ class UniqueResource {
     ~UniqueResource() { reset(); }
 
     Type get() const { return value_; }
-    explicit operator bool() const { return value_ != Policy::Empty(); }
-    Type release() { return std::exchange(value_, Policy::Empty()); }
+    explicit operator bool() const { return value_ != Empty(); }
+    Type release() { return std::exchange(value_, Empty()); }
 
-    void reset(Type owned = Policy::Empty()) {
+    void reset(Type owned = Empty()) {
         const Type old = std::exchange(value_, owned);
-        if (old == Policy::Empty()) return;
+        if (old == Empty()) return;
         const DWORD error = GetLastError();
-        Policy::Close(old);
+        kClose(old);
         SetLastError(error);
     }
 
@@ -45,28 +54,16 @@ class UniqueResource {
     }
 
   private:
-    Type value_ = Policy::Empty();
+    Type value_ = Empty();
 };
 
-struct HandlePolicy {  // kernel handles that are null when absent: events, threads
-    using Type = HANDLE;
-    static Type Empty() { return nullptr; }
-    static void Close(Type handle) { CloseHandle(handle); }
-};
-using UniqueHandle = UniqueResource<HandlePolicy>;
-
-struct FileHandlePolicy {
-    using Type = HANDLE;
-    static Type Empty() { return INVALID_HANDLE_VALUE; }
-    static void Close(Type handle) { CloseHandle(handle); }
-};
-using UniqueFileHandle = UniqueResource<FileHandlePolicy>;
-
-struct RegistryKeyPolicy {
-    using Type = HKEY;
-    static Type Empty() { return nullptr; }
-    static void Close(Type key) { RegCloseKey(key); }
-};
-using UniqueRegistryKey = UniqueResource<RegistryKeyPolicy>;
+using UniqueHandle = UniqueResource<HANDLE, CloseHandle>;  // null when absent: events, threads
+using UniqueFileHandle = UniqueResource<HANDLE, CloseHandle, -1>;
+using UniqueRegistryKey = UniqueResource<HKEY, RegCloseKey>;
+using UniqueLibrary = UniqueResource<HMODULE, FreeLibrary>;
+using UniqueBrush = UniqueResource<HBRUSH, DeleteObject>;
+using UniqueBitmap = UniqueResource<HBITMAP, DeleteObject>;
+using UniqueFont = UniqueResource<HFONT, DeleteObject>;
+using UniqueMemoryDc = UniqueResource<HDC, DeleteDC>;  // of CreateCompatibleDC; a window's goes otherwise
 
 }  // namespace cam

@@ -4,8 +4,9 @@
 #include <windows.h>
 #include <msxml.h>
 
+#include "base/automation.h"
 #include "base/com_ptr.h"
-#include "config/automation.h"
+#include "config/unique_text.h"
 
 namespace cam::config {
 

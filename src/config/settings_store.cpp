@@ -5,7 +5,7 @@
 #include <cwchar>
 #include <string_view>
 
-#include "config/automation.h"
+#include "base/automation.h"
 #include "config/ini_file.h"
 #include "config/ini_text.h"
 #include "config/text_file.h"

@@ -10,12 +10,7 @@
 
 namespace cam::config {
 
-struct StreamPolicy {
-    using Type = FILE*;
-    static Type Empty() { return nullptr; }
-    static void Close(Type stream) { fclose(stream); }
-};
-using UniqueStream = UniqueResource<StreamPolicy>;
+using UniqueStream = UniqueResource<FILE*, fclose>;
 
 // Reads in text mode: a carriage return before a line feed is dropped, and Ctrl-Z (0x1A) ends the text on
 // the desktop. Bytes become characters by the system's ANSI code page of one or two bytes a character,

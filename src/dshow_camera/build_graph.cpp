@@ -3,6 +3,9 @@
 
 #include "dshow_camera/capture_graph.h"
 
+#include <utility>
+
+#include "base/automation.h"
 #include "base/hresult.h"
 #include "dshow_camera/camera_device_search.h"
 #include "dshow_camera/frame_callbacks.h"
@@ -92,14 +95,12 @@ HRESULT CaptureGraph::LoadCaptureDriver() {
 
     const ComPtr<IPropertyBag> bag = CreateMemoryPropertyBag();
     if (!bag) return E_OUTOFMEMORY;
-    VARIANT value;
-    VariantInit(&value);
-    value.bstrVal = SysAllocString(name);
-    if (!value.bstrVal) return E_OUTOFMEMORY;
-    value.vt = VT_BSTR;
-    const HRESULT written = bag->Write(kDeviceNameProperty, &value);
-    VariantClear(&value);
-    CAM_RETURN_IF_FAILED(written);
+    Bstr text;
+    text.reset(SysAllocString(name));
+    if (!text) return E_OUTOFMEMORY;
+    Variant value;
+    value.Adopt(std::move(text));
+    CAM_RETURN_IF_FAILED(bag->Write(kDeviceNameProperty, &value.get()));
     return persist->Load(bag.get(), nullptr);
 }
 

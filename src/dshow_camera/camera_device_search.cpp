@@ -3,18 +3,11 @@
 #include <cwchar>
 
 #include "base/hresult.h"
-#include "base/unique_resource.h"
 #include "dshow_camera/identifiers.h"
-#include "platform/platform.h"
+#include "platform/owners.h"
 
 namespace cam {
 namespace {
-
-struct DeviceSearchPolicy {
-    using Type = HANDLE;
-    static Type Empty() { return nullptr; }
-    static void Close(Type search) { platform::CloseDeviceSearch(search); }
-};
 
 // The record's name is never longer than the buffer.
 void CopyName(wchar_t* name, const platform::DEVMGR_DEVICE_INFORMATION& information) {
@@ -29,7 +22,7 @@ HRESULT FindCameraDevice(wchar_t* name) {
     if (!name) return E_POINTER;
     platform::DEVMGR_DEVICE_INFORMATION information = {};
     information.dwSize = sizeof information;
-    const UniqueResource<DeviceSearchPolicy> search(
+    const platform::UniqueDeviceSearch search(
         platform::FindFirstDevice(platform::DeviceSearchByGuid, &kCameraDeviceClass, &information));
     if (!search || !information.hDevice) return HresultFromLastError();
     CopyName(name, information);

@@ -5,21 +5,9 @@
 
 #include "base/unique_resource.h"
 #include "dshow_camera/graph_access.h"
-#include "platform/platform.h"
+#include "platform/owners.h"
 
 namespace cam {
-
-// Message queues and power notifications are no kernel handles to their owners.
-struct MessageQueuePolicy {
-    using Type = HANDLE;
-    static Type Empty() { return nullptr; }
-    static void Close(Type queue) { platform::CloseMsgQueue(queue); }
-};
-struct PowerNotificationPolicy {
-    using Type = HANDLE;
-    static Type Empty() { return nullptr; }
-    static void Close(Type notification) { platform::StopPowerNotifications(notification); }
-};
 
 // Owns the graph and lets nobody at it but its thread, the *worker*, and who holds a GraphAccess. The worker
 // builds the graph, starts and stops preview and triggers stills when it is told to, takes the graph's
@@ -84,7 +72,7 @@ class CameraWorker {
 
     UniqueHandle commandEvent_;
     UniqueHandle graphEventHandle_;  // null until the graph is built; written and used by the worker
-    UniqueResource<MessageQueuePolicy> powerQueue_;
+    platform::UniqueMessageQueue powerQueue_;
     DWORD threadId_ = 0;
     UniqueHandle threadHandle_;
     UniqueHandle doneEvent_;
@@ -95,7 +83,7 @@ class CameraWorker {
     BYTE stillMode_ = 2;                      // encoding option, 0 to 2
     HRESULT commandResult_ = 0;
 
-    UniqueResource<PowerNotificationPolicy> powerNotification_;
+    platform::UniquePowerNotification powerNotification_;
     CaptureGraph graph_ CAM_GUARDED_BY(graphMutex_);
 };
 

@@ -1,18 +1,12 @@
 // The filters of a capture graph, for who asks or sets something of theirs.
 #pragma once
 
-#include "base/unique_resource.h"
 #include "dshow_camera/graph_interfaces.h"
 #include "filter_base/media_type.h"
 
 namespace cam {
 
-struct MediaTypePolicy {  // a record that another filter hands out
-    using Type = AM_MEDIA_TYPE*;
-    static Type Empty() { return nullptr; }
-    static void Close(Type type) { filter_base::DeleteMediaType(type); }
-};
-using UniqueMediaType = UniqueResource<MediaTypePolicy>;
+using filter_base::UniqueMediaType;
 
 // Drivers and filters guard themselves, and these interfaces stay what they are from the building of the
 // graph to its release: so the *caller* uses them without holding the graph, and a restart of preview on the

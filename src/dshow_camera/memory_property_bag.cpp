@@ -1,12 +1,12 @@
 #include "dshow_camera/memory_property_bag.h"
 
-#include <oleauto.h>
 #include <wchar.h>
 
 #include <memory>
 #include <new>
 #include <utility>
 
+#include "base/automation.h"
 #include "filter_base/com_object.h"
 
 namespace cam {
@@ -24,39 +24,33 @@ class MemoryPropertyBag final : public filter_base::Implements<filter_base::ComO
         if (!entry) return E_INVALIDARG;
         const VARTYPE wanted = value->vt;
         VariantInit(value);
-        if (wanted == VT_EMPTY) return VariantCopy(value, &entry->value);
-        return VariantChangeType(value, &entry->value, 0, wanted);
+        if (wanted == VT_EMPTY) return VariantCopy(value, &entry->value.get());
+        return VariantChangeType(value, &entry->value.get(), 0, wanted);
     }
     HRESULT STDMETHODCALLTYPE Write(LPCOLESTR name, VARIANT* value) override {
         if (!name || !value) return E_POINTER;
         Entry* entry = Find(name);
         if (!entry) entry = Append(name);
-        return entry ? VariantCopy(&entry->value, value) : E_OUTOFMEMORY;
+        return entry ? VariantCopy(&entry->value.get(), value) : E_OUTOFMEMORY;
     }
 
   private:
     struct Entry {
-        Entry() { VariantInit(&value); }
-        ~Entry() {
-            VariantClear(&value);
-            SysFreeString(name);
-        }
-        Entry(const Entry&) = delete;
-        Entry& operator=(const Entry&) = delete;
-
-        BSTR name = nullptr;
-        VARIANT value;
+        Bstr name;
+        Variant value;
         std::unique_ptr<Entry> next;
     };
 
     Entry* Find(LPCOLESTR name) const {
         Entry* entry = first_.get();
-        while (entry && _wcsicmp(entry->name, name) != 0) entry = entry->next.get();
+        while (entry && _wcsicmp(entry->name.get(), name) != 0) entry = entry->next.get();
         return entry;
     }
     Entry* Append(LPCOLESTR name) {
         std::unique_ptr<Entry> entry(new (std::nothrow) Entry);
-        if (!entry || !(entry->name = SysAllocString(name))) return nullptr;
+        if (!entry) return nullptr;
+        entry->name.reset(SysAllocString(name));
+        if (!entry->name) return nullptr;
         entry->next = std::move(first_);
         first_ = std::move(entry);
         return first_.get();

@@ -1,6 +1,7 @@
 // A media type that owns its format block.
 #pragma once
 
+#include "base/unique_resource.h"
 #include "filter_base/direct_show.h"
 
 namespace cam::filter_base {
@@ -10,6 +11,7 @@ void FreeMediaType(AM_MEDIA_TYPE& type);
 
 // The same for a media type that was itself allocated with CoTaskMemAlloc; null does nothing.
 void DeleteMediaType(AM_MEDIA_TYPE* type);
+using UniqueMediaType = UniqueResource<AM_MEDIA_TYPE*, DeleteMediaType>;
 
 // A deep copy into `out`, which must hold nothing. E_OUTOFMEMORY leaves it empty.
 HRESULT CopyMediaType(const AM_MEDIA_TYPE& type, AM_MEDIA_TYPE& out);

@@ -67,12 +67,6 @@ struct ImagerOperations {
     ImagerStatus(WINAPI* getExposureSettingParms)(DWORD index, TES_TableTag* table);                  // 68
 };
 
-struct LibraryPolicy {
-    using Type = HMODULE;
-    static Type Empty() { return nullptr; }
-    static void Close(Type module) { FreeLibrary(module); }
-};
-
 // Loaded while it runs, not bound at start-up: a machine without the library still has camera type 1.
 class ImagerLibrary {
   public:
@@ -89,7 +83,7 @@ class ImagerLibrary {
   private:
     bool FindOperations();
 
-    UniqueResource<LibraryPolicy> module;
+    UniqueLibrary module;
     HRESULT status = E_FAIL;
     ImagerOperations operations = {};
 };

@@ -6,6 +6,7 @@
 #include "base/com_ptr.h"
 #include "base/picture_format.h"
 #include "base/thread_role.h"
+#include "base/unique_resource.h"
 #include "imager_camera/imager_session.h"
 
 namespace cam {
@@ -56,11 +57,10 @@ class WindowContext {
 
 LONG TextHeight(HFONT font) {
     TEXTMETRICW metrics = {};
-    const HDC context = CreateCompatibleDC(nullptr);
-    const HGDIOBJ previous = SelectObject(context, font);
-    GetTextMetricsW(context, &metrics);
-    SelectObject(context, previous);
-    DeleteDC(context);
+    const UniqueMemoryDc context(CreateCompatibleDC(nullptr));
+    const HGDIOBJ previous = SelectObject(context.get(), font);
+    GetTextMetricsW(context.get(), &metrics);
+    SelectObject(context.get(), previous);
     return metrics.tmHeight;
 }
 

@@ -16,12 +16,7 @@ namespace cam::still {
 // made from a sample's buffer is known to the kernel by a handle of its own besides being a GDI object, and
 // both have to go. Where GDI objects are no kernel handles the second call fails and does nothing.
 void DiscardBitmap(HBITMAP bitmap);
-
-struct PictureBitmapPolicy {
-    using Type = HBITMAP;
-    static Type Empty() { return nullptr; }
-    static void Close(Type bitmap) { DiscardBitmap(bitmap); }
-};
+using UniquePictureBitmap = UniqueResource<HBITMAP, DiscardBitmap>;
 
 // Converts each sample in its own buffer, stamps text on it, keeps a bitmap of it, shows it to a callback,
 // stores it under the file name set beforehand, and reports that it is done.
@@ -69,7 +64,7 @@ class StillImageSinkFilter final
 
     UniqueHandle savedEvent_;
     StillPicture picture_;  // *streaming* while frames flow
-    UniqueResource<PictureBitmapPolicy> bitmap_;
+    UniquePictureBitmap bitmap_;
     std::atomic<camFrameCallback> callback_ = nullptr;
     Guarded<Settings> settings_;
 };

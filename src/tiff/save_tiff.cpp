@@ -2,6 +2,7 @@
 
 #include "base/hresult.h"
 #include "base/frame.h"
+#include "base/unique_resource.h"
 #include "tiff/byte_buffer.h"
 #include "tiff/tiff_file.h"
 
@@ -13,15 +14,16 @@ constexpr DWORD kEncodingFailed = ERROR_BAD_FORMAT;  // 11
 constexpr DWORD kShortWrite = ERROR_WRITE_FAULT;     // 29
 
 DWORD WriteWholeFile(const wchar_t* fileName, const ByteBuffer& contents) {
-    // Only a null handle counts as a file that could not be created. INVALID_HANDLE_VALUE goes on to the write, which moves nothing, and
-    // is closed like a handle: callers know this failure as the short write's 29.
-    const HANDLE file =
-        CreateFileW(fileName, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    // Only a null handle counts as a file that could not be created. INVALID_HANDLE_VALUE goes on to the
+    // write, which moves nothing, and is closed like a handle: callers know this failure as the short write's
+    // 29.
+    UniqueHandle file(
+        CreateFileW(fileName, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) return FileErrorFromLastError();
     DWORD written = 0;
-    WriteFile(file, contents.Data(), contents.Length(), &written, nullptr);
+    WriteFile(file.get(), contents.Data(), contents.Length(), &written, nullptr);
     const DWORD result = written == contents.Length() ? 0 : kShortWrite;
-    CloseHandle(file);
+    file.reset();
     if (result != 0) DeleteFileW(fileName);
     return result;
 }

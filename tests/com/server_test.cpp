@@ -17,14 +17,8 @@ using namespace cam;
 namespace {
 constexpr wchar_t kTestRoot[] = L"Software\\OcellusServerTest";
 
-struct LibraryPolicy {
-    using Type = HMODULE;
-    static Type Empty() { return nullptr; }
-    static void Close(Type module) { FreeLibrary(module); }
-};
-
 struct Library {
-    UniqueResource<LibraryPolicy> module{LoadLibraryW(L"ocellus.dll")};
+    UniqueLibrary module{LoadLibraryW(L"ocellus.dll")};
 
     Library() { REQUIRE(module); }
     HRESULT Call(const char* name) const {

@@ -5,6 +5,7 @@
 #include "config/config_texts.h"
 
 using namespace cam::config;
+using cam::Bstr;
 
 namespace {
 

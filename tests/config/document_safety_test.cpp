@@ -9,7 +9,9 @@
 #include "config/config_texts.h"
 
 using namespace cam::config;
+using cam::Bstr;
 using cam::ComPtr;
+using cam::Variant;
 
 namespace {
 

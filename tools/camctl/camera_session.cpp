@@ -43,7 +43,7 @@ LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
-HWND MakeWindow(int width, int height) {
+UniqueWindow MakeWindow(int width, int height) {
     static const ATOM registered = [] {
         WNDCLASSW windowClass = {};
         windowClass.lpfnWndProc = WindowProcedure;
@@ -54,9 +54,9 @@ HWND MakeWindow(int width, int height) {
     (void)registered;
     RECT frame = {0, 0, width, height};
     AdjustWindowRect(&frame, WS_OVERLAPPED | WS_CAPTION, FALSE);
-    const HWND window =
-        CreateWindowW(kWindowClass, L"camctl", WS_OVERLAPPED | WS_CAPTION, 0, 0, frame.right - frame.left,
-                      frame.bottom - frame.top, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+    UniqueWindow window(CreateWindowW(kWindowClass, L"camctl", WS_OVERLAPPED | WS_CAPTION, 0, 0,
+                                      frame.right - frame.left, frame.bottom - frame.top, nullptr, nullptr,
+                                      GetModuleHandleW(nullptr), nullptr));
     if (!window) {
         throw ToolError{kExitNoCamera, "a window could not be made",
                         "run it where windows can be made: scripts/host.sh",
@@ -166,16 +166,14 @@ CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
     g_hasFormat = false;
     g_stillsReported = 0;
     ownerWindow_ = MakeWindow(kOwnerWidth, kOwnerHeight);
-    if (options.showWindow) ShowWindow(ownerWindow_, SW_SHOW);
+    if (options.showWindow) ShowWindow(ownerWindow(), SW_SHOW);
     eventsWindow_ = MakeWindow(1, 1);
     const std::wstring file = ToWide(options.settingsFile);
     const std::wstring section = ToWide(options.settingsSection);
-    const camResult result = camSelect(ownerWindow_, file.empty() ? nullptr : file.c_str(),
+    const camResult result = camSelect(ownerWindow(), file.empty() ? nullptr : file.c_str(),
                                        section.empty() ? nullptr : section.c_str(), options.type);
     if (result != camOk) {
         camShutDown();
-        DestroyWindow(eventsWindow_);
-        DestroyWindow(ownerWindow_);
         if (result == E_INVALIDARG && !(options.scene.empty() && options.scenario.empty())) {
             throw ToolError{kExitNoCamera, "bringing up the camera failed",
                             "the device kit says above what is wrong with the scene or scenario; correct it",
@@ -183,7 +181,7 @@ CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
         }
         Require(result, "bringing up the camera");
     }
-    camSetEventsWindow(eventsWindow_);
+    camSetEventsWindow(eventsWindow_.get());
     camRegisterPreviewCallback(OnPreviewFrame);
     camRegisterMediaTypeCallback(OnMediaType);
 }
@@ -192,8 +190,6 @@ CameraSession::~CameraSession() {
     camRegisterPreviewCallback(nullptr);
     camRegisterMediaTypeCallback(nullptr);
     camShutDown();
-    DestroyWindow(eventsWindow_);
-    DestroyWindow(ownerWindow_);
 }
 
 template <typename Condition>

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "base/unique_resource.h"
+
 namespace camctl {
 
 struct Size {
@@ -37,6 +39,8 @@ struct PreviewFormat {
     LONG formatCode;
     LONG framesPerSecond;
 };
+
+using UniqueWindow = cam::UniqueResource<HWND, DestroyWindow>;
 
 // Brings the camera up in its constructor and down in its destructor. Owner and events window belong to the
 // constructing thread, which must make all calls. Failures are ToolErrors. At most one at a time: the
@@ -66,7 +70,7 @@ class CameraSession {
 
     long PreviewFrames() const;
     std::optional<PreviewFormat> Format() const;
-    HWND ownerWindow() const { return ownerWindow_; }
+    HWND ownerWindow() const { return ownerWindow_.get(); }
 
   private:
     template <typename Condition>
@@ -75,8 +79,8 @@ class CameraSession {
     CameraOptions options_;
     // The imager camera reads the name when it takes the still, which may be long after a time-out.
     std::wstring stillName_;
-    HWND ownerWindow_ = nullptr;
-    HWND eventsWindow_ = nullptr;
+    UniqueWindow ownerWindow_;
+    UniqueWindow eventsWindow_;
 };
 
 // Throws the ToolError for a result other than camOk. `what` completes "... failed".

@@ -77,7 +77,7 @@ COLORREF ParseTextColor(const std::string& name) {
 }
 
 // "NAME,PIXELS[,bold][,italic]"
-HFONT MakeFont(const std::string& text) {
+cam::UniqueFont MakeFont(const std::string& text) {
     std::istringstream parts(text);
     std::string name, pixels, style;
     std::getline(parts, name, ',');
@@ -103,7 +103,7 @@ HFONT MakeFont(const std::string& text) {
                         "write NAME,PIXELS and optionally ,bold and ,italic: --font \"DejaVu Sans,18,bold\""};
     }
     std::copy(wideName.begin(), wideName.end(), font.lfFaceName);
-    const HFONT made = CreateFontIndirectW(&font);
+    cam::UniqueFont made(CreateFontIndirectW(&font));
     if (!made) {
         throw ToolError{kExitInvalidArgument, "the system does not make the font '" + text + "'",
                         "choose another font or a smaller one"};
@@ -137,12 +137,8 @@ Stamp::Stamp(const TextOptions& options) {
     if (!options.stamp.empty()) text += (text.empty() ? "" : "\n") + Now(options.stamp);
     if (text.empty()) return;
     font_ = MakeFont(options.font);
-    text_.emplace(ToWide(text), font_);
+    text_.emplace(ToWide(text), font_.get());
     text_->At(position).Color(color).Outline(outline).Background(background);
-}
-
-Stamp::~Stamp() {
-    if (font_) DeleteObject(font_);
 }
 
 }  // namespace camctl

@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "base/unique_resource.h"
 #include "commands.h"
 
 namespace camctl {
@@ -12,15 +13,12 @@ class Stamp {
     // Throws ToolError for a position, a colour or a font that does not exist. The time is the time of
     // construction.
     explicit Stamp(const TextOptions& options);
-    ~Stamp();
-    Stamp(const Stamp&) = delete;
-    Stamp& operator=(const Stamp&) = delete;
 
     // Valid as long as this object; null when there is no text.
     const ocellus::PictureText* text() const { return text_ ? &*text_ : nullptr; }
 
   private:
-    HFONT font_ = nullptr;
+    cam::UniqueFont font_;
     std::optional<ocellus::PictureText> text_;
 };
 

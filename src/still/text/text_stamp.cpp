@@ -10,22 +10,6 @@
 namespace cam::still {
 namespace {
 
-struct MemoryDcPolicy {
-    using Type = HDC;
-    static Type Empty() { return nullptr; }
-    static void Close(Type dc) { DeleteDC(dc); }
-};
-using UniqueMemoryDc = UniqueResource<MemoryDcPolicy>;
-
-template <typename Handle>
-struct GdiObjectPolicy {
-    using Type = Handle;
-    static Type Empty() { return nullptr; }
-    static void Close(Type object) { DeleteObject(object); }
-};
-using UniqueBrush = UniqueResource<GdiObjectPolicy<HBRUSH>>;
-using UniqueBitmap = UniqueResource<GdiObjectPolicy<HBITMAP>>;
-
 // An object in use by a device context: it could not be deleted meanwhile.
 class Selection {
   public:

@@ -1,0 +1,63 @@
+// Owners for the strings and values of OLE automation.
+#pragma once
+
+#include <windows.h>
+#include <oleauto.h>
+
+#include "base/unique_resource.h"
+
+namespace cam {
+
+// Thrown when a string cannot be allocated, with E_OUTOFMEMORY. Never leaves the library.
+struct HresultError {
+    HRESULT code;
+};
+
+class Bstr : public UniqueResource<BSTR, SysFreeString> {
+  public:
+    Bstr() = default;
+    // Null gives the empty string. Throws HresultError.
+    explicit Bstr(const wchar_t* text) : UniqueResource(SysAllocString(text ? text : L"")) {
+        if (!*this) throw HresultError{E_OUTOFMEMORY};
+    }
+
+    // Never null: an absent string is an empty one.
+    const wchar_t* text() const { return get() ? get() : L""; }
+};
+
+class Variant {
+  public:
+    Variant() { VariantInit(&value_); }
+    // A string. Throws HresultError.
+    explicit Variant(const wchar_t* text) : Variant() { Adopt(Bstr(text)); }
+    Variant(const Variant&) = delete;
+    Variant& operator=(const Variant&) = delete;
+    ~Variant() { VariantClear(&value_); }
+
+    VARIANT& get() { return value_; }
+    const VARIANT& get() const { return value_; }
+
+    // For functions that hand out a value; what was held is freed first.
+    VARIANT* put() {
+        VariantClear(&value_);
+        return &value_;
+    }
+
+    // Becomes that string.
+    void Adopt(Bstr string) {
+        VARIANT& value = *put();
+        V_BSTR(&value) = string.release();
+        V_VT(&value) = VT_BSTR;
+    }
+
+    // The text of a string, else null.
+    const wchar_t* text() const {
+        if (V_VT(&value_) != VT_BSTR) return nullptr;
+        return V_BSTR(&value_) ? V_BSTR(&value_) : L"";
+    }
+
+  private:
+    VARIANT value_;
+};
+
+}  // namespace cam
