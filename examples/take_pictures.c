@@ -104,7 +104,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR commandLine, 
     windowClass.hInstance = instance;
     windowClass.lpszClassName = kName;
     RegisterClassW(&windowClass);
-    AdjustWindowRect(&frame, WS_OVERLAPPEDWINDOW, FALSE);
+    AdjustWindowRectEx(&frame, WS_OVERLAPPEDWINDOW, FALSE, 0);
     window = CreateWindowW(kName, kName, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
                            frame.right - frame.left, frame.bottom - frame.top, NULL, NULL, instance, NULL);
     if (!window) return 1;

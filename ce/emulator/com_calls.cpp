@@ -1,5 +1,9 @@
 // ole32 and oleaut32: classes, BSTRs, VARIANTs.
+#include <cstring>
+
 #include "emulator/com_object.h"
+#include "emulator/registry.h"
+#include "emulator/text.h"
 
 namespace ce {
 
@@ -8,7 +12,7 @@ namespace {
 const std::string kOle = "ole32.dll", kAutomation = "oleaut32.dll";
 constexpr u16 kVariantBstr = 8, kVariantDispatch = 9, kVariantUnknown = 13;
 constexpr u32 kVariantBytes = 16;
-constexpr u32 kModeChanged = 0x80010106;
+constexpr u32 kModeChanged = 0x80010106, kModuleNotFound = 0x8007007E;
 
 struct Apartments {
     std::map<u32, int> entered;  // by thread
@@ -20,12 +24,32 @@ struct Class {
 };
 using Classes = std::map<Guid, Class>;
 
+// A class that a DLL registered, from that DLL's class factory.
+u32 CreateRegistered(Process& process, const Guid& clsid, const Guid& iid, u32& result) {
+    const std::u16string key = FromUtf8("clsid\\" + FormatGuid(clsid) + "\\inprocserver32");
+    auto& registry = process.Attachment<Registry>("registry");
+    const auto found = registry.values.find({LowerCase(RegistryPath(kClassesRoot, key)), u""});
+    result = kClassNotRegistered;
+    if (found == registry.values.end()) return 0;
+    std::u16string path(found->second.contents.size() / 2, u'\0');
+    std::memcpy(path.data(), found->second.contents.data(), 2 * path.size());
+    path.resize(std::min(path.find(u'\0'), path.size()));
+    const Module* module = process.FindOrLoad(ToUtf8(path.substr(path.find_last_of(u'\\') + 1)));
+    result = kModuleNotFound;
+    return module ? CreateFromModule(process, *module, clsid, iid, result) : 0;
+}
+
 u32 Create(Process& process, u32 clsid, u32 iid, u32 out) {
     process.machine.Write(out, 0u);
     const Guid wanted = ReadGuid(process.machine, clsid);
     auto& classes = process.Attachment<Classes>("classes");
     const auto found = classes.find(wanted);
-    if (found == classes.end()) return kClassNotRegistered;
+    if (found == classes.end()) {
+        u32 result = kOk;
+        const u32 pointer = CreateRegistered(process, wanted, ReadGuid(process.machine, iid), result);
+        process.machine.Write(out, pointer);
+        return result;
+    }
     try {
         Calls(process).Add("CoCreateInstance " + found->second.name);
     } catch (const CallLog::Refusal& refusal) {
@@ -73,6 +97,21 @@ void BindVariants(Process& p) {
 }
 
 }  // namespace
+
+u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, const Guid& iid, u32& result) {
+    constexpr u32 kCreateInstance = 3;
+    const u32 getClass = process.Address(module, "DllGetClassObject");
+    const u32 place = HostMemory(process, 48);
+    WriteGuid(process.machine, place + 8, clsid);
+    WriteGuid(process.machine, place + 24, kIidClassFactory);
+    result = static_cast<u32>(process.machine.Call(getClass, {place + 8, place + 24, place}));
+    if (result != kOk) return 0;
+    const u32 factory = process.machine.Read<u32>(place);
+    WriteGuid(process.machine, place + 24, iid);
+    result = CallMethod(process, factory, kCreateInstance, {0, place + 24, place});
+    Release(process, factory);
+    return result == kOk ? process.machine.Read<u32>(place) : 0;
+}
 
 void RegisterClass(Process& process, const Guid& clsid, const std::string& name, Creator creator) {
     process.Attachment<Classes>("classes")[clsid] = {name, std::move(creator)};

@@ -23,6 +23,7 @@ constexpr u32 kOk = 0, kFalse = 1, kNotImplemented = 0x80004001, kNoInterface = 
               kPointer = 0x80004003, kFail = 0x80004005, kClassNotRegistered = 0x80040154,
               kInvalidArgument = 0x80070057, kOutOfMemory = 0x8007000E, kUnexpected = 0x8000FFFF;
 const Guid kIidUnknown = ParseGuid("00000000-0000-0000-C000-000000000046");
+const Guid kIidClassFactory = ParseGuid("00000001-0000-0000-C000-000000000046");
 
 // The calls on host objects in their order, "IMediaControl::Run", with what matters of the arguments behind a space. A call for which the rules have a
 // result is not carried out but answered with it.
@@ -114,7 +115,11 @@ u32 HostMemory(Process& process, u32 size);
 
 // CoCreateInstance finds classes here, and logs their names; a creator returns an interface with a reference, or 0 and the reason.
 using Creator = std::function<u32(const Guid& iid, u32& result)>;
+// Where no creator is registered, the process's registry names the DLL.
 void RegisterClass(Process& process, const Guid& clsid, const std::string& name, Creator creator);
+
+// An object from the class factory of a module of the program's, with a reference; 0 and the reason.
+u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, const Guid& iid, u32& result);
 
 // BSTRs.
 u32 AllocateBstr(Process& process, std::u16string_view text);

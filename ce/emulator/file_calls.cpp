@@ -1,19 +1,58 @@
-// Files below the process's folder, and the search for device drivers.
+// Files and folders below the process's folder.
+#include <strings.h>
+
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 
 #include "emulator/devices.h"
 #include "emulator/process.h"
+#include "emulator/text.h"
 
 namespace ce {
 
+namespace {
+
+namespace fs = std::filesystem;
+
+// The entry of that name, in whatever letters: the device makes no difference between capitals and small ones.
+fs::path Entry(const fs::path& folder, const std::string& name) {
+    std::error_code error;
+    if (fs::exists(folder / name, error)) return folder / name;
+    for (const auto& entry : fs::directory_iterator(folder, error)) {
+        if (strcasecmp(entry.path().filename().c_str(), name.c_str()) == 0) return entry.path();
+    }
+    return folder / name;
+}
+
+}  // namespace
+
 std::string HostPath(Process& process, std::u16string_view name) {
-    std::string path = process.folder;
-    if (name.empty() || name.front() != u'\\') path.push_back('/');
-    for (const char16_t unit : name) path.push_back(unit == u'\\' ? '/' : static_cast<char>(unit));
-    return path;
+    fs::path path = process.folder;
+    const std::string text = ToUtf8(name);
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min(text.find_first_of("\\/", at), text.size());
+        const std::string part = text.substr(at, end - at);
+        // Nothing leads out of the device's folder.
+        if (!part.empty() && part != "." && part != "..") path = Entry(path, part);
+        at = end + 1;
+    }
+    return path.string();
+}
+
+std::u16string DevicePath(Process& process, const std::string& hostPath) {
+    const fs::path relative = fs::path(hostPath).lexically_proximate(process.folder);
+    std::string path = "\\" + relative.string();
+    if (relative.is_absolute() || *relative.begin() == "..") {
+        std::string name = fs::path(hostPath).filename().string();
+        for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        path = "\\Windows\\" + name;
+    }
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return FromUtf8(path);
 }
 
 namespace {
@@ -24,8 +63,8 @@ constexpr u32 kGenericWrite = 0x40000000, kGenericRead = 0x80000000;
 constexpr u32 kCreateNew = 1, kCreateAlways = 2, kOpenExisting = 3, kOpenAlways = 4;
 constexpr u32 kErrorPathNotFound = 3, kErrorAccessDenied = 5, kErrorFileExists = 80;
 constexpr u32 kAttributesMissing = 0xFFFFFFFF;
-constexpr u32 kSearchByClass = 3;
-constexpr u32 kDeviceRecordBytes = 1584;
+constexpr u32 kAttributeFolder = 0x10, kAttributeArchive = 0x20;
+constexpr u32 kMaxPath = 260, kFindRecordBytes = 40 + 2 * kMaxPath;
 
 struct File final : Object {
     ~File() override {
@@ -37,29 +76,15 @@ struct File final : Object {
     bool readable = false, writable = false;
 };
 
-// What the C library's functions for streams work with.
-struct Stream final : Object {
-    explicit Stream(FILE* opened) : stream(opened) {}
-    ~Stream() override { std::fclose(stream); }
-    std::string Describe() const override { return "stream"; }
-    FILE* stream;
-};
-
-struct DeviceSearch final : Object {
-    std::string Describe() const override { return "device search"; }
-    Guid wanted;
-    size_t next = 0;
-};
-
 u32 OpenFile(Process& p, u32 nameAt, u32 access, u32 disposition) {
     const std::string path = HostPath(p, p.machine.Text(nameAt));
-    const bool exists = std::filesystem::is_regular_file(path);
+    const bool exists = fs::is_regular_file(path);
     p.SetLastError(0);
     const auto refuse = [&](u32 error) {
         p.SetLastError(error);
         return kInvalidHandle;
     };
-    if (!std::filesystem::is_directory(std::filesystem::path(path).parent_path()))
+    if (!fs::is_directory(fs::path(path).parent_path()))
         return refuse(kErrorPathNotFound);
     if (disposition == kOpenExisting && !exists) return refuse(kErrorFileNotFound);
     if (disposition == kCreateNew && exists) return refuse(kErrorFileExists);
@@ -107,18 +132,29 @@ void BindReading(Process& p) {
         const auto file = p.FromHandle<File>(handle);
         if (!file || !file->writable) return p.SetLastError(kErrorInvalidHandle), 0;
         std::fflush(file->stream);
-        std::filesystem::resize_file(file->path, static_cast<u64>(std::ftell(file->stream)));
+        fs::resize_file(file->path, static_cast<u64>(std::ftell(file->stream)));
         return 1;
+    });
+    p.Bind(kLibrary, "GetFileSize", [&p](u32 handle, u32 highAt) -> u32 {
+        const auto file = p.FromHandle<File>(handle);
+        if (!file) return p.SetLastError(kErrorInvalidHandle), kInvalidHandle;
+        std::fflush(file->stream);
+        if (highAt) p.machine.Write(highAt, 0u);
+        return static_cast<u32>(fs::file_size(file->path));
+    });
+    p.Bind(kLibrary, "FlushFileBuffers", [&p](u32 handle) -> u32 {
+        const auto file = p.FromHandle<File>(handle);
+        return file && std::fflush(file->stream) == 0;
     });
     p.Bind(kLibrary, "DeleteFileW", [&p](u32 name) -> u32 {
         std::error_code error;
-        if (std::filesystem::remove(HostPath(p, p.machine.Text(name)), error)) return 1;
+        if (fs::remove(HostPath(p, p.machine.Text(name)), error)) return 1;
         return p.SetLastError(kErrorFileNotFound), 0;
     });
     p.Bind(kLibrary, "GetFileAttributesW", [&p](u32 name) -> u32 {
         const std::string path = HostPath(p, p.machine.Text(name));
-        if (!std::filesystem::exists(path)) return p.SetLastError(kErrorFileNotFound), kAttributesMissing;
-        return std::filesystem::is_directory(path) ? 0x10 : 0x20;
+        if (!fs::exists(path)) return p.SetLastError(kErrorFileNotFound), kAttributesMissing;
+        return fs::is_directory(path) ? kAttributeFolder : kAttributeArchive;
     });
 }
 
@@ -126,7 +162,7 @@ void BindTimes(Process& p) {
     p.Bind(kLibrary, "GetFileTime", [&p](u32 handle, u32 createdAt, u32 accessedAt, u32 writtenAt) -> u32 {
         const auto file = p.FromHandle<File>(handle);
         if (!file) return p.SetLastError(kErrorInvalidHandle), 0;
-        const auto written = std::filesystem::last_write_time(file->path).time_since_epoch();
+        const auto written = fs::last_write_time(file->path).time_since_epoch();
         const auto ticks =
             static_cast<u64>(std::chrono::duration_cast<std::chrono::nanoseconds>(written).count());
         for (const u32 at : {createdAt, accessedAt, writtenAt}) {
@@ -140,64 +176,85 @@ void BindTimes(Process& p) {
     });
 }
 
-// Only reading: nothing in the DLL writes a stream.
-void BindStreams(Process& p) {
-    p.Bind(kLibrary, "_wfopen", [&p](u32 name, u32 mode) -> u32 {
-        const std::u16string wanted = p.machine.Text(mode);
-        if (!wanted.starts_with(u'r')) throw Failure("a stream is opened for more than reading");
-        const std::string path = HostPath(p, p.machine.Text(name));
-        FILE* stream = std::filesystem::is_regular_file(path) ? std::fopen(path.c_str(), "rb") : nullptr;
-        if (!stream) return p.SetLastError(kErrorFileNotFound), 0;
-        return p.AddHandle(std::make_shared<Stream>(stream));
-    });
-    p.Bind(kLibrary, "fclose",
-           [&p](u32 handle) -> u32 { return p.CloseHandle(handle) ? 0 : kInvalidHandle; });
-    p.Bind(kLibrary, "fread", [&p](u32 buffer, u32 size, u32 count, u32 handle) -> u32 {
-        const auto stream = p.FromHandle<Stream>(handle);
-        if (!stream) throw Failure("fread from what is no stream");
-        if (size == 0 || count == 0) return 0;
-        return static_cast<u32>(
-            std::fread(p.machine.Bytes(buffer, size * count), size, count, stream->stream));
-    });
-    // The device has a code page of single bytes.
-    p.Bind(kLibrary, "IsDBCSLeadByte", [](u32) -> u32 { return 0; });
+// ---- Folders -------------------------------------------------------------------------------------------------------------
+
+struct FileSearch final : Object {
+    std::string Describe() const override { return "file search"; }
+    std::vector<fs::path> found;
+    size_t next = 0;
+};
+
+// * stands for any characters, ? for one.
+bool Matches(std::string_view name, std::string_view pattern) {
+    if (pattern.empty()) return name.empty();
+    if (pattern.front() == '*')
+        return Matches(name, pattern.substr(1)) || (!name.empty() && Matches(name.substr(1), pattern));
+    if (name.empty()) return false;
+    const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
+    return (pattern.front() == '?' || lower(pattern.front()) == lower(name.front())) &&
+           Matches(name.substr(1), pattern.substr(1));
 }
 
-bool NextDevice(Process& p, DeviceSearch& search, u32 record) {
-    const auto& devices = p.Attachment<Devices>("devices");
-    for (; search.next < devices.size(); ++search.next) {
-        if (devices[search.next].deviceClass == search.wanted) break;
-    }
-    if (search.next == devices.size()) {
-        p.SetLastError(kErrorNoMoreFiles);
-        return false;
-    }
-    const Device& device = devices[search.next++];
-    // Size, device, parent; then the legacy name, the key, the name and the bus name.
-    p.machine.Write(record + 4, 0x00CA0000 + static_cast<u32>(search.next));
-    p.machine.Write(record + 8, 0u);
-    for (size_t i = 0; i < 6; ++i) {
-        p.machine.Write(record + 12 + 2 * static_cast<u32>(i),
-                        static_cast<u16>(i < device.legacyName.size() ? device.legacyName[i] : u'\0'));
-    }
+// Attributes, three times, size, object identifier, name.
+bool NextFile(Process& p, FileSearch& search, u32 record) {
+    if (search.next == search.found.size()) return p.SetLastError(kErrorNoMoreFiles), false;
+    const fs::path& path = search.found[search.next++];
+    std::memset(p.machine.Bytes(record, kFindRecordBytes), 0, kFindRecordBytes);
+    const bool isFolder = fs::is_directory(path);
+    p.machine.Write(record, isFolder ? kAttributeFolder : kAttributeArchive);
+    if (!isFolder) p.machine.Write(record + 32, static_cast<u32>(fs::file_size(path)));
+    WriteText(p.machine, record + 40, FromUtf8(path.filename().string()).substr(0, kMaxPath - 1));
     return true;
 }
 
-void BindDevices(Process& p) {
-    p.Bind(kLibrary, "FindFirstDevice", [&p](u32 kind, u32 parameter, u32 record) -> u32 {
-        if (kind != kSearchByClass || p.machine.Read<u32>(record) != kDeviceRecordBytes) {
-            return p.SetLastError(kErrorInvalidParameter), kInvalidHandle;
+void BindFolders(Process& p) {
+    p.Bind(kLibrary, "FindFirstFileW", [&p](u32 name, u32 record) -> u32 {
+        const fs::path wanted = HostPath(p, p.machine.Text(name));
+        auto search = std::make_shared<FileSearch>();
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(wanted.parent_path(), error)) {
+            if (Matches(entry.path().filename().string(), wanted.filename().string()))
+                search->found.push_back(entry.path());
         }
-        auto search = std::make_shared<DeviceSearch>();
-        search->wanted = ReadGuid(p.machine, parameter);
-        if (!NextDevice(p, *search, record)) return kInvalidHandle;
-        return p.AddHandle(search);
+        std::sort(search->found.begin(), search->found.end());
+        return NextFile(p, *search, record) ? p.AddHandle(search) : kInvalidHandle;
     });
-    p.Bind(kLibrary, "FindNextDevice", [&p](u32 handle, u32 record) -> u32 {
-        const auto search = p.FromHandle<DeviceSearch>(handle);
-        return search && NextDevice(p, *search, record);
+    p.Bind(kLibrary, "FindNextFileW", [&p](u32 handle, u32 record) -> u32 {
+        const auto search = p.FromHandle<FileSearch>(handle);
+        return search && NextFile(p, *search, record);
     });
     p.Bind(kLibrary, "FindClose", [&p](u32 handle) -> u32 { return p.CloseHandle(handle); });
+    p.Bind(kLibrary, "CreateDirectoryW", [&p](u32 name, u32) -> u32 {
+        const std::string path = HostPath(p, p.machine.Text(name));
+        std::error_code error;
+        if (fs::exists(path)) return p.SetLastError(kErrorAlreadyExists), 0;
+        return fs::create_directory(path, error) ? 1 : (p.SetLastError(kErrorPathNotFound), 0);
+    });
+    p.Bind(kLibrary, "RemoveDirectoryW", [&p](u32 name) -> u32 {
+        const std::string path = HostPath(p, p.machine.Text(name));
+        std::error_code error;
+        return fs::is_directory(path) && fs::remove(path, error) ? 1 : (p.SetLastError(kErrorPathNotFound), 0);
+    });
+    p.Bind(kLibrary, "MoveFileW", [&p](u32 from, u32 to) -> u32 {
+        const std::string target = HostPath(p, p.machine.Text(to));
+        std::error_code error;
+        if (fs::exists(target)) return p.SetLastError(kErrorAlreadyExists), 0;
+        fs::rename(HostPath(p, p.machine.Text(from)), target, error);
+        return error ? (p.SetLastError(kErrorFileNotFound), 0) : 1;
+    });
+    p.Bind(kLibrary, "CopyFileW", [&p](u32 from, u32 to, u32 keepExisting) -> u32 {
+        const std::string target = HostPath(p, p.machine.Text(to));
+        std::error_code error;
+        if (keepExisting && fs::exists(target)) return p.SetLastError(kErrorFileExists), 0;
+        fs::copy_file(HostPath(p, p.machine.Text(from)), target, fs::copy_options::overwrite_existing, error);
+        return error ? (p.SetLastError(kErrorFileNotFound), 0) : 1;
+    });
+    p.Bind(kLibrary, "GetTempPathW", [&p](u32 room, u32 buffer) -> u32 {
+        constexpr std::u16string_view kTemp = u"\\Temp\\";
+        fs::create_directories(HostPath(p, kTemp));
+        if (room > kTemp.size()) WriteText(p.machine, buffer, kTemp);
+        return static_cast<u32>(kTemp.size()) + (room > kTemp.size() ? 0 : 1);
+    });
 }
 
 }  // namespace
@@ -205,8 +262,7 @@ void BindDevices(Process& p) {
 void BindFiles(Process& process) {
     BindReading(process);
     BindTimes(process);
-    BindStreams(process);
-    BindDevices(process);
+    BindFolders(process);
 }
 
 }  // namespace ce

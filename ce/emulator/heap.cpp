@@ -1,5 +1,6 @@
 #include "emulator/heap.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace ce {
@@ -36,8 +37,10 @@ u32 Heap::Allocate(u32 size, bool zeroed) {
     }
     std::memset(machine_.Bytes(address - kFence, kFence), kFenceByte, kFence);
     std::memset(machine_.Bytes(address, room), zeroed ? 0 : kFreshByte, room);
-    // What the program may not touch begins right behind the last byte.
+    // What the program may not touch begins right after the last byte.
     std::memset(machine_.Bytes(address + size, room - size + kFence), kFenceByte, room - size + kFence);
+    bytes_ += size;
+    peakBytes_ = std::max(peakBytes_, bytes_);
     blocks_[address] = {size, room, ++serial_, machine_.Load().r[14]};
     return address;
 }
@@ -69,6 +72,7 @@ void Heap::Free(u32 address) {
     if (found == blocks_.end()) throw Failure("freed what is no block of the heap\n" + machine_.Backtrace());
     CheckFences(address, found->second);
     std::memset(machine_.Bytes(address, found->second.room), kFreedByte, found->second.room);
+    bytes_ -= found->second.size;
     free_.emplace(found->second.room, address);
     blocks_.erase(found);
 }
@@ -82,6 +86,18 @@ u32 Heap::Size(u32 address) {
 
 void Heap::Validate() {
     for (const auto& [address, block] : blocks_) CheckFences(address, block);
+}
+
+std::vector<Heap::Share> Heap::Shares() const {
+    std::map<u32, Share> byCaller;
+    for (const auto& [address, block] : blocks_) {
+        Share& share = byCaller.try_emplace(block.caller, Share{machine_.Describe(block.caller), 0, 0}).first->second;
+        ++share.blocks;
+        share.bytes += block.size;
+    }
+    std::vector<Share> shares;
+    for (auto& [caller, share] : byCaller) shares.push_back(std::move(share));
+    return shares;
 }
 
 std::string Heap::LeakedSince(u32 mark) const {

@@ -21,6 +21,13 @@ class Heap {
     // Fences of all blocks are whole, else Failure.
     void Validate();
     size_t Blocks() const { return blocks_.size(); }
+    u32 PeakBytes() const { return peakBytes_; }
+    // The blocks that are still there, by who allocated them.
+    struct Share {
+        std::string caller;
+        u32 blocks, bytes;
+    };
+    std::vector<Share> Shares() const;
     // Blocks allocated later than the mark that are still there, with who allocated them.
     u32 Mark() const { return serial_; }
     std::string LeakedSince(u32 mark) const;
@@ -39,6 +46,7 @@ class Heap {
     std::multimap<u32, u32> free_;  // room → address
     u32 next_;
     u32 serial_ = 0;
+    u32 bytes_ = 0, peakBytes_ = 0;
     static constexpr int kSpent = -2;
     int failAfter_ = -1;
 };

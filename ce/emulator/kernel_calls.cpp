@@ -1,11 +1,30 @@
-// Threads, waiting, events, message queues, thread-local storage, modules.
+// Threads, waiting, events, locks, thread-local storage, time.
 #include <algorithm>
-#include <deque>
+#include <ctime>
 
 #include "emulator/kernel_objects.h"
 #include "emulator/process.h"
+#include "emulator/text.h"
 
 namespace ce {
+
+u32 WaitFor(Process& process, const std::vector<u32>& handles, bool all, u32 milliseconds) {
+    std::vector<ObjectPtr> objects;
+    for (const u32 handle : handles) {
+        objects.push_back(process.FromHandle(handle));
+        if (!objects.back()) {
+            process.SetLastError(kErrorInvalidHandle);
+            return kWaitFailed;
+        }
+    }
+    return process.scheduler.Wait(std::move(objects), all, milliseconds);
+}
+
+std::vector<u32> ReadHandles(Process& process, u32 count, u32 array) {
+    std::vector<u32> handles;
+    for (u32 i = 0; i < count; ++i) handles.push_back(process.machine.Read<u32>(array + 4 * i));
+    return handles;
+}
 
 namespace {
 
@@ -13,6 +32,9 @@ const std::string kLibrary = "coredll.dll";
 constexpr u32 kPulse = 1, kReset = 2, kSet = 3;
 constexpr u32 kCurrentThreadHandle = 65, kCurrentProcessHandle = 66;
 constexpr u32 kTlsAllocate = 0, kTlsFree = 1;
+constexpr u32 kNormalPriority = 3;
+constexpr u32 kExceptionOfCpp = 0xE06D7363;
+constexpr std::time_t kStartOfTime = 1'136'073'600;  // 2006-01-01, UTC
 
 struct TlsSlots {
     bool used[kTlsSlots] = {true, true, true, true};  // the system keeps the first four for itself
@@ -80,25 +102,24 @@ void BindEvents(Process& p) {
     });
 }
 
+void BindSemaphores(Process& p) {
+    p.Bind(kLibrary, "CreateSemaphoreW", [&p](u32, u32 initial, u32 maximum, u32) -> u32 {
+        auto semaphore = std::make_shared<Semaphore>();
+        semaphore->count = initial;
+        semaphore->maximum = maximum;
+        return p.AddHandle(semaphore);
+    });
+    p.Bind(kLibrary, "ReleaseSemaphore", [&p](u32 handle, u32 count, u32 previousAt) -> u32 {
+        const auto semaphore = p.FromHandle<Semaphore>(handle);
+        if (!semaphore || count > semaphore->maximum - semaphore->count)
+            return p.SetLastError(kErrorInvalidParameter), 0;
+        if (previousAt) p.machine.Write(previousAt, semaphore->count);
+        semaphore->count += count;
+        return 1;
+    });
+}
+
 // ---- Threads and waiting ----------------------------------------------------------------------------------------------
-
-u32 WaitFor(Process& process, const std::vector<u32>& handles, bool all, u32 milliseconds) {
-    std::vector<ObjectPtr> objects;
-    for (const u32 handle : handles) {
-        objects.push_back(process.FromHandle(handle));
-        if (!objects.back()) {
-            process.SetLastError(kErrorInvalidHandle);
-            return kWaitFailed;
-        }
-    }
-    return process.scheduler.Wait(std::move(objects), all, milliseconds);
-}
-
-std::vector<u32> ReadHandles(Process& process, u32 count, u32 array) {
-    std::vector<u32> handles;
-    for (u32 i = 0; i < count; ++i) handles.push_back(process.machine.Read<u32>(array + 4 * i));
-    return handles;
-}
 
 void BindThreads(Process& p) {
     p.Bind(kLibrary, "CreateThread", [&p](u32, u32, u32 start, u32 argument, u32, u32 idAt) {
@@ -114,13 +135,21 @@ void BindThreads(Process& p) {
         p.machine.Write(codeAt, thread->exitCode);
         return 1;
     });
-    p.Bind(kLibrary, "TerminateProcess", [&p](u32, u32 code) -> u32 {
-        throw Failure("the process ended itself with " + std::to_string(code) + "\n" + p.machine.Backtrace());
+    p.Bind(kLibrary, "ExitThread", [&p](u32 code) -> u32 {
+        if (p.scheduler.IsMain(p.scheduler.Current())) throw ProcessEnd(code);
+        p.scheduler.Exit(code);
     });
+    p.Bind(kLibrary, "GetThreadPriority", [](u32) { return kNormalPriority; });
+    p.Bind(kLibrary, "SetThreadPriority", [](u32, u32) -> u32 { return 1; });
+    p.Bind(kLibrary, "TerminateProcess", [](u32, u32 code) -> u32 { throw ProcessEnd(code); });
     p.Bind(kLibrary, "RaiseException", [&p](u32 code, u32, u32, u32) {
-        throw Failure("the exception " + std::to_string(code) + " was raised and nobody handles it\n" +
+        const char* meaning = code == kExceptionOfCpp ? " (a C++ exception, or abort)" : "";
+        throw Failure("the exception " + Hex(code) + meaning + " was raised and nobody handles it\n" +
                       p.machine.Backtrace());
     });
+}
+
+void BindWaiting(Process& p) {
     p.Bind(kLibrary, "Sleep", [&p](u32 milliseconds) { p.scheduler.Sleep(milliseconds); });
     p.Bind(kLibrary, "WaitForSingleObject",
            [&p](u32 handle, u32 milliseconds) { return WaitFor(p, {handle}, false, milliseconds); });
@@ -131,14 +160,12 @@ void BindThreads(Process& p) {
                           p.machine.Backtrace());
         return WaitFor(p, ReadHandles(p, count, array), false, milliseconds);
     });
-    // Nobody sends messages between the emulated threads, so only the handles can end it.
-    p.Bind(kLibrary, "MsgWaitForMultipleObjectsEx", [&p](u32 count, u32 array, u32 milliseconds, u32, u32) {
-        return WaitFor(p, ReadHandles(p, count, array), false, milliseconds);
-    });
-    p.Bind(kLibrary, "GetTickCount", [&p] { return static_cast<u32>(p.scheduler.Now()); });
     p.Bind(kLibrary, "GetLastError", [&p] { return p.scheduler.Current().lastError; });
     p.Bind(kLibrary, "SetLastError", [&p](u32 error) { p.SetLastError(error); });
-    p.Bind(kLibrary, "OutputDebugStringW", [&p](u32 text) { p.debugText.push_back(p.machine.Text(text)); });
+    p.Bind(kLibrary, "OutputDebugStringW", [&p](u32 text) {
+        p.debugText.push_back(p.machine.Text(text));
+        p.WriteOutput(Process::Output::Debugger, ToUtf8(p.debugText.back()));
+    });
 }
 
 void BindThreadStorage(Process& p) {
@@ -167,14 +194,22 @@ void BindThreadStorage(Process& p) {
 
 void BindInterlocked(Process& p) {
     auto& m = p.machine;
+    const auto add = [&m](u32 at, u32 value) {
+        const u32 old = m.Read<u32>(at);
+        m.Write(at, old + value);
+        return old;
+    };
+    p.Bind(kLibrary, "InterlockedIncrement", [add](u32 at) { return add(at, 1) + 1; });
+    p.Bind(kLibrary, "InterlockedDecrement", [add](u32 at) { return add(at, 0xFFFFFFFF) - 1; });
+    p.Bind(kLibrary, "InterlockedExchangeAdd", add);
+    p.Bind(kLibrary, "InterlockedCompareExchange", [&m](u32 at, u32 value, u32 comparand) {
+        const u32 old = m.Read<u32>(at);
+        if (old == comparand) m.Write(at, value);
+        return old;
+    });
     p.Bind(kLibrary, "InterlockedExchange", [&m](u32 at, u32 value) {
         const u32 old = m.Read<u32>(at);
         m.Write(at, value);
-        return old;
-    });
-    p.Bind(kLibrary, "InterlockedExchangeAdd", [&m](u32 at, u32 value) {
-        const u32 old = m.Read<u32>(at);
-        m.Write(at, old + value);
         return old;
     });
 }
@@ -200,6 +235,9 @@ void BindCriticalSections(Process& p) {
     });
     p.Bind(kLibrary, "EnterCriticalSection",
            [&p, section](u32 at) { p.scheduler.Wait({section(at)}, false, kInfinite); });
+    p.Bind(kLibrary, "TryEnterCriticalSection", [&p, section](u32 at) -> u32 {
+        return p.scheduler.Wait({section(at)}, false, 0) == 0;
+    });
     p.Bind(kLibrary, "LeaveCriticalSection", [&p, section](u32 at) {
         const auto held = section(at);
         if (held->owner != &p.scheduler.Current()) {
@@ -210,123 +248,39 @@ void BindCriticalSections(Process& p) {
     });
 }
 
-// ---- Message queues and power notifications -----------------------------------------------------------------------------
+// ---- Time ----------------------------------------------------------------------------------------------------------------
 
-void BindQueues(Process& p) {
-    p.Bind(kLibrary, "CreateMsgQueue", [&p](u32, u32 options) -> u32 {
-        const auto words = [&](u32 index) { return p.machine.Read<u32>(options + 4 * index); };
-        if (words(0) != 20) {
-            p.SetLastError(kErrorInvalidParameter);
-            return 0;
-        }
-        auto queue = std::make_shared<MessageQueue>();
-        queue->maximum = words(2);
-        queue->messageSize = words(3);
-        queue->readable = words(4) != 0;
-        return p.AddHandle(queue);
-    });
-    p.Bind(kLibrary, "ReadMsgQueue",
-           [&p](u32 handle, u32 buffer, u32 size, u32 readAt, u32 milliseconds, u32 flagsAt) -> u32 {
-               const auto queue = p.FromHandle<MessageQueue>(handle);
-               if (!queue || !queue->readable) {
-                   p.SetLastError(kErrorInvalidHandle);
-                   return 0;
-               }
-               if (queue->messages.empty() && p.scheduler.Wait({queue}, false, milliseconds) != 0) {
-                   p.SetLastError(kErrorTimeout);
-                   return 0;
-               }
-               const std::vector<u8> message = queue->messages.front();
-               queue->messages.pop_front();
-               const u32 count = std::min(size, static_cast<u32>(message.size()));
-               std::copy_n(message.begin(), count, p.machine.Bytes(buffer, count));
-               p.machine.Write(readAt, count);
-               p.machine.Write(flagsAt, 0u);
-               if (count == message.size()) return 1;
-               p.SetLastError(kErrorInsufficientBuffer);
-               return 0;
-           });
-    p.Bind(kLibrary, "CloseMsgQueue", [&p](u32 handle) -> u32 { return p.CloseHandle(handle); });
-    p.Bind(kLibrary, "RequestPowerNotifications", [&p](u32 handle, u32 flags) -> u32 {
-        const auto queue = p.FromHandle<MessageQueue>(handle);
-        if (!queue) return 0;
-        auto request = std::make_shared<PowerRequest>();
-        request->queue = queue;
-        request->flags = flags;
-        p.Attachment<PowerRequests>("power").push_back(request);
-        return p.AddHandle(request);
-    });
-    p.Bind(kLibrary, "StopPowerNotifications", [&p](u32 handle) -> u32 { return p.CloseHandle(handle); });
-}
-
-// ---- Modules -----------------------------------------------------------------------------------------------------------
-
-void BindModules(Process& p) {
-    const auto byBase = [&p](u32 base) -> Module* {
-        for (const auto& module : p.Modules()) {
-            if (module->base == base) return module.get();
-        }
-        return nullptr;
+// Time is virtual: the device's clock was set when the process began, to the same moment in every run.
+void BindTime(Process& p) {
+    p.Bind(kLibrary, "GetTickCount", [&p] { return static_cast<u32>(p.scheduler.Now()); });
+    p.Bind(kLibrary, "QueryPerformanceCounter",
+           [&p](u32 out) -> u32 { return p.machine.Write(out, p.scheduler.Now()), 1; });
+    p.Bind(kLibrary, "QueryPerformanceFrequency",
+           [&p](u32 out) -> u32 { return p.machine.Write(out, u64{1000}), 1; });
+    const auto write = [&p](u32 out) {
+        const std::time_t moment = kStartOfTime + static_cast<std::time_t>(p.scheduler.Now() / 1000);
+        std::tm time{};
+        gmtime_r(&moment, &time);
+        const int fields[] = {time.tm_year + 1900, time.tm_mon + 1, time.tm_wday, time.tm_mday,
+                              time.tm_hour,        time.tm_min,     time.tm_sec,
+                              static_cast<int>(p.scheduler.Now() % 1000)};
+        for (const int field : fields) p.machine.Write(std::exchange(out, out + 2), static_cast<u16>(field));
     };
-    const auto find = [&p](u32 nameAt) -> u32 {
-        const std::u16string wide = p.machine.Text(nameAt);
-        Module* module = p.Find(std::string(wide.begin(), wide.end()));
-        if (!module) p.SetLastError(kErrorModuleNotFound);
-        return module ? module->base : 0;
-    };
-    const auto procedure = [&p, byBase](u32 base, const std::string& name) -> u32 {
-        Module* module = byBase(base);
-        if (module) {
-            const auto found = module->image.exports.find(name);
-            if (found != module->image.exports.end()) return base + found->second;
-        }
-        p.SetLastError(kErrorProcNotFound);
-        return 0;
-    };
-    p.Bind(kLibrary, "LoadLibraryW", find);
-    p.Bind(kLibrary, "FreeLibrary", [](u32) -> u32 { return 1; });
-    p.Bind(kLibrary, "GetProcAddressA", [&p, byBase, procedure](u32 base, u32 name) -> u32 {
-        if (name < 0x10000) {
-            Module* module = byBase(base);
-            if (!module || !module->image.exportsByOrdinal.contains(static_cast<u16>(name))) {
-                p.SetLastError(kErrorProcNotFound);
-                return 0;
-            }
-            return base + module->image.exportsByOrdinal[static_cast<u16>(name)];
-        }
-        return procedure(base, p.machine.Narrow(name));
-    });
-    p.Bind(kLibrary, "GetModuleFileNameW", [&p, byBase](u32 base, u32 buffer, u32 length) -> u32 {
-        Module* module = byBase(base);
-        const std::string path = "\\Windows\\" + (module ? module->name : "test.exe");
-        if (path.size() + 1 > length) return 0;
-        for (size_t i = 0; i <= path.size(); ++i)
-            p.machine.Write(buffer + 2 * static_cast<u32>(i), static_cast<u16>(path.c_str()[i]));
-        return static_cast<u32>(path.size());
-    });
+    p.Bind(kLibrary, "GetLocalTime", write);
+    p.Bind(kLibrary, "GetSystemTime", write);
 }
 
 }  // namespace
 
-void PostPowerMessage(Process& process, u32 kind) {
-    for (const auto& weak : process.Attachment<PowerRequests>("power")) {
-        const auto request = weak.lock();
-        const auto queue = request ? request->queue.lock() : nullptr;
-        if (!queue || !(request->flags & kind) || queue->messages.size() >= queue->maximum) continue;
-        std::vector<u8> message(12);
-        std::copy_n(reinterpret_cast<const u8*>(&kind), 4, message.begin());
-        queue->messages.push_back(std::move(message));
-    }
-}
-
 void BindKernel(Process& process) {
     BindEvents(process);
+    BindSemaphores(process);
     BindThreads(process);
+    BindWaiting(process);
     BindThreadStorage(process);
     BindInterlocked(process);
     BindCriticalSections(process);
-    BindQueues(process);
-    BindModules(process);
+    BindTime(process);
 }
 
 }  // namespace ce

@@ -32,6 +32,13 @@ struct CriticalSection final : Object {
     int depth = 0;
 };
 
+struct Semaphore final : Object {
+    std::string Describe() const override { return "semaphore"; }
+    bool Signaled(Thread&) override { return count > 0; }
+    void Consume(Thread&) override { --count; }
+    u32 count = 0, maximum = 0;
+};
+
 struct MessageQueue final : Object {
     std::string Describe() const override { return "message queue"; }
     bool Signaled(Thread&) override { return !messages.empty(); }
@@ -47,6 +54,10 @@ struct PowerRequest final : Object {
     u32 flags = 0;
 };
 using PowerRequests = std::vector<std::weak_ptr<PowerRequest>>;
+
+// Waits as the system's calls do; the handles' last error and kWaitFailed when one of them is wrong.
+u32 WaitFor(Process& process, const std::vector<u32>& handles, bool all, u32 milliseconds);
+std::vector<u32> ReadHandles(Process& process, u32 count, u32 array);
 
 // Sends a power notification of this kind to everybody who asked for it.
 void PostPowerMessage(Process& process, u32 kind);

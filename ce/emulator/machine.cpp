@@ -1,23 +1,18 @@
 #include "emulator/machine.h"
 
-#include <cxxabi.h>
 #include <sys/mman.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
 
 namespace ce {
 
 namespace {
 
-constexpr u32 kStubBase = 0xE0000000;
 constexpr u32 kStubBytes = 0x00100000;
 constexpr u32 kReturnInstruction = 0xE12FFF1E;  // bx lr
 constexpr u32 kNowhere = 0xFFFFFFF0;            // where the emulation would end by itself; never reached
 constexpr int kLink = 14, kStack = 13, kCounter = 15;
 constexpr int kFirstKept = 4, kLastKept = 11;
-constexpr u32 kBehindArguments = 16;  // bytes of stack that belong to nobody
 
 const int kRegisterIds[] = {UC_ARM_REG_R0,  UC_ARM_REG_R1,  UC_ARM_REG_R2,  UC_ARM_REG_R3, UC_ARM_REG_R4,
                             UC_ARM_REG_R5,  UC_ARM_REG_R6,  UC_ARM_REG_R7,  UC_ARM_REG_R8, UC_ARM_REG_R9,
@@ -28,16 +23,10 @@ void Check(uc_err error, const char* what) {
     if (error != UC_ERR_OK) throw Failure(std::string(what) + ": " + uc_strerror(error));
 }
 
-std::string Hex(u32 value) {
-    char text[12];
-    std::snprintf(text, sizeof text, "0x%08X", value);
-    return text;
-}
-
 }  // namespace
 
 u32 Arguments::Word() {
-    const int index = next_++;
+    const int index = static_cast<int>(taken_.size());
     const u32 stub = registers_.r[kCounter];
     const u32 word = index < 4 ? registers_.r[static_cast<size_t>(index)]
                                : machine_.Read<u32>(registers_.r[kStack] + 4u * static_cast<u32>(index - 4));
@@ -46,6 +35,7 @@ u32 Arguments::Word() {
             "the caller of " + machine_.Describe(stub) + " passes nothing in word " + std::to_string(index) +
             " of its arguments: another signature or the other calling convention\n" + machine_.Backtrace());
     }
+    taken_.push_back(word);
     return word;
 }
 
@@ -87,13 +77,19 @@ void Machine::Protect(u32 address, u32 size, u32 permissions) {
     Check(uc_mem_protect(engine_, address, size, permissions), "protecting");
 }
 
-u8* Machine::Bytes(u32 address, u32 size) {
+const Machine::Region* Machine::Find(u32 address, u32 size) const {
     for (const Region& region : regions_) {
         if (address >= region.address &&
             static_cast<u64>(address) + size <= static_cast<u64>(region.address) + region.size) {
-            return region.bytes + (address - region.address);
+            return &region;
         }
     }
+    return nullptr;
+}
+
+u8* Machine::Bytes(u32 address, u32 size) {
+    const Region* region = Find(address, size);
+    if (region) return region->bytes + (address - region->address);
     throw Failure("a system call was given the address " + Hex(address) + ", which is not mapped\n" +
                   Backtrace());
 }
@@ -116,21 +112,21 @@ u32 Machine::AddStub(std::string name, Handler handler) {
 
 Registers Machine::Load() {
     Registers registers;
-    void* places[17];
-    for (size_t i = 0; i < 16; ++i) places[i] = &registers.r[i];
-    places[16] = &registers.status;
-    uc_reg_read_batch(engine_, const_cast<int*>(kRegisterIds), places, 17);
+    void* words[17];
+    for (size_t i = 0; i < 16; ++i) words[i] = &registers.r[i];
+    words[16] = &registers.status;
+    uc_reg_read_batch(engine_, const_cast<int*>(kRegisterIds), words, 17);
     return registers;
 }
 
 void Machine::Store(const Registers& registers) {
     Registers copy = registers;
-    void* places[17];
-    for (size_t i = 0; i < 16; ++i) places[i] = &copy.r[i];
-    places[16] = &copy.status;
+    void* words[17];
+    for (size_t i = 0; i < 16; ++i) words[i] = &copy.r[i];
+    words[16] = &copy.status;
     // The status first: it selects the bank that the others go to.
-    uc_reg_write(engine_, UC_ARM_REG_CPSR, places[16]);
-    uc_reg_write_batch(engine_, const_cast<int*>(kRegisterIds), places, 16);
+    uc_reg_write(engine_, UC_ARM_REG_CPSR, words[16]);
+    uc_reg_write_batch(engine_, const_cast<int*>(kRegisterIds), words, 16);
 }
 
 u64 Machine::Call(u32 address, const std::vector<u32>& words) {
@@ -139,7 +135,7 @@ u64 Machine::Call(u32 address, const std::vector<u32>& words) {
     for (int i = kFirstKept; i <= kLastKept; ++i)
         call.r[static_cast<size_t>(i)] = 0x4B454550u + static_cast<u32>(i);
     for (u32 i = 1; i < 4; ++i) call.r[i] = kUnset + i;
-    const u32 end = before.r[kStack] - kBehindArguments;
+    const u32 end = before.r[kStack] - kPastArguments;
     const u32 stack = end - (words.size() > 4 ? 4 * static_cast<u32>(words.size() - 4) : 0);
     for (size_t i = 0; i < words.size(); ++i) {
         if (i < 4) {
@@ -153,7 +149,12 @@ u64 Machine::Call(u32 address, const std::vector<u32>& words) {
     call.r[kCounter] = address;
     Store(call);
     calls_[end] = address;
-    Run();
+    try {
+        Run();
+    } catch (...) {
+        calls_.erase(end);
+        throw;
+    }
     calls_.erase(end);
     const Registers after = Load();
     for (int i = kFirstKept; i <= kLastKept; ++i) {
@@ -169,6 +170,7 @@ u64 Machine::Call(u32 address, const std::vector<u32>& words) {
 
 void Machine::Run() {
     for (;;) {
+        if (interrupted_) throw Interrupted("the program was interrupted\n" + Backtrace());
         pendingStub_ = -1;
         u32 pc = 0;
         uc_reg_read(engine_, UC_ARM_REG_PC, &pc);
@@ -177,12 +179,13 @@ void Machine::Run() {
             uc_reg_read(engine_, UC_ARM_REG_PC, &pc);
             Fault(error, pc);
         }
+        if (pendingStub_ < 0 && interrupted_) continue;
         if (pendingStub_ < 0) throw Failure("the emulation stopped without a reason\n" + Backtrace());
         const u32 index = static_cast<u32>(pendingStub_);
         if (kStubBase + 4 * index == returnStub_) return;
         const Registers registers = Load();
         Arguments arguments(*this, registers);
-        const u64 result = stubs_[index].handler(arguments);
+        const u64 result = RunStub(stubs_[index], arguments);
         Registers back = Load();
         back.r[0] = static_cast<u32>(result);
         back.r[1] = static_cast<u32>(result >> 32);
@@ -194,15 +197,21 @@ void Machine::Run() {
     }
 }
 
-void Machine::Fault(uc_err error, u32 pc) {
-    std::string text = fault_;
-    fault_.clear();
-    if (text.empty()) text = std::string(uc_strerror(error)) + " at " + Describe(pc);
-    const u32 stack = Load().r[kStack];
-    const bool below =
-        (faultAddress_ < stackLow_ && faultAddress_ + 0x10000 >= stackLow_) || stack < stackLow_;
-    if (stackLow_ && below) text = "stack overflow: " + text;
-    throw Failure(text + "\n" + Backtrace());
+u64 Machine::RunStub(const Stub& stub, Arguments& arguments) {
+    if (!onCall) return stub.handler(arguments);
+    try {
+        const u64 result = stub.handler(arguments);
+        onCall(stub.name, arguments.Taken(), &result);
+        return result;
+    } catch (...) {
+        onCall(stub.name, arguments.Taken(), nullptr);
+        throw;
+    }
+}
+
+void Machine::Interrupt() {
+    interrupted_ = true;
+    uc_emu_stop(engine_);
 }
 
 void Machine::OnStub(uc_engine* engine, u64 address, u32, void* self) {
@@ -214,84 +223,10 @@ void Machine::OnBlock(uc_engine*, u64, u32 size, void* self) {
     static_cast<Machine*>(self)->instructions_ += size / 4;
 }
 
-void Machine::OnAccess(uc_engine* engine, uc_mem_type type, u64 address, int size, i64, void* self) {
-    auto* machine = static_cast<Machine*>(self);
-    const bool aligned = (address & static_cast<u64>(size - 1)) == 0;
-    auto call = machine->calls_.upper_bound(static_cast<u32>(address));
-    const bool behind = call != machine->calls_.begin() && address < (--call)->first + kBehindArguments;
-    if ((aligned && !behind) || !machine->fault_.empty()) return;
-    u32 pc = 0;
-    uc_reg_read(engine, UC_ARM_REG_PC, &pc);
-    machine->fault_ = std::string(aligned ? "" : "unaligned ") + (type == UC_MEM_WRITE ? "store" : "load") +
-                      " of " + std::to_string(size) + " bytes at " + Hex(static_cast<u32>(address)) + " in " +
-                      machine->Describe(pc);
-    if (behind) {
-        machine->fault_ += ", behind the arguments of " + machine->Describe(call->second) +
-                           ": another signature or the other calling convention";
-    }
-    machine->faultAddress_ = static_cast<u32>(address);
-    uc_emu_stop(engine);
-}
-
-bool Machine::OnInvalid(uc_engine* engine, uc_mem_type type, u64 address, int size, i64, void* self) {
-    auto* machine = static_cast<Machine*>(self);
-    if (!machine->fault_.empty()) return false;
-    u32 pc = 0;
-    uc_reg_read(engine, UC_ARM_REG_PC, &pc);
-    const char* what = type == UC_MEM_FETCH_UNMAPPED || type == UC_MEM_FETCH_PROT   ? "execution"
-                       : type == UC_MEM_WRITE_UNMAPPED || type == UC_MEM_WRITE_PROT ? "store"
-                                                                                    : "load";
-    machine->fault_ = std::string("invalid ") + what + " of " + std::to_string(size) + " bytes at " +
-                      Hex(static_cast<u32>(address)) + " in " + machine->Describe(pc);
-    machine->faultAddress_ = static_cast<u32>(address);
-    return false;
-}
-
-void Machine::AddSymbols(const std::string& path, u32 base) {
-    std::ifstream file(path);
-    u32 offset = 0, size = 0;
-    char kind = 0;
-    std::string name;
-    while (file >> std::hex >> offset >> size >> kind >> name) {
-        symbols_[base + offset] = {size, kind == 'F', name};
-        if (kind != 'F') continue;
-        codeLow_ = std::min(codeLow_, base + offset);
-        codeHigh_ = std::max(codeHigh_, base + offset + size);
-    }
-}
-
 std::string Machine::Describe(u32 address) const {
     if (address >= kStubBase && address < kStubBase + 4 * stubs_.size())
         return stubs_[(address - kStubBase) / 4].name;
-    auto after = symbols_.upper_bound(address);
-    if (after == symbols_.begin()) return Hex(address);
-    const auto& [start, symbol] = *std::prev(after);
-    if (address - start >= symbol.size) return Hex(address);
-    int status = 0;
-    const std::unique_ptr<char, void (*)(void*)> plain(
-        abi::__cxa_demangle(symbol.name.c_str(), nullptr, nullptr, &status), std::free);
-    std::string text = status == 0 ? plain.get() : symbol.name;
-    if (address != start) text += "+" + std::to_string(address - start);
-    return text + " (" + Hex(address) + ")";
-}
-
-// There are no frame pointers: words on the stack that follow a call instruction are taken for return addresses.
-std::string Machine::Backtrace() {
-    const Registers registers = Load();
-    std::string text =
-        "    in " + Describe(registers.r[kCounter]) + "\n    from " + Describe(registers.r[kLink]) + "\n";
-    int shown = 0;
-    for (u32 at = registers.r[kStack]; at < stackHigh_ && at >= stackLow_ && shown < 12; at += 4) {
-        const u32 word = Read<u32>(at);
-        if (word % 4 || word < codeLow_ + 4 || word >= codeHigh_) continue;
-        const u32 before = Read<u32>(word - 4);
-        if ((before & 0x0F000000) != 0x0B000000 && (before & 0x0FFFFFF0) != 0x012FFF10 &&
-            before != 0xE1A0E00F)
-            continue;
-        text += "    from " + Describe(word) + "\n";
-        ++shown;
-    }
-    return text;
+    return places.Describe(address);
 }
 
 void Machine::CheckAlignment(bool on) {
@@ -303,7 +238,7 @@ void Machine::CheckAlignment(bool on) {
     } else {
         uc_hook_del(engine_, accessHook_);
         accessHook_ = 0;
-        uc_ctl_remove_cache(engine_, codeLow_, codeHigh_);
+        uc_ctl_remove_cache(engine_, places.CodeLow(), places.CodeHigh());
     }
 }
 
@@ -311,7 +246,7 @@ void Machine::StartCounting() {
     instructions_ = 0;
     Check(uc_hook_add(engine_, &blockHook_, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnBlock), this, 1, 0),
           "hook");
-    uc_ctl_remove_cache(engine_, codeLow_, codeHigh_);
+    uc_ctl_remove_cache(engine_, places.CodeLow(), places.CodeHigh());
 }
 
 u64 Machine::StopCounting() {

@@ -4,7 +4,9 @@
 #include <unicorn/unicorn.h>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -12,6 +14,7 @@
 #include <vector>
 
 #include "emulator/failure.h"
+#include "emulator/places.h"
 
 namespace ce {
 
@@ -29,6 +32,8 @@ struct Registers {
 
 // What a called function may change, it does change to these values, by the register's number; nobody passes one of them on purpose.
 constexpr u32 kUnset = 0xDEAD0000;
+constexpr u32 kStubBase = 0xE0000000;
+constexpr u32 kPastArguments = 16;  // bytes of stack that belong to nobody, after the arguments of a call
 
 // Reads a call's arguments in their order: each takes whole words, 64-bit ones two of them without alignment, the first four words
 // in registers. Failure when a word is one that the caller cannot have meant: then it passes its arguments elsewhere.
@@ -38,11 +43,12 @@ class Arguments {
         : machine_(machine), registers_(registers) {}
     u32 Word();
     u64 Long();
+    const std::vector<u32>& Taken() const { return taken_; }
 
   private:
     Machine& machine_;
     const Registers& registers_;
-    int next_ = 0;
+    std::vector<u32> taken_;
 };
 
 // What a stub does when the program calls it: takes the arguments, returns r0 and r1.
@@ -70,6 +76,7 @@ class Machine {
     void Write(u32 address, T value) {
         __builtin_memcpy(Bytes(address, sizeof(T)), &value, sizeof(T));
     }
+    bool IsMapped(u32 address, u32 size = 1) const { return Find(address, size) != nullptr; }
     std::u16string Text(u32 address);
     std::string Narrow(u32 address);
 
@@ -77,16 +84,20 @@ class Machine {
     // The address of a new stub: calling it runs `handler`.
     u32 AddStub(std::string name, Handler handler);
     // Calls a function and returns r0 and r1. Checks that it keeps the registers it has to keep, and while alignment is checked also that it reads no
-    // argument behind the last one. May be nested: from inside a handler.
+    // argument past the last one. May be nested: from inside a handler.
     u64 Call(u32 address, const std::vector<u32>& words);
 
     Registers Load();
     void Store(const Registers& registers);
 
     // ---- Observation -------------------------------------------------------------------------------------------
-    void AddSymbols(const std::string& path, u32 base);
+    Places places;
     std::string Describe(u32 address) const;
     std::string Backtrace();
+    // Told of each call of a stub when it has returned: the words that it took, and its result; none when it did not return.
+    std::function<void(const std::string& stub, const std::vector<u32>& words, const u64* result)> onCall;
+    // From any thread: ends what runs as soon as possible, with Interrupted thrown by the calls under way.
+    void Interrupt();
     // Watches every access for its alignment; about ten times slower. On from the start.
     void CheckAlignment(bool on);
     // Counts the instructions executed from now on. One count at a time.
@@ -100,17 +111,15 @@ class Machine {
         u32 address, size;
         u8* bytes;
     };
-    struct Symbol {
-        u32 size;
-        bool function;
-        std::string name;
-    };
     struct Stub {
         std::string name;
         Handler handler;
     };
 
+    const Region* Find(u32 address, u32 size) const;
     void Run();
+    u64 RunStub(const Stub& stub, Arguments& arguments);
+    std::string DescribeRegisters();
     [[noreturn]] void Fault(uc_err error, u32 pc);
     static void OnStub(uc_engine*, u64 address, u32 size, void* self);
     static void OnBlock(uc_engine*, u64 address, u32 size, void* self);
@@ -121,17 +130,16 @@ class Machine {
     uc_hook accessHook_ = 0;
     uc_hook blockHook_ = 0;
     std::vector<Region> regions_;
-    std::vector<Stub> stubs_;
-    std::map<u32, Symbol> symbols_;
+    std::deque<Stub> stubs_;  // one that runs may add others
     int pendingStub_ = -1;
     u64 instructions_ = 0;
     std::string fault_;
     u32 faultAddress_ = 0;
+    std::atomic<bool> interrupted_ = false;
     u32 stackLow_ = 0, stackHigh_ = 0;
     u32 returnStub_ = 0;
-    std::map<u32, u32>
-        calls_;  // of the calls under way: the end of the arguments on the stack, and the function
-    u32 codeLow_ = 0xFFFFFFFF, codeHigh_ = 0;
+    // Of the calls under way: the end of the arguments on the stack, and the function.
+    std::map<u32, u32> calls_;
 };
 
 }  // namespace ce

@@ -1,4 +1,5 @@
 // The C heap and blocks of memory.
+#include <algorithm>
 #include <cstring>
 
 #include "emulator/process.h"
@@ -8,6 +9,8 @@ namespace ce {
 namespace {
 
 const std::string kLibrary = "coredll.dll";
+constexpr u32 kLocalZeroed = 0x40, kHeapZeroed = 8;
+constexpr u32 kProcessHeap = 0x00E00001;
 
 }  // namespace
 
@@ -21,6 +24,34 @@ void BindMemory(Process& p) {
     });
     p.Bind(kLibrary, "free", [&heap](u32 block) { heap.Free(block); });
 
+    const auto resize = [&heap, &m](u32 block, u32 size) -> u32 {
+        const u32 fresh = heap.Allocate(size);
+        if (!fresh || !block) return fresh;
+        const u32 kept = std::min(size, heap.Size(block));
+        if (kept) std::memcpy(m.Bytes(fresh, kept), m.Bytes(block, kept), kept);
+        heap.Free(block);
+        return fresh;
+    };
+    p.Bind(kLibrary, "realloc", resize);
+    // There is one heap, whatever the program calls it by.
+    p.Bind(kLibrary, "LocalAlloc",
+           [&heap](u32 flags, u32 size) { return heap.Allocate(size, (flags & kLocalZeroed) != 0); });
+    p.Bind(kLibrary, "LocalReAlloc", [resize](u32 block, u32 size, u32) { return resize(block, size); });
+    p.Bind(kLibrary, "LocalFree", [&heap](u32 block) -> u32 { return heap.Free(block), 0; });
+    p.Bind(kLibrary, "LocalSize", [&heap](u32 block) { return heap.Size(block); });
+    p.Bind(kLibrary, "GetProcessHeap", [] { return kProcessHeap; });
+    p.Bind(kLibrary, "HeapAlloc",
+           [&heap](u32, u32 flags, u32 size) { return heap.Allocate(size, (flags & kHeapZeroed) != 0); });
+    p.Bind(kLibrary, "HeapReAlloc", [resize](u32, u32, u32 block, u32 size) { return resize(block, size); });
+    p.Bind(kLibrary, "HeapFree", [&heap](u32, u32, u32 block) -> u32 { return heap.Free(block), 1; });
+    p.Bind(kLibrary, "HeapSize", [&heap](u32, u32, u32 block) { return heap.Size(block); });
+
+    p.Bind(kLibrary, "memchr", [&m](u32 at, u32 byte, u32 size) -> u32 {
+        if (!size) return 0;
+        const u8* bytes = m.Bytes(at, size);
+        const void* found = std::memchr(bytes, static_cast<int>(byte), size);
+        return found ? at + static_cast<u32>(static_cast<const u8*>(found) - bytes) : 0;
+    });
     p.Bind(kLibrary, "memcpy", [&m](u32 to, u32 from, u32 size) {
         if (size) std::memmove(m.Bytes(to, size), m.Bytes(from, size), size);
         return to;

@@ -9,6 +9,7 @@ namespace ce {
 namespace {
 
 constexpr u32 kExport = 0, kImport = 1, kRelocation = 5;
+constexpr u16 kDllFlag = 0x2000;
 constexpr u32 kOrdinalFlag = 0x80000000;
 constexpr u16 kHighLow = 3;
 
@@ -91,6 +92,7 @@ PeImage PeImage::Read(const std::string& path) {
     if (At<u16>(file, 0, path) != 0x5A4D || At<u32>(file, header, path) != 0x4550)
         throw Failure(path + ": no PE image");
     image.machine = At<u16>(file, header + 4, path);
+    image.isProgram = !(At<u16>(file, header + 22, path) & kDllFlag);
     const u16 sections = At<u16>(file, header + 6, path);
     const u32 optional = header + 24;
     image.entry = At<u32>(file, optional + 16, path);

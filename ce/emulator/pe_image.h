@@ -22,6 +22,7 @@ struct PeImage {
     u32 size = 0;
     u32 entry = 0;
     u16 machine = 0, subsystem = 0, majorVersion = 0;
+    bool isProgram = false;  // else a DLL
     std::vector<u8> memory;  // as mapped, not relocated
     std::vector<u32> relocations;
     std::vector<ImportSlot> imports;

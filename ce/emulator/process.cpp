@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
+
+#include "emulator/com_object.h"
 
 namespace ce {
 
@@ -9,6 +12,7 @@ namespace {
 
 constexpr u32 kProcessAttach = 1, kProcessDetach = 0, kThreadDetach = 3;
 constexpr u32 kPage = 0x1000;
+constexpr u16 kMachineArm = 0x01C0;
 
 std::string FileName(const std::string& path) {
     std::string name = path.substr(path.find_last_of('/') + 1);
@@ -22,18 +26,28 @@ std::string Key(const std::string& library, const std::string& name) {
 
 }  // namespace
 
-Process::Process(std::string root) : scheduler(machine), heap(machine), folder(std::move(root)) {
+Process::Process(std::string root, u32 stackBytes)
+    : scheduler(machine, stackBytes), heap(machine), folder(std::move(root)) {
     BindKernel(*this);
+    BindQueues(*this);
+    BindModules(*this);
     BindMemory(*this);
+    BindStreams(*this);
+    BindFormats(*this);
+    BindArithmetic(*this);
     BindText(*this);
     BindFiles(*this);
+    BindDevices(*this);
     BindRegistry(*this);
     BindCom(*this);
+    BindMessages(*this);
     BindWindows(*this);
     BindDrawing(*this);
     scheduler.onThreadEnd = [this](Thread&) {
-        for (const auto& module : modules_)
+        for (const auto& module : modules_) {
+            if (module->image.isProgram || !module->toldOfThreads) continue;
             machine.Call(module->base + module->image.entry, {module->base, kThreadDetach, 0});
+        }
     };
 }
 
@@ -42,18 +56,22 @@ Process::~Process() = default;
 Module& Process::Load(const std::string& path) {
     auto module = std::make_unique<Module>();
     module->image = PeImage::Read(path);
+    if (module->image.machine != kMachineArm) throw Failure(path + ": no image for ARM");
+    for (const ImportSlot& slot : module->image.imports) FindOrLoad(slot.library);
     module->name = FileName(path);
     module->base = nextBase_;
     const u32 size = (module->image.size + kPage - 1) / kPage * kPage;
-    // A gap behind each image, so that running past its end is seen.
+    // A gap after each image, so that running past its end is seen.
     nextBase_ += size + 0x10000;
     module->image.Relocate(module->base);
     machine.Map(module->base, size);
     std::memcpy(machine.Bytes(module->base, size), module->image.memory.data(), module->image.memory.size());
-    machine.AddSymbols(path.substr(0, path.find_last_of('.')) + ".sym", module->base);
+    machine.places.Add({module->name, module->base, size}, path.substr(0, path.find_last_of('.')) + ".sym",
+                       module->image.exports);
     BindImports(*module);
     modules_.push_back(std::move(module));
     Module& loaded = *modules_.back();
+    if (loaded.image.isProgram) return loaded;
     if (!machine.Call(loaded.base + loaded.image.entry, {loaded.base, kProcessAttach, 0})) {
         throw Failure(path + ": the entry point refused to start");
     }
@@ -64,6 +82,37 @@ void Process::Unload(Module& module) {
     machine.Call(module.base + module.image.entry, {module.base, kProcessDetach, 0});
     machine.Protect(module.base, (module.image.size + kPage - 1) / kPage * kPage, UC_PROT_NONE);
     std::erase_if(modules_, [&](const auto& loaded) { return loaded.get() == &module; });
+}
+
+Module* Process::FindOrLoad(const std::string& name) {
+    if (Module* loaded = Find(name)) return loaded;
+    for (const std::string& place : libraryFolders) {
+        for (const auto& entry : std::filesystem::directory_iterator(place)) {
+            if (entry.is_regular_file() && FileName(entry.path().string()) == FileName(name))
+                return &Load(entry.path().string());
+        }
+    }
+    return nullptr;
+}
+
+u32 Process::RunProgram(const Module& program, std::u16string_view commandLine) {
+    constexpr u32 kShowNormal = 1;
+    const u32 text = HostMemory(*this, static_cast<u32>(2 * commandLine.size() + 2));
+    std::memcpy(machine.Bytes(text, static_cast<u32>(2 * commandLine.size() + 2)), commandLine.data(),
+                2 * commandLine.size());
+    try {
+        return static_cast<u32>(
+            machine.Call(program.base + program.image.entry, {program.base, 0, text, kShowNormal}));
+    } catch (const ProcessEnd& end) {
+        return end.code;
+    }
+}
+
+void Process::TellProcessEnds() {
+    for (auto module = modules_.rbegin(); module != modules_.rend(); ++module) {
+        if (!(*module)->image.isProgram)
+            machine.Call((*module)->base + (*module)->image.entry, {(*module)->base, kProcessDetach, 1});
+    }
 }
 
 void Process::BindImports(Module& module) {

@@ -27,6 +27,8 @@ struct Module {
     PeImage image;
     std::string name;  // file name in lower case
     u32 base = 0;
+    u32 uses = 0;  // what LoadLibraryW brought in leaves with the last FreeLibrary; 0: stays
+    bool toldOfThreads = true;
 };
 
 // An argument of a stand-in, taken from the call in its order.
@@ -59,7 +61,7 @@ Handler MakeHandler(std::function<R(A...)> function) {
 class Process {
   public:
     // The stand-ins of coredll, ole32 and oleaut32 are bound; files live below `folder`.
-    explicit Process(std::string folder = ".");
+    explicit Process(std::string folder = ".", u32 stackBytes = kStackBytes);
     ~Process();
 
     Machine machine;
@@ -67,10 +69,18 @@ class Process {
     Heap heap;
 
     // ---- Modules -----------------------------------------------------------------------------------------------
-    // Maps the image at another base than its own, binds it and runs its entry point. A DLL that it imports must have been loaded before; what nobody
-    // provides is reported when it is called.
+    // Maps the image at another base than its own, binds it and runs a DLL's entry point. A DLL that it imports is loaded too if it is found in the folders
+    // for libraries; what nobody provides is reported when it is called.
     Module& Load(const std::string& path);
     void Unload(Module& module);
+    // Where DLLs that are asked for by name are looked for, the first folder first. Empty: only what has been loaded is found.
+    std::vector<std::string> libraryFolders;
+    // The loaded DLL, or one from those folders; null when there is none.
+    Module* FindOrLoad(const std::string& name);
+    // Runs a loaded program to the end of its process; the exit code.
+    u32 RunProgram(const Module& program, std::u16string_view commandLine);
+    // The last that DLLs hear of the process, those loaded last first.
+    void TellProcessEnds();
     u32 Address(const Module& module, const std::string& name);
     Module* Find(const std::string& name);
     const std::vector<std::unique_ptr<Module>>& Modules() const { return modules_; }
@@ -103,6 +113,7 @@ class Process {
     }
     bool CloseHandle(u32 handle);
     size_t Handles() const { return handles_.size(); }
+    const std::map<u32, ObjectPtr>& AllHandles() const { return handles_; }
     std::string DescribeHandles() const;
 
     void SetLastError(u32 error) { scheduler.Current().lastError = error; }
@@ -114,6 +125,12 @@ class Process {
     std::map<std::u16string, ObjectPtr> namedObjects;
     std::string folder;
     std::vector<std::u16string> debugText;
+    // Told of what the program writes to the debugger and to its standard streams; wide text comes as UTF-8.
+    enum class Output { Debugger, Standard, Error };
+    std::function<void(Output to, std::string_view text)> onOutput;
+    void WriteOutput(Output to, std::string_view text) {
+        if (onOutput) onOutput(to, text);
+    }
     // What other stand-ins keep with the process, by their own names.
     std::map<std::string, std::shared_ptr<void>> attachments;
     template <typename T>
@@ -137,11 +154,18 @@ class Process {
 
 // Each file of stand-ins binds its own.
 void BindKernel(Process& process);
+void BindQueues(Process& process);
+void BindModules(Process& process);
 void BindMemory(Process& process);
+void BindStreams(Process& process);
+void BindFormats(Process& process);
+void BindArithmetic(Process& process);
 void BindText(Process& process);
 void BindFiles(Process& process);
+void BindDevices(Process& process);
 void BindRegistry(Process& process);
 void BindCom(Process& process);
+void BindMessages(Process& process);
 void BindWindows(Process& process);
 void BindDrawing(Process& process);
 

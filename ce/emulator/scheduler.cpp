@@ -7,7 +7,7 @@ namespace ce {
 namespace {
 
 constexpr u32 kFirstStack = 0x02000000;
-constexpr u32 kStackDistance = 0x20000;  // below each stack as much unmapped
+constexpr u32 kStackGap = 0x10000;  // unmapped, below each stack
 constexpr size_t kHostStackBytes = 512 * 1024;
 constexpr u32 kFill = 0xCDCDCDCD;
 constexpr u32 kUserMode = 0x10;
@@ -15,13 +15,13 @@ constexpr u32 kUserMode = 0x10;
 constexpr u32 kKernelDataPage = 0xFFFFC000;
 constexpr u32 kThreadIdAt = 0xFFFFC808;
 constexpr u32 kProcessIdAt = 0xFFFFC80C;
-constexpr u32 kProcessId = 0x42000;
 
 Scheduler* starting;  // passed to a new context, whose arguments are plain ints
 
 }  // namespace
 
-Scheduler::Scheduler(Machine& machine) : machine_(machine), nextStack_(kFirstStack) {
+Scheduler::Scheduler(Machine& machine, u32 stackBytes)
+    : machine_(machine), stackBytes_(stackBytes), nextStack_(kFirstStack) {
     machine_.Map(kKernelDataPage, 0x1000);
     machine_.Write(kProcessIdAt, kProcessId);
     auto main = std::make_shared<Thread>();
@@ -39,12 +39,13 @@ Scheduler::Scheduler(Machine& machine) : machine_(machine), nextStack_(kFirstSta
 
 void Scheduler::GiveStack(Thread& thread) {
     if (freeStacks_.empty()) {
-        nextStack_ += kStackDistance;
-        machine_.Map(nextStack_, kStackBytes);
+        nextStack_ += kStackGap;
+        machine_.Map(nextStack_, stackBytes_);
         freeStacks_.push_back(nextStack_);
+        nextStack_ += stackBytes_;
     }
     thread.stackLow = freeStacks_.back();
-    thread.stackHigh = thread.stackLow + kStackBytes;
+    thread.stackHigh = thread.stackLow + stackBytes_;
     freeStacks_.pop_back();
     for (u32 at = thread.stackLow; at < thread.stackHigh; at += 4) machine_.Write(at, kFill);
 }
@@ -56,10 +57,17 @@ u32 Scheduler::UsedStack(const Thread& thread) {
 }
 
 u32 Scheduler::DeepestStack() {
+    u32 deepest = 0;
+    for (const StackUse& use : StackUses()) deepest = std::max(deepest, use.bytes);
+    return deepest;
+}
+
+std::vector<Scheduler::StackUse> Scheduler::StackUses() {
+    std::vector<StackUse> uses = endedStacks_;
     for (const auto& thread : threads_) {
-        if (!thread->finished) deepest_ = std::max(deepest_, UsedStack(*thread));
+        if (!thread->finished) uses.push_back({thread->name, thread->id, UsedStack(*thread)});
     }
-    return deepest_;
+    return uses;
 }
 
 std::shared_ptr<Thread> Scheduler::Start(std::string name, std::function<u32()> body) {
@@ -103,7 +111,7 @@ void Scheduler::RunThread(Thread& thread) {
     } catch (...) {
         failure_ = std::current_exception();
     }
-    deepest_ = std::max(deepest_, UsedStack(thread));
+    endedStacks_.push_back({thread.name, thread.id, UsedStack(thread)});
     freeStacks_.push_back(thread.stackLow);
     thread.finished = true;
     SwitchAway();
@@ -148,7 +156,7 @@ bool Scheduler::Satisfied(Thread& thread) {
 }
 
 std::shared_ptr<Thread> Scheduler::NextReady() {
-    // Round robin, beginning behind the current thread.
+    // Round robin, beginning after the current thread.
     std::erase_if(threads_, [&](const auto& thread) { return thread->finished && thread.get() != current_; });
     const auto position =
         std::find_if(threads_.begin(), threads_.end(), [&](const auto& t) { return t.get() == current_; });

@@ -19,6 +19,7 @@ namespace ce {
 constexpr u32 kInfinite = 0xFFFFFFFF;
 constexpr u32 kWaitTimeout = 258;
 constexpr u32 kWaitFailed = 0xFFFFFFFF;
+constexpr u32 kProcessId = 0x42000;
 constexpr u32 kStackBytes = 0x10000;  // a device's default
 constexpr size_t kTlsSlots = 64;
 
@@ -64,7 +65,8 @@ class Thread final : public Object {
 
 class Scheduler {
   public:
-    explicit Scheduler(Machine& machine);
+    // `stackBytes`: of each thread's stack, whole pages.
+    explicit Scheduler(Machine& machine, u32 stackBytes = kStackBytes);
 
     Thread& Current() { return *current_; }
     const std::vector<std::shared_ptr<Thread>>& Threads() const { return threads_; }
@@ -78,6 +80,13 @@ class Scheduler {
 
     // The deepest use of a stack so far, in bytes, of threads that have ended and those that live.
     u32 DeepestStack();
+    struct StackUse {
+        std::string thread;
+        u32 id, bytes;
+    };
+    // Of each thread that there ever was.
+    std::vector<StackUse> StackUses();
+    bool IsMain(const Thread& thread) const { return &thread == threads_.front().get(); }
     // Runs once whenever a thread has ended, on that thread.
     std::function<void(Thread&)> onThreadEnd;
 
@@ -93,13 +102,14 @@ class Scheduler {
     u32 UsedStack(const Thread& thread);
 
     Machine& machine_;
+    const u32 stackBytes_;
     std::vector<std::shared_ptr<Thread>> threads_;
     std::vector<u32> freeStacks_;
     Thread* current_ = nullptr;
     u64 now_ = 1000;
     u32 nextId_ = 0x1000;
     u32 nextStack_;
-    u32 deepest_ = 0;
+    std::vector<StackUse> endedStacks_;
     std::exception_ptr failure_;
 };
 

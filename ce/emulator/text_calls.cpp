@@ -1,8 +1,14 @@
 // Strings, wide and narrow.
+#include <strings.h>
+
+#include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "emulator/process.h"
+#include "emulator/text.h"
 
 namespace ce {
 
@@ -10,22 +16,15 @@ namespace {
 
 const std::string kLibrary = "coredll.dll";
 
-char16_t Lower(char16_t unit) {
-    return unit < 0x80 ? static_cast<char16_t>(std::tolower(unit)) : unit;
-}
-
-i32 Compare(const std::u16string& one, const std::u16string& other, bool ignoreCase) {
+i32 Compare(const std::u16string& one, const std::u16string& other, bool ignoreCase,
+            size_t length = std::u16string::npos) {
     for (size_t i = 0;; ++i) {
+        if (i == length) return 0;
         char16_t a = i < one.size() ? one[i] : u'\0', b = i < other.size() ? other[i] : u'\0';
-        if (ignoreCase) a = Lower(a), b = Lower(b);
+        if (ignoreCase) a = LowerCase(a), b = LowerCase(b);
         if (a != b) return a < b ? -1 : 1;
         if (!a) return 0;
     }
-}
-
-void WriteText(Machine& m, u32 to, std::u16string_view text) {
-    for (size_t i = 0; i < text.size(); ++i) m.Write(to + 2 * static_cast<u32>(i), static_cast<u16>(text[i]));
-    m.Write(to + 2 * static_cast<u32>(text.size()), u16{0});
 }
 
 void BindWide(Process& p) {
@@ -37,6 +36,38 @@ void BindWide(Process& p) {
             m.Write(to + 2 * i, static_cast<u16>(i < text.size() ? text[i] : u'\0'));
         return to;
     });
+    const auto end = [&m](u32 text) { return text + 2 * static_cast<u32>(m.Text(text).size()); };
+    p.Bind(kLibrary, "wcscpy", [&m](u32 to, u32 from) { return WriteText(m, to, m.Text(from)), to; });
+    p.Bind(kLibrary, "wcscat",
+           [&m, end](u32 to, u32 from) { return WriteText(m, end(to), m.Text(from)), to; });
+    p.Bind(kLibrary, "wcsncat", [&m, end](u32 to, u32 from, u32 count) {
+        return WriteText(m, end(to), m.Text(from).substr(0, count)), to;
+    });
+    const auto found = [](u32 text, size_t at) {
+        return at == std::u16string::npos ? 0 : text + 2 * static_cast<u32>(at);
+    };
+    // The end of the text is found as well.
+    p.Bind(kLibrary, "wcschr", [&m, found](u32 text, u32 unit) {
+        return found(text, (m.Text(text) + u'\0').find(static_cast<char16_t>(unit)));
+    });
+    p.Bind(kLibrary, "wcsrchr", [&m, found](u32 text, u32 unit) {
+        return found(text, (m.Text(text) + u'\0').rfind(static_cast<char16_t>(unit)));
+    });
+    p.Bind(kLibrary, "wcsstr",
+           [&m, found](u32 text, u32 part) { return found(text, m.Text(text).find(m.Text(part))); });
+    p.Bind(kLibrary, "wcsncmp", [&m](u32 one, u32 other, u32 count) {
+        return Compare(m.Text(one), m.Text(other), false, count);
+    });
+    p.Bind(kLibrary, "_wcsnicmp", [&m](u32 one, u32 other, u32 count) {
+        return Compare(m.Text(one), m.Text(other), true, count);
+    });
+    p.Bind(kLibrary, "lstrcmpW", [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), false); });
+    p.Bind(kLibrary, "lstrcmpiW", [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), true); });
+    p.Bind(kLibrary, "towlower", [](u32 unit) -> u32 { return LowerCase(static_cast<char16_t>(unit)); });
+    p.Bind(kLibrary, "towupper", [](u32 unit) -> u32 {
+        return unit < 0x80 ? static_cast<u32>(std::toupper(static_cast<int>(unit))) : unit;
+    });
+    p.Bind(kLibrary, "_wcslwr", [&m](u32 text) { return WriteText(m, text, LowerCase(m.Text(text))), text; });
     p.Bind(kLibrary, "wcscmp",
            [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), false); });
     p.Bind(kLibrary, "_wcsicmp",
@@ -51,67 +82,24 @@ void BindWide(Process& p) {
                        (std::isalpha(c) ? 256u : 0);
         return is & type;
     });
-    p.Bind(kLibrary, "_wtol", [&m](u32 text) {
+    // The end of the number is told where it is asked for.
+    const auto number = [&m](u32 text, u32 endAt, u32 base, bool isSigned) -> u32 {
         const std::u16string wide = m.Text(text);
-        return static_cast<i32>(std::strtoll(std::string(wide.begin(), wide.end()).c_str(), nullptr, 10));
-    });
-}
-
-// The formats that the library uses: %s and %ls for wide text, %d, %u, %x, %X with width and zeroes.
-std::u16string Format(Machine& m, const std::u16string& format, const std::function<u32()>& next) {
-    std::u16string out;
-    for (size_t i = 0; i < format.size(); ++i) {
-        if (format[i] != u'%') {
-            out.push_back(format[i]);
-            continue;
-        }
-        std::string spec = "%";
-        while (++i < format.size() && std::strchr("0123456789.-l", static_cast<char>(format[i]))) {
-            if (format[i] != u'l') spec.push_back(static_cast<char>(format[i]));
-        }
-        const char kind = static_cast<char>(format[i]);
-        if (kind == '%') {
-            out.push_back(u'%');
-        } else if (kind == 's') {
-            out += m.Text(next());
-        } else if (kind == 'c') {
-            out.push_back(static_cast<char16_t>(next()));
-        } else if (std::strchr("duxXi", kind)) {
-            char text[32];
-            std::snprintf(text, sizeof text, (spec + kind).c_str(), next());
-            for (const char* c = text; *c; ++c) out.push_back(static_cast<char16_t>(*c));
-        } else {
-            throw Failure("a format that the emulator does not know: %" + std::string(1, kind));
-        }
-    }
-    return out;
-}
-
-void BindFormats(Process& p) {
-    auto& m = p.machine;
-    // Variable arguments lie in registers and on the stack as any others do; a va_list points at them in memory.
-    const auto variable = [&m](Arguments& arguments, size_t room, u32 to, u32 format) -> u64 {
-        const std::u16string text = Format(m, m.Text(format), [&] { return arguments.Word(); });
-        if (text.size() + 1 > room) return static_cast<u32>(-1);
-        WriteText(m, to, text);
-        return text.size();
+        const std::string narrow(wide.begin(), wide.end());
+        char* last = nullptr;
+        const u32 value = isSigned ? static_cast<u32>(std::clamp<long long>(
+                                         std::strtoll(narrow.c_str(), &last, static_cast<int>(base)),
+                                         INT32_MIN, INT32_MAX))
+                                   : static_cast<u32>(std::min<unsigned long long>(
+                                         std::strtoull(narrow.c_str(), &last, static_cast<int>(base)),
+                                         UINT32_MAX));
+        if (endAt) m.Write(endAt, text + 2 * static_cast<u32>(last - narrow.c_str()));
+        return value;
     };
-    p.BindRaw(kLibrary, "wsprintfW", [variable](Arguments& arguments) {
-        const u32 to = arguments.Word(), format = arguments.Word();
-        return variable(arguments, 1024, to, format);
-    });
-    p.Bind(kLibrary, "_vsnwprintf", [&m](u32 to, u32 room, u32 format, u32 list) -> i32 {
-        const std::u16string text = Format(m, m.Text(format), [&] {
-            const u32 word = m.Read<u32>(list);
-            list += 4;
-            return word;
-        });
-        if (text.size() > room) return -1;
-        for (size_t i = 0; i < text.size(); ++i)
-            m.Write(to + 2 * static_cast<u32>(i), static_cast<u16>(text[i]));
-        if (text.size() < room) m.Write(to + 2 * static_cast<u32>(text.size()), u16{0});
-        return static_cast<i32>(text.size());
-    });
+    p.Bind(kLibrary, "wcstol", [number](u32 text, u32 endAt, u32 base) { return number(text, endAt, base, true); });
+    p.Bind(kLibrary, "wcstoul",
+           [number](u32 text, u32 endAt, u32 base) { return number(text, endAt, base, false); });
+    p.Bind(kLibrary, "_wtol", [number](u32 text) { return number(text, 0, 10, true); });
 }
 
 void BindNarrow(Process& p) {
@@ -123,6 +111,37 @@ void BindNarrow(Process& p) {
         std::strncpy(reinterpret_cast<char*>(m.Bytes(to, count)), m.Narrow(from).c_str(), count);
         return to;
     });
+    const auto write = [&m](u32 to, const std::string& text) {
+        std::memcpy(m.Bytes(to, static_cast<u32>(text.size() + 1)), text.c_str(), text.size() + 1);
+        return to;
+    };
+    p.Bind(kLibrary, "strcpy", [&m, write](u32 to, u32 from) { return write(to, m.Narrow(from)); });
+    p.Bind(kLibrary, "strcat",
+           [&m, write](u32 to, u32 from) { return write(to, m.Narrow(to) + m.Narrow(from)); });
+    p.Bind(kLibrary, "strncmp", [&m](u32 one, u32 other, u32 count) -> i32 {
+        return std::strncmp(m.Narrow(one).c_str(), m.Narrow(other).c_str(), count);
+    });
+    p.Bind(kLibrary, "_stricmp", [&m](u32 one, u32 other) -> i32 {
+        return strcasecmp(m.Narrow(one).c_str(), m.Narrow(other).c_str());
+    });
+    const auto found = [](u32 text, size_t at) {
+        return at == std::string::npos ? 0 : text + static_cast<u32>(at);
+    };
+    p.Bind(kLibrary, "strchr", [&m, found](u32 text, u32 byte) {
+        return found(text, (m.Narrow(text) + '\0').find(static_cast<char>(byte)));
+    });
+    p.Bind(kLibrary, "strrchr", [&m, found](u32 text, u32 byte) {
+        return found(text, (m.Narrow(text) + '\0').rfind(static_cast<char>(byte)));
+    });
+    p.Bind(kLibrary, "strstr",
+           [&m, found](u32 text, u32 part) { return found(text, m.Narrow(text).find(m.Narrow(part))); });
+    p.Bind(kLibrary, "atoi", [&m](u32 text) -> i32 { return std::atoi(m.Narrow(text).c_str()); });
+    p.Bind(kLibrary, "atol", [&m](u32 text) -> i32 { return std::atoi(m.Narrow(text).c_str()); });
+    p.Bind(kLibrary, "atof", [&m](u32 text) { return std::atof(m.Narrow(text).c_str()); });
+}
+
+void BindConversions(Process& p) {
+    auto& m = p.machine;
     // The code pages are one here: characters beyond ASCII become a question mark.
     p.Bind(kLibrary, "WideCharToMultiByte",
            [&m](u32, u32, u32 from, i32 count, u32 to, i32 room, u32, u32) -> u32 {
@@ -152,7 +171,7 @@ void BindNarrow(Process& p) {
 void BindText(Process& process) {
     BindWide(process);
     BindNarrow(process);
-    BindFormats(process);
+    BindConversions(process);
 }
 
 }  // namespace ce

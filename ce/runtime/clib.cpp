@@ -1,5 +1,4 @@
-// What portable C libraries expect of a C library and the system's lacks. Error texts of the picture libraries reach the system's stderr; leaving the
-// program from inside a library ends the process, which the callers prevent with error handlers of their own.
+// What portable C libraries expect of a C library and the system's lacks. Error texts of the picture libraries reach the system's stderr.
 #include <stdarg.h>
 #include <stddef.h>
 
@@ -9,7 +8,6 @@ struct FILE;
 int iswctype(wchar_t character, unsigned short type);
 FILE* _getstdfilex(int index);
 int _vsnprintf(char* buffer, size_t size, const char* format, va_list arguments);
-[[noreturn]] void abort();
 
 FILE* __acrt_iob_func(unsigned index) {
     return _getstdfilex(static_cast<int>(index));
@@ -23,8 +21,5 @@ int iswspace(wchar_t character) {
 }
 char* getenv(const char*) {
     return nullptr;
-}
-[[noreturn]] void exit(int) {
-    abort();
 }
 }

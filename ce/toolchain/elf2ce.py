@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""Turns two links of one ARM program, at two bases, into a Windows CE DLL.
+"""Turns two links of one ARM program, at two bases, into a Windows CE DLL, or into a program where --program is given.
 
     elf2ce.py --output X.dll --exports X.def --imports A.def [--imports B.def...] [--symbols X.sym] FIRST.elf SECOND.elf
+    elf2ce.py --program --output X.exe [--exports X.def] --imports A.def [--imports B.def...] [--symbols X.sym] FIRST.elf SECOND.elf
 
 Both links carry their relocations (--emit-relocs). The words in which they differ must be exactly those that the relocations name: this
-proves that the base relocations written into the DLL are complete and that none is too much. FIRST gives the preferred base.
---symbols writes the functions' and variables' addresses relative to the base, for those who look at the DLL while it runs.
+proves that the base relocations written into the image are complete and that none is too much. FIRST gives the preferred base.
+--symbols writes the functions' and variables' addresses relative to the base, for those who look at it while it runs.
 """
 
 import argparse
@@ -28,7 +29,7 @@ GROUPS = (
 
 
 class ConversionError(Exception):
-    """Why no DLL was written."""
+    """Why no image was written."""
 
 
 def some(names, limit=8):
@@ -199,7 +200,7 @@ def imported(elf, definitions, base):
     return imports
 
 
-def convert(first_path, second_path, exports_path, import_paths, output, symbols_path=None):
+def convert(first_path, second_path, exports_path, import_paths, output, symbols_path=None, program=False):
     first, second = elf_format.read(first_path), elf_format.read(second_path)
     check_symbols(first)
     check_sections(first, second)
@@ -210,7 +211,6 @@ def convert(first_path, second_path, exports_path, import_paths, output, symbols
 
     sections = image_sections(first, base)
     data = sections[-1]
-    definition = module_definition.read(exports_path)
     imports = imported(first, [module_definition.read(path) for path in import_paths], base)
 
     def append(name, contents, flags):
@@ -225,12 +225,14 @@ def convert(first_path, second_path, exports_path, import_paths, output, symbols
     words |= {pdata.rva + offset for offset in relocated}
     directories[pe_image.EXCEPTION] = (pdata.rva, len(functions))
 
-    rva = align(pdata.rva + pdata.virtual_size, PAGE)
-    edata = append(".edata", pe_image.export_table(rva, definition.library, exported(first, definition, base)), readable)
-    directories[pe_image.EXPORT] = (rva, edata.virtual_size)
+    if exports_path:
+        definition = module_definition.read(exports_path)
+        rva = align(sections[-1].rva + sections[-1].virtual_size, PAGE)
+        edata = append(".edata", pe_image.export_table(rva, definition.library, exported(first, definition, base)), readable)
+        directories[pe_image.EXPORT] = (rva, edata.virtual_size)
 
     if imports:
-        rva = align(edata.rva + edata.virtual_size, PAGE)
+        rva = align(sections[-1].rva + sections[-1].virtual_size, PAGE)
         contents, descriptors_size, slots = pe_image.import_table(rva, imports)
         append(".idata", contents, readable)
         directories[pe_image.IMPORT] = (rva, descriptors_size)
@@ -241,7 +243,7 @@ def convert(first_path, second_path, exports_path, import_paths, output, symbols
 
     relocation = append(".reloc", pe_image.relocation_table(words), readable | pe_image.DISCARDABLE)
     directories[pe_image.RELOCATION] = (relocation.rva, relocation.virtual_size)
-    pe_image.write(output, sections, base, first.entry - base, directories)
+    pe_image.write(output, sections, base, first.entry - base, directories, program)
     if symbols_path:
         write_symbols(symbols_path, first, base)
 
@@ -257,14 +259,19 @@ def write_symbols(path, elf, base):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--output", required=True)
-    parser.add_argument("--exports", required=True)
+    parser.add_argument("--exports")
     parser.add_argument("--imports", action="append", default=[])
     parser.add_argument("--symbols")
+    parser.add_argument("--program", action="store_true")
     parser.add_argument("first")
     parser.add_argument("second")
     options = parser.parse_args()
+    if not options.exports and not options.program:
+        parser.error("a DLL needs --exports")
     try:
-        convert(options.first, options.second, options.exports, options.imports, options.output, options.symbols)
+        convert(
+            options.first, options.second, options.exports, options.imports, options.output, options.symbols, options.program
+        )
     except (ConversionError, elf_format.ElfError, module_definition.DefinitionError, OSError) as error:
         Path(options.output).unlink(missing_ok=True)
         sys.exit(f"elf2ce: {error}")

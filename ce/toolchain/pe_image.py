@@ -9,6 +9,8 @@ MACHINE_ARM = 0x01C0
 SUBSYSTEM_WINDOWS_CE_GUI = 9
 VERSION_CE = (5, 0)
 HEADER_OFFSET = 0x80
+# Executable, line numbers and local symbols stripped, 32-bit; and, for a DLL, that it is one.
+CHARACTERISTICS, DLL_FLAG = 0x010E, 0x2000
 STACK_RESERVE, STACK_COMMIT, HEAP_RESERVE, HEAP_COMMIT = 0x10000, 0x1000, 0x100000, 0x1000
 
 CODE, INITIALISED, DISCARDABLE = 0x20, 0x40, 0x02000000
@@ -108,14 +110,14 @@ def checksum(blob, field_offset):
     return total + len(blob)
 
 
-def write(path, sections, base, entry_rva, directories):
+def write(path, sections, base, entry_rva, directories, program):
     """directories: index → (rva, size). The sections stand in the order of their addresses."""
     headers_size = align(HEADER_OFFSET + 4 + 20 + 224 + 40 * len(sections), FILE_ALIGNMENT)
     image_size = align(sections[-1].rva + sections[-1].virtual_size, PAGE)
     code_size = sum(align(len(s.data), FILE_ALIGNMENT) for s in sections if s.flags & CODE)
     data_size = sum(align(len(s.data), FILE_ALIGNMENT) for s in sections if not s.flags & CODE)
-    # Executable, line numbers and local symbols stripped, 32-bit, DLL.
-    file_header = struct.pack("<HHIIIHH", MACHINE_ARM, len(sections), 0, 0, 0, 224, 0x210E)
+    characteristics = CHARACTERISTICS | (0 if program else DLL_FLAG)
+    file_header = struct.pack("<HHIIIHH", MACHINE_ARM, len(sections), 0, 0, 0, 224, characteristics)
     optional = struct.pack("<HBBIIIIII", 0x10B, 2, 40, code_size, data_size, 0, entry_rva, sections[0].rva, sections[1].rva)
     optional += struct.pack("<III", base, PAGE, FILE_ALIGNMENT)
     optional += struct.pack("<HHHHHHI", *VERSION_CE, 0, 0, *VERSION_CE, 0)

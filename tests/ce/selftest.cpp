@@ -116,7 +116,7 @@ TEST_CASE_FIXTURE(Fixture, "the other calling convention is noticed") {
     const std::string text = Report([&] {
         CallMethod(process, guest, 3, {5, 1, 8, 0, 0, 0x3FE00000, HostMemory(process, 8)});
     });
-    CHECK(Has(text, "behind the arguments of Adder::Add("));
+    CHECK(Has(text, "past the arguments of Adder::Add("));
     CHECK(Has(text, "the other calling convention"));
 }
 

@@ -13,7 +13,6 @@ const Guid kIidMediaEvent = ParseGuid("56A868B6-0AD4-11CE-B03A-0020AF0BA770");
 const Guid kIidMediaEventSink = ParseGuid("56A868A2-0AD4-11CE-B03A-0020AF0BA770");
 const Guid kIidVideoWindow = ParseGuid("56A868B4-0AD4-11CE-B03A-0020AF0BA770");
 const Guid kIidCaptureGraphBuilder = ParseGuid("93E5A4E0-2D50-11D2-ABFA-00A0C9C6E38D");
-const Guid kIidClassFactory = ParseGuid("00000001-0000-0000-C000-000000000046");
 const Guid kClsidCaptureGraphBuilder = ParseGuid("BF87B6E0-8C27-11D0-B3F0-00AA003761C5");
 const Guid kClsidFilterGraph = ParseGuid("E436EBB3-524F-11CE-9F53-0020AF0BA770");
 const Guid kClsidVideoCapture = ParseGuid("F80B6E95-B55A-4619-AEC4-A10EAEDE980C");
@@ -325,21 +324,10 @@ Platform::Platform(Process& owner) : process(owner), capture(owner), renderer(ow
 
 void Platform::RegisterFilters(const Module& module) {
     for (const Guid& clsid : {kClsidGrabber, kClsidSink}) {
-        const u32 getClass = process.Address(module, "DllGetClassObject");
-        RegisterClass(
-            process, clsid, clsid == kClsidSink ? "StillImageSink" : "SampleGrabber",
-            [this, clsid, getClass](const Guid& iid, u32& result) -> u32 {
-                const u32 place = HostMemory(process, 48);
-                WriteGuid(process.machine, place + 8, clsid);
-                WriteGuid(process.machine, place + 24, kIidClassFactory);
-                result = static_cast<u32>(process.machine.Call(getClass, {place + 8, place + 24, place}));
-                if (result != kOk) return 0;
-                const u32 factory = process.machine.Read<u32>(place);
-                WriteGuid(process.machine, place + 24, iid);
-                result = CallMethod(process, factory, 3, {0, place + 24, place});
-                Release(process, factory);
-                return result == kOk ? process.machine.Read<u32>(place) : 0;
-            });
+        RegisterClass(process, clsid, clsid == kClsidSink ? "StillImageSink" : "SampleGrabber",
+                      [this, clsid, &module](const Guid& iid, u32& result) {
+                          return CreateFromModule(process, module, clsid, iid, result);
+                      });
     }
 }
 
