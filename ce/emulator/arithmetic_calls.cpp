@@ -18,9 +18,9 @@ struct RandomState {
 void BindArithmetic(Process& p) {
     using Function = double (*)(double);
     const std::pair<const char*, Function> functions[] = {
-        {"floor", std::floor}, {"ceil", std::ceil}, {"fabs", std::fabs}, {"sqrt", std::sqrt}, {"exp", std::exp},
-        {"log", std::log},     {"log10", std::log10}, {"sin", std::sin}, {"cos", std::cos},   {"tan", std::tan},
-        {"atan", std::atan}};
+        {"floor", std::floor}, {"ceil", std::ceil}, {"fabs", std::fabs},   {"sqrt", std::sqrt},
+        {"exp", std::exp},     {"log", std::log},   {"log10", std::log10}, {"sin", std::sin},
+        {"cos", std::cos},     {"tan", std::tan},   {"atan", std::atan}};
     for (const auto& [name, function] : functions)
         p.Bind(kLibrary, name, [function](double x) { return function(x); });
     p.Bind(kLibrary, "pow", [](double x, double y) { return std::pow(x, y); });

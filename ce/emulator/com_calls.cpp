@@ -98,7 +98,8 @@ void BindVariants(Process& p) {
 
 }  // namespace
 
-u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, const Guid& iid, u32& result) {
+u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, const Guid& iid,
+                     u32& result) {
     constexpr u32 kCreateInstance = 3;
     const u32 getClass = process.Address(module, "DllGetClassObject");
     const u32 place = HostMemory(process, 48);

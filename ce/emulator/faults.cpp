@@ -40,7 +40,7 @@ void Machine::Fault(uc_err error, u32 pc) {
     if (ofCode)
         text =
             (error == UC_ERR_EXCEPTION || error == UC_ERR_INSN_INVALID ? std::string("undefined instruction")
-                                                                      : std::string(uc_strerror(error))) +
+                                                                       : std::string(uc_strerror(error))) +
             " at " + Describe(pc);
     const u32 stack = Load().r[kStack];
     const bool below =
@@ -50,12 +50,10 @@ void Machine::Fault(uc_err error, u32 pc) {
         text = "stack overflow: " + text;
         likely = "endless recursion, or large local variables: a stack has " +
                  std::to_string((stackHigh_ - stackLow_) / 1024) + " KB";
-    } else if (text.starts_with("unaligned")) {
-        likely = "a cast pointer: the processor traps what does not stand on a multiple of its size";
     } else if (ofCode) {
         likely = "data run as code, or an instruction that ARMv4T lacks";
-    } else {
-        likely = LikelyOf(faultAddress_);
+    } else if (likely = LikelyOf(faultAddress_); likely.empty() && text.starts_with("unaligned")) {
+        likely = "a cast pointer: the processor traps what does not stand on a multiple of its size";
     }
     faultAddress_ = 0;
     if (!likely.empty()) text += "\n    likely " + likely;

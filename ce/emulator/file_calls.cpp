@@ -84,8 +84,7 @@ u32 OpenFile(Process& p, u32 nameAt, u32 access, u32 disposition) {
         p.SetLastError(error);
         return kInvalidHandle;
     };
-    if (!fs::is_directory(fs::path(path).parent_path()))
-        return refuse(kErrorPathNotFound);
+    if (!fs::is_directory(fs::path(path).parent_path())) return refuse(kErrorPathNotFound);
     if (disposition == kOpenExisting && !exists) return refuse(kErrorFileNotFound);
     if (disposition == kCreateNew && exists) return refuse(kErrorFileExists);
     const bool empty = disposition == kCreateAlways || !exists;
@@ -233,7 +232,8 @@ void BindFolders(Process& p) {
     p.Bind(kLibrary, "RemoveDirectoryW", [&p](u32 name) -> u32 {
         const std::string path = HostPath(p, p.machine.Text(name));
         std::error_code error;
-        return fs::is_directory(path) && fs::remove(path, error) ? 1 : (p.SetLastError(kErrorPathNotFound), 0);
+        return fs::is_directory(path) && fs::remove(path, error) ? 1
+                                                                 : (p.SetLastError(kErrorPathNotFound), 0);
     });
     p.Bind(kLibrary, "MoveFileW", [&p](u32 from, u32 to) -> u32 {
         const std::string target = HostPath(p, p.machine.Text(to));

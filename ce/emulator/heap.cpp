@@ -91,7 +91,8 @@ void Heap::Validate() {
 std::vector<Heap::Share> Heap::Shares() const {
     std::map<u32, Share> byCaller;
     for (const auto& [address, block] : blocks_) {
-        Share& share = byCaller.try_emplace(block.caller, Share{machine_.Describe(block.caller), 0, 0}).first->second;
+        Share& share =
+            byCaller.try_emplace(block.caller, Share{machine_.Describe(block.caller), 0, 0}).first->second;
         ++share.blocks;
         share.bytes += block.size;
     }

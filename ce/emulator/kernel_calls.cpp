@@ -235,9 +235,8 @@ void BindCriticalSections(Process& p) {
     });
     p.Bind(kLibrary, "EnterCriticalSection",
            [&p, section](u32 at) { p.scheduler.Wait({section(at)}, false, kInfinite); });
-    p.Bind(kLibrary, "TryEnterCriticalSection", [&p, section](u32 at) -> u32 {
-        return p.scheduler.Wait({section(at)}, false, 0) == 0;
-    });
+    p.Bind(kLibrary, "TryEnterCriticalSection",
+           [&p, section](u32 at) -> u32 { return p.scheduler.Wait({section(at)}, false, 0) == 0; });
     p.Bind(kLibrary, "LeaveCriticalSection", [&p, section](u32 at) {
         const auto held = section(at);
         if (held->owner != &p.scheduler.Current()) {
@@ -261,9 +260,9 @@ void BindTime(Process& p) {
         const std::time_t moment = kStartOfTime + static_cast<std::time_t>(p.scheduler.Now() / 1000);
         std::tm time{};
         gmtime_r(&moment, &time);
-        const int fields[] = {time.tm_year + 1900, time.tm_mon + 1, time.tm_wday, time.tm_mday,
-                              time.tm_hour,        time.tm_min,     time.tm_sec,
-                              static_cast<int>(p.scheduler.Now() % 1000)};
+        const int fields[] = {
+            time.tm_year + 1900, time.tm_mon + 1, time.tm_wday, time.tm_mday,
+            time.tm_hour,        time.tm_min,     time.tm_sec,  static_cast<int>(p.scheduler.Now() % 1000)};
         for (const int field : fields) p.machine.Write(std::exchange(out, out + 2), static_cast<u16>(field));
     };
     p.Bind(kLibrary, "GetLocalTime", write);

@@ -59,6 +59,7 @@ u32 Send(Process& p, u32 window, u32 message, u32 first, u32 second) {
     if (found->thread == own) return CallWindow(p, window, message, first, second);
     const auto sent = std::make_shared<SentMessage>();
     sent->message = {window, message, first, second};
+    sent->answered->manual = true;
     windows.Of(found->thread).sent.push_back(sent);
     const auto incoming = std::make_shared<InputWait>(windows.Of(own), kWakeSent);
     while (!sent->answered->signaled) {
@@ -106,9 +107,13 @@ std::optional<PostedMessage> Next(Process& p, u32 window, u32 lowest, u32 highes
 }
 
 void WriteMessage(Process& p, u32 at, const PostedMessage& message) {
-    const u32 words[] = {message.window, message.message,
-                         message.first,  message.second,
-                         static_cast<u32>(p.scheduler.Now()), 0, 0};
+    const u32 words[] = {message.window,
+                         message.message,
+                         message.first,
+                         message.second,
+                         static_cast<u32>(p.scheduler.Now()),
+                         0,
+                         0};
     for (const u32 word : words) p.machine.Write(std::exchange(at, at + 4), word);
 }
 
@@ -188,9 +193,8 @@ void BindReceiving(Process& p) {
         return id ? id : 1;
     });
     p.Bind(kLibrary, "KillTimer", [&windows](u32 window, u32 id) -> u32 {
-        return std::erase_if(windows.timers, [&](const Timer& one) {
-            return one.window == window && one.id == id;
-        }) > 0;
+        return std::erase_if(windows.timers,
+                             [&](const Timer& one) { return one.window == window && one.id == id; }) > 0;
     });
 }
 

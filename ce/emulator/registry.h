@@ -22,7 +22,7 @@ struct Registry {
     };
     // Paths begin with the root's last digit and are in lower case.
     std::set<std::u16string> keys;
-    std::map<std::u16string, std::u16string> spelled;  // keys as they were written first
+    std::map<std::u16string, std::u16string> spelled;                   // keys as they were written first
     std::map<std::pair<std::u16string, std::u16string>, Value> values;  // (key, name)
 };
 

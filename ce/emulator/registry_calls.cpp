@@ -95,7 +95,8 @@ namespace {
 std::vector<std::u16string> SubKeys(Registry& registry, const std::u16string& path) {
     std::vector<std::u16string> names;
     for (const std::u16string& key : registry.keys) {
-        if (!key.starts_with(path + u'\\') || key.find(u'\\', path.size() + 1) != std::u16string::npos) continue;
+        if (!key.starts_with(path + u'\\') || key.find(u'\\', path.size() + 1) != std::u16string::npos)
+            continue;
         names.push_back(registry.spelled[key].substr(path.size() + 1));
     }
     return names;
@@ -136,7 +137,9 @@ void BindEnumeration(Process& p) {
     p.Bind(kLibrary, "RegDeleteValueW", [&p, &registry](u32 key, u32 name) -> u32 {
         std::u16string path;
         if (!PathOf(p, key, 0, path)) return kErrorInvalidHandle;
-        return registry.values.erase({path, name ? LowerCase(p.machine.Text(name)) : u""}) ? 0 : kErrorFileNotFound;
+        return registry.values.erase({path, name ? LowerCase(p.machine.Text(name)) : u""})
+                   ? 0
+                   : kErrorFileNotFound;
     });
 }
 
@@ -156,7 +159,8 @@ void BindRegistry(Process& p) {
                std::u16string path;
                if (!PathOf(p, key, name, path)) return kErrorInvalidHandle;
                const bool isNew = !registry.keys.contains(path);
-               const std::u16string parent = path.substr(0, path.size() - (name ? p.machine.Text(name).size() : 0));
+               const std::u16string parent =
+                   path.substr(0, path.size() - (name ? p.machine.Text(name).size() : 0));
                AddRegistryKey(p, name ? Spelled(registry, parent) + p.machine.Text(name) : path);
                if (dispositionAt) p.machine.Write(dispositionAt, isNew ? 1u : 2u);
                return OpenKey(p, path, out);
@@ -185,7 +189,8 @@ void BindRegistry(Process& p) {
                if (!PathOf(p, key, 0, path)) return kErrorInvalidHandle;
                const u8* bytes = p.machine.Bytes(data, size);
                const std::u16string spelled = name ? p.machine.Text(name) : u"";
-               registry.values[{path, LowerCase(spelled)}] = {type, std::vector<u8>(bytes, bytes + size), spelled};
+               registry.values[{path, LowerCase(spelled)}] = {type, std::vector<u8>(bytes, bytes + size),
+                                                              spelled};
                return 0;
            });
     p.Bind(kLibrary, "RegDeleteKeyW", [&p](u32 key, u32 name) -> u32 {

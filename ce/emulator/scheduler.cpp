@@ -65,7 +65,7 @@ u32 Scheduler::DeepestStack() {
 std::vector<Scheduler::StackUse> Scheduler::StackUses() {
     std::vector<StackUse> uses = endedStacks_;
     for (const auto& thread : threads_) {
-        if (!thread->finished) uses.push_back({thread->name, thread->id, UsedStack(*thread)});
+        if (!thread->finished) uses.push_back({thread->ShortName(), thread->id, UsedStack(*thread)});
     }
     return uses;
 }
@@ -111,7 +111,7 @@ void Scheduler::RunThread(Thread& thread) {
     } catch (...) {
         failure_ = std::current_exception();
     }
-    endedStacks_.push_back({thread.name, thread.id, UsedStack(thread)});
+    endedStacks_.push_back({thread.ShortName(), thread.id, UsedStack(thread)});
     freeStacks_.push_back(thread.stackLow);
     thread.finished = true;
     SwitchAway();

@@ -38,6 +38,8 @@ using ObjectPtr = std::shared_ptr<Object>;
 class Thread final : public Object {
   public:
     std::string Describe() const override { return "thread " + name; }
+    // Without the place that the name of its function comes with.
+    std::string ShortName() const { return name.substr(0, name.rfind(" (")); }
     bool Signaled(Thread&) override { return finished; }
 
     u32 id = 0;
@@ -84,7 +86,7 @@ class Scheduler {
         std::string thread;
         u32 id, bytes;
     };
-    // Of each thread that there ever was.
+    // Of each thread that there ever was, by its short name.
     std::vector<StackUse> StackUses();
     bool IsMain(const Thread& thread) const { return &thread == threads_.front().get(); }
     // Runs once whenever a thread has ended, on that thread.

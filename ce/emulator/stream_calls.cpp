@@ -34,7 +34,8 @@ bool Write(Process& p, u32 handle, std::string_view bytes) {
 
 FILE* FileOf(Process& p, u32 handle, const char* call) {
     const auto stream = p.FromHandle<Stream>(handle);
-    if (!stream) throw Failure(std::string(call) + " with what is no stream of a file\n" + p.machine.Backtrace());
+    if (!stream)
+        throw Failure(std::string(call) + " with what is no stream of a file\n" + p.machine.Backtrace());
     return stream->stream;
 }
 
@@ -110,9 +111,8 @@ void BindPrinting(Process& p) {
 void BindStreams(Process& p) {
     BindPrinting(p);
     p.Bind(kLibrary, "_getstdfilex", [](u32 index) { return kStandardInput + index; });
-    p.Bind(kLibrary, "_wfopen", [&p](u32 name, u32 mode) {
-        return Open(p, p.machine.Text(name), p.machine.Text(mode));
-    });
+    p.Bind(kLibrary, "_wfopen",
+           [&p](u32 name, u32 mode) { return Open(p, p.machine.Text(name), p.machine.Text(mode)); });
     p.Bind(kLibrary, "fopen", [&p](u32 name, u32 mode) {
         return Open(p, FromUtf8(p.machine.Narrow(name)), FromUtf8(p.machine.Narrow(mode)));
     });

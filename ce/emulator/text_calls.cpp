@@ -55,14 +55,14 @@ void BindWide(Process& p) {
     });
     p.Bind(kLibrary, "wcsstr",
            [&m, found](u32 text, u32 part) { return found(text, m.Text(text).find(m.Text(part))); });
-    p.Bind(kLibrary, "wcsncmp", [&m](u32 one, u32 other, u32 count) {
-        return Compare(m.Text(one), m.Text(other), false, count);
-    });
-    p.Bind(kLibrary, "_wcsnicmp", [&m](u32 one, u32 other, u32 count) {
-        return Compare(m.Text(one), m.Text(other), true, count);
-    });
-    p.Bind(kLibrary, "lstrcmpW", [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), false); });
-    p.Bind(kLibrary, "lstrcmpiW", [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), true); });
+    p.Bind(kLibrary, "wcsncmp",
+           [&m](u32 one, u32 other, u32 count) { return Compare(m.Text(one), m.Text(other), false, count); });
+    p.Bind(kLibrary, "_wcsnicmp",
+           [&m](u32 one, u32 other, u32 count) { return Compare(m.Text(one), m.Text(other), true, count); });
+    p.Bind(kLibrary, "lstrcmpW",
+           [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), false); });
+    p.Bind(kLibrary, "lstrcmpiW",
+           [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), true); });
     p.Bind(kLibrary, "towlower", [](u32 unit) -> u32 { return LowerCase(static_cast<char16_t>(unit)); });
     p.Bind(kLibrary, "towupper", [](u32 unit) -> u32 {
         return unit < 0x80 ? static_cast<u32>(std::toupper(static_cast<int>(unit))) : unit;
@@ -87,16 +87,16 @@ void BindWide(Process& p) {
         const std::u16string wide = m.Text(text);
         const std::string narrow(wide.begin(), wide.end());
         char* last = nullptr;
-        const u32 value = isSigned ? static_cast<u32>(std::clamp<long long>(
-                                         std::strtoll(narrow.c_str(), &last, static_cast<int>(base)),
-                                         INT32_MIN, INT32_MAX))
-                                   : static_cast<u32>(std::min<unsigned long long>(
-                                         std::strtoull(narrow.c_str(), &last, static_cast<int>(base)),
-                                         UINT32_MAX));
+        const u32 value =
+            isSigned ? static_cast<u32>(std::clamp<long long>(
+                           std::strtoll(narrow.c_str(), &last, static_cast<int>(base)), INT32_MIN, INT32_MAX))
+                     : static_cast<u32>(std::min<unsigned long long>(
+                           std::strtoull(narrow.c_str(), &last, static_cast<int>(base)), UINT32_MAX));
         if (endAt) m.Write(endAt, text + 2 * static_cast<u32>(last - narrow.c_str()));
         return value;
     };
-    p.Bind(kLibrary, "wcstol", [number](u32 text, u32 endAt, u32 base) { return number(text, endAt, base, true); });
+    p.Bind(kLibrary, "wcstol",
+           [number](u32 text, u32 endAt, u32 base) { return number(text, endAt, base, true); });
     p.Bind(kLibrary, "wcstoul",
            [number](u32 text, u32 endAt, u32 base) { return number(text, endAt, base, false); });
     p.Bind(kLibrary, "_wtol", [number](u32 text) { return number(text, 0, 10, true); });

@@ -34,7 +34,9 @@ u32 Create(Process& p, Creation c) {
     const std::u16string className = ClassName(p, c.className);
     const auto found = windows.classes.find(className);
     if (found == windows.classes.end()) return p.SetLastError(kErrorNoSuchClass), 0;
-    const auto orElse = [](i32 value, i32 whole) { return value == static_cast<i32>(kUseDefault) ? whole : value; };
+    const auto orElse = [](i32 value, i32 whole) {
+        return value == static_cast<i32>(kUseDefault) ? whole : value;
+    };
     const u32 handle = std::exchange(windows.nextWindow, windows.nextWindow + 0x10);
     Window& window = windows.windows[handle];
     window.thread = p.scheduler.Current().id;
@@ -46,9 +48,18 @@ u32 Create(Process& p, Creation c) {
     window.top = orElse(c.top, 0);
     window.width = orElse(c.width, kScreenWidth);
     window.height = orElse(c.height, kScreenHeight);
-    const u32 words[] = {c.parameter, c.instance, c.menu, c.parent, static_cast<u32>(window.height),
-                         static_cast<u32>(window.width), static_cast<u32>(window.top),
-                         static_cast<u32>(window.left), c.style, c.title, c.className, c.extended};
+    const u32 words[] = {c.parameter,
+                         c.instance,
+                         c.menu,
+                         c.parent,
+                         static_cast<u32>(window.height),
+                         static_cast<u32>(window.width),
+                         static_cast<u32>(window.top),
+                         static_cast<u32>(window.left),
+                         c.style,
+                         c.title,
+                         c.className,
+                         c.extended};
     const u32 record = HostMemory(p, sizeof words);
     std::memcpy(p.machine.Bytes(record, sizeof words), words, sizeof words);
     const u32 size = static_cast<u32>(window.height) << 16 | static_cast<u32>(window.width);
@@ -92,9 +103,8 @@ void BindLife(Process& p) {
         windows.atoms.push_back(name);
         return kFirstAtom + static_cast<u32>(windows.atoms.size() - 1);
     });
-    p.Bind(kLibrary, "UnregisterClassW", [&p, &windows](u32 name, u32) -> u32 {
-        return windows.classes.erase(ClassName(p, name)) != 0;
-    });
+    p.Bind(kLibrary, "UnregisterClassW",
+           [&p, &windows](u32 name, u32) -> u32 { return windows.classes.erase(ClassName(p, name)) != 0; });
     p.Bind(kLibrary, "CreateWindowExW",
            [&p](u32 extended, u32 className, u32 title, u32 style, i32 left, i32 top, i32 width, i32 height,
                 u32 parent, u32 menu, u32 instance, u32 parameter) {
@@ -193,8 +203,9 @@ void BindLooks(Process& p) {
     p.Bind(kLibrary, "SetFocus", [](u32) -> u32 { return 0; });
     p.Bind(kLibrary, "LoadCursorW", [](u32, u32) -> u32 { return 0; });
     p.Bind(kLibrary, "LoadIconW", [](u32, u32) -> u32 { return 0; });
-    p.Bind(kLibrary, "GetSystemMetrics",
-           [](u32 index) { return index == 0 ? kScreenWidth : index == 1 ? kScreenHeight : 0; });
+    p.Bind(kLibrary, "GetSystemMetrics", [](u32 index) {
+        return index == 0 ? kScreenWidth : index == 1 ? kScreenHeight : 0;
+    });
     p.Bind(kLibrary, "MessageBoxW", [&p, &windows](u32, u32 text, u32 caption, u32) -> u32 {
         windows.boxes.push_back({p.machine.Text(text), caption ? p.machine.Text(caption) : u""});
         return 1;

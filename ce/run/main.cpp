@@ -99,6 +99,7 @@ Outcome Run(Process& process, const Options& options) {
         outcome.end = Outcome::End::Fault;
         outcome.fault = failure.what();
     }
+    if (!outcome.fault.empty() && !outcome.fault.ends_with('\n')) outcome.fault += '\n';
     outcome.instructions = process.machine.StopCounting();
     return outcome;
 }
@@ -120,8 +121,7 @@ int RunWith(const Options& options) {
     Process process(std::filesystem::canonical(options.folder).string(), options.stackKilobytes * 1024);
     Platform platform(process);
     process.Attachment<Devices>("devices") = {{kCameraClass, u"CAM1:"}};
-    process.libraryFolders = {process.folder,
-                              std::filesystem::absolute(options.image).parent_path().string()};
+    process.libraryFolders = {process.folder, std::filesystem::path(options.image).parent_path().string()};
     process.onOutput = ShowOutput;
     if (!options.registry.empty()) ReadRegistryFile(process, options.registry);
     if (options.fast) process.machine.CheckAlignment(false);
@@ -132,7 +132,7 @@ int RunWith(const Options& options) {
     if (outcome.end == Outcome::End::Deadline)
         std::fprintf(stderr, "ce-run: the deadline of %u s has passed; %s", options.deadlineSeconds,
                      outcome.fault.c_str());
-    if (outcome.end == Outcome::End::Fault) std::fprintf(stderr, "ce-run: %s\n", outcome.fault.c_str());
+    if (outcome.end == Outcome::End::Fault) std::fprintf(stderr, "ce-run: %s", outcome.fault.c_str());
     const Report report =
         MakeReport(process, std::filesystem::path(options.image).filename().string(), outcome);
     if (!options.quiet) std::fputs(ToText(report).c_str(), stderr);

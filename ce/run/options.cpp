@@ -15,7 +15,8 @@ const char* const kAbout =
     "  ce-run [options] PROGRAM.exe [ARGUMENTS]\n"
     "  ce-run [options] LIBRARY.dll EXPORT [ARGUMENTS]\n"
     "\n"
-    "An export's arguments are 32-bit numbers, decimal (also negative) or hexadecimal with 0x; anything else\n"
+    "An export's arguments are 32-bit numbers, decimal (also negative) or hexadecimal with 0x; anything "
+    "else\n"
     "is passed as a pointer to that text in UTF-16. Its result is printed.";
 
 const char* const kExitCodes =
@@ -37,14 +38,14 @@ void TakeImage(std::vector<std::string> rest, Options& options) {
     rest.erase(rest.begin());
     if (!std::filesystem::is_regular_file(options.image))
         throw CLI::ValidationError(options.image, "there is no such file");
+    options.image = std::filesystem::canonical(options.image).string();
     if (HasEnding(options.image, ".dll")) {
         if (rest.empty()) throw CLI::RequiredError("the name of an export after the DLL");
         options.exportName = rest[0];
         rest.erase(rest.begin());
     }
     options.arguments = std::move(rest);
-    if (options.folder.empty())
-        options.folder = std::filesystem::absolute(options.image).parent_path().string();
+    if (options.folder.empty()) options.folder = std::filesystem::path(options.image).parent_path().string();
 }
 
 }  // namespace
@@ -57,12 +58,14 @@ std::optional<Options> ReadOptions(int count, char** arguments, int& exitCode) {
     app.add_option("--folder", options.folder, "Its files are the device's (default: the image's own folder)")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory);
-    app.add_option("--registry", options.registry, "Registry file (.reg, UTF-8 or UTF-16) read before the start")
+    app.add_option("--registry", options.registry,
+                   "Registry file (.reg, UTF-8 or UTF-16) read before the start")
         ->type_name("FILE")
         ->check(CLI::ExistingFile);
     app.add_option("--save-registry", options.savedRegistry, "Writes the registry there at the end")
         ->type_name("FILE");
-    app.add_option("--scenario", options.scenario, "What the device's camera plays, and which of its calls fail")
+    app.add_option("--scenario", options.scenario,
+                   "What the device's camera plays, and which of its calls fail")
         ->type_name("FILE")
         ->check(CLI::ExistingFile);
     app.add_flag("--trace", options.trace, "Shows each system call on standard error when it returns");

@@ -60,9 +60,11 @@ std::u16string TakeQuoted(std::u16string_view& line) {
 
 u32 Hexadecimal(std::u16string_view digits, size_t most) {
     u32 value = 0;
-    if (digits.empty() || digits.size() > most) throw Refused{"a number in hexadecimal has too few or too many digits"};
+    if (digits.empty() || digits.size() > most)
+        throw Refused{"a number in hexadecimal has too few or too many digits"};
     for (const char16_t digit : digits) {
-        if (digit >= 0x80 || !std::isxdigit(digit)) throw Refused{"a number in hexadecimal has another character"};
+        if (digit >= 0x80 || !std::isxdigit(digit))
+            throw Refused{"a number in hexadecimal has another character"};
         value = value * 16 + static_cast<u32>(digit <= u'9' ? digit - u'0' : (digit | 0x20) - u'a' + 10);
     }
     return value;
@@ -175,7 +177,8 @@ void ReadRegistryFile(Process& process, const std::string& path) {
             if (joined.empty() || joined.starts_with(u';')) continue;
             const bool isHead = joined == u"Windows Registry Editor Version 5.00" || joined == u"REGEDIT4";
             if (!headSeen && !isHead)
-                throw Refused{"a registry file begins with \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\""};
+                throw Refused{
+                    "a registry file begins with \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\""};
             if (headSeen) reader.Line(joined);
             headSeen = true;
         } catch (const Refused& refused) {

@@ -63,14 +63,15 @@ std::string ToText(const Report& report) {
         << " ms of the device's time\n";
     out << "  instructions     " << report.outcome.instructions << "\n";
     out << "  deepest stacks  ";
-    for (const auto& use : report.stacks) out << " " << use.thread << " " << use.bytes << ";";
+    for (const auto& use : report.stacks)
+        out << (&use == report.stacks.data() ? "" : ",") << " " << use.thread << " " << use.bytes;
     out << " bytes\n";
     out << "  peak heap        " << report.peakHeap << " bytes\n";
     out << "  messages posted  " << report.messages << "\n";
     for (const std::string& box : report.boxes) out << "  message box      " << box << "\n";
-    out << "  left open        ";
-    if (report.handles.empty() && report.references.empty() && report.blocks.empty()) out << "nothing";
-    out << "\n";
+    out << "  left open       ";
+    const bool nothing = report.handles.empty() && report.references.empty() && report.blocks.empty();
+    out << (nothing ? " nothing\n" : "\n");
     for (const auto& left : report.handles) out << "    " << left.count << " " << left.what << "\n";
     for (const auto& reference : report.references) out << "    references to " << reference << "\n";
     for (const auto& share : report.blocks) out << "    " << Blocks(share) << "\n";

@@ -12,23 +12,54 @@ namespace ce {
 namespace {
 
 // Arguments that point at something worth showing: w wide text, n narrow text, g GUID; - a number, and so is what is not listed.
-const std::map<std::string, std::string, std::less<>> kSignatures = {
-    {"CoCreateInstance", "g--g-"},  {"CopyFileW", "ww-"},         {"CreateDirectoryW", "w"},
-    {"CreateEventW", "---w"},       {"CreateFileW", "w"},         {"CreateWindowExW", "-ww"},
-    {"DeleteFileW", "w"},           {"FindFirstDevice", "-g-"},   {"FindFirstFileW", "w"},
-    {"FindWindowW", "ww"},          {"GetFileAttributesW", "w"},  {"GetModuleHandleW", "w"},
-    {"GetProcAddressA", "-n"},      {"GetProcAddressW", "-w"},    {"LoadLibraryExW", "w"},
-    {"LoadLibraryW", "w"},          {"MessageBoxW", "-ww"},       {"MoveFileW", "ww"},
-    {"OutputDebugStringW", "w"},    {"RegCreateKeyExW", "-w"},    {"RegDeleteKeyW", "-w"},
-    {"RegDeleteValueW", "-w"},      {"RegOpenKeyExW", "-w"},      {"RegQueryValueExW", "-w"},
-    {"RegSetValueExW", "-w"},       {"RemoveDirectoryW", "w"},    {"SetWindowTextW", "-w"},
-    {"StringFromGUID2", "g"},       {"SysAllocString", "w"},      {"_putws", "w"},
-    {"_wfopen", "ww"},              {"fopen", "nn"},              {"fprintf", "-n"},
-    {"fputs", "n"},                 {"fputws", "w"},              {"fwprintf", "-w"},
-    {"printf", "n"},                {"puts", "n"},                {"wprintf", "w"},
-    {"wsprintfW", "ww"},            {"_snwprintf", "w-w"},        {"_vsnwprintf", "w-w"},
-    {"wcscmp", "ww"},               {"_wcsicmp", "ww"},           {"wcslen", "w"},
-    {"wcscpy", "ww"},               {"strcmp", "nn"},             {"strlen", "n"}};
+const std::map<std::string, std::string, std::less<>> kSignatures = {{"CoCreateInstance", "g--g-"},
+                                                                     {"CopyFileW", "ww-"},
+                                                                     {"CreateDirectoryW", "w"},
+                                                                     {"CreateEventW", "---w"},
+                                                                     {"CreateFileW", "w"},
+                                                                     {"CreateWindowExW", "-ww"},
+                                                                     {"DeleteFileW", "w"},
+                                                                     {"FindFirstDevice", "-g-"},
+                                                                     {"FindFirstFileW", "w"},
+                                                                     {"FindWindowW", "ww"},
+                                                                     {"GetFileAttributesW", "w"},
+                                                                     {"GetModuleHandleW", "w"},
+                                                                     {"GetProcAddressA", "-n"},
+                                                                     {"GetProcAddressW", "-w"},
+                                                                     {"LoadLibraryExW", "w"},
+                                                                     {"LoadLibraryW", "w"},
+                                                                     {"MessageBoxW", "-ww"},
+                                                                     {"MoveFileW", "ww"},
+                                                                     {"OutputDebugStringW", "w"},
+                                                                     {"RegCreateKeyExW", "-w"},
+                                                                     {"RegDeleteKeyW", "-w"},
+                                                                     {"RegDeleteValueW", "-w"},
+                                                                     {"RegOpenKeyExW", "-w"},
+                                                                     {"RegQueryValueExW", "-w"},
+                                                                     {"RegSetValueExW", "-w"},
+                                                                     {"RemoveDirectoryW", "w"},
+                                                                     {"SetWindowTextW", "-w"},
+                                                                     {"StringFromGUID2", "g"},
+                                                                     {"SysAllocString", "w"},
+                                                                     {"_putws", "w"},
+                                                                     {"_wfopen", "ww"},
+                                                                     {"fopen", "nn"},
+                                                                     {"fprintf", "-n"},
+                                                                     {"fputs", "n"},
+                                                                     {"fputws", "w"},
+                                                                     {"fwprintf", "-w"},
+                                                                     {"printf", "n"},
+                                                                     {"puts", "n"},
+                                                                     {"wprintf", "w"},
+                                                                     {"wsprintfW", "ww"},
+                                                                     {"_snwprintf", "w-w"},
+                                                                     {"_vsnwprintf", "w-w"},
+                                                                     {"wcscmp", "ww"},
+                                                                     {"_wcsicmp", "ww"},
+                                                                     {"wcslen", "w"},
+                                                                     {"wcscpy", "ww"},
+                                                                     {"strcmp", "nn"},
+                                                                     {"strlen", "n"}};
 
 const std::pair<Guid, const char*> kNames[] = {
     {kIidUnknown, "IUnknown"},
@@ -121,13 +152,13 @@ std::string ShowArguments(Machine& machine, const std::string& name, const std::
 }  // namespace
 
 void TraceCalls(Process& process) {
-    process.machine.onCall = [&process, errors = std::map<u32, u32>()](
-                                 const std::string& stub, const std::vector<u32>& words,
-                                 const u64* result) mutable {
+    process.machine.onCall = [&process, errors = std::map<u32, u32>()](const std::string& stub,
+                                                                       const std::vector<u32>& words,
+                                                                       const u64* result) mutable {
         const std::string name = stub.substr(stub.find('!') + 1);
         const Thread& thread = process.scheduler.Current();
-        std::string line = std::to_string(process.scheduler.Now()) + " ms  " + thread.name + "  " + name + "(" +
-                           ShowArguments(process.machine, name, words) + ")";
+        std::string line = std::to_string(process.scheduler.Now()) + " ms  " + thread.ShortName() + "  " +
+                           name + "(" + ShowArguments(process.machine, name, words) + ")";
         const u32 value = result ? static_cast<u32>(*result) : 0;
         if (!result) line += " does not return";
         if (result && value != kUnset) line += " = " + Number(value);

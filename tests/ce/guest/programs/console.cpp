@@ -32,7 +32,7 @@ void CheckFiles() {
     Check(read && fgets(line, sizeof line, read), "reading back");
     if (read) fclose(read);
     Check(std::string(line) == "text -3  2.50|7   |1099511627776\n", "formats");
-    WIN32_FIND_DATAW found;
+    WIN32_FIND_DATAW found = {};
     const HANDLE search = FindFirstFileW(L"\\*.txt", &found);
     Check(search != INVALID_HANDLE_VALUE && std::wstring(found.cFileName) == L"Notes.txt", "finding files");
     FindClose(search);

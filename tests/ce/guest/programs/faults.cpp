@@ -2,11 +2,16 @@
 #include <windows.h>
 
 #include <stdlib.h>
-#include <string.h>
 
 // The faults are meant.
 #pragma GCC diagnostic ignored "-Winfinite-recursion"
 #pragma GCC diagnostic ignored "-Warray-bounds"
+#pragma GCC diagnostic ignored "-Wuse-after-free"
+
+// Without it the compiler leaves out what nobody looks at.
+static void Keep(void* block) {
+    __asm__ volatile("" : : "r"(block) : "memory");
+}
 
 extern "C" {
 void lateFunction();
@@ -27,10 +32,10 @@ __attribute__((noinline)) void RunData() {
     reinterpret_cast<void (*)()>(reinterpret_cast<ULONG_PTR>(kUndefined))();
 }
 __attribute__((noinline)) void UseFreed() {
-    int*** block = static_cast<int***>(malloc(16));
+    void* block = malloc(16);
     free(block);
-    volatile int* const* pointer = const_cast<volatile int* const*>(*const_cast<int** volatile*>(block));
-    (void)*pointer;
+    Keep(block);
+    **static_cast<int**>(block) = 1;
 }
 __attribute__((noinline)) void WaitForever() {
     WaitForSingleObject(CreateEventW(nullptr, FALSE, FALSE, L"never"), INFINITE);
@@ -45,7 +50,7 @@ __attribute__((noinline)) void Throw() {
 __attribute__((noinline)) void LeaveOpen() {
     CreateEventW(nullptr, FALSE, FALSE, L"kept");
     CreateCompatibleDC(nullptr);
-    memset(malloc(100), 0, 100);
+    Keep(malloc(100));
     PostMessageW(nullptr, WM_USER, 1, 2);
     MessageBoxW(nullptr, L"Nobody is there", L"Sample", MB_OK);
 }
