@@ -24,16 +24,22 @@ struct Class {
 };
 using Classes = std::map<Guid, Class>;
 
+std::u16string TextOf(const Registry::Value& value) {
+    std::u16string text(value.contents.size() / 2, u'\0');
+    std::memcpy(text.data(), value.contents.data(), 2 * text.size());
+    return text.substr(0, text.find(u'\0'));
+}
+
 // A class that a DLL registered, from that DLL's class factory.
 u32 CreateRegistered(Process& process, const Guid& clsid, const Guid& iid, u32& result) {
-    const std::u16string key = FromUtf8("clsid\\" + FormatGuid(clsid) + "\\inprocserver32");
-    auto& registry = process.Attachment<Registry>("registry");
-    const auto found = registry.values.find({LowerCase(RegistryPath(kClassesRoot, key)), u""});
+    auto& values = process.Attachment<Registry>("registry").values;
+    const std::u16string key = LowerCase(RegistryPath(kClassesRoot, FromUtf8("CLSID\\" + FormatGuid(clsid))));
+    const auto server = values.find({key + u"\\inprocserver32", u""});
+    const auto name = values.find({key, u""});
     result = kClassNotRegistered;
-    if (found == registry.values.end()) return 0;
-    std::u16string path(found->second.contents.size() / 2, u'\0');
-    std::memcpy(path.data(), found->second.contents.data(), 2 * path.size());
-    path.resize(std::min(path.find(u'\0'), path.size()));
+    if (server == values.end()) return 0;
+    if (name != values.end()) Calls(process).Add("CoCreateInstance " + ToUtf8(TextOf(name->second)));
+    const std::u16string path = TextOf(server->second);
     const Module* module = process.FindOrLoad(ToUtf8(path.substr(path.find_last_of(u'\\') + 1)));
     result = kModuleNotFound;
     return module ? CreateFromModule(process, *module, clsid, iid, result) : 0;
@@ -44,21 +50,21 @@ u32 Create(Process& process, u32 clsid, u32 iid, u32 out) {
     const Guid wanted = ReadGuid(process.machine, clsid);
     auto& classes = process.Attachment<Classes>("classes");
     const auto found = classes.find(wanted);
-    if (found == classes.end()) {
-        u32 result = kOk;
-        const u32 pointer = CreateRegistered(process, wanted, ReadGuid(process.machine, iid), result);
-        process.machine.Write(out, pointer);
-        return result;
-    }
+    const Guid interface = ReadGuid(process.machine, iid);
     try {
-        Calls(process).Add("CoCreateInstance " + found->second.name);
+        u32 result = kNoInterface;
+        u32 pointer = 0;
+        if (found == classes.end()) {
+            pointer = CreateRegistered(process, wanted, interface, result);
+        } else {
+            Calls(process).Add("CoCreateInstance " + found->second.name);
+            pointer = found->second.create(interface, result);
+        }
+        process.machine.Write(out, pointer);
+        return pointer ? kOk : result;
     } catch (const CallLog::Refusal& refusal) {
         return refusal.result;
     }
-    u32 result = kNoInterface;
-    const u32 pointer = found->second.create(ReadGuid(process.machine, iid), result);
-    process.machine.Write(out, pointer);
-    return pointer ? kOk : result;
 }
 
 void BindBstrs(Process& p) {

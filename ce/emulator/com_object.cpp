@@ -140,6 +140,7 @@ void HostObject::Implement(const Guid& iid, const std::string& interfaceName,
     for (size_t i = 0; i < all.size(); ++i) {
         const bool quiet = i < 3;
         const std::string full = interfaceName + "::" + all[i].name;
+        process_.Attachment<std::set<std::string>>("known calls").insert(full);
         Handler handler = [this, full, quiet, inner = all[i].handler](Arguments& arguments) -> u64 {
             arguments.Word();  // the object
             if (references_ <= 0)

@@ -12,6 +12,7 @@
 #include "run/options.h"
 #include "run/registry_file.h"
 #include "run/report.h"
+#include "run/scenario.h"
 #include "run/trace.h"
 
 namespace {
@@ -124,6 +125,7 @@ int RunWith(const Options& options) {
     process.libraryFolders = {process.folder, std::filesystem::path(options.image).parent_path().string()};
     process.onOutput = ShowOutput;
     if (!options.registry.empty()) ReadRegistryFile(process, options.registry);
+    if (!options.scenario.empty()) PlayScenario(process, platform, options.scenario);
     if (options.fast) process.machine.CheckAlignment(false);
     if (options.trace) TraceCalls(process);
 

@@ -188,6 +188,43 @@ class Reports(Device):
         self.has(traced.stderr, "CoCreateInstance(CLSID_FilterGraph, ", "IMediaControl::Run(", "FindFirstDevice(3, the class of cameras, ")
 
 
+class Scenarios(Device):
+    def picture(self, scenario):
+        saved = self.folder / "device.reg"
+        if not saved.exists():
+            self.run_it("--save-registry", saved, "ocellus.dll", "DllRegisterServer", image="ocellus.dll")
+        path = self.file("scenario.json", json.dumps(scenario))
+        return self.run_it("--scenario", path, "--registry", saved, "take_pictures.exe", "a.bmp", image="take_pictures.exe")
+
+    def test_played(self):
+        for scenario, exit_code in (
+            ({}, 0),
+            ({"devices": ["CAM3:", "CAM1:"], "framesPerSecond": 10}, 0),
+            ({"devices": []}, 1),
+            ({"calls": {"IGraphBuilder::AddFilter": {"at": 2, "result": "0x80004005"}}}, 1),
+            ({"calls": {"CoCreateInstance StillImageSink": {"result": "0x80040154"}}}, 1),
+            ({"calls": {"IGraphBuilder::AddFilter": {"at": 99, "result": "0x80004005"}}}, 0),
+        ):
+            with self.subTest(scenario):
+                done = self.picture(scenario)
+                self.assertEqual(done.returncode, exit_code, done.stderr)
+        slow = self.picture({"calls": {"IPersistPropertyBag::Load": {"delayMs": 1500}}})
+        self.assertGreater(int(slow.stderr.split(" after ")[1].split()[0]), 1500)
+
+    def test_refused_by_name(self):
+        for scenario, reason in (
+            ({"scene": "chart"}, '"scene" is "chart"; only the device kit plays it'),
+            ({"calls": {"IGraphBuilder::Fly": {"result": "0x80004005"}}}, '"calls.IGraphBuilder::Fly"'),
+            ({"calls": {"IMediaControl::Run": {"result": "0x00000001"}}}, "failures only"),
+            ({"devices": [{"name": "CAM1:", "cameraId": 7}]}, '"devices[0]"'),
+            ({"colour": 1}, '"colour" is 1; there is no such member'),
+        ):
+            with self.subTest(scenario):
+                done = self.picture(scenario)
+                self.assertEqual(done.returncode, 2)
+                self.has(done.stderr, "scenario.json: ", reason)
+
+
 class Usage(Device):
     def test_refused(self):
         damaged = self.file("damaged.exe", b"MZ" + bytes(58) + struct.pack("<I", 64) + b"PE\0\0" + struct.pack("<H", 0x14C) + bytes(300))

@@ -103,6 +103,9 @@ class CaptureFilter final : public HostFilter {
         bool operator==(const Setting&) const = default;
     };
     std::vector<Setting> settings;
+    u32 framePause = 33;  // ms between two frames
+    // Told after each preview frame how many there have been.
+    std::function<void(u32 frames)> onPreviewFrame;
     // What the next frames show.
     std::function<void(u8* bytes, const VideoFormat& format, u32 number)> scene;
 

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <deque>
+#include <set>
+#include <string>
 
 #include "emulator/kernel_objects.h"
 #include "emulator/graph/filters.h"
@@ -48,6 +50,9 @@ struct Platform {
     // The library's own filter classes come from this module's class factory.
     void RegisterFilters(const Module& module);
 };
+
+// The calls on the platform's objects that are seen, as "IMediaControl::Run".
+std::set<std::string> KnownCalls();
 
 const Guid kClsidGrabber = ParseGuid("B62F694E-0593-4E60-AA1C-16AF6496AC39");
 const Guid kClsidSink = ParseGuid("BCEED521-A101-45A9-8B7D-1583466FD57C");

@@ -1,0 +1,157 @@
+// The capture graph builder, and the classes that the program can create.
+#include "emulator/graph/graph.h"
+
+namespace ce {
+
+namespace {
+
+const Guid kIidCaptureGraphBuilder = ParseGuid("93E5A4E0-2D50-11D2-ABFA-00A0C9C6E38D");
+const Guid kClsidCaptureGraphBuilder = ParseGuid("BF87B6E0-8C27-11D0-B3F0-00AA003761C5");
+const Guid kClsidFilterGraph = ParseGuid("E436EBB3-524F-11CE-9F53-0020AF0BA770");
+const Guid kClsidVideoCapture = ParseGuid("F80B6E95-B55A-4619-AEC4-A10EAEDE980C");
+const Guid kClsidVideoRenderer = ParseGuid("70E102B0-5556-11CE-97C0-00AA0055595A");
+constexpr u32 kNotFound = 0x80040216;
+
+// The filter's first pin of the direction, with a reference; 0: none.
+u32 FindPin(Process& process, u32 filter, u32 direction) {
+    const u32 place = HostMemory(process, 16);
+    if (CallMethod(process, filter, slot::kFilterEnumPins, {place}) != kOk) return 0;
+    const u32 pins = process.machine.Read<u32>(place);
+    u32 found = 0;
+    while (!found && CallMethod(process, pins, slot::kEnumNext, {1, place + 4, 0}) == kOk) {
+        const u32 pin = process.machine.Read<u32>(place + 4);
+        CallMethod(process, pin, slot::kPinQueryDirection, {place + 8});
+        if (process.machine.Read<u32>(place + 8) == direction) {
+            found = pin;
+        } else {
+            Release(process, pin);
+        }
+    }
+    Release(process, pins);
+    return found;
+}
+
+class GraphBuilder final : public HostObject {
+  public:
+    GraphBuilder(Process& process, Platform& platform)
+        : HostObject(process, "capture graph builder"), platform_(platform) {
+        Implement(
+            kIidCaptureGraphBuilder, "ICaptureGraphBuilder2",
+            {Method("SetFiltergraph",
+                    [this](u32 graph) -> u32 {
+                        CallMethod(process_, graph, 1);
+                        graph_ = graph;
+                        return kOk;
+                    }),
+             Unused("GetFiltergraph"), Unused("SetOutputFileName"),
+             Method("FindInterface",
+                    [this](u32 category, u32 type, u32, u32 iid, u32 out) -> u32 {
+                        const bool stream = ReadGuid(machine_, iid) == kIidStreamConfig;
+                        Calls(process_).Detail(Kind(category, type) + (stream ? " IAMStreamConfig" : " ?"));
+                        SourcePin& pin = ReadGuid(machine_, category) == kCategoryStill
+                                             ? platform_.capture.still
+                                             : platform_.capture.preview;
+                        const u32 found = pin.Query(ReadGuid(machine_, iid));
+                        machine_.Write(out, found);
+                        return found ? kOk : kNoInterface;
+                    }),
+             Method("RenderStream",
+                    [this](u32 category, u32 type, u32, u32 middle, u32 sink) {
+                        Calls(process_).Detail(Kind(category, type));
+                        return Render(ReadGuid(machine_, category) == kCategoryStill, middle, sink);
+                    }),
+             Unused("ControlStream"), Unused("AllocCapFile"), Unused("CopyCaptureFile"),
+             Method("FindPin",
+                    [this](u32, u32 direction, u32 category, u32 type, u32 unconnected, u32 number,
+                           u32 out) -> u32 {
+                        Calls(process_).Detail(std::to_string(direction) + " " + Kind(category, type) + " " +
+                                               std::to_string(unconnected) + " " + std::to_string(number));
+                        if (ReadGuid(machine_, category) != kCategoryStill) return kNotFound;
+                        machine_.Write(out, platform_.capture.still.Query(kIidPin));
+                        return kOk;
+                    })});
+    }
+
+  protected:
+    void OnLastRelease() override {
+        if (graph_) Release(process_, std::exchange(graph_, 0));
+    }
+
+  private:
+    std::string Kind(u32 category, u32 type) {
+        const Guid id = ReadGuid(machine_, category);
+        return std::string(id == kCategoryStill     ? "PIN_CATEGORY_STILL "
+                           : id == kCategoryPreview ? "PIN_CATEGORY_PREVIEW "
+                                                    : "? ") +
+               (ReadGuid(machine_, type) == kMajorVideo ? "MEDIATYPE_Video" : "?");
+    }
+    u32 Render(bool still, u32 middle, u32 sink) {
+        SourcePin& source = still ? platform_.capture.still : platform_.capture.preview;
+        const u32 first = FindPin(process_, middle ? middle : sink, 0);
+        if (!first) return kFail;
+        u32 result = source.ConnectTo(first);
+        Release(process_, first);
+        if (result != kOk || !middle) return result;
+        const u32 output = FindPin(process_, middle, 1);
+        const u32 last = FindPin(process_, sink, 0);
+        result = output && last ? CallMethod(process_, output, slot::kPinConnect, {last, 0}) : kFail;
+        if (output) Release(process_, output);
+        if (last) Release(process_, last);
+        return result;
+    }
+
+    Platform& platform_;
+    u32 graph_ = 0;
+};
+
+}  // namespace
+
+Platform::Platform(Process& owner) : process(owner), capture(owner), renderer(owner) {
+    const auto make = [](HostObject& object, const Guid& iid, u32& result) {
+        result = kNoInterface;
+        return object.Query(iid);
+    };
+    RegisterClass(process, kClsidFilterGraph, "FilterGraph", [this, make](const Guid& iid, u32& result) {
+        auto fresh = std::make_unique<FilterGraph>(process);
+        graph = fresh.get();
+        created.push_back(std::move(fresh));
+        graph->hostPins = {{capture.preview.Pointer(), &capture.preview},
+                           {capture.still.Pointer(), &capture.still},
+                           {renderer.input.Pointer(), &renderer.input}};
+        return make(*graph, iid, result);
+    });
+    RegisterClass(process, kClsidCaptureGraphBuilder, "CaptureGraphBuilder",
+                  [this, make](const Guid& iid, u32& result) {
+                      created.push_back(std::make_unique<GraphBuilder>(process, *this));
+                      return make(*created.back(), iid, result);
+                  });
+    RegisterClass(process, kClsidVideoCapture, "CaptureFilter",
+                  [this, make](const Guid& iid, u32& result) { return make(capture, iid, result); });
+    RegisterClass(process, kClsidVideoRenderer, "VideoRenderer",
+                  [this, make](const Guid& iid, u32& result) { return make(renderer, iid, result); });
+    RegisterClass(
+        process, kClsidMemoryAllocator, "MemoryAllocator", [this, make](const Guid& iid, u32& result) {
+            auto allocator = std::make_shared<MemAllocator>(process);
+            process.attachments["allocator" + std::to_string(process.attachments.size())] = allocator;
+            return make(*allocator, iid, result);
+        });
+}
+
+void Platform::RegisterFilters(const Module& module) {
+    for (const Guid& clsid : {kClsidGrabber, kClsidSink}) {
+        RegisterClass(process, clsid, clsid == kClsidSink ? "StillImageSink" : "SampleGrabber",
+                      [this, clsid, &module](const Guid& iid, u32& result) {
+                          return CreateFromModule(process, module, clsid, iid, result);
+                      });
+    }
+}
+
+std::set<std::string> KnownCalls() {
+    Process process;
+    Platform platform(process);
+    const FilterGraph graph(process);
+    const GraphBuilder builder(process, platform);
+    return process.Attachment<std::set<std::string>>("known calls");
+}
+
+}  // namespace ce
