@@ -25,8 +25,8 @@ constexpr u32 kOk = 0, kFalse = 1, kNotImplemented = 0x80004001, kNoInterface = 
 const Guid kIidUnknown = ParseGuid("00000000-0000-0000-C000-000000000046");
 const Guid kIidClassFactory = ParseGuid("00000001-0000-0000-C000-000000000046");
 
-// The calls on host objects in their order, "IMediaControl::Run", with what matters of the arguments behind a space. A call for which the rules have a
-// result is not carried out but answered with it.
+// The calls on host objects in their order, "IMediaControl::Run", with what matters of the arguments behind a
+// space. A call for which the rules have a result is not carried out but answered with it.
 class CallLog : public kit::CallRules {
   public:
     explicit CallLog(Scheduler& scheduler) : scheduler_(scheduler) {}
@@ -63,7 +63,8 @@ MethodEntry Method(std::string name, F function) {
 // In the table, but never called by what is tested: answers "not implemented".
 MethodEntry Unused(std::string name);
 
-// An object with as many interfaces as wanted. The program holds references; the host keeps the object alive as long as the process.
+// An object with as many interfaces as wanted. The program holds references; the host keeps the object alive
+// as long as the process.
 class HostObject {
   public:
     HostObject(Process& process, std::string name);
@@ -80,7 +81,8 @@ class HostObject {
     const std::string& Name() const { return name_; }
 
   protected:
-    // `methods`: those behind IUnknown's, in the table's order. The first interface also answers for IUnknown.
+    // `methods`: those behind IUnknown's, in the table's order. The first interface also answers for
+    // IUnknown.
     void Implement(const Guid& iid, const std::string& name, std::vector<MethodEntry> methods);
     virtual void OnLastRelease() {}
     // The host itself holds it, so that it can be called while the program has no reference.
@@ -103,7 +105,8 @@ class HostObject {
     i32 held_ = 0;
 };
 
-// All host objects of the process that the program still refers to, with their counts; empty when it let go of all.
+// All host objects of the process that the program still refers to, with their counts; empty when it let go
+// of all.
 std::string ReferencedObjects(Process& process);
 
 // Calls method `index` of the program's (or a host's) object at `pointer`.
@@ -113,7 +116,8 @@ u32 Release(Process& process, u32 pointer);
 // Memory for the host's own use in the program's address space; never freed, and not part of its heap.
 u32 HostMemory(Process& process, u32 size);
 
-// CoCreateInstance finds classes here, and logs their names; a creator returns an interface with a reference, or 0 and the reason.
+// CoCreateInstance finds classes here, and logs their names; a creator returns an interface with a reference,
+// or 0 and the reason.
 using Creator = std::function<u32(const Guid& iid, u32& result)>;
 // Where no creator is registered, the process's registry names the DLL.
 void RegisterClass(Process& process, const Guid& clsid, const std::string& name, Creator creator);

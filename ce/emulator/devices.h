@@ -20,7 +20,8 @@ struct FileRoom {
     std::optional<u32> bytes;
 };
 
-// The host's file that the program means by a name, and the name of a file of the host's: below the process's folder, or else in the device's \Windows.
+// The host's file that the program means by a name, and the name of a file of the host's: below the process's
+// folder, or else in the device's \Windows.
 std::string HostPath(Process& process, std::u16string_view name);
 std::u16string DevicePath(Process& process, const std::string& hostPath);
 

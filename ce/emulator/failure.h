@@ -7,7 +7,8 @@
 
 namespace ce {
 
-// Ends the emulated process: an access that a device would trap, a deadlock, a call to nothing. The text names the place.
+// Ends the emulated process: an access that a device would trap, a deadlock, a call to nothing. The text
+// names the place.
 struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -60,7 +60,8 @@ void Machine::Fault(uc_err error, u32 pc) {
     throw Failure(text + "\n" + DescribeRegisters() + Backtrace());
 }
 
-// There are no frame pointers: words on the stack that follow a call instruction are taken for return addresses.
+// There are no frame pointers: words on the stack that follow a call instruction are taken for return
+// addresses.
 std::string Machine::Backtrace() {
     const Registers registers = Load();
     std::string text =

@@ -18,7 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The entry of that name, in whatever letters: the device makes no difference between capitals and small ones.
+// The entry of that name, in whatever letters: the device makes no difference between capitals and small
+// ones.
 fs::path Entry(const fs::path& folder, const std::string& name) {
     std::error_code error;
     if (fs::exists(folder / name, error)) return folder / name;
@@ -175,7 +176,8 @@ void BindTimes(Process& p) {
     });
 }
 
-// ---- Folders -------------------------------------------------------------------------------------------------------------
+// ---- Folders
+// -------------------------------------------------------------------------------------------------------------
 
 struct FileSearch final : Object {
     std::string Describe() const override { return "file search"; }

@@ -20,7 +20,8 @@ std::u16string Widened(const std::string& bytes) {
     return text;
 }
 
-// As much as there is room for; -1 when that was not all of it, and no end is written when there is no room for it.
+// As much as there is room for; -1 when that was not all of it, and no end is written when there is no room
+// for it.
 i32 Bounded(Machine& m, u32 to, u32 room, std::u16string_view text, bool isWide) {
     const u32 unit = isWide ? 2 : 1;
     for (u32 i = 0; i < room && i <= text.size(); ++i) {

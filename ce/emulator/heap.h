@@ -1,5 +1,5 @@
-// The program's heap, with its book-keeping outside the program's memory: every block has fences, and what is freed twice or written past its end is
-// reported.
+// The program's heap, with its book-keeping outside the program's memory: every block has fences, and what is
+// freed twice or written past its end is reported.
 #pragma once
 
 #include <map>

@@ -40,7 +40,8 @@ struct TlsSlots {
     bool used[kTlsSlots] = {true, true, true, true};  // the system keeps the first four for itself
 };
 
-// ---- Events ----------------------------------------------------------------------------------------------------------
+// ---- Events
+// ----------------------------------------------------------------------------------------------------------
 
 u32 CreateEventStandIn(Process& process, u32 manual, u32 initial, u32 name) {
     process.SetLastError(0);
@@ -119,7 +120,8 @@ void BindSemaphores(Process& p) {
     });
 }
 
-// ---- Threads and waiting ----------------------------------------------------------------------------------------------
+// ---- Threads and waiting
+// ----------------------------------------------------------------------------------------------
 
 void BindThreads(Process& p) {
     p.Bind(kLibrary, "CreateThread", [&p](u32, u32, u32 start, u32 argument, u32, u32 idAt) {
@@ -214,7 +216,8 @@ void BindInterlocked(Process& p) {
     });
 }
 
-// ---- Critical sections -------------------------------------------------------------------------------------------------
+// ---- Critical sections
+// -------------------------------------------------------------------------------------------------
 
 void BindCriticalSections(Process& p) {
     using Sections = std::map<u32, std::shared_ptr<CriticalSection>>;
@@ -247,7 +250,8 @@ void BindCriticalSections(Process& p) {
     });
 }
 
-// ---- Time ----------------------------------------------------------------------------------------------------------------
+// ---- Time
+// ----------------------------------------------------------------------------------------------------------------
 
 // Time is virtual: the device's clock was set when the process began, to the same moment in every run.
 void BindTime(Process& p) {

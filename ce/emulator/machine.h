@@ -30,13 +30,15 @@ struct Registers {
     u32 status = 0;
 };
 
-// What a called function may change, it does change to these values, by the register's number; nobody passes one of them on purpose.
+// What a called function may change, it does change to these values, by the register's number; nobody passes
+// one of them on purpose.
 constexpr u32 kUnset = 0xDEAD0000;
 constexpr u32 kStubBase = 0xE0000000;
 constexpr u32 kPastArguments = 16;  // bytes of stack that belong to nobody, after the arguments of a call
 
-// Reads a call's arguments in their order: each takes whole words, 64-bit ones two of them without alignment, the first four words
-// in registers. Failure when a word is one that the caller cannot have meant: then it passes its arguments elsewhere.
+// Reads a call's arguments in their order: each takes whole words, 64-bit ones two of them without alignment,
+// the first four words in registers. Failure when a word is one that the caller cannot have meant: then it
+// passes its arguments elsewhere.
 class Arguments {
   public:
     Arguments(class Machine& machine, const Registers& registers)
@@ -60,11 +62,13 @@ class Machine {
     ~Machine();
     Machine(const Machine&) = delete;
 
-    // ---- Memory ------------------------------------------------------------------------------------------------
-    // Whole pages, zeroed.
+    // ---- Memory
+    // ------------------------------------------------------------------------------------------------ Whole
+    // pages, zeroed.
     void Map(u32 address, u32 size, bool writable = true);
     void Protect(u32 address, u32 size, u32 permissions);
-    // `size` bytes of the program's memory; Failure when they are not all mapped. Valid as long as the machine.
+    // `size` bytes of the program's memory; Failure when they are not all mapped. Valid as long as the
+    // machine.
     u8* Bytes(u32 address, u32 size = 1);
     template <typename T>
     T Read(u32 address) {
@@ -80,21 +84,25 @@ class Machine {
     std::u16string Text(u32 address);
     std::string Narrow(u32 address);
 
-    // ---- Code --------------------------------------------------------------------------------------------------
-    // The address of a new stub: calling it runs `handler`.
+    // ---- Code
+    // -------------------------------------------------------------------------------------------------- The
+    // address of a new stub: calling it runs `handler`.
     u32 AddStub(std::string name, Handler handler);
-    // Calls a function and returns r0 and r1. Checks that it keeps the registers it has to keep, and while alignment is checked also that it reads no
-    // argument past the last one. May be nested: from inside a handler.
+    // Calls a function and returns r0 and r1. Checks that it keeps the registers it has to keep, and while
+    // alignment is checked also that it reads no argument past the last one. May be nested: from inside a
+    // handler.
     u64 Call(u32 address, const std::vector<u32>& words);
 
     Registers Load();
     void Store(const Registers& registers);
 
-    // ---- Observation -------------------------------------------------------------------------------------------
+    // ---- Observation
+    // -------------------------------------------------------------------------------------------
     Places places;
     std::string Describe(u32 address) const;
     std::string Backtrace();
-    // Told of each call of a stub when it has returned: the words that it took, and its result; none when it did not return.
+    // Told of each call of a stub when it has returned: the words that it took, and its result; none when it
+    // did not return.
     std::function<void(const std::string& stub, const std::vector<u32>& words, const u64* result)> onCall;
     // From any thread: ends what runs as soon as possible, with Interrupted thrown by the calls under way.
     void Interrupt();

@@ -1,4 +1,5 @@
-// A Windows CE image file, read for loading. Every offset in the file is checked: damaged files give a Failure that says what is wrong.
+// A Windows CE image file, read for loading. Every offset in the file is checked: damaged files give a
+// Failure that says what is wrong.
 #pragma once
 
 #include <map>

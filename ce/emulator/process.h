@@ -41,7 +41,8 @@ T TakeArgument(Arguments& arguments) {
     }
 }
 
-// A function of plain numbers as a handler; results of 64 bits come back in r0 and r1, and smaller ones leave r1 unset.
+// A function of plain numbers as a handler; results of 64 bits come back in r0 and r1, and smaller ones leave
+// r1 unset.
 template <typename R, typename... A>
 Handler MakeHandler(std::function<R(A...)> function) {
     return [function = std::move(function)](Arguments& arguments) -> u64 {
@@ -68,12 +69,15 @@ class Process {
     Scheduler scheduler;
     Heap heap;
 
-    // ---- Modules -----------------------------------------------------------------------------------------------
-    // Maps the image at another base than its own, binds it and runs a DLL's entry point. A DLL that it imports is loaded too if it is found in the folders
-    // for libraries; what nobody provides is reported when it is called.
+    // ---- Modules
+    // ----------------------------------------------------------------------------------------------- Maps
+    // the image at another base than its own, binds it and runs a DLL's entry point. A DLL that it imports is
+    // loaded too if it is found in the folders for libraries; what nobody provides is reported when it is
+    // called.
     Module& Load(const std::string& path);
     void Unload(Module& module);
-    // Where DLLs that are asked for by name are looked for, the first folder first. Empty: only what has been loaded is found.
+    // Where DLLs that are asked for by name are looked for, the first folder first. Empty: only what has been
+    // loaded is found.
     std::vector<std::string> libraryFolders;
     // The loaded DLL, or one from those folders; null when there is none.
     Module* FindOrLoad(const std::string& name);
@@ -93,7 +97,8 @@ class Process {
         return machine.Call(Address(module, name), words);
     }
 
-    // ---- Stand-ins ---------------------------------------------------------------------------------------------
+    // ---- Stand-ins
+    // ---------------------------------------------------------------------------------------------
     template <typename F>
     void Bind(const std::string& library, const std::string& name, F function) {
         bound_[library + "!" + name] = MakeHandler(std::function(std::move(function)));
@@ -104,7 +109,8 @@ class Process {
         bound_[library + "!" + name] = std::move(handler);
     }
 
-    // ---- Handles -----------------------------------------------------------------------------------------------
+    // ---- Handles
+    // -----------------------------------------------------------------------------------------------
     u32 AddHandle(ObjectPtr object);
     ObjectPtr FromHandle(u32 handle);
     template <typename T>
@@ -118,7 +124,8 @@ class Process {
 
     void SetLastError(u32 error) { scheduler.Current().lastError = error; }
 
-    // ---- Helpers for tests -------------------------------------------------------------------------------------
+    // ---- Helpers for tests
+    // -------------------------------------------------------------------------------------
     u32 NewText(std::u16string_view text);
     u32 NewBlock(u32 size) { return heap.AllocateSurely(size); }
 

@@ -1,5 +1,6 @@
-// The emulated program's threads, and the time. One runs at a time and keeps running until it waits, sleeps or ends; time is virtual and moves
-// only when everybody waits, so that runs are repeatable and a sleep costs nothing.
+// The emulated program's threads, and the time. One runs at a time and keeps running until it waits, sleeps
+// or ends; time is virtual and moves only when everybody waits, so that runs are repeatable and a sleep costs
+// nothing.
 #pragma once
 
 #include <ucontext.h>

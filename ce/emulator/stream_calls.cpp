@@ -1,4 +1,5 @@
-// The C library's streams, as bytes: ends of lines stay as they are. The standard ones reach the host; nothing can be read from them.
+// The C library's streams, as bytes: ends of lines stay as they are. The standard ones reach the host;
+// nothing can be read from them.
 #include <cstdio>
 #include <filesystem>
 

@@ -84,7 +84,8 @@ void WriteText(Machine& machine, u32 address, std::u16string_view text) {
 
 namespace {
 
-// One conversion: flags, width and precision as the host's printf takes them; sizes are of the program's types.
+// One conversion: flags, width and precision as the host's printf takes them; sizes are of the program's
+// types.
 struct Conversion {
     std::string spec = "%";
     bool isLong = false, isShort = false, isWideNumber = false;  // l, h, ll or I64

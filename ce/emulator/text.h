@@ -17,8 +17,9 @@ std::u16string LowerCase(std::u16string text);
 
 void WriteText(Machine& machine, u32 address, std::u16string_view text);  // with its end
 
-// What printf and its like make of the format; `next` gives the arguments' words. A narrow format is passed with a byte in each unit, and so comes the
-// result; `isWide` says which text %s means. Failure on a kind that the emulator does not know.
+// What printf and its like make of the format; `next` gives the arguments' words. A narrow format is passed
+// with a byte in each unit, and so comes the result; `isWide` says which text %s means. Failure on a kind
+// that the emulator does not know.
 std::u16string Format(Machine& machine, std::u16string_view format, bool isWide,
                       const std::function<u32()>& next);
 

@@ -1,4 +1,5 @@
-// Windows and their messages. A window that the program did not create is a plain number, as tests give them out: what is posted to it is recorded.
+// Windows and their messages. A window that the program did not create is a plain number, as tests give them
+// out: what is posted to it is recorded.
 #pragma once
 
 #include <deque>

@@ -21,7 +21,8 @@ using namespace ce;
 
 constexpr int kDeadlineCode = 124, kFaultCode = 125;
 
-// Interrupts the machine when the time is over, and again until it has stopped: it may be between two stretches of the program's code.
+// Interrupts the machine when the time is over, and again until it has stopped: it may be between two
+// stretches of the program's code.
 class Deadline {
   public:
     Deadline(Machine& machine, unsigned seconds)

@@ -18,7 +18,8 @@ struct Options {
     unsigned stackKilobytes = 64;
 };
 
-// Nothing when the program is to end at once, with `exitCode`: help was shown, or what is wrong with the command line.
+// Nothing when the program is to end at once, with `exitCode`: help was shown, or what is wrong with the
+// command line.
 std::optional<Options> ReadOptions(int count, char** arguments, int& exitCode);
 
 constexpr int kUsageError = 2;

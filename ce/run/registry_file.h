@@ -7,8 +7,8 @@
 
 namespace ce {
 
-// Puts the file's keys and values into the process's registry, and takes away those that it says to. Failure with file, line and reason; the registry then
-// has what stood before that line.
+// Puts the file's keys and values into the process's registry, and takes away those that it says to. Failure
+// with file, line and reason; the registry then has what stood before that line.
 void ReadRegistryFile(Process& process, const std::string& path);
 
 // All keys and values, in UTF-8.

@@ -7,7 +7,8 @@
 
 namespace ce {
 
-// Sets up the devices, the camera and the rules for its calls. Throws std::runtime_error with the file, and with what cannot be played or is wrong.
+// Sets up the devices, the camera and the rules for its calls. Throws std::runtime_error with the file, and
+// with what cannot be played or is wrong.
 void PlayScenario(Process& process, Platform& platform, const std::string& path);
 
 }  // namespace ce

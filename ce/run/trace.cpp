@@ -11,7 +11,8 @@ namespace ce {
 
 namespace {
 
-// Arguments that point at something worth showing: w wide text, n narrow text, g GUID; - a number, and so is what is not listed.
+// Arguments that point at something worth showing: w wide text, n narrow text, g GUID; - a number, and so is
+// what is not listed.
 const std::map<std::string, std::string, std::less<>> kSignatures = {{"CoCreateInstance", "g--g-"},
                                                                      {"CopyFileW", "ww-"},
                                                                      {"CreateDirectoryW", "w"},

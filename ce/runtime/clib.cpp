@@ -1,4 +1,5 @@
-// What portable C libraries expect of a C library and the system's lacks. Error texts of the picture libraries reach the system's stderr.
+// What portable C libraries expect of a C library and the system's lacks. Error texts of the picture
+// libraries reach the system's stderr.
 #include <stdarg.h>
 #include <stddef.h>
 

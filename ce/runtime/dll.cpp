@@ -25,7 +25,8 @@ BOOL WINAPI DllMainCRTStartup(HINSTANCE instance, DWORD reason, LPVOID reserved)
     return result;
 }
 
-// A library that leaves the program ends the process, which the callers of the picture libraries prevent with error handlers of their own.
+// A library that leaves the program ends the process, which the callers of the picture libraries prevent with
+// error handlers of their own.
 [[noreturn]] void exit(int) {
     abort();
 }

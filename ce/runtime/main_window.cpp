@@ -1,4 +1,5 @@
-// main of a program that begins with WinMain. The desktop's headers, with which it is compiled, give it the command line in the system's code page.
+// main of a program that begins with WinMain. The desktop's headers, with which it is compiled, give it the
+// command line in the system's code page.
 #include <windows.h>
 
 #include "runtime.h"

@@ -9,8 +9,8 @@ ProgramStart programStart;
 
 extern "C" {
 
-// Of the main functions a program has one. Where it is not wWinMain, the one here hands on to the next: wmain, main, WinMain, each in a file of its own,
-// so that the linker takes those up to the program's.
+// Of the main functions a program has one. Where it is not wWinMain, the one here hands on to the next:
+// wmain, main, WinMain, each in a file of its own, so that the linker takes those up to the program's.
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR commandLine, int show);
 
 [[noreturn]] void exit(int code) {

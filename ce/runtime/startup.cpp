@@ -11,7 +11,8 @@ extern const Routine ce_constructors_end[];
 extern const Routine ce_destructors_begin[];
 extern const Routine ce_destructors_end[];
 
-// Destructors of local statics; the library has a handful. Beyond the table they are not run, which only a leak check could see.
+// Destructors of local statics; the library has a handful. Beyond the table they are not run, which only a
+// leak check could see.
 static constexpr int kAtExitSlots = 32;
 static Routine atExitRoutines[kAtExitSlots];
 static int atExitCount;

@@ -1,4 +1,5 @@
-// The filter graph and its builder, played by the host for one process, with the classes registered for the program to create.
+// The filter graph and its builder, played by the host for one process, with the classes registered for the
+// program to create.
 #pragma once
 
 #include <deque>

@@ -90,7 +90,8 @@ SourcePin::SourcePin(Process& process, std::string name, std::vector<VideoFormat
                Method("GetStreamCaps", [this](u32 index, u32 out, u32 capability) -> u32 {
                    Calls(process_).Detail(std::to_string(index));
                    if (index >= capabilities_.size()) return kFalse;
-                   // The whole record is written: one that is smaller in the program's view is overrun, and the heap's fences tell.
+                   // The whole record is written: one that is smaller in the program's view is overrun, and
+                   // the heap's fences tell.
                    std::memset(machine_.Bytes(capability, capabilityBytes), 0x11, capabilityBytes);
                    const u32 type = NewMediaType(process_, capabilities_[index]);
                    if (onCapability) onCapability(type);

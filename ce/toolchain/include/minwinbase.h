@@ -1,4 +1,5 @@
-/* The record of a found file is shorter than the desktop's: the file's object identifier stands where that has two reserved words and short names. */
+/* The record of a found file is shorter than the desktop's: the file's object identifier stands where that
+ * has two reserved words and short names. */
 #ifndef OCELLUS_CE_MINWINBASE_H
 #define OCELLUS_CE_MINWINBASE_H
 

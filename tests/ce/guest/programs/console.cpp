@@ -1,4 +1,5 @@
-// What a console program may use: arguments, streams, files, the registry, static objects, exceptions, threads; and an exit code.
+// What a console program may use: arguments, streams, files, the registry, static objects, exceptions,
+// threads; and an exit code.
 #include <windows.h>
 
 #include <stdio.h>
