@@ -1,10 +1,12 @@
-// Measures thresholding, Group 4 coding and the whole path from a camera frame to a TIFF file against other libraries.
+// Measures thresholding, Group 4 coding and the whole path from a camera frame to a TIFF file against other
+// libraries.
 //
-//   bilevel_bench [--film FILE.y4m] [--size WxH] [--content NAME] [--stage NAME] [--contender NAME] [--pictures N] [--rounds N]
-//                 [--count]
+//   bilevel_bench [--film FILE.y4m] [--size WxH] [--content NAME] [--stage NAME] [--contender NAME]
+//                 [--pictures N] [--rounds N] [--count]
 //
-// Without choices everything is measured. --count runs each chosen contender once on each picture, inside CountedRun(), and prints the number of
-// pixels: scripts/count-instructions.sh counts the instructions from outside.
+// Without choices everything is measured. --count runs each chosen contender once on each picture, inside
+// CountedRun(), and prints the number of pixels: scripts/count-instructions.sh counts the instructions from
+// outside.
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>

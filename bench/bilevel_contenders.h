@@ -15,7 +15,8 @@ namespace cam::bench {
 enum class Stage { Threshold, Group4, File };
 const char* StageName(Stage stage);
 
-// Something to be timed on one picture. `prepare` is not timed. `run` returns the number of bytes it made, 0 for a failure.
+// Something to be timed on one picture. `prepare` is not timed. `run` returns the number of bytes it made, 0
+// for a failure.
 struct Job {
     std::function<void()> prepare;
     std::function<size_t()> run;

@@ -27,7 +27,8 @@ struct Picture {
     std::vector<uint8_t> raster;  // thresholded with kThresholdRatio and packed, 1 is black
 };
 
-// `count` different pictures. Photographs and halftones are made of frames of `film` (a .y4m file); without one, of synthetic ones.
+// `count` different pictures. Photographs and halftones are made of frames of `film` (a .y4m file); without
+// one, of synthetic ones.
 std::vector<Picture> MakePictures(Content content, Size size, uint32_t count, const std::string& film);
 
 }  // namespace cam::bench

@@ -43,7 +43,8 @@ Contender EncodeBy(const char* name, tiff::EncodeG4Kernel* encode) {
             }};
 }
 
-// Everything between a YUY2 frame and a TIFF file in memory, thresholding and converting pixels with the kernels of `set`.
+// Everything between a YUY2 frame and a TIFF file in memory, thresholding and converting pixels with the
+// kernels of `set`.
 Contender FileBy(InstructionSet set) {
     return {
         Stage::File, NameOf(set), false, [=](const Picture& picture) {

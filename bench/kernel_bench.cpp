@@ -1,5 +1,6 @@
-// Times the pixel kernels alone, so that two builds of them can be compared: one line for each kernel, size and set, separated by
-// tabs, with nanoseconds a pixel. scripts/bench.sh runs the native and the Windows build in turn and prints the ratios.
+// Times the pixel kernels alone, so that two builds of them can be compared: one line for each kernel, size
+// and set, separated by tabs, with nanoseconds a pixel. scripts/bench.sh runs the native and the Windows
+// build in turn and prints the ratios.
 //
 // By the wall clock, which both systems read alike.
 #include <algorithm>
@@ -23,7 +24,8 @@ constexpr Size kSizes[] = {{640, 480}, {1600, 1200}, {2592, 1944}};
 constexpr std::size_t kPixelsForEach = 20'200'000;  // in all rounds: four of the largest size
 constexpr std::uint32_t kBandPixels = 640 * 480;
 
-// On a page of its own, as a sample's buffer is: where each system's allocator would put it makes more difference than the build.
+// On a page of its own, as a sample's buffer is: where each system's allocator would put it makes more
+// difference than the build.
 class Pages {
   public:
     explicit Pages(std::size_t size) : bytes(static_cast<std::uint8_t*>(operator new(size, kAlignment))) {}
@@ -61,7 +63,8 @@ constexpr NamedRun kRuns[] = {{"YUY2 to RGB565", InPlace<Yuy2ToRgb565>},
                               {"grey to words", InPlace<ExpandGrey>},
                               {"RGB565 to RGB888", ToRgb888}};
 
-// Sum of the best times of bands of rows, so short that on a busy machine some round of each passes without a break.
+// Sum of the best times of bands of rows, so short that on a busy machine some round of each passes without a
+// break.
 double BestNanoseconds(const NamedRun& named, Size size, const PixelKernels& kernels, const Bytes& input) {
     const auto width = static_cast<std::uint32_t>(size.width);
     const auto height = static_cast<std::uint32_t>(size.height);

@@ -86,7 +86,8 @@ FrameShape ShapeOf(Size size) {
 
 using Conversion = void (*)(std::uint8_t*, const FrameShape&, const PixelKernels&);
 
-// One contender for each kernel set, the fastest first; the frame is made anew before each run, since the conversions work in place.
+// One contender for each kernel set, the fastest first; the frame is made anew before each run, since the
+// conversions work in place.
 std::vector<Contender> KernelSets(Conversion conversion, Size size, const Bytes& input, Bytes& frame) {
     std::vector<Contender> contenders;
     for (const cam::InstructionSet set : std::views::reverse(cam::kInstructionSets)) {

@@ -1,8 +1,10 @@
-// Instructions for each pixel on ARM code: exact, and the same in every run. Cycles depend on the device's memory; see docs/targets.md.
+// Instructions for each pixel on ARM code: exact, and the same in every run. Cycles depend on the device's
+// memory; see docs/targets.md.
 //
 //   ce_instructions [FOLDER]    of kernels.dll; default: the ce build's
 //
-// The picture is a frame of the real film when scripts/setup.sh has put it into build/media, else a chart. Ends with 1 when a second run counts otherwise.
+// The picture is a frame of the real film when scripts/setup.sh has put it into build/media, else a chart.
+// Ends with 1 when a second run counts otherwise.
 #include <cstdio>
 #include <cstring>
 #include <fstream>

@@ -1,6 +1,6 @@
 // Kernels are routines that exist once for each of several instruction sets, with the same results on all of
-// them. A kernel set is what a module has for one instruction set; its table has all the sets of a build. What
-// the processor can do is asked here and nowhere else.
+// them. A kernel set is what a module has for one instruction set; its table has all the sets of a build.
+// What the processor can do is asked here and nowhere else.
 #pragma once
 
 #if defined(__x86_64__) || defined(__i386__)

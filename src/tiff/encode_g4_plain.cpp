@@ -6,7 +6,8 @@
 namespace cam::tiff {
 namespace {
 
-// For every byte the bit positions, from the left, at which a bit differs from the one to its left (0 before the first); then -1.
+// For every byte the bit positions, from the left, at which a bit differs from the one to its left (0 before
+// the first); then -1.
 struct ChangeTable {
     int8_t positions[256][9];
 };
@@ -92,8 +93,8 @@ class PlainCoder {
     }
 
   private:
-    // The first change right of a0 with the opposite colour, after vertical mode. Positions strictly increase, so that a few steps
-    // are enough.
+    // The first change right of a0 with the opposite colour, after vertical mode. Positions strictly
+    // increase, so that a few steps are enough.
     static int MoveReference(const int16_t* reference, int b1, int a0, int distance, int width) {
         if (distance < -1) {
             if (reference[b1 - 1] > a0) return b1 - 1;

@@ -9,7 +9,8 @@
 namespace cam::tiff {
 namespace {
 
-// For every byte, the positions of its ones from the left (what follows them is of no matter), and how many there are.
+// For every byte, the positions of its ones from the left (what follows them is of no matter), and how many
+// there are.
 struct OnesTable {
     alignas(16) int16_t positions[256][8];
     uint8_t counts[256];
@@ -159,8 +160,9 @@ class BranchlessCoder : public WordScanner {
     void Move(uint8_t* output) { sink.Move(output); }
     uint32_t Bytes() const { return sink.Bytes(); }
 
-    // Which mode comes next is as good as random to the processor, so pass and vertical mode, five codes of six or more, are one sequence
-    // of arithmetic. Throughout, `b` is the first change of the reference line right of a0 with the opposite colour, `a` is a1.
+    // Which mode comes next is as good as random to the processor, so pass and vertical mode, five codes of
+    // six or more, are one sequence of arithmetic. Throughout, `b` is the first change of the reference line
+    // right of a0 with the opposite colour, `a` is a1.
     void CodeLine(const int16_t* b, const int16_t* a, int64_t width) {
         BitSink codes = sink;  // in registers: stores to the output cannot touch it
         const int16_t* const first = a;
@@ -171,8 +173,8 @@ class BranchlessCoder : public WordScanner {
             const int64_t reach = a1 - b1 + kVerticalReach;
             if (static_cast<uint64_t>(reach & ~pass) < ModeTable::kVertical) {
                 const LeftCode code = kModes.codes[1 + (reach | pass)];
-                // After pass mode, two changes on. After vertical mode, the next change, unless a0 has just met it (then that after
-                // the next) or the one before b1 still lies right of a0.
+                // After pass mode, two changes on. After vertical mode, the next change, unless a0 has just
+                // met it (then that after the next) or the one before b1 still lies right of a0.
                 b += 1 - pass + 2 * (static_cast<int64_t>(b2 == a1) - static_cast<int64_t>(b[-1] > a1));
                 a += 1 + pass;
                 a0 = b2 < a1 ? b2 : a1;

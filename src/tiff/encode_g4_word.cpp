@@ -5,8 +5,8 @@
 namespace cam::tiff {
 namespace {
 
-// For every byte, in four bits each from the lowest on: 1 + the position, from the left, of each bit that differs from the one to
-// its left (0 before the first).
+// For every byte, in four bits each from the lowest on: 1 + the position, from the left, of each bit that
+// differs from the one to its left (0 before the first).
 struct ChangeTable {
     uint32_t packed[256];
 };
@@ -81,7 +81,8 @@ class WordCoder {
     }
     uint32_t Bytes() const { return static_cast<uint32_t>(out - begin); }
 
-    // Throughout, `b` is the first change of the reference line right of a0 with the opposite colour, `a` is a1.
+    // Throughout, `b` is the first change of the reference line right of a0 with the opposite colour, `a` is
+    // a1.
     void CodeLine(const int16_t* b, const int16_t* a, int width) {
         int a0 = 0;
         int color = 0;

@@ -1,5 +1,5 @@
-// What the Group 4 kernels share: the lists of changing elements, the bounded output area, and for the fast ones
-// the walk over the rows.
+// What the Group 4 kernels share: the lists of changing elements, the bounded output area, and for the fast
+// ones the walk over the rows.
 #pragma once
 
 #include <stdint.h>
@@ -14,9 +14,9 @@
 
 namespace cam::tiff {
 
-// The changing elements of a line: entry 0 is -1, for the position before the line; then the positions, increasing, of the pixels
-// whose colour differs from the one to their left (white before position 0), so that odd entries start black runs; then the width,
-// three times.
+// The changing elements of a line: entry 0 is -1, for the position before the line; then the positions,
+// increasing, of the pixels whose colour differs from the one to their left (white before position 0), so
+// that odd entries start black runs; then the width, three times.
 class G4LineLists {
   public:
     static constexpr int kEnds = 3;
@@ -47,8 +47,8 @@ class G4LineLists {
     std::unique_ptr<int16_t[]> coding;
 };
 
-// No code takes more than seven bits for each pixel that it moves forward, save a first white run of no pixels and a last run of none;
-// the end of the block and the encoder's whole-word stores have room besides.
+// No code takes more than seven bits for each pixel that it moves forward, save a first white run of no
+// pixels and a last run of none; the end of the block and the encoder's whole-word stores have room besides.
 constexpr uint32_t G4LineBound(uint32_t width) {
     return width + 32;
 }
@@ -70,10 +70,11 @@ inline bool EnsureG4Room(ByteBuffer& output, uint32_t used, uint32_t room) {
 // EncodeG4 by a coder with
 //   Start(output), Move(output)         where the data begin, at first and after the area has grown
 //   Bytes()                             how many whole bytes are stored
-//   Scan(line, list)                    writes the positions of a line's changes and returns the place past them;
+//   Scan(line, list)                    writes the positions of a line's changes and returns the place past
+//   them;
 //                                       it may overwrite eight entries beyond that
-//   CodeLine(reference, coding, width)  the lists' first changes; both end as G4LineLists::Terminate makes them
-//   EndBlock()
+//   CodeLine(reference, coding, width)  the lists' first changes; both end as G4LineLists::Terminate makes
+//   them EndBlock()
 template <typename Coder>
 bool EncodeG4Lines(std::span<const uint8_t> raster, uint32_t width, uint32_t rows, ByteBuffer& output) {
     if (!IsG4Raster(raster, width, rows)) return false;

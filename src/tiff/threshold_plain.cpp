@@ -4,7 +4,8 @@
 namespace cam::tiff {
 namespace {
 
-// The sums over all samples above and left of a cell, itself included, for the last side + 1 rows. Sums wrap at 32 bits.
+// The sums over all samples above and left of a cell, itself included, for the last side + 1 rows. Sums wrap
+// at 32 bits.
 class IntegralRing {
   public:
     IntegralRing(const ThresholdPlan& checked, uint32_t* scratch)

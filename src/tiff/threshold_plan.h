@@ -19,8 +19,8 @@ struct ThresholdPlan {
     uint8_t* spare;    // past the samples: room that may be used as scratch
     size_t spareSize;  // in bytes
 
-    // The first row of the window around row y, and the first one past it. No copy of these may be left to the
-    // linker, since files for wider instruction sets call them too.
+    // The first row of the window around row y, and the first one past it. No copy of these may be left to
+    // the linker, since files for wider instruction sets call them too.
     [[gnu::always_inline]] uint32_t WindowTop(uint32_t y) const { return y > half ? y - half : 0; }
     [[gnu::always_inline]] uint32_t WindowBottom(uint32_t y) const {
         return y + half < rows ? y + half + 1 : rows;

@@ -1,8 +1,8 @@
 // The threshold with vectors; see base/simd/vector.h for what an including file must heed.
 //
-// The running sums of the window's rows, from the left border up to each column, are kept for even and odd columns
-// apart: pixels are added up in pairs, and a window, whose side is odd, always begins after a column of one kind
-// and ends at one of the other.
+// The running sums of the window's rows, from the left border up to each column, are kept for even and odd
+// columns apart: pixels are added up in pairs, and a window, whose side is odd, always begins after a column
+// of one kind and ends at one of the other.
 
 #include <string.h>
 
@@ -83,7 +83,8 @@ Vector MergeMasks(Wide even, Wide odd) {
 }
 #endif
 
-// Adds `change` and what all columns before have changed by to the sums of kLanes columns; returns what was added.
+// Adds `change` and what all columns before have changed by to the sums of kLanes columns; returns what was
+// added.
 Vector AddToSums(uint32_t* sums, Vector change, Vector before) {
     const Vector total = CAM_SIMD(add_epi32)(change, before);
     Store(sums, CAM_SIMD(add_epi32)(total, CAM_SIMD_BITS(load)(reinterpret_cast<const Vector*>(sums))));
@@ -92,7 +93,7 @@ Vector AddToSums(uint32_t* sums, Vector change, Vector before) {
 
 // The sums around kLanes pixels of one kind, and what else their colour depends on.
 Vector IsWhite(Vector samples, const float* counts, const uint32_t* ends, const uint32_t* starts,
-                      Floats keep) {
+               Floats keep) {
     const Vector sums = CAM_SIMD(sub_epi32)(Load(ends), Load(starts));
     const Floats limit = CAM_SIMD(mul_ps)(CAM_SIMD(cvtepi32_ps)(sums), keep);
     // Both factors are whole and their product is rounded once, as when a whole product is converted.
@@ -194,8 +195,7 @@ class VectorThreshold {
     static Vector MoveBlock(uint32_t* evenSums, uint32_t* oddSums, Vector added, Vector removed,
                             Vector before) {
         const Vector even = CAM_SIMD(sub_epi16)(EvenBytes(added), EvenBytes(removed));
-        const Vector odd =
-            CAM_SIMD(sub_epi16)(OddBytes(added), OddBytes(removed));
+        const Vector odd = CAM_SIMD(sub_epi16)(OddBytes(added), OddBytes(removed));
         const Vector toOdd = PrefixSumOfWords(CAM_SIMD(add_epi16)(even, odd));
         const Wide evenChange = WidenSigned(CAM_SIMD(sub_epi16)(toOdd, odd));
         const Wide oddChange = WidenSigned(toOdd);

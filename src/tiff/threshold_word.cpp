@@ -6,7 +6,8 @@
 namespace cam::tiff {
 namespace {
 
-// The factor 1 - ratio is a multiple of 2^-24, as a difference between 1 and a number up to 1 in single precision.
+// The factor 1 - ratio is a multiple of 2^-24, as a difference between 1 and a number up to 1 in single
+// precision.
 constexpr int kKeepBits = 24;
 
 // One pass over a row: the sums of the columns move down by a row, and the window's sum slides along them.
@@ -19,8 +20,8 @@ class RowThreshold {
         for (uint32_t x = 0; x < plan.width; ++x) columns[x] += added[x];
     }
 
-    // Classifies `row`. `added` enters the window at its bottom. `kept` holds the row that leaves it at the top, and gets
-    // the samples of `row`: reading is ahead of writing.
+    // Classifies `row`. `added` enters the window at its bottom. `kept` holds the row that leaves it at the
+    // top, and gets the samples of `row`: reading is ahead of writing.
     void Classify(uint8_t* row, uint8_t* kept, const uint8_t* added, uint32_t windowRows) const {
         const uint32_t half = plan.half;
         const uint32_t side = plan.side;
@@ -57,8 +58,8 @@ class RowThreshold {
     }
 
   private:
-    // weighted < sum * keep as single-precision numbers. The product in whole numbers decides, but where only its fraction, and so the
-    // rounding, can make the difference.
+    // weighted < sum * keep as single-precision numbers. The product in whole numbers decides, but where only
+    // its fraction, and so the rounding, can make the difference.
     bool IsBlack(uint32_t weighted, uint32_t sum) const {
         const auto limit = static_cast<uint32_t>(uint64_t{sum << (32 - kKeepBits)} * keep >> 32);
         if (limit == weighted) [[unlikely]]
@@ -87,7 +88,8 @@ bool ThresholdWord(const ThresholdPlan& plan) {
         return true;
     }
 
-    // The sums of the columns, the samples of the last half + 1 classified rows, and a row of zeros for those below the picture.
+    // The sums of the columns, the samples of the last half + 1 classified rows, and a row of zeros for those
+    // below the picture.
     const uint64_t sumBytes = uint64_t{width} * sizeof(uint32_t);
     const uint64_t size = sumBytes + uint64_t{half + 2} * width;
     ThresholdScratch scratch;

@@ -1,5 +1,5 @@
-// The kernels as ARM code: each gives what the plain one gives, and what the same sources give on this machine; nothing is touched beside the pixels, and
-// nothing is read or written unaligned.
+// The kernels as ARM code: each gives what the plain one gives, and what the same sources give on this
+// machine; nothing is touched beside the pixels, and nothing is read or written unaligned.
 #include "support.h"
 
 #include <doctest/doctest.h>

@@ -92,7 +92,8 @@ TEST_CASE("every encoder gives the same bytes, whatever room it starts with") {
 }
 
 TEST_CASE("all pictures of three short lines are coded as by the plain encoder") {
-    // Two lines of all 256 bytes each, under a third that follows from them: every meeting of changes within a byte.
+    // Two lines of all 256 bytes each, under a third that follows from them: every meeting of changes within
+    // a byte.
     for (uint32_t seed = 0; seed < 65536; ++seed) {
         Raster raster("bytes", 8, 3);
         raster.bits = {static_cast<uint8_t>(seed), static_cast<uint8_t>(seed >> 8),

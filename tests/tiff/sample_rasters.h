@@ -40,7 +40,8 @@ class Random {
     uint32_t state;
 };
 
-// More than 200 of them: text, halftone, noise of several densities, combs, single rows, long runs, white, black.
+// More than 200 of them: text, halftone, noise of several densities, combs, single rows, long runs, white,
+// black.
 std::vector<Raster> SampleRasters();
 
 }  // namespace cam::test

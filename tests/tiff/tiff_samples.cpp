@@ -1,4 +1,5 @@
-// Writes sample pictures into a folder: NAME.tif, NAME.pdf (the same strip behind a fax filter) and NAME.pbm (what decoders must find).
+// Writes sample pictures into a folder: NAME.tif, NAME.pdf (the same strip behind a fax filter) and NAME.pbm
+// (what decoders must find).
 #include <stdio.h>
 #include <stdlib.h>
 

@@ -9,13 +9,14 @@
 
 namespace cam::peer {
 
-// A file in memory, read or written through libtiff. Errors are silent; null stands for a file that libtiff refuses.
+// A file in memory, read or written through libtiff. Errors are silent; null stands for a file that libtiff
+// refuses.
 class MemoryTiff {
   public:
     MemoryTiff() { tiff = Open("w"); }
     explicit MemoryTiff(std::vector<uint8_t> contents) : file(std::move(contents)) {
-        tiff = Open("rc");
-    }  // c: strips as they are, not chopped
+        tiff = Open("rc");  // c: strips as they are, not chopped
+    }
     ~MemoryTiff() { Close(); }
     MemoryTiff(const MemoryTiff&) = delete;
     MemoryTiff& operator=(const MemoryTiff&) = delete;

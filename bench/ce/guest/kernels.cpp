@@ -1,4 +1,5 @@
-// Calls into the library's modules, past the exported interface. `set`: the kernels, 0 plain, 1 word, 2 what the library itself chooses.
+// Calls into the library's modules, past the exported interface. `set`: the kernels, 0 plain, 1 word, 2 what
+// the library itself chooses.
 #include <windows.h>
 
 #include <new>

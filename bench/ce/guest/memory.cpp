@@ -1,5 +1,6 @@
-// Block functions as part of the measured code. The system's stand-ins cost no instruction at all, which would flatter whoever copies most; these
-// move a word at a time where both sides allow it, as a simple C library does.
+// Block functions as part of the measured code. The system's stand-ins cost no instruction at all, which
+// would flatter whoever copies most; these move a word at a time where both sides allow it, as a simple C
+// library does.
 #include <stddef.h>
 #include <stdint.h>
 

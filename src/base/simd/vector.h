@@ -1,8 +1,10 @@
-// Vectors of bytes and of 16-bit words, as wide as the instruction set that the including file is compiled for.
+// Vectors of bytes and of 16-bit words, as wide as the instruction set that the including file is compiled
+// for.
 //
-// A file that is compiled for more than the build's own instruction set includes this and calls nothing inline
-// that others call too, of the standard library or of ours: the linker keeps one copy of such a function, and
-// that might be the one that not every processor can run. So everything here has internal linkage.
+// A file that is compiled for more than the build's own instruction set includes this and calls nothing
+// inline that others call too, of the standard library or of ours: the linker keeps one copy of such a
+// function, and that might be the one that not every processor can run. So everything here has internal
+// linkage.
 #pragma once
 
 #include <immintrin.h>
@@ -53,8 +55,8 @@ inline Vector OddBytes(Vector v) {
     return CAM_SIMD(srli_epi16)(v, 8);
 }
 
-// Packing and unpacking work within 128-bit halves: brings quadwords into, or out of, the order that they leave
-// or expect.
+// Packing and unpacking work within 128-bit halves: brings quadwords into, or out of, the order that they
+// leave or expect.
 inline Vector SwapMiddle(Vector v) {
 #ifdef __AVX2__
     return _mm256_permute4x64_epi64(v, 0xD8);

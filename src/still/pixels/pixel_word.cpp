@@ -145,8 +145,8 @@ void ExpandGreyRow(std::uint8_t* row, const std::uint8_t* grey, std::size_t widt
     }
 }
 
-// Green and blue at one lookup, as the bytes G B: the low 11 bits of a pixel hold both. 4 KB, an eighth of the
-// data cache of the devices meant here.
+// Green and blue at one lookup, as the bytes G B: the low 11 bits of a pixel hold both. 4 KB, an eighth of
+// the data cache of the devices meant here.
 constexpr std::uint32_t kGreenBlueMask = 0x7FF;
 
 constexpr std::array<std::uint16_t, kGreenBlueMask + 1> MakeGreenBlue() {
