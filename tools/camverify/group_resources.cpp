@@ -1,0 +1,124 @@
+// What a process holds is back where it began.
+#include <cstdlib>
+
+#include "camera.h"
+#include "check.h"
+#include "files.h"
+#include "kit.h"
+#include "platform.h"
+
+namespace verify {
+
+namespace {
+
+std::vector<int> Numbers(const platform::Holdings& holdings) {
+    return {holdings.handles, holdings.threads, holdings.gdiObjects, holdings.windows};
+}
+
+// Threads that ended are gone from the counts a little later.
+void CheckReturned(const platform::Holdings& before, const platform::Holdings& lost) {
+    std::vector<int> allowed = Numbers(before);
+    const std::vector<int> more = Numbers(lost);
+    for (size_t i = 0; i < allowed.size(); ++i) allowed[i] += more[i];
+    const auto returned = [&] {
+        const std::vector<int> now = Numbers(platform::CountHoldings());
+        bool all = true;
+        for (size_t i = 0; i < now.size(); ++i) all = all && now[i] <= allowed[i];
+        return all;
+    };
+    constexpr DWORD kThreadsAreGoneMs = 2000;
+    if (!PumpUntil(returned, kThreadsAreGoneMs)) {
+        Failed("handles, threads, GDI objects and windows", Show(Numbers(platform::CountHoldings())), "at most " + Show(allowed));
+    }
+    if (kit.there) Equal("objects of the kit's that live", kit.liveObjects(), LONG{0});
+}
+
+void Cycle(const TestFile& picture) {
+    Session session;
+    session.NeedUp();
+    const Callbacks callbacks;
+    Need("preview starts", cam.StartPreview(), camResult{camOk});
+    constexpr wchar_t kText[] = L"stamped";
+    const int taken = captured;
+    Need("a picture is triggered",
+         cam.SnapPictureWithText(picture.path(), 0, reinterpret_cast<UINT_PTR>(kText), 7, 0, 0,
+                                 reinterpret_cast<UINT_PTR>(GetStockObject(SYSTEM_FONT))),
+         camResult{camOk});
+    Need("message 2623 comes", WaitForCaptured(taken + 1));
+    Need("a frame comes", PumpUntil([] { return previewFrames.Count() > 0; }));
+    Need("shut down", cam.ShutDown(), camResult{camOk});
+}
+
+// --cycles asks for another number.
+void Cycles() {
+    constexpr int kWarmUps = 3;  // what the system makes once and keeps
+    const TestFile picture(cameraType == CAM_TYPE_IMAGER ? L"cycle.bmp" : L"cycle.jpg");
+    for (int warmUp = 0; warmUp < kWarmUps; ++warmUp) {
+        const Row row("first cycle " + std::to_string(warmUp));
+        Cycle(picture);
+    }
+    const platform::Holdings lost = platform::HoldingsLostToSystem(cycleCount), before = platform::CountHoldings();
+    for (int cycle = 0; cycle < cycleCount; ++cycle) {
+        const Row row("cycle " + std::to_string(cycle));
+        Cycle(picture);
+    }
+    CheckReturned(before, lost);
+}
+
+void Resolutions() {
+    const Session session;
+    session.NeedPreview();
+    int count = 0;
+    cam.GetResolutionCount(&count);
+    if (count == 0) Skip("the camera has no resolutions");
+    platform::Holdings before = {};
+    const int changes = cycleCount / 2;
+    for (int change = 0; change < 2 * changes; ++change) {
+        const Row row("change " + std::to_string(change));
+        if (change == changes) before = platform::CountHoldings();
+        Need("a resolution", cam.SetResolution(change % count), camResult{camOk});
+    }
+    std::vector<int> now;
+    const std::vector<int> allowed = Numbers(before);
+    const bool returned = PumpUntil(
+        [&] {
+            now = Numbers(platform::CountHoldings());
+            return now[0] <= allowed[0] && now[1] <= allowed[1] && now[2] <= allowed[2];
+        },
+        2000);
+    if (!returned) Failed("handles, threads, GDI objects and windows", Show(now), "at most " + Show(allowed));
+}
+
+void BothTypes() {
+    const Windows windows;
+    const int rounds = cycleCount;
+    constexpr int kWarmUps = 5;
+    platform::Holdings before = {};
+    for (int round = 0; round < kWarmUps + rounds; ++round) {
+        const Row row("round " + std::to_string(round));
+        if (round == kWarmUps) before = platform::CountHoldings();
+        PlayImager();
+        for (const int type : {CAM_TYPE_DSHOW, CAM_TYPE_IMAGER}) {
+            Need("selected", cam.Select(windows.owner, nullptr, nullptr, type), camResult{camOk});
+            Need("preview starts", cam.StartPreview(), camResult{camOk});
+        }
+        Need("the imager previews", PumpUntil([] { return ImagerCountOf("Draw") > 0; }));
+        Equal("shut down", cam.ShutDown(), camResult{camOk});
+        Equal("engines that stay open", imagerKit.openEngines(), LONG{0});
+    }
+    CheckReturned(before, platform::HoldingsLostToSystem(rounds));
+}
+
+constexpr char kLeak[] = "a leak, of the driver if the device kit passes this check, else of the library: report it with this output";
+
+constexpr Check kChecks[] = {
+    {"bringing the camera up, previewing, taking a picture and shutting down leave nothing behind", kCamera, Cycles, kLeak},
+    {"changes of the resolution leave nothing behind", kCamera | kDShow, Resolutions, kLeak},
+    {"changing between the two types while one previews leaves nothing behind", kKit | kImagerKit, BothTypes, kLeak},
+};
+
+}  // namespace
+
+const Group kResources = {"resources", "what the process holds is back where it began", kChecks};
+
+}  // namespace verify
