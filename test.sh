@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds and passes every test.
 #
-#   ./test.sh                  everything, each fuzzer for 10 seconds, 20 cycles of the camera's life
+#   ./test.sh                  everything, each fuzzer for 10 seconds, 10 cycles of the camera's life
 #   ./test.sh --fuzz SECONDS   each fuzzer that long
 #   ./test.sh --soak           200 cycles of the camera's life
 set -euo pipefail
@@ -9,9 +9,13 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 fuzzSeconds=10
+cycles=10
 while [ $# -gt 0 ]; do
     case $1 in
-    --soak) export OCELLUS_SOAK=200 ;;
+    --soak)
+        cycles=200
+        export OCELLUS_SOAK=$cycles
+        ;;
     --fuzz)
         [[ ${2:-} =~ ^[1-9][0-9]*$ ]] || refuse "--fuzz wants a number of seconds, not '${2:-}'"
         fuzzSeconds=$2
@@ -29,8 +33,8 @@ scripts/setup.sh test
 presets=(pure ce native host host32)
 for preset in "${presets[@]}"; do
     say "Building $preset"
-    options=()
-    [ "$preset" = pure ] && options=(-DOCELLUS_FUZZ_SECONDS="$fuzzSeconds")
+    options=(-DOCELLUS_CYCLES="$cycles")
+    [ "$preset" = pure ] && options+=(-DOCELLUS_FUZZ_SECONDS="$fuzzSeconds")
     cmake --preset "$preset" "${options[@]}" >"build/configure-$preset.log" || { cat "build/configure-$preset.log" >&2; exit 1; }
     cmake --build --preset "$preset"
 done

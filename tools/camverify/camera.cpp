@@ -7,7 +7,7 @@
 namespace verify {
 
 int cameraType = CAM_TYPE_DSHOW;
-int cycleCount = 20;
+int cycleCount = 10;
 int captured, asked, ownerPaints;
 FrameCatcher previewFrames, stillFrames;
 ToldType told;
@@ -27,8 +27,8 @@ LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
 }
 
 HWND MakeWindow(HWND parent, DWORD style, int width, int height) {
-    const HWND window = CreateWindowExW(0, kWindowClass, L"camverify", style, 0, 0, width, height, parent, nullptr,
-                                        GetModuleHandleW(nullptr), nullptr);
+    const HWND window = CreateWindowExW(0, kWindowClass, L"camverify", style, 0, 0, width, height, parent,
+                                        nullptr, GetModuleHandleW(nullptr), nullptr);
     Need("the system makes a window", window != nullptr);
     return window;
 }
@@ -91,7 +91,8 @@ bool Session::Snap(const wchar_t* path, int mode) {
 WORD SeenFrame::At(LONG x, LONG y) const {
     const LONG row = height > 0 ? height - 1 - y : y;
     WORD pixel;
-    memcpy(&pixel, bytes.data() + static_cast<size_t>(row) * stride + static_cast<size_t>(x) * sizeof pixel, sizeof pixel);
+    memcpy(&pixel, bytes.data() + static_cast<size_t>(row) * stride + static_cast<size_t>(x) * sizeof pixel,
+           sizeof pixel);
     return pixel;
 }
 

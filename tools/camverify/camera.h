@@ -61,7 +61,8 @@ inline bool WaitForCaptured(int pictures) {
 // Brings a camera up in windows, and down at its end. The scenario is played before, where there is one.
 class Session {
   public:
-    explicit Session(int type = cameraType, const wchar_t* settingsPath = nullptr, const wchar_t* section = nullptr);
+    explicit Session(int type = cameraType, const wchar_t* settingsPath = nullptr,
+                     const wchar_t* section = nullptr);
     explicit Session(const std::wstring& scenario);
     ~Session();
     Session(const Session&) = delete;
@@ -96,7 +97,9 @@ class FrameCatcher {
     // Forgets everything, and keeps copies of the next `keep` frames.
     void Reset(size_t keep = 1);
     LONG Count() const { return count; }
-    const std::vector<SeenFrame>& Frames() const { return frames; }  // complete once Count() has reached `keep`
+    const std::vector<SeenFrame>& Frames() const {
+        return frames;
+    }  // complete once Count() has reached `keep`
     void Catch(void* frame, DWORD size, LONG height, LONG width, DWORD stride);
 
     // Called once the frame has been copied.
@@ -120,7 +123,8 @@ struct ToldType {
     LONG formatCode = 0, framesPerSecond = 0;
 };
 extern ToldType told;
-void WINAPI TellMediaType(LONG height, LONG width, DWORD sampleSize, DWORD stride, LONG formatCode, LONG framesPerSecond);
+void WINAPI TellMediaType(LONG height, LONG width, DWORD sampleSize, DWORD stride, LONG formatCode,
+                          LONG framesPerSecond);
 
 // While it lives all three are registered.
 class Callbacks {

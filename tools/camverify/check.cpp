@@ -1,7 +1,6 @@
-#include "check.h"
+#include "run.h"
 
-#include <ocellus/cam.h>
-
+#include "camera.h"
 #include "files.h"
 #include "json.h"
 #include "kit.h"
@@ -36,6 +35,8 @@ struct Run {
     bool checking = false;
     DWORD since = 0;  // of the check, or of its row
     std::string output;
+    HANDLE over = nullptr;  // set at the end of the run
+    HANDLE watchdog = nullptr;
 };
 Run run;
 
@@ -77,7 +78,8 @@ void WriteOutcome(const Outcome& outcome) {
         for (const Failure& failure : outcome.failures) {
             text += "    - what: " + Quoted(failure.what) + "\n";
             if (!failure.row.empty()) text += "      row: " + Quoted(failure.row) + "\n";
-            text += "      expected: " + Quoted(failure.expected) + "\n      seen: " + Quoted(failure.seen) + "\n";
+            text += "      expected: " + Quoted(failure.expected) + "\n      seen: " + Quoted(failure.seen) +
+                    "\n";
             text += "      call: " + Quoted(failure.call) + "\n";
         }
         text += "  ...\n";
@@ -93,7 +95,8 @@ void WriteJson() {
     OSVERSIONINFOW version = {};
     version.dwOSVersionInfoSize = sizeof version;
     GetVersionExW(&version);
-    json.Text("system", std::to_string(version.dwMajorVersion) + "." + std::to_string(version.dwMinorVersion) + "." +
+    json.Text("system", std::to_string(version.dwMajorVersion) + "." +
+                            std::to_string(version.dwMinorVersion) + "." +
                             std::to_string(version.dwBuildNumber))
         .Number("pointerBits", 8 * static_cast<int>(sizeof(void*)))
         .Text("type", run.options->type == CAM_TYPE_IMAGER ? "imager" : "dshow")
@@ -129,7 +132,8 @@ void WriteJson() {
     }
     json.EndList().EndObject();
     if (!WriteFileBytes(run.options->json, json.text() + "\n")) {
-        Write("# " + Utf8(run.options->json) + " could not be written: " + std::to_string(GetLastError()) + "\n");
+        Write("# " + Utf8(run.options->json) + " could not be written: " + std::to_string(GetLastError()) +
+              "\n");
     }
 }
 
@@ -140,15 +144,18 @@ DWORD WINAPI Watch(void* over) {
         const Locked locked;
         const DWORD limit = run.options->deadlineMs;
         if (!run.checking || GetTickCount() - run.since < limit) continue;
-        Outcome& outcome = run.outcomes.back();
-        outcome.kind = Outcome::NotOk;
-        outcome.failures.push_back({run.row, run.calling ? "the call returns" : "the check ends",
-                                    "nothing within " + std::to_string(limit / 1000) + " s", "an end",
-                                    run.call});
-        WriteOutcome(outcome);
-        Write("Bail out! " + (run.calling ? run.call + " did not return" : "a check did not end, after " + run.call) +
-              "\n");
-        WriteJson();
+        const std::string within = " within " + std::to_string(limit / 1000) + " s";
+        if (!run.outcomes.empty()) {
+            Outcome& outcome = run.outcomes.back();
+            outcome.kind = Outcome::NotOk;
+            outcome.failures.push_back({run.row, run.calling ? "the call returns" : "the check ends",
+                                        "no end" + within, "an end", run.call});
+            WriteOutcome(outcome);
+        }
+        Write("Bail out! " +
+              (run.calling ? run.call + " did not return" : "a check did not end, after " + run.call) +
+              within + "\n");
+        if (run.setting) WriteJson();
         TerminateProcess(GetCurrentProcess(), kSomeFailed);
     }
     return 0;
@@ -244,16 +251,35 @@ CallUnderWay::~CallUnderWay() {
     run.calling = false;
 }
 
-int RunChecks(const std::vector<const Group*>& groups, const Options& options, const Setting& setting) {
+void BeginReport(const Options& options) {
+    InitializeCriticalSection(&run.lock);
     run.options = &options;
+    run.over = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    run.watchdog = CreateThread(nullptr, 0, Watch, run.over, 0, nullptr);
+}
+
+void Say(const std::string& text) {
+    Write(text);
+}
+
+LONG TryCamera() {
+    run.since = GetTickCount();
+    run.checking = true;
+    ResetKit();
+    const LONG result = cam.Select(nullptr, nullptr, nullptr, cameraType);
+    cam.ShutDown();
+    const Locked locked;
+    run.checking = false;
+    return result;
+}
+
+int RunChecks(const std::vector<const Group*>& groups, const Setting& setting) {
     run.setting = &setting;
     size_t count = 0;
     for (const Group* group : groups) count += group->count;
     run.outcomes.reserve(count);
     Write("1.." + std::to_string(count) + "\n");
 
-    const HANDLE over = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    const HANDLE watchdog = CreateThread(nullptr, 0, Watch, over, 0, nullptr);
     size_t failed = 0, skipped = 0;
     for (const Group* group : groups) {
         for (size_t i = 0; i < group->count; ++i) {
@@ -268,23 +294,14 @@ int RunChecks(const std::vector<const Group*>& groups, const Options& options, c
             skipped += outcome.kind == Outcome::Skipped;
         }
     }
-    SetEvent(over);
-    WaitForSingleObject(watchdog, INFINITE);
-    CloseHandle(watchdog);
-    CloseHandle(over);
-    Write("# " + std::to_string(count) + " checks: " + std::to_string(count - failed - skipped) + " passed, " +
-          std::to_string(failed) + " failed, " + std::to_string(skipped) + " skipped\n");
+    SetEvent(run.over);
+    WaitForSingleObject(run.watchdog, INFINITE);
+    CloseHandle(run.watchdog);
+    CloseHandle(run.over);
+    Write("# " + std::to_string(count) + " checks: " + std::to_string(count - failed - skipped) +
+          " passed, " + std::to_string(failed) + " failed, " + std::to_string(skipped) + " skipped\n");
     WriteJson();
     return failed ? kSomeFailed : kPassed;
-}
-
-void BeginReport(const Options& options) {
-    InitializeCriticalSection(&run.lock);
-    run.options = &options;
-}
-
-void Say(const std::string& text) {
-    Write(text);
 }
 
 }  // namespace verify

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "options.h"
 #include "text.h"
 
 namespace verify {
@@ -39,8 +38,8 @@ struct Group {
         : name(groupName), about(groupAbout), checks(all), count(N) {}
 };
 
-extern const Group kRegistration, kArguments, kLife, kDevices, kResume, kPreview, kStills, kText, kProperties, kResolutions,
-    kSettings, kImagerCamera, kFaults, kResources;
+extern const Group kRegistration, kArguments, kLife, kDevices, kResume, kPreview, kStills, kText, kProperties,
+    kResolutions, kSettings, kImagerCamera, kFaults, kResources;
 
 // ---- Inside a check --------------------------------------------------------------------------------------
 
@@ -94,22 +93,5 @@ class CallUnderWay {
     CallUnderWay& operator=(const CallUnderWay&) = delete;
     LONG Returned(LONG result);
 };
-
-// ---- The run ---------------------------------------------------------------------------------------------
-
-enum ExitCode { kPassed = 0, kSomeFailed = 1, kUsageOrLibrary = 2, kNoCamera = 3 };
-
-// What there is on this machine.
-struct Setting {
-    unsigned present = 0;      // Needs
-    std::string revision;      // the library's
-    std::string kitIsMissing;  // why, or empty
-};
-
-void BeginReport(const Options& options);  // before all that follows
-void Say(const std::string& text);         // into the report
-
-// Runs the checks of these groups, in their order, and writes the reports.
-int RunChecks(const std::vector<const Group*>& groups, const Options& options, const Setting& setting);
 
 }  // namespace verify

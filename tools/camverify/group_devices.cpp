@@ -71,7 +71,8 @@ constexpr char kLibraryFault[] = "a fault of the library: report it with this ou
 
 constexpr Check kChecks[] = {
     {"without a camera driver nothing comes up, and the next selection works", kKit, NoDriver, kLibraryFault},
-    {"of two camera drivers the second is opened, further ones are not looked at", kKit, SecondDriver, kLibraryFault},
+    {"of two camera drivers the second is opened, further ones are not looked at", kKit, SecondDriver,
+     kLibraryFault},
     {"a camera that is lost in mid-stream is shut down like any other", kKit, LostDevice, kLibraryFault},
 };
 

@@ -78,7 +78,8 @@ void ToldEachTime() {
     Need("preview starts", cam.StartPreview(), camResult{camOk});
     Equal("told", told.calls.load(), 1);
     Holds("not on the caller's thread", told.thread != GetCurrentThreadId());
-    Equal("sample size", told.sampleSize, told.stride * static_cast<DWORD>(told.height < 0 ? -told.height : told.height));
+    Equal("sample size", told.sampleSize,
+          told.stride * static_cast<DWORD>(told.height < 0 ? -told.height : told.height));
     Need("preview stops", cam.StopPreview(), camResult{camOk});
     Need("preview starts", cam.StartPreview(), camResult{camOk});
     Equal("told", told.calls.load(), 2);
@@ -130,7 +131,8 @@ void KitFrames() {
                  {"{\"width\": 320, \"height\": 240, \"topDown\": true}", -240, 320, 640}};
     for (const auto& one : cases) {
         const Row row(one.preview);
-        const Session session(Wide(std::string("{\"framesPerSecond\": 15, \"preview\": ") + one.preview + "}"));
+        const Session session(
+            Wide(std::string("{\"framesPerSecond\": 15, \"preview\": ") + one.preview + "}"));
         session.NeedUp();
         const Callbacks callbacks;
         previewFrames.Reset(3);
@@ -168,7 +170,8 @@ constexpr Check kChecks[] = {
     {"frames come in the stated shape and at the stated rate", kCamera, RateAndShape, kDriver},
     {"a stop returns in time, and no frame comes after it", kCamera, StopInTime, kDriver},
     {"the media type is told each time preview comes to run", kCamera | kDShow, ToldEachTime, kDriver},
-    {"a preview callback outlives the camera, and ends when it is taken away", kCamera | kDShow, CallbackOutlives, kLibraryFault},
+    {"a preview callback outlives the camera, and ends when it is taken away", kCamera | kDShow,
+     CallbackOutlives, kLibraryFault},
     {"the video fills the owner's client area while preview runs", kCamera | kDShow, VideoWindow,
      "see that the system's video renderer is installed"},
     {"frames reach the callback as they leave the camera", kKit, KitFrames, kLibraryFault},

@@ -10,7 +10,9 @@ namespace {
 struct Range {
     long minimum = 0, maximum = 0, step = 0, preset = 0, flags = 0;
 
-    bool Read(int id) { return cam.GetPropertyRange(id, &minimum, &maximum, &step, &preset, &flags) == camOk; }
+    bool Read(int id) {
+        return cam.GetPropertyRange(id, &minimum, &maximum, &step, &preset, &flags) == camOk;
+    }
 };
 
 // The imager selects by what is asked, and has its own group.
@@ -24,15 +26,20 @@ void Consistent() {
         if (!range.Read(id)) continue;
         ++count;
         Holds("minimum is not above maximum", range.minimum <= range.maximum);
-        Holds("the step is positive, or there is one value", range.step > 0 || range.minimum == range.maximum);
-        Holds("the default lies within the range", range.preset >= range.minimum && range.preset <= range.maximum);
-        Holds("it can be set by hand or automatically", range.flags >= CAM_FLAG_AUTO && range.flags <= (CAM_FLAG_AUTO | CAM_FLAG_MANUAL));
+        Holds("the step is positive, or there is one value",
+              range.step > 0 || range.minimum == range.maximum);
+        Holds("the default lies within the range",
+              range.preset >= range.minimum && range.preset <= range.maximum);
+        Holds("it can be set by hand or automatically",
+              range.flags >= CAM_FLAG_AUTO && range.flags <= (CAM_FLAG_AUTO | CAM_FLAG_MANUAL));
         long value = 0, flags = 0;
         if (!Equal("its value", cam.GetProperty(id, &value, &flags), camResult{camOk})) continue;
         Measured("property " + std::to_string(id),
-                 std::to_string(value) + " in " + std::to_string(range.minimum) + " to " + std::to_string(range.maximum) + ", step " +
-                     std::to_string(range.step) + ", default " + std::to_string(range.preset) + ", flags " + std::to_string(range.flags));
-        if (flags & CAM_FLAG_MANUAL) Holds("the value lies within the range", value >= range.minimum && value <= range.maximum);
+                 std::to_string(value) + " in " + std::to_string(range.minimum) + " to " +
+                     std::to_string(range.maximum) + ", step " + std::to_string(range.step) + ", default " +
+                     std::to_string(range.preset) + ", flags " + std::to_string(range.flags));
+        if (flags & CAM_FLAG_MANUAL)
+            Holds("the value lies within the range", value >= range.minimum && value <= range.maximum);
         Holds("it is set as the range allows", (flags & ~range.flags) == 0);
         // What it has already, so that nothing changes.
         if (flags == CAM_FLAG_MANUAL && value >= range.minimum && value <= range.maximum) {
@@ -53,7 +60,8 @@ void Consistent() {
 }
 
 void Places() {
-    const Session session(std::wstring(L"{\"properties\": {\"zoom\": {\"minimum\": 1, \"maximum\": 8, \"value\": 2}}}"));
+    const Session session(
+        std::wstring(L"{\"properties\": {\"zoom\": {\"minimum\": 1, \"maximum\": 8, \"value\": 2}}}"));
     session.NeedUp();
     // Which number of which set an id means.
     const struct {
@@ -81,7 +89,8 @@ void Places() {
         Equal("the value after that", value, fresh);
         Equal("flags", flags, long{CAM_FLAG_MANUAL});
         // The driver's refusal is passed on, and nothing changes.
-        Equal("beyond the range", cam.SetProperty(id, range.maximum + 1, CAM_FLAG_MANUAL), camResult{camInvalidArgument});
+        Equal("beyond the range", cam.SetProperty(id, range.maximum + 1, CAM_FLAG_MANUAL),
+              camResult{camInvalidArgument});
         Equal("with flags that it lacks", cam.SetProperty(id, fresh, 4), camResult{camInvalidArgument});
         cam.GetProperty(id, &value, &flags);
         Equal("the value after a refusal", value, fresh);
@@ -89,14 +98,16 @@ void Places() {
     Range zoom;
     zoom.Read(CAM_PROPERTY_ZOOM);
     Equal("the five numbers of a range, in their places",
-          std::vector<long>{zoom.minimum, zoom.maximum, zoom.step, zoom.preset, zoom.flags}, std::vector<long>{1, 8, 1, 1, 2});
+          std::vector<long>{zoom.minimum, zoom.maximum, zoom.step, zoom.preset, zoom.flags},
+          std::vector<long>{1, 8, 1, 1, 2});
 }
 
 void Refused() {
     const Session session(std::wstring(L"{\"properties\": {\"pan\": {\"supported\": false}}}"));
     session.NeedUp();
     long value = 77, flags = 77;
-    Equal("a property that the camera lacks", cam.GetProperty(CAM_PROPERTY_PAN, &value, &flags), camResult{camInvalidArgument});
+    Equal("a property that the camera lacks", cam.GetProperty(CAM_PROPERTY_PAN, &value, &flags),
+          camResult{camInvalidArgument});
     Range range;
     Holds("its range", !range.Read(CAM_PROPERTY_PAN));
     Equal("setting it", cam.SetProperty(CAM_PROPERTY_PAN, 0, CAM_FLAG_MANUAL), camResult{camInvalidArgument});

@@ -13,7 +13,8 @@ namespace {
 
 constexpr CLSID kGrabber = {0xB62F694E, 0x0593, 0x4E60, {0xAA, 0x1C, 0x16, 0xAF, 0x64, 0x96, 0xAC, 0x39}};
 constexpr CLSID kSink = {0xBCEED521, 0xA101, 0x45A9, {0x8B, 0x7D, 0x15, 0x83, 0x46, 0x6F, 0xD5, 0x7C}};
-constexpr IID kGrabberControl = {0x00BE5B5E, 0xCCA0, 0x4A9F, {0xB1, 0x98, 0xDF, 0x2F, 0xAC, 0xE8, 0x2D, 0x57}};
+constexpr IID kGrabberControl = {
+    0x00BE5B5E, 0xCCA0, 0x4A9F, {0xB1, 0x98, 0xDF, 0x2F, 0xAC, 0xE8, 0x2D, 0x57}};
 constexpr IID kSinkControl = {0xB587032B, 0xB600, 0x430E, {0x8D, 0xE1, 0x4E, 0xCE, 0x44, 0xB5, 0xB3, 0x00}};
 
 struct FilterClass {
@@ -32,7 +33,8 @@ std::wstring RegistryText(const std::wstring& path, const wchar_t* name) {
     wchar_t text[MAX_PATH + 1] = {};
     DWORD bytes = MAX_PATH * sizeof(wchar_t);
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return {};
-    if (RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &bytes) != ERROR_SUCCESS) *text = 0;
+    if (RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &bytes) != ERROR_SUCCESS)
+        *text = 0;
     RegCloseKey(key);
     return text;
 }
@@ -90,6 +92,7 @@ DWORD OnThread(LPTHREAD_START_ROUTINE routine, void* parameter) {
 
 void Loading() {
     const std::wstring path = cam.Path();
+    platform::FreeUnusedLibraries();
     cam.Unload();
     if (GetModuleHandleW(L"ocellus.dll")) {
         cam.Load(path);
@@ -102,49 +105,58 @@ void Loading() {
         const Row row(one.name);
         const std::string expected = {one.before, one.during, one.after};
         OnThread(LoadAndUnload, &one);
-        Equal("apartment before, while the library is loaded, and after", std::string{one.before, one.during, one.after},
-              expected);
+        Equal("apartment before, while the library is loaded, and after",
+              std::string{one.before, one.during, one.after}, expected);
         Holds("the library is unloaded", one.unloaded);
     }
     Need("the library can be loaded again", cam.Load(path), DWORD{0});
     // Another thread than the one that loaded it lets go of it last.
     HMODULE module = nullptr;
     OnThread(LoadHere, &module);
-    Equal("apartment of a thread that unloads what another has loaded", static_cast<char>(OnThread(UnloadHere, module)), 'M');
+    Equal("apartment of a thread that unloads what another has loaded",
+          static_cast<char>(OnThread(UnloadHere, module)), 'M');
 }
 
 void Registered() {
     for (const FilterClass& filter : kFilters) {
         const Row row(filter.name);
         const std::wstring path = RegistryText(std::wstring(filter.key) + L"\\InprocServer32", nullptr);
-        if (!SamePath(path, cam.Path())) Failed("the library that is registered", Utf8(path), Utf8(cam.Path()));
+        if (!SamePath(path, cam.Path()))
+            Failed("the library that is registered", Utf8(path), Utf8(cam.Path()));
     }
 }
 
 void ClassObjects() {
-    CoFreeUnusedLibraries();
+    platform::FreeUnusedLibraries();
     Equal("the library may go", cam.CanUnloadNow(), HRESULT{S_OK});
     void* out = &out;
-    Equal("no place for the object", cam.GetClassObject(kGrabber, IID_IClassFactory, nullptr), HRESULT{E_POINTER});
-    Equal("a class of others", cam.GetClassObject(CLSID_NULL, IID_IClassFactory, &out), HRESULT{CLASS_E_CLASSNOTAVAILABLE});
+    Equal("no place for the object", cam.GetClassObject(kGrabber, IID_IClassFactory, nullptr),
+          HRESULT{E_POINTER});
+    Equal("a class of others", cam.GetClassObject(CLSID_NULL, IID_IClassFactory, &out),
+          HRESULT{CLASS_E_CLASSNOTAVAILABLE});
     Holds("the place is cleared", out == nullptr);
     out = &out;
-    Equal("an interface that it lacks", cam.GetClassObject(kGrabber, IID_IBaseFilter, &out), HRESULT{E_NOINTERFACE});
+    Equal("an interface that it lacks", cam.GetClassObject(kGrabber, IID_IBaseFilter, &out),
+          HRESULT{E_NOINTERFACE});
     Holds("the place is cleared", out == nullptr);
 
     IClassFactory* factory = nullptr;
-    Need("a class object", cam.GetClassObject(kSink, IID_IClassFactory, reinterpret_cast<void**>(&factory)), HRESULT{S_OK});
+    Need("a class object", cam.GetClassObject(kSink, IID_IClassFactory, reinterpret_cast<void**>(&factory)),
+         HRESULT{S_OK});
     Equal("it keeps the library", cam.CanUnloadNow(), HRESULT{S_FALSE});
     void* none = &none;
-    Equal("no place for the filter", factory->CreateInstance(nullptr, IID_IBaseFilter, nullptr), HRESULT{E_POINTER});
-    Equal("as what it is not", factory->CreateInstance(nullptr, IID_IClassFactory, &none), HRESULT{E_NOINTERFACE});
+    Equal("no place for the filter", factory->CreateInstance(nullptr, IID_IBaseFilter, nullptr),
+          HRESULT{E_POINTER});
+    Equal("as what it is not", factory->CreateInstance(nullptr, IID_IClassFactory, &none),
+          HRESULT{E_NOINTERFACE});
     Holds("the place is cleared", none == nullptr);
     Equal("locked", factory->LockServer(TRUE), HRESULT{S_OK});
     Equal("locked twice", factory->LockServer(TRUE), HRESULT{S_OK});
     Equal("unlocked once", factory->LockServer(FALSE), HRESULT{S_OK});
     factory->Release();
     Equal("a lock keeps the library", cam.CanUnloadNow(), HRESULT{S_FALSE});
-    Need("a class object", cam.GetClassObject(kSink, IID_IClassFactory, reinterpret_cast<void**>(&factory)), HRESULT{S_OK});
+    Need("a class object", cam.GetClassObject(kSink, IID_IClassFactory, reinterpret_cast<void**>(&factory)),
+         HRESULT{S_OK});
     factory->LockServer(FALSE);
     factory->Release();
     Equal("the library may go", cam.CanUnloadNow(), HRESULT{S_OK});
@@ -171,13 +183,15 @@ void Filters() {
         const Row row(one.name);
         IBaseFilter* filter = nullptr;
         Need("the filter is created by its class identifier",
-             CoCreateInstance(one.id, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter, reinterpret_cast<void**>(&filter)),
+             CoCreateInstance(one.id, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
+                              reinterpret_cast<void**>(&filter)),
              HRESULT{S_OK});
         CLSID id = {};
         Equal("it says its class", filter->GetClassID(&id), HRESULT{S_OK});
         Holds("that is the one asked for", IsEqualGUID(id, one.id) != 0);
         IUnknown* control = nullptr;
-        Equal("its control interface", filter->QueryInterface(one.control, reinterpret_cast<void**>(&control)), HRESULT{S_OK});
+        Equal("its control interface",
+              filter->QueryInterface(one.control, reinterpret_cast<void**>(&control)), HRESULT{S_OK});
         if (control) Equal("references after the control's release", control->Release(), ULONG{1});
         IEnumPins* pins = nullptr;
         Equal("its pins", filter->EnumPins(&pins), HRESULT{S_OK});
@@ -192,12 +206,15 @@ void Filters() {
         Outer outer;
         void* none = &none;
         Equal("part of another object, asked for more than IUnknown",
-              CoCreateInstance(one.id, &outer, CLSCTX_INPROC_SERVER, IID_IBaseFilter, &none), HRESULT{E_NOINTERFACE});
+              CoCreateInstance(one.id, &outer, CLSCTX_INPROC_SERVER, IID_IBaseFilter, &none),
+              HRESULT{E_NOINTERFACE});
         Need("part of another object",
-             CoCreateInstance(one.id, &outer, CLSCTX_INPROC_SERVER, IID_IUnknown, reinterpret_cast<void**>(&outer.inner)),
+             CoCreateInstance(one.id, &outer, CLSCTX_INPROC_SERVER, IID_IUnknown,
+                              reinterpret_cast<void**>(&outer.inner)),
              HRESULT{S_OK});
         Equal("references to the whole", outer.references, LONG{1});
-        Equal("the part's control", outer.QueryInterface(one.control, reinterpret_cast<void**>(&control)), HRESULT{S_OK});
+        Equal("the part's control", outer.QueryInterface(one.control, reinterpret_cast<void**>(&control)),
+              HRESULT{S_OK});
         Equal("references to the whole", outer.references, LONG{2});
         IUnknown* identity = nullptr;
         control->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identity));

@@ -44,8 +44,10 @@ void Every() {
         stillFrames.Reset();
         if (!session.Snap() || !Equal("the callback is called", stillFrames.Count(), LONG{1})) continue;
         const SeenFrame& frame = stillFrames.Frames()[0];
-        Equal("size of the picture", std::to_string(frame.width) + " x " + std::to_string(frame.Rows()), Dimensions(index));
-        if (kit.there && cameraType == CAM_TYPE_DSHOW) Holds("the picture shows the chart", ShowsChart(frame, Bits::Rgb565));
+        Equal("size of the picture", std::to_string(frame.width) + " x " + std::to_string(frame.Rows()),
+              Dimensions(index));
+        if (kit.there && cameraType == CAM_TYPE_DSHOW)
+            Holds("the picture shows the chart", ShowsChart(frame, Bits::Rgb565));
     }
     Measured("the longest change", longest, "ms");
     const LONG frames = previewFrames.Count();
@@ -82,8 +84,8 @@ void Counting() {
     }
     Equal("how often the driver is asked", CountOf("IAMStreamConfig::GetNumberOfCapabilities"), LONG{2});
     const Row row("dimensions");
-    for (const char* call :
-         {"ICaptureGraphBuilder2::FindInterface", "IAMStreamConfig::GetNumberOfCapabilities", "IAMStreamConfig::GetStreamCaps"}) {
+    for (const char* call : {"ICaptureGraphBuilder2::FindInterface",
+                             "IAMStreamConfig::GetNumberOfCapabilities", "IAMStreamConfig::GetStreamCaps"}) {
         cam.ShutDown();
         const Row failing(call);
         const Session other(Failing(call, "0x80041234"));
@@ -94,12 +96,14 @@ void Counting() {
     }
 }
 
-constexpr char kDriver[] = "see the camera driver's still pin: its capabilities, SetFormat, and connection again while stopped";
+constexpr char kDriver[] =
+    "see the camera driver's still pin: its capabilities, SetFormat, and connection again while stopped";
 constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
 
 constexpr Check kChecks[] = {
     {"every resolution can be chosen while previewing, and a picture has it", kCamera, Every, kDriver},
-    {"an index that does not exist is refused with a box, and preview goes on", kKit | kMessageBoxes, NoSuch, kLibraryFault},
+    {"an index that does not exist is refused with a box, and preview goes on", kKit | kMessageBoxes, NoSuch,
+     kLibraryFault},
     {"a driver that does not answer is asked again", kKit, Counting, kLibraryFault},
 };
 

@@ -48,7 +48,8 @@ void WhileStopped() {
     session.NeedUp();
     const Callbacks callbacks;
     Need("somebody listens", kit.resume() != 0);
-    Need("preview starts", cam.StartPreview(), camResult{camOk});  // the worker has dealt with the resume, or will
+    Need("preview starts", cam.StartPreview(),
+         camResult{camOk});  // the worker has dealt with the resume, or will
     Need("preview stops", cam.StopPreview(), camResult{camOk});
     const int before = told.calls;
     const LONG stops = CountOf("IBaseFilter::Stop");
@@ -94,7 +95,8 @@ constexpr char kLibraryFault[] = "a fault of the library: report it with this ou
 
 constexpr Check kChecks[] = {
     {"a resume while previewing stops preview and starts it again", kKit, WhilePreviewing, kLibraryFault},
-    {"a preview that is being restarted is stopped when the caller wants it stopped", kKit, WhileRestarting, kLibraryFault},
+    {"a preview that is being restarted is stopped when the caller wants it stopped", kKit, WhileRestarting,
+     kLibraryFault},
     {"a resume changes nothing while preview does not run", kKit, WhileStopped, kLibraryFault},
     {"a storm of resumes during changes of the resolution harms nobody", kKit, Storm, kLibraryFault},
 };

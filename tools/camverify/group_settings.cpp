@@ -32,11 +32,14 @@ constexpr size_t kAppliedCount = std::size(kApplied);
 
 // A camera that takes any value, three resolutions, and possibly a call that fails.
 std::wstring Lenient(const std::string& failing = {}) {
-    std::string text = "{\"stillFormats\": [{\"width\": 320, \"height\": 240}, {\"width\": 640, \"height\": 480}, "
-                       "{\"width\": 161, \"height\": 121}], \"properties\": {";
-    const char* names[] = {"brightness", "focus", "flash", "colorEnable", "focusMinimum", "focusMaximum", "focusStep", "focusFixed", "zoom"};
+    std::string text =
+        "{\"stillFormats\": [{\"width\": 320, \"height\": 240}, {\"width\": 640, \"height\": 480}, "
+        "{\"width\": 161, \"height\": 121}], \"properties\": {";
+    const char* names[] = {"brightness",   "focus",     "flash",      "colorEnable", "focusMinimum",
+                           "focusMaximum", "focusStep", "focusFixed", "zoom"};
     for (const char* name : names) {
-        text += (text.back() == '{' ? "\"" : ", \"") + std::string(name) + "\": {\"minimum\": -1000, \"maximum\": 1000, \"flags\": [\"manual\"]}";
+        text += (text.back() == '{' ? "\"" : ", \"") + std::string(name) +
+                "\": {\"minimum\": -1000, \"maximum\": 1000, \"flags\": [\"manual\"]}";
     }
     text += "}";
     if (!failing.empty()) text += ", \"calls\": {\"" + failing + "\": {\"result\": \"0x80004005\"}}";
@@ -103,8 +106,11 @@ std::vector<long> Presets() {
 }
 
 const std::string kIni =
-    "; Brightness=1\n[Other]\nBrightness=99\n[Camera]\r\nBrightness=-7\r\nAUTOFOCUS=0\nFlash=2\nResolution=2\nColor=0\nFocusMin=0x10\n"
-    "FocusMax=010\nFocusStep= 7\nFocusFixed=44 and more\nZoom = 9\nBrightness=12=13\n[]\nFlash=3\n[Last]\nColor=5\n";
+    "; "
+    "Brightness=1\n[Other]\nBrightness=99\n[Camera]\r\nBrightness=-7\r\nAUTOFOCUS=0\nFlash=2\nResolution="
+    "2\nColor=0\nFocusMin=0x10\n"
+    "FocusMax=010\nFocusStep= 7\nFocusFixed=44 and more\nZoom = "
+    "9\nBrightness=12=13\n[]\nFlash=3\n[Last]\nColor=5\n";
 const std::string kXmlHead = "<?xml version=\"1.0\"?>\r\n";
 
 std::string Document(const std::string& content) {
@@ -128,7 +134,8 @@ void Order() {
         CheckSet(camera.set, kAppliedCount);
         CheckValues(Presets());
     }
-    const TestFile missing(L"missing.ini"), broken(L"broken.exm", kXmlHead + "<ConfigDoc><Section name=\"Camera\">");
+    const TestFile missing(L"missing.ini"),
+        broken(L"broken.exm", kXmlHead + "<ConfigDoc><Section name=\"Camera\">");
     const struct {
         const char* name;
         const wchar_t *path, *section;
@@ -211,15 +218,22 @@ void XmlFiles() {
         {InCamera("<Key name='Zoom' flags='1'>5</Key>"), kNotSet},
         {InCamera("<Key name='Zoom' flags='1'>5</Key><Key name='Zoom' flags='2'>6</Key>"), 6},
         {InCamera("<Key name='Zoom'>5</Key><Key name='Zoom'>6</Key>"), 6},
-        {InCamera("<Key>5</Key><key name='Zoom'>5</key><Section name='Camera'><Key name='Zoom'>5</Key></Section>"), kNotSet},
+        {InCamera(
+             "<Key>5</Key><key name='Zoom'>5</key><Section name='Camera'><Key name='Zoom'>5</Key></Section>"),
+         kNotSet},
         {Document("<Section name='CAMERA'><Key name='Zoom'>5</Key></Section>"), 5},
         {Document("<Section name='Camera' flags='1'><Key name='Zoom'>5</Key></Section>"), kNotSet},
         {Document("<Section name='Other'><Key name='Zoom'>5</Key></Section>"), kNotSet},
         {Document("<Section><Key name='Zoom'>5</Key></Section>"), kNotSet},
-        {Document("<QVXReserved><Section name='Camera'><Key name='Zoom'>5</Key></Section></QVXReserved>"), kNotSet},
-        {Document("<Section name='Camera'/><!-- --><Section name='Camera'><Key name='Zoom'>5</Key></Section>"), 5},
+        {Document("<QVXReserved><Section name='Camera'><Key name='Zoom'>5</Key></Section></QVXReserved>"),
+         kNotSet},
+        {Document(
+             "<Section name='Camera'/><!-- --><Section name='Camera'><Key name='Zoom'>5</Key></Section>"),
+         5},
         {kXmlHead + "<AnyRoot><Section name='Camera'><Key name='Zoom'>5</Key></Section></AnyRoot>", 5},
-        {kXmlHead + "<ConfigDoc flags='1'><Section name='Camera'><Key name='Zoom'>5</Key></Section></ConfigDoc>", kNotSet}};
+        {kXmlHead +
+             "<ConfigDoc flags='1'><Section name='Camera'><Key name='Zoom'>5</Key></Section></ConfigDoc>",
+         kNotSet}};
     // A document is kept as long as the file of that name has its time.
     int number = 0;
     for (const FileCase& one : cases) CheckZoom(one, L"case" + std::to_wstring(number++) + L".exm");
@@ -239,7 +253,8 @@ void FileNames() {
     }
     const Row row("kinds are told by the first line");
     Equal("zoom of the .ini without extension", zoomOf(L"both"), long{5});
-    const TestFile xmlInIni(L"xml.ini", xml), iniInXml(L"ini.exm", ini), marked(L"marked.exm", "\xEF\xBB\xBF" + xml);
+    const TestFile xmlInIni(L"xml.ini", xml), iniInXml(L"ini.exm", ini),
+        marked(L"marked.exm", "\xEF\xBB\xBF" + xml);
     Equal("zoom of XML in .ini", zoomOf(L"xml.ini"), long{6});
     Equal("zoom of INI in .exm", zoomOf(L"ini.exm"), long{5});
     Equal("zoom of XML with a byte-order mark", zoomOf(L"marked.exm"), long{1});
@@ -248,7 +263,8 @@ void FileNames() {
 // ---- Profiles --------------------------------------------------------------------------------------------
 
 std::string Profiles(const std::string& sections) {
-    return kXmlHead + "<ConfigDoc name=\"x\">\n<Section name=\"Profiles\">" + sections + "</Section></ConfigDoc>";
+    return kXmlHead + "<ConfigDoc name=\"x\">\n<Section name=\"Profiles\">" + sections +
+           "</Section></ConfigDoc>";
 }
 std::string Sections(int count) {
     std::string text;
@@ -290,7 +306,8 @@ void ProfileFiles() {
         {Profiles("<Section name='A'><Section name='inner'/></Section>"), "A"},
         {Profiles("<Section name='A'/><Section name='A'/><Section name=''/>"), "A A "},
         {Profiles(""), ""},
-        {Profiles("<Section/><Section name='A'/><!-- x --><Section name='B' flags='1'/><Section/><Section/>"), "- A - - A A"},
+        {Profiles("<Section/><Section name='A'/><!-- x --><Section name='B' flags='1'/><Section/><Section/>"),
+         "- A - - A A"},
         {"\xEF\xBB\xBF" + Profiles("<Section name='\xC3\xA4'/>"), "\xC3\xA4"},
         {Profiles(Sections(33)), "none"},
         {Profiles(Sections(32) + "<!-- counts as well -->"), "none"},
@@ -301,7 +318,8 @@ void ProfileFiles() {
         {"<ConfigDoc><Section name='Profiles' flags='1'/></ConfigDoc>", "none"},
         {"<ConfigDoc flags='1'><Section name='Profiles'/></ConfigDoc>", "none"},
         {"<Config><Section name='Profiles'/></Config>", "none"},
-        {"<!DOCTYPE ConfigDoc [<!ENTITY e \"x\">]><ConfigDoc><Section name=\"Profiles\"/></ConfigDoc>", "none"},
+        {"<!DOCTYPE ConfigDoc [<!ENTITY e \"x\">]><ConfigDoc><Section name=\"Profiles\"/></ConfigDoc>",
+         "none"},
         {"<ConfigDoc>", "none"},
         {" ", "none"},
         {"[Profiles]\nA=1\n", "none"}};
@@ -317,12 +335,14 @@ void ProfileFiles() {
     Equal("no path", SlotsOf(nullptr), std::string("none"));
 }
 
-constexpr char kParser[] = "see that the system's XML parser (MSXML) is installed; else a fault of the library";
+constexpr char kParser[] =
+    "see that the system's XML parser (MSXML) is installed; else a fault of the library";
 constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
 
 constexpr Check kChecks[] = {
     {"settings are applied one after the other, or their defaults, or none", kKit, Order, kLibraryFault},
-    {"the first setting that the camera refuses is the last that is tried", kKit, FirstRefusal, kLibraryFault},
+    {"the first setting that the camera refuses is the last that is tried", kKit, FirstRefusal,
+     kLibraryFault},
     {"what an INI file says", kKit, IniFiles, kLibraryFault},
     {"what an XML file says", kKit, XmlFiles, kParser},
     {"which file is meant, and of which kind it is", kKit, FileNames, kParser},

@@ -13,8 +13,10 @@ namespace {
 
 // Every kind of frame that the still pin can bring; an odd width and height, and rows from the top down.
 constexpr wchar_t kKitFormats[] =
-    L"{\"preview\": {\"width\": 160, \"height\": 120}, \"stillFormats\": [{\"width\": 320, \"height\": 240}, {\"width\": 161, "
-    L"\"height\": 121}, {\"width\": 320, \"height\": 240, \"topDown\": true}, {\"width\": 161, \"height\": 121, \"subtype\": "
+    L"{\"preview\": {\"width\": 160, \"height\": 120}, \"stillFormats\": [{\"width\": 320, \"height\": 240}, "
+    L"{\"width\": 161, "
+    L"\"height\": 121}, {\"width\": 320, \"height\": 240, \"topDown\": true}, {\"width\": 161, \"height\": "
+    L"121, \"subtype\": "
     L"\"RGB565\"}, {\"width\": 320, \"height\": 240, \"subtype\": \"RGB565\", \"topDown\": true}]}";
 
 struct FileKind {
@@ -40,7 +42,8 @@ bool OnlyBlackAndWhite(const SeenFrame& frame) {
 void CheckPng(const std::string& file, const SeenFrame& frame) {
     const auto number = [&](size_t at) {
         LONG value = 0;
-        for (size_t i = at; i < at + 4 && i < file.size(); ++i) value = value << 8 | static_cast<BYTE>(file[i]);
+        for (size_t i = at; i < at + 4 && i < file.size(); ++i)
+            value = value << 8 | static_cast<BYTE>(file[i]);
         return value;
     };
     Equal("width in the file", number(16), frame.width);
@@ -65,7 +68,8 @@ void TakePainted(Session& session, const FileKind& kind, int mode) {
     if (kit.there && !kind.blackWhite) Holds("the picture shows the chart", ShowsChart(frame, Bits::Rgb565));
 
     const std::string bytes = file.Bytes();
-    Need("the file's first bytes", bytes.substr(0, kind.beginLength) == std::string(kind.begin, kind.beginLength));
+    Need("the file's first bytes",
+         bytes.substr(0, kind.beginLength) == std::string(kind.begin, kind.beginLength));
     Holds("there is more than a header", bytes.size() > 200);
     if (kind.extension == kKinds[0].extension) {
         PaintPattern(frame.bytes.data(), frame.size, frame.height, frame.width, frame.stride);
@@ -177,11 +181,12 @@ constexpr wchar_t kQualityKey[] = L"Software\\Microsoft\\DirectShow\\ImageSink\\
 bool ExchangeQuality(bool set, DWORD quality, DWORD& before) {
     HKEY key = nullptr;
     DWORD bytes = sizeof before;
-    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kQualityKey, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr) !=
-        ERROR_SUCCESS) {
+    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kQualityKey, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key,
+                        nullptr) != ERROR_SUCCESS) {
         Skip("the registry key of the JPEG quality cannot be written");
     }
-    const bool was = RegQueryValueExW(key, L"Value", nullptr, nullptr, reinterpret_cast<BYTE*>(&before), &bytes) == ERROR_SUCCESS;
+    const bool was = RegQueryValueExW(key, L"Value", nullptr, nullptr, reinterpret_cast<BYTE*>(&before),
+                                      &bytes) == ERROR_SUCCESS;
     if (set) {
         RegSetValueExW(key, L"Value", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&quality), sizeof quality);
     } else {
@@ -208,23 +213,26 @@ void Quality() {
 }
 
 void RefusedTrigger() {
-    Session session(
-        std::wstring(L"{\"calls\": {\"IAMVideoControl::SetMode\": {\"at\": 1, \"result\": \"0x80070005\"}}}"));
+    Session session(std::wstring(
+        L"{\"calls\": {\"IAMVideoControl::SetMode\": {\"at\": 1, \"result\": \"0x80070005\"}}}"));
     session.NeedPreview();
     Equal("the trigger that the driver refuses", cam.SnapPicture(nullptr, 0), camResult{camCaptureFailed});
     Equal("state", State(), int{CAM_STATE_PREVIEWING});
     session.Snap();
 }
 
-constexpr char kDriver[] = "see the camera driver's still pin: formats, rows, and one sample for each trigger";
+constexpr char kDriver[] =
+    "see the camera driver's still pin: formats, rows, and one sample for each trigger";
 constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
 
 constexpr Check kChecks[] = {
     {"a picture is stored in the format of its extension, in every mode", kCamera | kDShow, Formats, kDriver},
     {"pictures of every frame format, odd sizes and rows from the top down", kKit, KitFormats, kLibraryFault},
     {"without a file name nothing is written and everything else happens", kCamera | kDShow, NoFile, kDriver},
-    {"from the trigger to the message, with the file", kCamera, TriggerToMessage, "see how long the driver takes for a still sample"},
-    {"a file is replaced, and what cannot be written leaves none", kCamera | kDShow, Replacing, kLibraryFault},
+    {"from the trigger to the message, with the file", kCamera, TriggerToMessage,
+     "see how long the driver takes for a still sample"},
+    {"a file is replaced, and what cannot be written leaves none", kCamera | kDShow, Replacing,
+     kLibraryFault},
     {"without an events window a picture is taken and nobody told", kCamera, NobodyTold, kLibraryFault},
     {"the JPEG quality comes from the registry", kKit, Quality, kLibraryFault},
     {"a trigger that the driver refuses fails, and the next one works", kKit, RefusedTrigger, kLibraryFault},

@@ -9,7 +9,8 @@ namespace verify {
 namespace {
 
 constexpr wchar_t kKitFormats[] =
-    L"{\"preview\": {\"width\": 160, \"height\": 120}, \"stillFormats\": [{\"width\": 320, \"height\": 240}, {\"width\": 321, "
+    L"{\"preview\": {\"width\": 160, \"height\": 120}, \"stillFormats\": [{\"width\": 320, \"height\": 240}, "
+    L"{\"width\": 321, "
     L"\"height\": 241, \"topDown\": true}, {\"width\": 320, \"height\": 240, \"subtype\": \"RGB565\"}]}";
 
 constexpr COLORREF kMagenta = RGB(255, 0, 255);
@@ -51,12 +52,13 @@ struct Stamping {
     void Start() { session.NeedPreview(); }
 
     // The next picture, with that text.
-    const SeenFrame& Snap(const std::wstring& text, UINT_PTR position, UINT_PTR colors, const wchar_t* file = nullptr) {
+    const SeenFrame& Snap(std::wstring_view text, UINT_PTR position, UINT_PTR colors,
+                          const wchar_t* file = nullptr) {
         stillFrames.Reset();
         const int taken = captured;
         Need("a picture is triggered",
-             cam.SnapPictureWithText(file, 0, reinterpret_cast<UINT_PTR>(text.c_str()), text.size(), position, colors,
-                                     reinterpret_cast<UINT_PTR>(font.handle)),
+             cam.SnapPictureWithText(file, 0, reinterpret_cast<UINT_PTR>(text.data()), text.size(), position,
+                                     colors, reinterpret_cast<UINT_PTR>(font.handle)),
              camResult{camOk});
         Need("message 2623 comes", WaitForCaptured(taken + 1));
         Need("the callback is called", stillFrames.Count(), LONG{1});
@@ -89,16 +91,20 @@ void CheckPosition(Stamping& stamping, UINT_PTR position) {
     const SeenFrame& frame = stamping.Snap(L"##\n##", position, ColorWord(kMagenta, kNone, kBlack));
     const Box box = Find(frame, kMagenta);
     Need("letters are there", box.pixels > 20);
-    Equal("third of the width", (box.left + box.right) / 2 * 3 / frame.width, static_cast<LONG>(position % 4));
-    Equal("third of the height", (box.top + box.bottom) / 2 * 3 / frame.Rows(), static_cast<LONG>(position / 4));
+    Equal("third of the width", (box.left + box.right) / 2 * 3 / frame.width,
+          static_cast<LONG>(position % 4));
+    Equal("third of the height", (box.top + box.bottom) / 2 * 3 / frame.Rows(),
+          static_cast<LONG>(position / 4));
     Holds("two lines", box.bottom - box.top > 16 && box.bottom - box.top < 60);
     // The background reaches one pixel farther than the text.
-    Holds("the background above the text", frame.At((box.left + box.right) / 2, box.top > 0 ? box.top - 1 : 0) == 0);
+    Holds("the background above the text",
+          frame.At((box.left + box.right) / 2, box.top > 0 ? box.top - 1 : 0) == 0);
 }
 
 void Positions() {
     Stamping stamping;
-    if (Find(stamping.Snap(L"", 0, 0), kMagenta).pixels > 0) Skip("the camera looks at something in pure magenta");
+    if (Find(stamping.Snap(L"", 0, 0), kMagenta).pixels > 0)
+        Skip("the camera looks at something in pure magenta");
     for (const UINT_PTR position : {0, 1, 2, 4, 5, 6, 8, 9, 10}) {
         const Row row("position " + std::to_string(position));
         CheckPosition(stamping, position);
@@ -107,10 +113,11 @@ void Positions() {
         const Row row("the picture after a stamped one");
         Equal("letters", Find(stamping.Snap(L"", 0, 0), kMagenta).pixels, 0);
     }
-    for (const UINT_PTR position : {UINT_PTR{3}, UINT_PTR{7}, UINT_PTR{11}, UINT_PTR{12}, UINT_PTR{16}, UINT_PTR{0x80000000},
-                                    UINT_PTR{0xFFFFFFFF}}) {
+    for (const UINT_PTR position : {UINT_PTR{3}, UINT_PTR{7}, UINT_PTR{11}, UINT_PTR{12}, UINT_PTR{16},
+                                    UINT_PTR{0x80000000}, UINT_PTR{0xFFFFFFFF}}) {
         const Row row("no position, " + std::to_string(position));
-        Equal("letters", Find(stamping.Snap(L"##", position, ColorWord(kMagenta, kNone, kBlack)), kMagenta).pixels, 0);
+        Equal("letters",
+              Find(stamping.Snap(L"##", position, ColorWord(kMagenta, kNone, kBlack)), kMagenta).pixels, 0);
     }
     const Row row("no text");
     Equal("letters", Find(stamping.Snap(L"\n\n", 5, ColorWord(kMagenta, kNone, kNone)), kMagenta).pixels, 0);
@@ -128,17 +135,33 @@ void EveryFrame() {
     // Taller and wider than the picture: what does not fit is left out.
     std::wstring tall;
     for (int line = 0; line < 60; ++line) tall += L"#\n";
-    Equal("letters of a block too tall for the middle", Find(stamping.Snap(tall, 5, ColorWord(kMagenta, kNone, kNone)), kMagenta).pixels, 0);
-    Holds("letters of a block that begins at the top", Find(stamping.Snap(tall, 0, ColorWord(kMagenta, kNone, kNone)), kMagenta).pixels > 20);
-    const Box wide = Find(stamping.Snap(std::wstring(200, L'#'), 0, ColorWord(kMagenta, kNone, kNone)), kMagenta);
+    Equal("letters of a block too tall for the middle",
+          Find(stamping.Snap(tall, 5, ColorWord(kMagenta, kNone, kNone)), kMagenta).pixels, 0);
+    Holds("letters of a block that begins at the top",
+          Find(stamping.Snap(tall, 0, ColorWord(kMagenta, kNone, kNone)), kMagenta).pixels > 20);
+    const Box wide =
+        Find(stamping.Snap(std::wstring(200, L'#'), 0, ColorWord(kMagenta, kNone, kNone)), kMagenta);
     Holds("letters of a line that is too wide", wide.pixels > 20 && wide.bottom < 40);
 }
 
 void Colors() {
     // By their codes, as COLORREFs; 0 is the inverse of the text's.
     constexpr COLORREF kText = RGB(0x48, 0x90, 0x28);
-    constexpr COLORREF kColors[] = {RGB(0xB7, 0x6F, 0xD7), 0x000000, 0x808080, 0xC0C0C0, 0xFFFFFF, 0x0000FF, 0xFF00FF, 0x00A5FF,
-                                    0x00FFFF,              0x2A2AA5, 0x00FF00, 0xFF0000, 0xFFFF00, 0xEE82EE, 0x000000};
+    constexpr COLORREF kColors[] = {RGB(0xB7, 0x6F, 0xD7),
+                                    0x000000,
+                                    0x808080,
+                                    0xC0C0C0,
+                                    0xFFFFFF,
+                                    0x0000FF,
+                                    0xFF00FF,
+                                    0x00A5FF,
+                                    0x00FFFF,
+                                    0x2A2AA5,
+                                    0x00FF00,
+                                    0xFF0000,
+                                    0xFFFF00,
+                                    0xEE82EE,
+                                    0x000000};
     Stamping stamping(kKitFormats);
     // The chart stands still in the middle, so what differs there is the stamp.
     const auto countIn = [](const SeenFrame& frame, COLORREF color) {
@@ -192,7 +215,8 @@ constexpr char kFonts[] = "install a font of the system's; else a fault of the l
 
 constexpr Check kChecks[] = {
     {"a text stands at its position, in the next picture and no other", kCamera | kDShow, Positions, kFonts},
-    {"text stands upright in every kind of frame, and what does not fit is left out", kKit, EveryFrame, kFonts},
+    {"text stands upright in every kind of frame, and what does not fit is left out", kKit, EveryFrame,
+     kFonts},
     {"text, outline and background have the colours of their codes", kKit, Colors, kFonts},
     {"in a black and white picture text is black on white", kKit, BlackAndWhite, kFonts},
 };

@@ -11,7 +11,8 @@ namespace {
 
 template <typename Function>
 bool Find(HMODULE module, const char* name, Function& function) {
-    function = reinterpret_cast<Function>(reinterpret_cast<void*>(module ? GetProcAddress(module, name) : nullptr));
+    function =
+        reinterpret_cast<Function>(reinterpret_cast<void*>(module ? GetProcAddress(module, name) : nullptr));
     return function != nullptr;
 }
 
@@ -51,8 +52,9 @@ std::string FindKit(const std::wstring& folder) {
     const HMODULE module = LoadLibraryW((folder + L"devicekit.dll").c_str());
     if (!module) return "devicekit.dll is not beside ocellus.dll";
     kit.there = Find(module, "kitLoadScenario", kit.loadScenario) && Find(module, "kitResume", kit.resume) &&
-                Find(module, "kitLoseDevice", kit.loseDevice) && Find(module, "kitCallCount", kit.callCount) &&
-                Find(module, "kitCallLog", kit.callLog) && Find(module, "kitLiveObjects", kit.liveObjects) &&
+                Find(module, "kitLoseDevice", kit.loseDevice) &&
+                Find(module, "kitCallCount", kit.callCount) && Find(module, "kitCallLog", kit.callLog) &&
+                Find(module, "kitLiveObjects", kit.liveObjects) &&
                 Find(module, "kitPreviewFrames", kit.previewFrames);
     return kit.there ? "" : "devicekit.dll is another version, without the functions of devicekit.h";
 }
@@ -71,7 +73,8 @@ void PlayImager(const std::wstring& member) {
 }
 
 std::wstring Failing(const std::string& call, const char* result, const char* more) {
-    return Wide("{\"watchGraph\": true, \"calls\": {\"" + call + "\": {\"result\": \"" + result + "\", " + more + "}}}");
+    return Wide("{\"watchGraph\": true, \"calls\": {\"" + call + "\": {\"result\": \"" + result + "\", " +
+                more + "}}}");
 }
 
 Lines Calls() {

@@ -41,7 +41,8 @@ std::string Library::Lacking() const {
     for (const ExportBase* one : exports) {
         const auto ordinal = reinterpret_cast<LPCSTR>(static_cast<UINT_PTR>(one->ordinal));
         if (!one->address || GetProcAddress(module, ordinal) != one->address) {
-            lacking += (lacking.empty() ? "" : ", ") + std::string(one->name) + " @" + std::to_string(one->ordinal);
+            lacking +=
+                (lacking.empty() ? "" : ", ") + std::string(one->name) + " @" + std::to_string(one->ordinal);
         }
     }
     return lacking;

@@ -18,8 +18,7 @@ inline std::string ArgumentText(const GUID&) {
     return "id";
 }
 template <typename Number>
-    requires std::is_integral_v<Number>
-std::string ArgumentText(Number number) {
+requires std::is_integral_v<Number> std::string ArgumentText(Number number) {
     constexpr long long kLongestNumber = 0xFFFFFF;  // beyond it a pointer as a number
     const auto value = static_cast<long long>(number);
     return value > kLongestNumber ? "0x..." : std::to_string(value);
@@ -85,14 +84,18 @@ class Library {
     Export<decltype(camSetProperty)> SetProperty{*this, "camSetProperty", 12};
     Export<decltype(camGetCameraID)> GetCameraID{*this, "camGetCameraID", 13};
     Export<decltype(camGetResolutionCount)> GetResolutionCount{*this, "camGetResolutionCount", 14};
-    Export<decltype(camGetResolutionDimensions)> GetResolutionDimensions{*this, "camGetResolutionDimensions", 15};
+    Export<decltype(camGetResolutionDimensions)> GetResolutionDimensions{*this, "camGetResolutionDimensions",
+                                                                         15};
     Export<decltype(camSetResolution)> SetResolution{*this, "camSetResolution", 16};
     Export<decltype(camSnapPicture)> SnapPicture{*this, "camSnapPicture", 17};
     Export<decltype(camSnapPictureWithText)> SnapPictureWithText{*this, "camSnapPictureWithText", 18};
     Export<decltype(camGetSnapshot)> GetSnapshot{*this, "camGetSnapshot", 19};
-    Export<decltype(camRegisterPreviewCallback)> RegisterPreviewCallback{*this, "camRegisterPreviewCallback", 20};
-    Export<decltype(camRegisterStillImageCallback)> RegisterStillImageCallback{*this, "camRegisterStillImageCallback", 21};
-    Export<decltype(camRegisterMediaTypeCallback)> RegisterMediaTypeCallback{*this, "camRegisterMediaTypeCallback", 22};
+    Export<decltype(camRegisterPreviewCallback)> RegisterPreviewCallback{*this, "camRegisterPreviewCallback",
+                                                                         20};
+    Export<decltype(camRegisterStillImageCallback)> RegisterStillImageCallback{
+        *this, "camRegisterStillImageCallback", 21};
+    Export<decltype(camRegisterMediaTypeCallback)> RegisterMediaTypeCallback{
+        *this, "camRegisterMediaTypeCallback", 22};
     Export<decltype(camGetProfiles)> GetProfiles{*this, "camGetProfiles", 23};
     Export<HRESULT WINAPI()> RegisterServer{*this, "DllRegisterServer", 24};
     Export<HRESULT WINAPI()> UnregisterServer{*this, "DllUnregisterServer", 25};

@@ -11,13 +11,15 @@
 #include "library.h"
 #include "options.h"
 #include "platform.h"
+#include "run.h"
 
 namespace verify {
 
 namespace {
 
-const Group* const kGroups[] = {&kRegistration, &kArguments, &kLife,        &kDevices,  &kResume,       &kPreview, &kStills,
-                                &kText,         &kProperties, &kResolutions, &kSettings, &kImagerCamera, &kFaults,  &kResources};
+const Group* const kGroups[] = {&kRegistration, &kArguments,    &kLife,   &kDevices,    &kResume,
+                                &kPreview,      &kStills,       &kText,   &kProperties, &kResolutions,
+                                &kSettings,     &kImagerCamera, &kFaults, &kResources};
 
 struct NeedName {
     unsigned need;
@@ -38,7 +40,8 @@ void List() {
             const Check& check = group->checks[i];
             std::string needs;
             for (const NeedName& one : kNeedNames) {
-                if (check.needs & one.need) needs += (needs.empty() ? " (needs " : ", ") + std::string(one.name);
+                if (check.needs & one.need)
+                    needs += (needs.empty() ? " (needs " : ", ") + std::string(one.name);
             }
             Say(std::string("    ") + check.name + needs + (needs.empty() ? "\n" : ")\n"));
         }
@@ -66,20 +69,14 @@ std::string WhyNotLoaded(DWORD error, const std::wstring& path, std::string& rem
             return Utf8(path) + " is no " + width + " library for this processor";
         case ERROR_MOD_NOT_FOUND:
         case ERROR_FILE_NOT_FOUND:
-            remedy = there ? "install the libraries that it needs" : "put ocellus.dll beside camverify, or name it with --library";
-            return there ? "a library that " + Utf8(path) + " needs is missing" : "there is no library " + Utf8(path);
+            remedy = there ? "install the libraries that it needs"
+                           : "put ocellus.dll beside camverify, or name it with --library";
+            return there ? "a library that " + Utf8(path) + " needs is missing"
+                         : "there is no library " + Utf8(path);
         default:
             remedy = "see that the file is whole and may be read";
             return Utf8(path) + " could not be loaded: error " + std::to_string(error);
     }
-}
-
-// Whether the camera can be brought up at all, and its number; the result of the attempt.
-camResult TryCamera() {
-    ResetKit();
-    const camResult result = cam.Select(nullptr, nullptr, nullptr, cameraType);
-    cam.ShutDown();
-    return result;
 }
 
 int Main(int count, wchar_t** arguments) {
@@ -132,7 +129,8 @@ int Main(int count, wchar_t** arguments) {
     setting.present = platform::kPresent | (options.type == CAM_TYPE_IMAGER ? kImager : kDShow) |
                       (kit.there ? kKit : 0U) | (imagerKit.there ? kImagerKit : 0U);
     Say("# ocellus.dll " + setting.revision + " at " + Utf8(cam.Path()) + ", " +
-        (kit.there ? "camera played by the device kit" : "the machine's own camera (no device kit: " + setting.kitIsMissing + ")") +
+        (kit.there ? "camera played by the device kit"
+                   : "the machine's own camera (no device kit: " + setting.kitIsMissing + ")") +
         "\n");
 
     unsigned needed = 0;
@@ -145,18 +143,22 @@ int Main(int count, wchar_t** arguments) {
         needed |= some;
         // Asked for by name, and nothing of it could be checked.
         if (!options.groups.empty() && (all & ~setting.present & (kKit | kImagerKit))) {
-            return BailOut(kUsageOrLibrary, std::string("group ") + group->name + " needs the device kit: " + setting.kitIsMissing,
-                           "put devicekit.dll and Imvoxa.dll of the device kit beside ocellus.dll, or leave the group out");
+            return BailOut(
+                kUsageOrLibrary,
+                std::string("group ") + group->name + " needs the device kit: " + setting.kitIsMissing,
+                "put devicekit.dll and Imvoxa.dll of the device kit beside ocellus.dll, or leave the group "
+                "out");
         }
     }
     if (needed & kCamera) {
         const camResult result = TryCamera();
         if (result != camOk) {
-            return BailOut(kNoCamera, "no camera: camSelect answers " + ResultText(result), RemedyFor(result));
+            return BailOut(kNoCamera, "no camera: camSelect answers " + ResultText(result),
+                           RemedyFor(result));
         }
     }
     setting.present |= kCamera;
-    return RunChecks(groups, options, setting);
+    return RunChecks(groups, setting);
 }
 
 }  // namespace

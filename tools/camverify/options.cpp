@@ -8,7 +8,8 @@ namespace verify {
 
 const char kUsage[] =
     "camverify [OPTIONS]\n"
-    "Verifies ocellus.dll, its filters and the camera driver on this machine; what it finds is written as TAP version 14.\n"
+    "Verifies ocellus.dll, its filters and the camera driver on this machine; what it finds is written as "
+    "TAP version 14.\n"
     "\n"
     "  --list              the groups and their checks\n"
     "  --group NAME        that group only; may be repeated\n"
@@ -16,7 +17,7 @@ const char kUsage[] =
     "  --library PATH      the library; default: ocellus.dll beside this program\n"
     "  --no-kit            the machine's own camera, although the device kit is there\n"
     "  --deadline SECONDS  for each check, and for each row of a table anew; 1 to 3600, default 30\n"
-    "  --cycles N          how often the group resources opens and closes; 1 to 3600, default 20\n"
+    "  --cycles N          how often the group resources opens and closes; 1 to 3600, default 10\n"
     "  --pictures FOLDER   leaves pictures there\n"
     "  --json FILE         writes what was found as JSON as well\n"
     "  --output FILE       writes the report into this file as well\n"

@@ -19,7 +19,7 @@ struct Options {
     std::wstring pictures;            // folder, empty: pictures are removed again
     int type = 1;                     // CAM_TYPE_...
     DWORD deadlineMs = 30000;
-    DWORD cycles = 20;
+    DWORD cycles = 10;
 };
 
 extern const char kUsage[];

@@ -30,7 +30,9 @@ bool IsNear(Pixel one, Pixel other) {
 
 bool ShowsChart(const SeenFrame& frame, Bits bits) {
     const auto shows = [&](int column, int row, Pixel expected) {
-        return IsNear(PixelAt(frame, bits, chart::CellX(column, frame.width), chart::CellY(row, frame.Rows())), expected);
+        return IsNear(
+            PixelAt(frame, bits, chart::CellX(column, frame.width), chart::CellY(row, frame.Rows())),
+            expected);
     };
     bool all = shows(0, 0, chart::kTopLeft) && shows(chart::kColumns - 1, 0, chart::kTopRight) &&
                shows(0, chart::kRows - 1, chart::kBottomLeft) &&
@@ -88,14 +90,14 @@ std::string BmpFile(const SeenFrame& frame) {
     const auto number = [&](DWORD value, int size) {
         for (int i = 0; i < size; ++i) file += static_cast<char>(value >> 8 * i & 255);
     };
-    for (const DWORD value : {kHeaderBytes + bytes, DWORD{0}, kHeaderBytes, kInfoBytes, static_cast<DWORD>(frame.width),
-                              static_cast<DWORD>(frame.height)}) {
+    for (const DWORD value : {kHeaderBytes + bytes, DWORD{0}, kHeaderBytes, kInfoBytes,
+                              static_cast<DWORD>(frame.width), static_cast<DWORD>(frame.height)}) {
         number(value, 4);
     }
     number(1, 2);
     number(16, 2);
-    for (const DWORD value : {kBitFields, DWORD{0}, kPixelsPerMetre, kPixelsPerMetre, DWORD{0}, DWORD{0}, DWORD{0xF800},
-                              DWORD{0x07E0}, DWORD{0x001F}}) {
+    for (const DWORD value : {kBitFields, DWORD{0}, kPixelsPerMetre, kPixelsPerMetre, DWORD{0}, DWORD{0},
+                              DWORD{0xF800}, DWORD{0x07E0}, DWORD{0x001F}}) {
         number(value, 4);
     }
     file.append(reinterpret_cast<const char*>(frame.bytes.data()), bytes);

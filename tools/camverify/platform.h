@@ -18,7 +18,8 @@ struct Holdings {
     int handles, threads, gdiObjects, windows;
 };
 Holdings CountHoldings();
-Holdings HoldingsLostToSystem(int graphs);  // by that many filter graphs, and what it keeps once it has been used
+Holdings HoldingsLostToSystem(
+    int graphs);  // by that many filter graphs, and what it keeps once it has been used
 
 // The message boxes since the last call, each "caption<TAB>text"; none where they are shown.
 std::vector<std::string> TakeMessageBoxes();
@@ -34,6 +35,9 @@ class OwnClasses {
 
 // What a thread's COM apartment is: 'M' multithreaded, 'S' single-threaded, '-' none.
 char Apartment();
+
+// Has COM let go of libraries that nothing uses any more, now.
+void FreeUnusedLibraries();
 
 // Asks of the windows above the video window, and of itself, what an application may ask.
 void WorkOn(HWND top, HWND owner, HWND video);

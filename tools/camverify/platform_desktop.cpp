@@ -64,8 +64,15 @@ OwnClasses::~OwnClasses() {
 char Apartment() {
     APTTYPE type = APTTYPE_CURRENT;
     APTTYPEQUALIFIER qualifier = APTTYPEQUALIFIER_NONE;
-    if (FAILED(CoGetApartmentType(&type, &qualifier)) || qualifier == APTTYPEQUALIFIER_IMPLICIT_MTA) return '-';
+    if (FAILED(CoGetApartmentType(&type, &qualifier)) || qualifier == APTTYPEQUALIFIER_IMPLICIT_MTA)
+        return '-';
     return type == APTTYPE_MTA ? 'M' : 'S';
+}
+
+// Noted as unused first, then freed.
+void FreeUnusedLibraries() {
+    CoFreeUnusedLibrariesEx(0, 0);
+    CoFreeUnusedLibrariesEx(0, 0);
 }
 
 void WorkOn(HWND top, HWND owner, HWND video) {

@@ -16,19 +16,27 @@ struct KnownResult {
 // What bringing a camera up may answer.
 constexpr KnownResult kKnownResults[] = {
     {0x80070002, "no such file or device", "see that the camera driver's name and settings are there"},
-    {0x80070005, "access denied", "close the program that has the camera, or run with the rights that the driver asks for"},
-    {0x80070012, "no camera driver is active", "load the camera driver (device class {CB998A05-122C-4166-846A-933E4D7E3C86})"},
+    {0x80070005, "access denied",
+     "close the program that has the camera, or run with the rights that the driver asks for"},
+    {0x80070012, "no camera driver is active",
+     "load the camera driver (device class {CB998A05-122C-4166-846A-933E4D7E3C86})"},
     {0x80070015, "the device is not ready", "switch the camera on, or wait until it has resumed"},
     {0x80070020, "in use by another program", "close the program that has the camera"},
-    {0x8007007E, "a library is missing", "put Imvoxa.dll, or the library that it needs, where the system finds it"},
-    {0x8007007F, "an operation is missing in a library", "install the Imvoxa.dll that belongs to this device"},
+    {0x8007007E, "a library is missing",
+     "put Imvoxa.dll, or the library that it needs, where the system finds it"},
+    {0x8007007F, "an operation is missing in a library",
+     "install the Imvoxa.dll that belongs to this device"},
     {0x800700AA, "in use by another program", "close the program that has the camera"},
-    {0x800700C1, "not a library for this processor", "install the library that is built for this processor and width"},
+    {0x800700C1, "not a library for this processor",
+     "install the library that is built for this processor and width"},
     {0x8007048F, "the device is not connected", "connect the camera, and restart its driver"},
     {0x80004005, "unspecified failure", "see the camera driver's own messages"},
-    {0x80040154, "a class is not registered", "register ocellus.dll and the camera's capture filter (regsvr32, or DllRegisterServer)"},
-    {0x800401F0, "COM is not initialised", "keep a thread in the multithreaded apartment while the camera is up"},
-    {0x80040217, "no combination of filters joins the pins", "install the system's colour converter and video renderer"},
+    {0x80040154, "a class is not registered",
+     "register ocellus.dll and the camera's capture filter (regsvr32, or DllRegisterServer)"},
+    {0x800401F0, "COM is not initialised",
+     "keep a thread in the multithreaded apartment while the camera is up"},
+    {0x80040217, "no combination of filters joins the pins",
+     "install the system's colour converter and video renderer"},
 };
 
 const KnownResult* Find(LONG result) {
@@ -47,9 +55,7 @@ std::string Utf8(std::wstring_view text) {
         if (point >= 0xD800 && point < 0xDC00 && i + 1 < text.size()) {
             point = 0x10000 + ((point - 0xD800) << 10) + (text[++i] - 0xDC00U);
         }
-        const auto rest = [&](int shift) {
-            bytes += static_cast<char>(0x80 | (point >> shift & 0x3F));
-        };
+        const auto rest = [&](int shift) { bytes += static_cast<char>(0x80 | (point >> shift & 0x3F)); };
         if (point < 0x80) {
             bytes += static_cast<char>(point);
         } else if (point < 0x800) {

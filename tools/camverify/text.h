@@ -32,8 +32,7 @@ inline std::string Show(bool value) {
     return value ? "true" : "false";
 }
 template <typename Number>
-    requires std::is_integral_v<Number>
-std::string Show(Number value) {
+requires std::is_integral_v<Number> std::string Show(Number value) {
     if constexpr (std::is_signed_v<Number> && sizeof(Number) == sizeof(LONG)) {
         return ResultText(static_cast<LONG>(value));
     } else {
@@ -41,8 +40,7 @@ std::string Show(Number value) {
     }
 }
 template <typename Enum>
-    requires std::is_enum_v<Enum>
-std::string Show(Enum value) {
+requires std::is_enum_v<Enum> std::string Show(Enum value) {
     return Show(static_cast<LONG>(value));
 }
 template <typename Item>
