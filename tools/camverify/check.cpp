@@ -92,12 +92,7 @@ void WriteJson() {
     if (run.options->json.empty()) return;
     Json json;
     json.BeginObject().Text("program", "camverify").Text("library", run.setting->revision);
-    OSVERSIONINFOW version = {};
-    version.dwOSVersionInfoSize = sizeof version;
-    GetVersionExW(&version);
-    json.Text("system", std::to_string(version.dwMajorVersion) + "." +
-                            std::to_string(version.dwMinorVersion) + "." +
-                            std::to_string(version.dwBuildNumber))
+    json.Text("system", platform::SystemVersion())
         .Number("pointerBits", 8 * static_cast<int>(sizeof(void*)))
         .Text("type", run.options->type == CAM_TYPE_IMAGER ? "imager" : "dshow")
         .Flag("deviceKit", (run.setting->present & kKit) != 0)

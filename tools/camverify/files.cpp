@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include <algorithm>
+#include "text.h"
 
 namespace verify {
 
@@ -14,7 +14,8 @@ std::wstring& Folder() {
     static std::wstring folder = [] {
         wchar_t temporary[MAX_PATH] = {};
         GetTempPathW(MAX_PATH, temporary);
-        std::wstring path = std::wstring(temporary) + L"camverify-" + std::to_wstring(GetCurrentProcessId());
+        std::wstring path =
+            std::wstring(temporary) + L"camverify-" + Wide(std::to_string(GetCurrentProcessId()));
         CreateDirectoryW(path.c_str(), nullptr);
         return path + L"\\";
     }();

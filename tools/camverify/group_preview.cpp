@@ -27,10 +27,10 @@ void RateAndShape() {
     Measured("first frame after", GetTickCount() - begun, "ms");
 
     constexpr DWORD kMeasureMs = 2000;
-    const LONG first = previewFrames.Count();
+    const LONG first = previewFrames.Count(), sentFirst = kit.there ? kit.previewFrames() : 0;
     const DWORD from = GetTickCount();
     PumpFor(kMeasureMs);
-    const LONG frames = previewFrames.Count() - first;
+    const LONG frames = previewFrames.Count() - first, sent = kit.there ? kit.previewFrames() - sentFirst : 0;
     const DWORD ms = GetTickCount() - from;
     const LONG tenths = frames * 10000 / static_cast<LONG>(ms);
     Measured("frames a second", std::to_string(tenths / 10) + "." + std::to_string(tenths % 10));
@@ -46,9 +46,13 @@ void RateAndShape() {
     Equal("told stride", told.stride, frame.stride);
     Equal("told format", told.formatCode, LONG{CAM_FORMAT_RGB555});
     Measured("stated frames a second", told.framesPerSecond, "");
+    if (kit.there && cameraType == CAM_TYPE_DSHOW) {
+        // How fast the kit can send is the machine's affair; all that it sends arrive.
+        constexpr LONG kUnderWay = 2;
+        Holds("frames that the kit has sent", frames >= sent - kUnderWay && frames <= sent + kUnderWay);
+    }
     if (told.framesPerSecond == 0) return;
-    // A busy machine loses some; none can come from nowhere.
-    Holds("at least half of the stated rate", tenths >= told.framesPerSecond * 5);
+    if (!kit.there) Holds("at least half of the stated rate", tenths >= told.framesPerSecond * 5);
     Holds("not above the stated rate by a fifth", tenths <= told.framesPerSecond * 12 + 10);
 }
 
@@ -113,12 +117,14 @@ void VideoWindow() {
     Need("preview starts", cam.StartPreview(), camResult{camOk});
     const HWND video = platform::FirstChild(session.windows.owner);
     Need("a video window", video != nullptr);
+    Holds("it is visible", platform::IsVisible(video));
     RECT area = {};
     GetWindowRect(video, &area);
     Equal("width", area.right - area.left, LONG{320});
     Equal("height", area.bottom - area.top, LONG{240});
     Need("preview stops", cam.StopPreview(), camResult{camOk});
     Holds("no video window after", platform::FirstChild(session.windows.owner) == nullptr);
+    Holds("it is hidden", !platform::IsVisible(video));
 }
 
 void KitFrames() {
@@ -172,7 +178,7 @@ constexpr Check kChecks[] = {
     {"the media type is told each time preview comes to run", kCamera | kDShow, ToldEachTime, kDriver},
     {"a preview callback outlives the camera, and ends when it is taken away", kCamera | kDShow,
      CallbackOutlives, kLibraryFault},
-    {"the video fills the owner's client area while preview runs", kCamera | kDShow, VideoWindow,
+    {"the video fills the owner's client area while preview runs", kCamera | kDShow | kDesktop, VideoWindow,
      "see that the system's video renderer is installed"},
     {"frames reach the callback as they leave the camera", kKit, KitFrames, kLibraryFault},
     {"a preview whose owner is gone says so, and the camera lives on", kKit, OwnerGone, kLibraryFault},

@@ -130,24 +130,25 @@ void ClassObjects() {
     platform::FreeUnusedLibraries();
     Equal("the library may go", cam.CanUnloadNow(), HRESULT{S_OK});
     void* out = &out;
-    Equal("no place for the object", cam.GetClassObject(kGrabber, IID_IClassFactory, nullptr),
+    Equal("no place for the object", cam.GetClassObject(kGrabber, __uuidof(IClassFactory), nullptr),
           HRESULT{E_POINTER});
-    Equal("a class of others", cam.GetClassObject(CLSID_NULL, IID_IClassFactory, &out),
+    Equal("a class of others", cam.GetClassObject(CLSID{}, __uuidof(IClassFactory), &out),
           HRESULT{CLASS_E_CLASSNOTAVAILABLE});
     Holds("the place is cleared", out == nullptr);
     out = &out;
-    Equal("an interface that it lacks", cam.GetClassObject(kGrabber, IID_IBaseFilter, &out),
+    Equal("an interface that it lacks", cam.GetClassObject(kGrabber, __uuidof(IBaseFilter), &out),
           HRESULT{E_NOINTERFACE});
     Holds("the place is cleared", out == nullptr);
 
     IClassFactory* factory = nullptr;
-    Need("a class object", cam.GetClassObject(kSink, IID_IClassFactory, reinterpret_cast<void**>(&factory)),
+    Need("a class object",
+         cam.GetClassObject(kSink, __uuidof(IClassFactory), reinterpret_cast<void**>(&factory)),
          HRESULT{S_OK});
     Equal("it keeps the library", cam.CanUnloadNow(), HRESULT{S_FALSE});
     void* none = &none;
-    Equal("no place for the filter", factory->CreateInstance(nullptr, IID_IBaseFilter, nullptr),
+    Equal("no place for the filter", factory->CreateInstance(nullptr, __uuidof(IBaseFilter), nullptr),
           HRESULT{E_POINTER});
-    Equal("as what it is not", factory->CreateInstance(nullptr, IID_IClassFactory, &none),
+    Equal("as what it is not", factory->CreateInstance(nullptr, __uuidof(IClassFactory), &none),
           HRESULT{E_NOINTERFACE});
     Holds("the place is cleared", none == nullptr);
     Equal("locked", factory->LockServer(TRUE), HRESULT{S_OK});
@@ -155,7 +156,8 @@ void ClassObjects() {
     Equal("unlocked once", factory->LockServer(FALSE), HRESULT{S_OK});
     factory->Release();
     Equal("a lock keeps the library", cam.CanUnloadNow(), HRESULT{S_FALSE});
-    Need("a class object", cam.GetClassObject(kSink, IID_IClassFactory, reinterpret_cast<void**>(&factory)),
+    Need("a class object",
+         cam.GetClassObject(kSink, __uuidof(IClassFactory), reinterpret_cast<void**>(&factory)),
          HRESULT{S_OK});
     factory->LockServer(FALSE);
     factory->Release();
@@ -169,7 +171,7 @@ class Outer final : public IUnknown {
     IUnknown* inner = nullptr;
 
     STDMETHODIMP QueryInterface(REFIID id, void** out) override {
-        if (!IsEqualIID(id, IID_IUnknown)) return inner->QueryInterface(id, out);
+        if (!IsEqualIID(id, __uuidof(IUnknown))) return inner->QueryInterface(id, out);
         *out = this;
         AddRef();
         return S_OK;
@@ -183,7 +185,7 @@ void Filters() {
         const Row row(one.name);
         IBaseFilter* filter = nullptr;
         Need("the filter is created by its class identifier",
-             CoCreateInstance(one.id, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
+             CoCreateInstance(one.id, nullptr, CLSCTX_INPROC_SERVER, __uuidof(IBaseFilter),
                               reinterpret_cast<void**>(&filter)),
              HRESULT{S_OK});
         CLSID id = {};
@@ -206,10 +208,10 @@ void Filters() {
         Outer outer;
         void* none = &none;
         Equal("part of another object, asked for more than IUnknown",
-              CoCreateInstance(one.id, &outer, CLSCTX_INPROC_SERVER, IID_IBaseFilter, &none),
+              CoCreateInstance(one.id, &outer, CLSCTX_INPROC_SERVER, __uuidof(IBaseFilter), &none),
               HRESULT{E_NOINTERFACE});
         Need("part of another object",
-             CoCreateInstance(one.id, &outer, CLSCTX_INPROC_SERVER, IID_IUnknown,
+             CoCreateInstance(one.id, &outer, CLSCTX_INPROC_SERVER, __uuidof(IUnknown),
                               reinterpret_cast<void**>(&outer.inner)),
              HRESULT{S_OK});
         Equal("references to the whole", outer.references, LONG{1});
@@ -217,7 +219,7 @@ void Filters() {
               HRESULT{S_OK});
         Equal("references to the whole", outer.references, LONG{2});
         IUnknown* identity = nullptr;
-        control->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identity));
+        control->QueryInterface(__uuidof(IUnknown), reinterpret_cast<void**>(&identity));
         Holds("the whole is its identity", identity == &outer);
         if (identity) identity->Release();
         control->Release();

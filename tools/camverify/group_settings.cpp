@@ -236,7 +236,7 @@ void XmlFiles() {
          kNotSet}};
     // A document is kept as long as the file of that name has its time.
     int number = 0;
-    for (const FileCase& one : cases) CheckZoom(one, L"case" + std::to_wstring(number++) + L".exm");
+    for (const FileCase& one : cases) CheckZoom(one, L"case" + Wide(std::to_string(number++)) + L".exm");
 }
 
 void FileNames() {

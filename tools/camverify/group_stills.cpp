@@ -57,8 +57,9 @@ void TakePainted(Session& session, const FileKind& kind, int mode) {
     long height = 0, width = 0;
     cam.GetResolutionDimensions(&height, &width, -1);
     static int number = 0;
-    const std::wstring name = L"still-" + std::to_wstring(++number) + L"-" + std::to_wstring(width) + L"x" +
-                              std::to_wstring(height) + kind.extension;
+    const std::wstring name = L"still-" + Wide(std::to_string(++number)) + L"-" +
+                              Wide(std::to_string(width)) + L"x" + Wide(std::to_string(height)) +
+                              kind.extension;
     const TestFile file(name, Kind::Picture);
     if (!session.Snap(file.path(), mode)) return;
     Equal("state", State(), int{CAM_STATE_PREVIEWING});

@@ -42,5 +42,10 @@ void FreeUnusedLibraries();
 // Asks of the windows above the video window, and of itself, what an application may ask.
 void WorkOn(HWND top, HWND owner, HWND video);
 HWND FirstChild(HWND window);
+bool IsVisible(HWND window);
+// CLR_INVALID where it cannot be read.
+COLORREF PixelOf(HWND window, int x, int y);
+
+std::string SystemVersion();
 
 }  // namespace verify::platform

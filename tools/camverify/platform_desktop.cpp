@@ -93,4 +93,23 @@ HWND FirstChild(HWND window) {
     return GetWindow(window, GW_CHILD);
 }
 
+bool IsVisible(HWND window) {
+    return IsWindowVisible(window) != 0;
+}
+
+COLORREF PixelOf(HWND window, int x, int y) {
+    const HDC context = GetDC(window);
+    const COLORREF color = GetPixel(context, x, y);
+    ReleaseDC(window, context);
+    return color;
+}
+
+std::string SystemVersion() {
+    OSVERSIONINFOW version = {};
+    version.dwOSVersionInfoSize = sizeof version;
+    GetVersionExW(&version);
+    return std::to_string(version.dwMajorVersion) + "." + std::to_string(version.dwMinorVersion) + "." +
+           std::to_string(version.dwBuildNumber);
+}
+
 }  // namespace verify::platform
