@@ -12,10 +12,7 @@ fuzzSeconds=10
 cycles=10
 while [ $# -gt 0 ]; do
     case $1 in
-    --soak)
-        cycles=200
-        export OCELLUS_SOAK=$cycles
-        ;;
+    --soak) cycles=200 ;;
     --fuzz)
         [[ ${2:-} =~ ^[1-9][0-9]*$ ]] || refuse "--fuzz wants a number of seconds, not '${2:-}'"
         fuzzSeconds=$2

@@ -1,12 +1,8 @@
 #include "harness.h"
 
 #include <doctest/doctest.h>
-#include <objbase.h>
 
-#include <algorithm>
 #include <cstdio>
-
-#include "process_counts.h"
 
 namespace {
 
@@ -40,18 +36,6 @@ void Play(const std::wstring& scenario) {
     REQUIRE(played);
 }
 
-std::vector<std::wstring> Calls() {
-    std::wstring log(kitCallLog(nullptr, 0), L'\0');
-    kitCallLog(log.data(), static_cast<DWORD>(log.size()));
-    std::vector<std::wstring> calls;
-    for (size_t at = 0; at < log.size() && log[at];) {
-        const size_t end = std::min(log.find(L'\n', at), log.find(L'\0', at));
-        calls.push_back(log.substr(at, end - at));
-        at = end + 1;
-    }
-    return calls;
-}
-
 Windows::Windows() {
     WNDCLASSW windowClass = {};
     windowClass.lpfnWndProc = WindowProcedure;
@@ -82,89 +66,4 @@ Camera::Camera(const std::wstring& scenario)
 
 Camera::~Camera() {
     camShutDown();
-}
-
-Holdings CountHoldings() {
-    Holdings holdings = {};
-    holdings.handles = counts::Handles();
-    holdings.threads = counts::Threads();
-    holdings.gdiObjects = counts::GdiObjects();
-    for (HWND window = nullptr; (window = FindWindowExW(nullptr, window, nullptr, nullptr));) {
-        DWORD process = 0;
-        GetWindowThreadProcessId(window, &process);
-        holdings.windows += process == GetCurrentProcessId();
-    }
-    holdings.kitObjects = kitLiveObjects();
-    return holdings;
-}
-
-std::string Describe(const Holdings& holdings) {
-    char text[200];
-    snprintf(text, sizeof text, "%d handles, %d threads, %d GDI objects, %d windows, %ld kit objects",
-             holdings.handles, holdings.threads, holdings.gdiObjects, holdings.windows, holdings.kitObjects);
-    return text;
-}
-
-bool HoldingsReturnTo(const Holdings& before, DWORD timeoutMs) {
-    return PumpUntil(
-        [&] {
-            const Holdings now = CountHoldings();
-            return now.handles <= before.handles && now.threads <= before.threads &&
-                   now.gdiObjects <= before.gdiObjects && now.windows <= before.windows &&
-                   now.kitObjects <= before.kitObjects;
-        },
-        timeoutMs);
-}
-
-namespace {
-
-struct Watched {
-    const char* step = nullptr;
-    ULONGLONG end = 0;
-};
-SRWLOCK watchedLock = SRWLOCK_INIT;
-Watched watched;  // guarded by watchedLock
-
-DWORD WINAPI Watch(void*) {
-    for (;; Sleep(50)) {
-        AcquireSRWLockExclusive(&watchedLock);
-        const bool late = watched.step && GetTickCount64() > watched.end;
-        if (late) {
-            printf("HANGS: %s\n", watched.step);
-            fflush(stdout);
-            TerminateProcess(GetCurrentProcess(), 3);
-        }
-        ReleaseSRWLockExclusive(&watchedLock);
-    }
-}
-
-}  // namespace
-
-Deadline::Deadline(const char* step, DWORD timeoutMs) {
-    static const HANDLE watcher = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);
-    (void)watcher;
-    AcquireSRWLockExclusive(&watchedLock);
-    watched = {step, GetTickCount64() + timeoutMs};
-    ReleaseSRWLockExclusive(&watchedLock);
-}
-
-Deadline::~Deadline() {
-    AcquireSRWLockExclusive(&watchedLock);
-    watched = {};
-    ReleaseSRWLockExclusive(&watchedLock);
-}
-
-std::vector<std::string> TakeMessageBoxes() {
-    static const TestFile log(L"boxes");
-    SetEnvironmentVariableW(L"OCELLUS_MESSAGE_BOX_LOG", log.path());
-    SetEnvironmentVariableW(L"OCELLUS_HEADLESS", L"1");
-    const std::string text = ReadBytes(log.path());
-    log.Remove();
-    std::vector<std::string> boxes;
-    for (size_t at = 0; at < text.size();) {
-        const size_t end = text.find('\n', at);
-        boxes.push_back(text.substr(at, end - at));
-        at = end + 1;
-    }
-    return boxes;
 }
