@@ -46,24 +46,23 @@ Contender EncodeBy(const char* name, tiff::EncodeG4Kernel* encode) {
 // Everything between a YUY2 frame and a TIFF file in memory, thresholding and converting pixels with the
 // kernels of `set`.
 Contender FileBy(InstructionSet set) {
-    return {
-        Stage::File, NameOf(set), false, [=](const Picture& picture) {
-            auto frame = std::make_shared<std::vector<uint8_t>>();
-            auto run = [=, &picture]() -> size_t {
-                const still::FrameShape shape{picture.size.width, picture.size.rows, picture.size.width * 2};
-                const still::PixelKernels& pixels = *still::kPixelKernels.For(set);
-                Yuy2ToGrey(frame->data(), shape, pixels);
-                const auto plan = tiff::PlanThreshold(*frame, shape.width, static_cast<int32_t>(shape.rows),
-                                                      kThresholdRatio);
-                tiff::kTiffKernels.For(set)->threshold(*plan);
-                ExpandGrey(frame->data(), shape, pixels);
-                tiff::ByteBuffer file((Pixels(picture) + 7) / 8, true);
-                EncodeBilevelTiff(file, frame->data(), static_cast<int32_t>(shape.width),
-                                  -static_cast<int32_t>(shape.rows), nullptr, false);
-                return file.Length();
-            };
-            return Job{[frame, &picture] { *frame = picture.yuy2; }, run};
-        }};
+    return {Stage::File, NameOf(set), false, [=](const Picture& picture) {
+                auto frame = std::make_shared<std::vector<uint8_t>>();
+                auto run = [=, &picture]() -> size_t {
+                    const Frame words = {*frame, static_cast<int32_t>(picture.size.width),
+                                         -static_cast<int32_t>(picture.size.rows), picture.size.width * 2};
+                    const still::PixelKernels& pixels = *still::kPixelKernels.For(set);
+                    Yuy2ToGrey(words, pixels);
+                    const auto plan =
+                        tiff::PlanThreshold(*frame, picture.size.width, -words.height, kThresholdRatio);
+                    tiff::kTiffKernels.For(set)->threshold(*plan);
+                    ExpandGrey(words, pixels);
+                    tiff::ByteBuffer file((Pixels(picture) + 7) / 8, true);
+                    EncodeBilevelTiff(file, words, nullptr, false);
+                    return file.Length();
+                };
+                return Job{[frame, &picture] { *frame = picture.yuy2; }, run};
+            }};
 }
 
 }  // namespace

@@ -40,17 +40,16 @@ class Pages {
 };
 
 // `rgb` has room for one row of RGB888, as an encoder has.
-using Run = void (*)(std::uint8_t* frame, const FrameShape& shape, const PixelKernels& kernels,
-                     std::uint8_t* rgb);
+using Run = void (*)(const cam::Frame& frame, const PixelKernels& kernels, std::uint8_t* rgb);
 
-void ToRgb888(std::uint8_t* frame, const FrameShape& shape, const PixelKernels& kernels, std::uint8_t* rgb) {
-    for (std::uint32_t y = 0; y < shape.rows; ++y, frame += shape.stride)
-        kernels.rgb565RowToRgb888(rgb, frame, shape.width);
+void ToRgb888(const cam::Frame& frame, const PixelKernels& kernels, std::uint8_t* rgb) {
+    for (std::uint32_t y = 0; y < frame.rows(); ++y)
+        kernels.rgb565RowToRgb888(rgb, frame.MemoryRow(y).data(), static_cast<std::size_t>(frame.width));
 }
 
-template <void (*Conversion)(std::uint8_t*, const FrameShape&, const PixelKernels&)>
-void InPlace(std::uint8_t* frame, const FrameShape& shape, const PixelKernels& kernels, std::uint8_t*) {
-    Conversion(frame, shape, kernels);
+template <void (*Conversion)(const cam::Frame&, const PixelKernels&)>
+void InPlace(const cam::Frame& frame, const PixelKernels& kernels, std::uint8_t*) {
+    Conversion(frame, kernels);
 }
 
 struct NamedRun {
@@ -77,9 +76,13 @@ double BestNanoseconds(const NamedRun& named, Size size, const PixelKernels& ker
         std::memcpy(frame.data(), input.data(), input.size());
         for (std::size_t band = 0; band < best.size(); ++band) {
             const auto first = static_cast<std::uint32_t>(band) * bandRows;
-            const FrameShape shape = {width, std::min(bandRows, height - first), stride};
+            const std::uint32_t rows = std::min(bandRows, height - first);
+            const cam::Frame part = {{frame.data() + std::size_t{first} * stride, std::size_t{rows} * stride},
+                                     size.width,
+                                     static_cast<std::int32_t>(rows),
+                                     stride};
             const auto start = std::chrono::steady_clock::now();
-            named.run(frame.data() + std::size_t{first} * stride, shape, kernels, rgb.data());
+            named.run(part, kernels, rgb.data());
             const std::chrono::duration<double, std::nano> time = std::chrono::steady_clock::now() - start;
             best[band] = std::min(best[band], time.count());
         }

@@ -79,12 +79,11 @@ std::string OursWith(cam::InstructionSet set) {
     return std::string("Ocellus ") + cam::NameOf(set);
 }
 
-FrameShape ShapeOf(Size size) {
-    const auto width = static_cast<std::uint32_t>(size.width);
-    return {width, static_cast<std::uint32_t>(size.height), width * 2};
+cam::Frame FrameOf(Bytes& bytes, Size size) {
+    return {bytes, size.width, -size.height, static_cast<std::uint32_t>(size.width) * 2};
 }
 
-using Conversion = void (*)(std::uint8_t*, const FrameShape&, const PixelKernels&);
+using Conversion = void (*)(const cam::Frame&, const PixelKernels&);
 
 // One contender for each kernel set, the fastest first; the frame is made anew before each run, since the
 // conversions work in place.
@@ -95,7 +94,7 @@ std::vector<Contender> KernelSets(Conversion conversion, Size size, const Bytes&
         contenders.push_back({OursWith(set),
                               [&input, &frame] { std::memcpy(frame.data(), input.data(), input.size()); },
                               [=, &frame] {
-                                  if (kernels) conversion(frame.data(), ShapeOf(size), *kernels);
+                                  if (kernels) conversion(FrameOf(frame, size), *kernels);
                                   return kernels != nullptr;
                               }});
     }
@@ -137,9 +136,9 @@ void RaceConversions(Size size) {
                                 if (!kernels) return false;
                                 // One row at a time into the same buffer, as the encoders do.
                                 for (int y = 0; y < size.height; ++y) {
-                                    kernels->rgb565RowToRgb888(rgb.data(),
-                                                               rgb565.data() + ShapeOf(size).stride * y,
-                                                               static_cast<std::size_t>(size.width));
+                                    kernels->rgb565RowToRgb888(
+                                        rgb.data(), rgb565.data() + std::size_t{2} * size.width * y,
+                                        static_cast<std::size_t>(size.width));
                                 }
                                 return true;
                             }});
@@ -153,10 +152,10 @@ void RaceConversions(Size size) {
 class MemorySink final : public ByteSink {
   public:
     explicit MemorySink(Bytes& target) : out(target) {}
-    bool Write(const void* bytes, std::size_t count) override {
-        if (count > out.size() - used) return false;
-        std::memcpy(out.data() + used, bytes, count);
-        used += count;
+    bool Write(std::span<const std::uint8_t> bytes) override {
+        if (bytes.size() > out.size() - used) return false;
+        std::memcpy(out.data() + used, bytes.data(), bytes.size());
+        used += bytes.size();
         return true;
     }
     bool Restart() override { return false; }
@@ -176,8 +175,8 @@ class FileSink final : public ByteSink {
     FileSink(const FileSink&) = delete;
     FileSink& operator=(const FileSink&) = delete;
     ~FileSink() { close(file); }
-    bool Write(const void* bytes, std::size_t count) override {
-        return write(file, bytes, count) == static_cast<ssize_t>(count);
+    bool Write(std::span<const std::uint8_t> bytes) override {
+        return write(file, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
     }
     bool Restart() override { return false; }
 
@@ -195,10 +194,9 @@ void RaceJpegFiles(Size size) {
     Race("YUY2 frame to JPEG file", size,
          {{"Ocellus", warm,
            [&] {
-               Yuy2ToRgb565(frame.data(), ShapeOf(size));
+               Yuy2ToRgb565(FrameOf(frame, size));
                FileSink sink(path);
-               return EncodeJpeg(TopDown(frame.data(), size.width, -size.height, ShapeOf(size).stride),
-                                 kQuality, sink) == EncodeStatus::Done;
+               return EncodeJpeg(FrameOf(frame, size), kQuality, sink) == EncodeStatus::Done;
            }},
           {"OpenCV, YUY2 to BGR, imwrite", warm,
            [&] { return OpenCvJpegFile(frame, size, kQuality, bgr, path); }}},
@@ -210,10 +208,9 @@ void RaceJpegFiles(Size size) {
 void RaceEncoders(Size size) {
     const std::size_t pixels = static_cast<std::size_t>(size.width) * size.height;
     const Bytes yuy2 = MakeYuy2(size);
-    const Bytes rgb565 = MakeRgb565(size);
+    Bytes rgb565 = MakeRgb565(size);
     const Bytes rgb888 = Rgb888Of(rgb565);
     Bytes frame(pixels * 2), out(pixels * 4 + 65536);
-    [[maybe_unused]] const auto rows = TopDown(rgb565.data(), size.width, -size.height, ShapeOf(size).stride);
 #ifdef CAM_HAVE_JPEG
     Race("JPEG in memory", size,
          {{"libjpeg-turbo alone, from RGB888", {}, [&] { return JpegAlone(rgb888, size, kQuality, out); }},
@@ -221,14 +218,13 @@ void RaceEncoders(Size size) {
            {},
            [&] {
                MemorySink sink(out);
-               return EncodeJpeg(rows, kQuality, sink) == EncodeStatus::Done;
+               return EncodeJpeg(FrameOf(rgb565, size), kQuality, sink) == EncodeStatus::Done;
            }},
           {"Ocellus, from YUY2", [&] { std::memcpy(frame.data(), yuy2.data(), yuy2.size()); },
            [&] {
-               Yuy2ToRgb565(frame.data(), ShapeOf(size));
+               Yuy2ToRgb565(FrameOf(frame, size));
                MemorySink sink(out);
-               return EncodeJpeg(TopDown(frame.data(), size.width, -size.height, ShapeOf(size).stride),
-                                 kQuality, sink) == EncodeStatus::Done;
+               return EncodeJpeg(FrameOf(frame, size), kQuality, sink) == EncodeStatus::Done;
            }}},
          static_cast<int>(60'000'000 / pixels));
     RaceJpegFiles(size);
@@ -240,7 +236,7 @@ void RaceEncoders(Size size) {
            {},
            [&] {
                MemorySink sink(out);
-               return EncodePng(rows, sink) == EncodeStatus::Done;
+               return EncodePng(FrameOf(rgb565, size), sink) == EncodeStatus::Done;
            }}},
          static_cast<int>(15'000'000 / pixels) + 1);
 #endif

@@ -7,7 +7,6 @@
 #include <memory>
 #include <vector>
 
-#include "still/image_writer.h"
 #include "still/encoders/picture_writers.h"
 #include "still/text/text_stamp.h"
 
@@ -48,14 +47,8 @@ std::unique_ptr<wchar_t[]> Copy(const wchar_t* text) {
     return copy;
 }
 
-StillPicture MakePicture(Size size) {
-    StillPicture picture;
-    picture.formatCode = kFormatRgb565;
-    picture.width = size.width;
-    picture.height = size.height;
-    picture.stride = static_cast<DWORD>(size.width) * 2;
-    picture.fileName = Copy(kFile);
-    return picture;
+DWORD StrideOf(Size size) {
+    return static_cast<DWORD>(cam::RowStride(static_cast<DWORD>(size.width)));
 }
 
 void BareWrite(const BYTE* bytes, DWORD count) {
@@ -67,17 +60,18 @@ void BareWrite(const BYTE* bytes, DWORD count) {
 }
 
 void MeasureFile(Size size) {
-    StillPicture picture = MakePicture(size);
+    StillPicture picture;
+    picture.fileName = Copy(kFile);
     // In pages of its own, as a sample's buffer is.
-    const DWORD fileSize = picture.stride * static_cast<DWORD>(size.height) + 66;
-    const auto frame =
+    const DWORD fileSize = StrideOf(size) * static_cast<DWORD>(size.height) + 66;
+    const auto bytes =
         static_cast<BYTE*>(VirtualAlloc(nullptr, fileSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
-    if (!frame) return;
-    std::fill(frame, frame + fileSize, BYTE{1});
-    ImageWriter(picture, frame).Prepare();
+    if (!bytes) return;
+    std::fill(bytes, bytes + fileSize, BYTE{1});
+    const cam::Frame frame = {{bytes, fileSize}, size.width, size.height, StrideOf(size)};
     std::vector<double> bare, bmp;
     for (int round = 0; round < kRounds; ++round) {
-        const auto writeBare = [&] { bare.push_back(Timed([&] { BareWrite(frame, fileSize); })); };
+        const auto writeBare = [&] { bare.push_back(Timed([&] { BareWrite(bytes, fileSize); })); };
         const auto writeBmp = [&] { bmp.push_back(Timed([&] { WriteBmp(picture, frame); })); };
         // Each has to follow each: what a write leaves in the cache serves the next one.
         if (round % 2) writeBare();
@@ -89,7 +83,7 @@ void MeasureFile(Size size) {
     std::printf("BMP %ld x %ld: %.3f ms, bare write %.3f ms: %.2f (medians: %.3f, %.3f: %.2f)\n", size.width,
                 size.height, bmp[0], bare[0], bmp[0] / bare[0], bmp[kRounds / 2], bare[kRounds / 2],
                 bmp[kRounds / 2] / bare[kRounds / 2]);
-    VirtualFree(frame, 0, MEM_RELEASE);
+    VirtualFree(bytes, 0, MEM_RELEASE);
     DeleteFileW(kFile);
 }
 
@@ -98,16 +92,16 @@ void MeasureStamp(Size size, LONG fontHeight, DWORD colorWord) {
     wanted.lfHeight = fontHeight;
     std::wcscpy(wanted.lfFaceName, L"DejaVu Sans");
     const HFONT font = CreateFontIndirectW(&wanted);
-    StillPicture picture = MakePicture(size);
-    std::vector<BYTE> frame(picture.stride * static_cast<DWORD>(size.height));
-    ImageWriter(picture, frame.data()).Prepare();
+    StillPicture picture;
+    std::vector<BYTE> bytes(StrideOf(size) * static_cast<DWORD>(size.height));
+    const cam::Frame frame = {bytes, size.width, size.height, StrideOf(size)};
     std::vector<double> times;
     for (int round = 0; round < kRounds; ++round) {
         picture.overlayText = Copy(L"Ward 7, bed 12, 24 chars\n2026-11-21 12:30:45 here");
         picture.textPosition = 10;
         picture.colorWord = colorWord;
         picture.textFont = font;
-        times.push_back(Timed([&] { StampText(picture, frame.data()); }));
+        times.push_back(Timed([&] { StampText(picture, frame); }));
     }
     DeleteObject(font);
     std::printf("Two lines of 24 characters, %ld pixels high, colour word 0x%08lX: first %.3f ms", fontHeight,

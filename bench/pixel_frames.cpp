@@ -30,8 +30,7 @@ Bytes MakeYuy2(Size size) {
 
 Bytes MakeRgb565(Size size) {
     Bytes frame = MakeYuy2(size);
-    const auto width = static_cast<std::uint32_t>(size.width);
-    still::Yuy2ToRgb565(frame.data(), {width, static_cast<std::uint32_t>(size.height), width * 2});
+    still::Yuy2ToRgb565({frame, size.width, size.height, static_cast<std::uint32_t>(size.width) * 2});
     return frame;
 }
 

@@ -109,9 +109,12 @@ void PackRowYuy2(const Pixel* in, int width, BYTE* out) {
 }  // namespace
 
 void Pack(const Picture& picture, const Format& format, BYTE* sample) {
-    const auto stride = static_cast<std::ptrdiff_t>(format.Stride());
+    const cam::Frame frame = {{sample, static_cast<std::size_t>(format.SampleSize())},
+                              format.width,
+                              format.topDown ? -format.height : format.height,
+                              static_cast<DWORD>(format.Stride())};
     for (int y = 0; y < format.height; ++y) {
-        BYTE* out = sample + stride * (format.topDown ? y : format.height - 1 - y);
+        BYTE* out = frame.Row(static_cast<DWORD>(y)).data();
         const Pixel* in = picture.Row(y);
         if (format.layout == Layout::Yuy2) {
             PackRowYuy2(in, format.width, out);

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "base/frame.h"
 #include "filter_base/media_type.h"
 #include "scene/picture.h"
 
@@ -16,8 +17,8 @@ struct Format {
     int height = 0;
     bool topDown = false;
 
-    // Bytes from row to row: 16 bits a pixel, rows padded to 4 bytes.
-    int Stride() const { return (width * 2 + 3) / 4 * 4; }
+    // Bytes from row to row: 16 bits a pixel.
+    int Stride() const { return static_cast<int>(cam::RowStride(static_cast<unsigned>(width))); }
     int SampleSize() const { return Stride() * height; }
 };
 

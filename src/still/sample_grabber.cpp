@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "base/hresult.h"
 #include "still/frame_format.h"
 
 namespace cam::still {
@@ -37,10 +38,11 @@ HRESULT SampleGrabberFilter::GetMediaType(int position, filter_base::MediaType& 
 HRESULT SampleGrabberFilter::SetMediaType(PIN_DIRECTION, const AM_MEDIA_TYPE& type) {
     const VIDEOINFOHEADER* info = CompleteVideoInfo(type);
     if (!info || CheckInputType(type) != S_OK) return E_FAIL;
-    const auto format = format_.Locked();
-    const HRESULT result = format->type.CopyFrom(type);
-    if (SUCCEEDED(result)) format->geometry = GeometryOf(type, *info);
-    return result;
+    const auto accepted = format.Locked();
+    CAM_RETURN_IF_FAILED(accepted->type.CopyFrom(type));
+    accepted->frame = FrameOf(*info);
+    accepted->sampleSize = type.lSampleSize;
+    return S_OK;
 }
 
 HRESULT SampleGrabberFilter::Transform(IMediaSample* sample) {
@@ -50,29 +52,31 @@ HRESULT SampleGrabberFilter::Transform(IMediaSample* sample) {
     if (FAILED(result)) return result;
     // The whole buffer, not the length of the data in it.
     const auto size = static_cast<DWORD>(sample->GetSize());
-    if (const camFrameCallback callback = callback_) {
-        const FrameGeometry geometry = format_.Locked()->geometry;
-        callback(frame, size, geometry.height, geometry.width, geometry.stride);
+    if (const camFrameCallback receiver = callback) {
+        const Frame measures = format.Locked()->frame;
+        receiver(frame, size, measures.height, measures.width, measures.stride);
     }
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE SampleGrabberFilter::SetCallback(camFrameCallback callback) {
-    callback_ = callback;
+HRESULT STDMETHODCALLTYPE SampleGrabberFilter::SetCallback(camFrameCallback newCallback) {
+    callback = newCallback;
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE SampleGrabberFilter::GetGeometry(FrameGeometry* geometry) {
     if (!geometry) return E_POINTER;
-    *geometry = format_.Locked()->geometry;
+    const auto accepted = format.Locked();
+    const Frame& frame = accepted->frame;
+    *geometry = {frame.height, frame.width, accepted->sampleSize, frame.stride};
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE SampleGrabberFilter::GetInputMediaType(AM_MEDIA_TYPE* type) {
     if (!type) return E_POINTER;
     *type = AM_MEDIA_TYPE{};
-    const auto format = format_.Locked();
-    return format->type.empty() ? VFW_E_NOT_CONNECTED : filter_base::CopyMediaType(format->type, *type);
+    const auto accepted = format.Locked();
+    return accepted->type.empty() ? VFW_E_NOT_CONNECTED : filter_base::CopyMediaType(accepted->type, *type);
 }
 
 filter_base::ComObject* CreateSampleGrabber(IUnknown* outer, HRESULT* result) {

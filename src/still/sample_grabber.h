@@ -3,6 +3,7 @@
 
 #include <atomic>
 
+#include "base/frame.h"
 #include "base/lock.h"
 #include "filter_base/transform_in_place.h"
 #include "still/filter_interfaces.h"
@@ -26,18 +27,20 @@ class SampleGrabberFilter final
     HRESULT Transform(IMediaSample* sample) override;
 
     // ISampleGrabberControl
-    HRESULT STDMETHODCALLTYPE SetCallback(camFrameCallback callback) override;
+    HRESULT STDMETHODCALLTYPE SetCallback(camFrameCallback newCallback) override;
     HRESULT STDMETHODCALLTYPE GetGeometry(FrameGeometry* geometry) override;
     HRESULT STDMETHODCALLTYPE GetInputMediaType(AM_MEDIA_TYPE* type) override;
 
   private:
+    // Of the type accepted last.
     struct Format {
-        filter_base::MediaType type;  // accepted last
-        FrameGeometry geometry = {};
+        filter_base::MediaType type;
+        Frame frame;  // without bytes
+        DWORD sampleSize = 0;
     };
 
-    std::atomic<camFrameCallback> callback_ = nullptr;  // read once for every frame
-    Guarded<Format> format_;                            // changed by the *streaming* thread while frames flow
+    std::atomic<camFrameCallback> callback = nullptr;  // read once for every frame
+    Guarded<Format> format;                            // changed by the *streaming* thread while frames flow
 };
 
 // A sample grabber with a count of 0 (ComObject). Null when there is no memory, and then E_OUTOFMEMORY in

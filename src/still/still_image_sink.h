@@ -2,13 +2,13 @@
 #pragma once
 
 #include <atomic>
-#include <memory>
 
+#include "base/frame.h"
 #include "base/lock.h"
 #include "base/unique_resource.h"
 #include "filter_base/renderer.h"
 #include "still/filter_interfaces.h"
-#include "still/still_picture.h"
+#include "still/image_writer.h"
 
 namespace cam::still {
 
@@ -38,35 +38,33 @@ class StillImageSinkFilter final
     HRESULT CheckMediaType(const AM_MEDIA_TYPE& type) override;
 
     // IStillImageSinkControl
-    HRESULT STDMETHODCALLTYPE SetCallback(camFrameCallback callback) override;
+    HRESULT STDMETHODCALLTYPE SetCallback(camFrameCallback newCallback) override;
     HRESULT STDMETHODCALLTYPE SetFileName(const wchar_t* name) override;
     HRESULT STDMETHODCALLTYPE SetQualityLevel(int level) override;
     HRESULT STDMETHODCALLTYPE SetText(UINT_PTR text, UINT_PTR length, UINT_PTR position, UINT_PTR colorWord,
                                       UINT_PTR font) override;
-    HRESULT STDMETHODCALLTYPE GetBitmap(HBITMAP* bitmap) override;
+    HRESULT STDMETHODCALLTYPE GetBitmap(HBITMAP* handle) override;
 
   private:
     // What the setters leave for the next picture.
     struct Settings {
+        StillPicture picture;
         bool hasFileName = false;  // a null name counts
-        std::unique_ptr<wchar_t[]> fileName;
-        BYTE qualityLevel = 0;
-        bool hasText = false;  // a text that was taken away counts
-        std::unique_ptr<wchar_t[]> text;
-        DWORD textPosition = 0;
-        DWORD colorWord = 0;
-        HFONT font = nullptr;
+        bool hasText = false;      // a text that was taken away counts
     };
 
     void TakeSettings();
-    bool HoldsFrame(IMediaSample& sample) const;
-    void MakePicture(BYTE* frame);
+    void MakePicture(const Frame& frame);
 
-    UniqueHandle savedEvent_;
-    StillPicture picture_;  // *streaming* while frames flow
-    UniquePictureBitmap bitmap_;
-    std::atomic<camFrameCallback> callback_ = nullptr;
-    Guarded<Settings> settings_;
+    UniqueHandle savedEvent;
+    // Written when a type is agreed upon.
+    PixelFormat pixels = PixelFormat::None;
+    Frame format;  // without bytes
+    DWORD sampleSize = 0;
+    StillPicture picture;  // *streaming*: what was taken over last
+    UniquePictureBitmap bitmap;
+    std::atomic<camFrameCallback> callback = nullptr;
+    Guarded<Settings> settings;
 };
 
 // A still image sink with a count of 0 (ComObject). Null when there is no memory, and then E_OUTOFMEMORY in

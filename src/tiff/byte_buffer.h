@@ -3,15 +3,17 @@
 
 #include <stdint.h>
 
+#include <span>
+
 namespace cam::tiff {
 
 // Owns its block. Nothing here throws; every failure is a false result, and the contents stay as they were. One thread at a
 // time.
 class ByteBuffer {
   public:
-    // `capacity` in bytes. A buffer that is not `growable` refuses what does not fit. When the block cannot be allocated,
+    // `initialCapacity` in bytes. A buffer that may not grow refuses what does not fit. When the block cannot be allocated,
     // Data() is null and every write fails.
-    ByteBuffer(uint32_t capacity, bool growable);
+    ByteBuffer(uint32_t initialCapacity, bool mayGrow);
     ~ByteBuffer();
     ByteBuffer(const ByteBuffer&) = delete;
     ByteBuffer& operator=(const ByteBuffer&) = delete;
@@ -38,19 +40,20 @@ class ByteBuffer {
     // Fills a partly written byte with `fillBit`.
     void PadToByte(uint32_t fillBit);
 
-    // Takes `length` bytes that were written directly to Data() as the contents.
-    bool SetLength(uint32_t length);
+    // Takes `newLength` bytes that were written directly to Data() as the contents.
+    bool SetLength(uint32_t newLength);
 
     // While frozen every write fails.
-    void SetFrozen(bool frozen) { frozen_ = frozen; }
+    void SetFrozen(bool on) { frozen = on; }
     // While set, the destructor leaves the block to somebody else, who frees it with delete[].
-    void SetBorrowed(bool borrowed) { borrowed_ = borrowed; }
+    void SetBorrowed(bool on) { borrowed = on; }
 
-    bool IsGrowable() const { return growable_ != 0; }
-    uint8_t* Data() { return data_; }
-    const uint8_t* Data() const { return data_; }
-    uint32_t Length() const { return length_; }
-    uint32_t Capacity() const { return capacity_; }
+    bool IsGrowable() const { return growable != 0; }
+    uint8_t* Data() { return data; }
+    const uint8_t* Data() const { return data; }
+    uint32_t Length() const { return length; }
+    std::span<const uint8_t> Bytes() const { return {data, length}; }
+    uint32_t Capacity() const { return capacity; }
 
   private:
     void ResetGrowthPolicy();
@@ -58,20 +61,20 @@ class ByteBuffer {
     void AdvanceBitWriter();
     void UpdateLengthFromBits();
 
-    uint32_t growthIncrement_;
-    uint32_t reserveCalls_;
-    uint8_t exactNextGrowth_;
-    uint8_t growable_;
-    uint8_t frozen_ = 0;
-    uint8_t borrowed_ = 0;
-    [[maybe_unused]] uint32_t reserved_ = 0;
-    uint32_t capacity_;
-    uint8_t* data_;  // capacity_ + 2 bytes; the one at length_ is 0
-    uint32_t length_ = 0;
-    uint32_t bitByteIndex_;  // the byte that the bit writer fills
-    uint32_t bitMask_;       // the bit to be written next; 0x80 at a byte boundary
-    uint32_t bitsInByte_;
-    uint32_t readOverrun_;  // of the bit reader, which is not part of this build
+    uint32_t growthIncrement;
+    uint32_t reserveCalls;
+    uint8_t exactNextGrowth;
+    uint8_t growable;
+    uint8_t frozen = 0;
+    uint8_t borrowed = 0;
+    [[maybe_unused]] uint32_t reserved = 0;
+    uint32_t capacity;
+    uint8_t* data;  // capacity + 2 bytes; the one at length is 0
+    uint32_t length = 0;
+    uint32_t bitByteIndex;  // the byte that the bit writer fills
+    uint32_t bitMask;       // the bit to be written next; 0x80 at a byte boundary
+    uint32_t bitsInByte;
+    uint32_t readOverrun;  // of the bit reader, which is not part of this build
 };
 
 }  // namespace cam::tiff

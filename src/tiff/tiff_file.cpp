@@ -2,7 +2,6 @@
 
 #include <string.h>
 
-#include "base/frame.h"
 #include "tiff/encode_g4.h"
 #include "tiff/g4_output.h"
 #include "tiff/tiff_kernels.h"
@@ -11,7 +10,24 @@ namespace cam::tiff {
 namespace {
 
 // TIFF 6.0.
-enum FieldType : uint32_t { kAscii = 2, kShort = 3, kLong = 4, kRational = 5 };
+enum class TiffType : uint16_t { Ascii = 2, Short = 3, Long = 4, Rational = 5 };
+enum class TiffTag : uint16_t {
+    ImageWidth = 256,
+    ImageLength = 257,
+    BitsPerSample = 258,
+    Compression = 259,
+    PhotometricInterpretation = 262,
+    FillOrder = 266,
+    ImageDescription = 270,
+    StripOffsets = 273,
+    RowsPerStrip = 278,
+    StripByteCounts = 279,
+    XResolution = 282,
+    YResolution = 283,
+    T6Options = 293,
+    ResolutionUnit = 296,
+    TrailerOffset = 34171,  // private: where the data past the strip begin
+};
 constexpr uint32_t kLittleEndian = 0x4949;
 constexpr uint32_t kTiffVersion = 42;
 constexpr uint32_t kSignatureSize = 8;
@@ -24,25 +40,26 @@ constexpr uint32_t kNoCompression = 1;
 constexpr uint32_t kWhiteIsZero = 0;
 constexpr uint32_t kBlackIsZero = 1;
 constexpr uint32_t kT6Options = 32;
-constexpr uint32_t kTrailerTag = 34171;  // private: where the data behind the strip begin
+constexpr uint32_t kMostSignificantBitFirst = 1;
+constexpr uint32_t kNoAbsoluteUnit = 1;
 
 constexpr uint32_t kGroup4Entries = 13;
 constexpr uint32_t kOtherEntries = 12;
 
 class Directory {
   public:
-    explicit Directory(ByteBuffer& out) : out_(out) {}
+    explicit Directory(ByteBuffer& buffer) : out(buffer) {}
 
-    void Entry(uint32_t tag, FieldType type, uint32_t count, uint32_t value) {
-        out_.WriteUInt(tag, 2);
-        out_.WriteUInt(type, 2);
-        out_.WriteUInt(count, 4);
-        out_.WriteUInt(value, 4);
+    void Entry(TiffTag tag, TiffType type, uint32_t count, uint32_t value) {
+        out.WriteUInt(static_cast<uint32_t>(tag), 2);
+        out.WriteUInt(static_cast<uint32_t>(type), 2);
+        out.WriteUInt(count, 4);
+        out.WriteUInt(value, 4);
     }
-    void Entry(uint32_t tag, FieldType type, uint32_t value) { Entry(tag, type, 1, value); }
+    void Entry(TiffTag tag, TiffType type, uint32_t value) { Entry(tag, type, 1, value); }
 
   private:
-    ByteBuffer& out_;
+    ByteBuffer& out;
 };
 
 uint32_t DescriptionSize(const char* description) {
@@ -54,10 +71,6 @@ uint32_t InlineText(const char* text, uint32_t size) {
     uint32_t value = 0;
     for (uint32_t i = 0; i < size; ++i) value |= uint32_t{static_cast<uint8_t>(text[i])} << (8 * i);
     return value;
-}
-
-constexpr uint32_t RowStride(uint32_t width) {
-    return (width * 2 + 3) / 4 * 4;
 }
 
 }  // namespace
@@ -84,23 +97,24 @@ bool WriteTiffHeader(uint32_t width, uint32_t rows, uint32_t stripBytes, bool gr
     WriteTiffSignature(out);
     out.WriteUInt(entries, 2);
     Directory directory(out);
-    directory.Entry(256, kLong, width);
-    directory.Entry(257, kLong, rows);
-    directory.Entry(258, kShort, grey8 ? 8 : 1);
-    directory.Entry(259, kShort, compressed ? kGroup4Compression : kNoCompression);
-    directory.Entry(262, kShort, grey8 ? kBlackIsZero : kWhiteIsZero);
-    directory.Entry(266, kShort, 1);
+    directory.Entry(TiffTag::ImageWidth, TiffType::Long, width);
+    directory.Entry(TiffTag::ImageLength, TiffType::Long, rows);
+    directory.Entry(TiffTag::BitsPerSample, TiffType::Short, grey8 ? 8 : 1);
+    directory.Entry(TiffTag::Compression, TiffType::Short, compressed ? kGroup4Compression : kNoCompression);
+    directory.Entry(TiffTag::PhotometricInterpretation, TiffType::Short, grey8 ? kBlackIsZero : kWhiteIsZero);
+    directory.Entry(TiffTag::FillOrder, TiffType::Short, kMostSignificantBitFirst);
     if (description) {
-        directory.Entry(270, kAscii, textSize, textOutside ? text : InlineText(description, textSize));
+        directory.Entry(TiffTag::ImageDescription, TiffType::Ascii, textSize,
+                        textOutside ? text : InlineText(description, textSize));
     }
-    directory.Entry(273, kLong, strip);
-    directory.Entry(278, kLong, rows);
-    directory.Entry(279, kLong, stripBytes);
-    directory.Entry(282, kRational, resolutions);
-    directory.Entry(283, kRational, resolutions + kRationalSize);
-    if (compressed) directory.Entry(293, kLong, kT6Options);
-    directory.Entry(296, kShort, 1);
-    if (hasTrailer) directory.Entry(kTrailerTag, kLong, strip + stripBytes);
+    directory.Entry(TiffTag::StripOffsets, TiffType::Long, strip);
+    directory.Entry(TiffTag::RowsPerStrip, TiffType::Long, rows);
+    directory.Entry(TiffTag::StripByteCounts, TiffType::Long, stripBytes);
+    directory.Entry(TiffTag::XResolution, TiffType::Rational, resolutions);
+    directory.Entry(TiffTag::YResolution, TiffType::Rational, resolutions + kRationalSize);
+    if (compressed) directory.Entry(TiffTag::T6Options, TiffType::Long, kT6Options);
+    directory.Entry(TiffTag::ResolutionUnit, TiffType::Short, kNoAbsoluteUnit);
+    if (hasTrailer) directory.Entry(TiffTag::TrailerOffset, TiffType::Long, strip + stripBytes);
     out.WriteUInt(0, 4);  // no further directory
     for (int i = 0; i < 2; ++i) {
         out.WriteUInt(kDotsPerUnit, 4);
@@ -110,12 +124,11 @@ bool WriteTiffHeader(uint32_t width, uint32_t rows, uint32_t stripBytes, bool gr
     return true;
 }
 
-bool EncodeBilevelTiff(ByteBuffer& out, const uint8_t* pixels, int32_t width, int32_t height,
-                       const char* description, bool trailer) {
+bool EncodeBilevelTiff(ByteBuffer& out, const ConstFrame& picture, const char* description, bool trailer) {
     out.Clear();
-    const uint32_t rows = RowCount(height);
-    if (width < 0 || static_cast<uint32_t>(width) > kG4MaxWidth) return false;
-    const auto pixelsPerRow = static_cast<uint32_t>(width);
+    const uint32_t rows = picture.rows();
+    const auto pixelsPerRow = static_cast<uint32_t>(picture.width);
+    if (pixelsPerRow > kG4MaxWidth) return false;  // also one below 0
     const uint32_t paddedWidth = (pixelsPerRow + 7) / 8 * 8;
     const uint32_t bytesPerRow = paddedWidth / 8;
     const uint64_t rasterSize = uint64_t{bytesPerRow} * rows;
@@ -127,15 +140,11 @@ bool EncodeBilevelTiff(ByteBuffer& out, const uint8_t* pixels, int32_t width, in
         ByteBuffer raster(static_cast<uint32_t>(area), false);
         if (!raster.Data() || !compressed.Data()) return false;
         const TiffKernels& kernels = kTiffKernels.Fastest();
-        // The file's first row is the picture's top row, whichever way the rows lie in memory.
-        const size_t stride = RowStride(pixelsPerRow);
         uint8_t* bits = raster.Data();
-        for (uint32_t row = 0; row < rows; ++row, bits += bytesPerRow) {
-            const uint32_t source = height > 0 ? rows - 1 - row : row;
-            kernels.packPixels(pixels + source * stride, pixelsPerRow, bits);
-        }
+        for (uint32_t y = 0; y < rows; ++y, bits += bytesPerRow)
+            kernels.packPixels(picture.Row(y).data(), pixelsPerRow, bits);
         if (!raster.SetLength(static_cast<uint32_t>(rasterSize))) return false;
-        if (!EncodeG4({raster.Data(), raster.Length()}, paddedWidth, rows, compressed)) return false;
+        if (!EncodeG4(raster.Bytes(), paddedWidth, rows, compressed)) return false;
     }
     const uint32_t stripBytes = compressed.Length();
     WriteTiffHeader(paddedWidth, rows, stripBytes, false, true, description, out, trailer);

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "still/image_writer.h"
+#include "still/encoders/picture_writers.h"
 #include "still/test_picture.h"
 
 using namespace cam::still;
@@ -65,8 +65,8 @@ TEST_CASE("JPEG and PNG without memory for a row or for the output fail and leav
     for (const wchar_t* extension : {L".jpg", L".png"}) {
         for (const int allocations : {0, 1}) {
             const std::wstring name = InFolder(std::wstring(L"no_memory") + extension);
-            TestPicture picture(kFormatRgb565, 64, 48, name);
-            ImageWriter writer(picture.picture, picture.frame());
+            TestPicture picture(PixelFormat::Rgb565, 64, 48, name);
+            ImageWriter writer = picture.writer();
             writer.Prepare();
             DWORD result = 0;
             {
@@ -79,17 +79,28 @@ TEST_CASE("JPEG and PNG without memory for a row or for the output fail and leav
     }
 }
 
-TEST_CASE("without an info header a picture is neither stamped nor stored as BMP") {
-    const std::wstring name = InFolder(L"no_header.bmp");
-    TestPicture picture(kFormatRgb565, 64, 48, name);
-    picture.picture.overlayText = Copy(L"text");
-    ImageWriter writer(picture.picture, picture.frame());
+TEST_CASE(
+    "TIFF without memory for its output fails before the file is touched, and later cannot be encoded") {
+    const std::wstring name = InFolder(L"no_memory.tif");
+    WriteBytes(name, "kept");
+    TestPicture picture(PixelFormat::Rgb565, 64, 48, name);
+    for (const DWORD expected : {static_cast<DWORD>(E_OUTOFMEMORY), static_cast<DWORD>(ERROR_BAD_FORMAT)}) {
+        const Shortage shortage(expected == ERROR_BAD_FORMAT ? 1 : 0);
+        CHECK(WriteTiff(picture.picture, picture.frame) == expected);
+    }
+    CHECK(ReadBytes(name) == "kept");
+    DeleteFileW(name.c_str());
+}
+
+TEST_CASE("a BMP picture takes no memory") {
+    const std::wstring name = InFolder(L"no_memory.bmp");
+    TestPicture picture(PixelFormat::Rgb565, 64, 48, name);
+    DWORD result = ERROR_GEN_FAILURE;
     {
         const Shortage shortage(0);
-        writer.Prepare();
+        result = picture.prepareAndStore();
     }
-    CHECK(!picture.picture.infoHeader);
-    CHECK(picture.picture.overlayText);
-    CHECK(writer.Store() == static_cast<DWORD>(E_OUTOFMEMORY));
-    CHECK(!FileExists(name));
+    CHECK(result == 0);
+    CHECK(ReadBytes(name).size() == 66 + picture.frame.size());
+    DeleteFileW(name.c_str());
 }

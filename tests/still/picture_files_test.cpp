@@ -12,7 +12,6 @@
 #include <utility>
 
 #include "still/encoders/byte_sink.h"
-#include "still/image_writer.h"
 #include "still/encoders/jpeg_encoder.h"
 #include "still/encoders/jpeg_quality.h"
 #include "still/encoders/png_encoder.h"
@@ -25,9 +24,9 @@ namespace {
 // The same pixels in a form that needs no encoder, for comparison.
 void WritePpm(TestPicture& picture, const std::wstring& name) {
     std::string ppm =
-        "P6\n" + std::to_string(picture.picture.width) + " " + std::to_string(picture.rows()) + "\n255\n";
+        "P6\n" + std::to_string(picture.frame.width) + " " + std::to_string(picture.rows()) + "\n255\n";
     for (LONG y = 0; y < static_cast<LONG>(picture.rows()); ++y) {
-        for (LONG x = 0; x < picture.picture.width; ++x) {
+        for (LONG x = 0; x < picture.frame.width; ++x) {
             const int word = picture.word(x, y);
             ppm += static_cast<char>(std::lround((word >> 11) * 255.0 / 31));
             ppm += static_cast<char>(std::lround((word >> 5 & 63) * 255.0 / 63));
@@ -37,21 +36,15 @@ void WritePpm(TestPicture& picture, const std::wstring& name) {
     WriteBytes(name, ppm);
 }
 
-DWORD PrepareAndStore(TestPicture& picture) {
-    ImageWriter writer(picture.picture, picture.frame());
-    writer.Prepare();
-    return writer.Store();
-}
-
 class QualityKey {
   public:
     explicit QualityKey(int level)
-        : path_(L"Software\\Microsoft\\DirectShow\\ImageSink\\Quality\\" + std::to_wstring(level) +
-                L"\\JPG\\Quality") {}
-    ~QualityKey() { RegDeleteKeyW(HKEY_LOCAL_MACHINE, path_.c_str()); }
+        : path(L"Software\\Microsoft\\DirectShow\\ImageSink\\Quality\\" + std::to_wstring(level) +
+               L"\\JPG\\Quality") {}
+    ~QualityKey() { RegDeleteKeyW(HKEY_LOCAL_MACHINE, path.c_str()); }
     void set(DWORD type, const void* value, DWORD size) {
         HKEY key = nullptr;
-        REQUIRE(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+        REQUIRE(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                                 &key, nullptr) == ERROR_SUCCESS);
         REQUIRE(RegSetValueExW(key, L"Value", 0, type, static_cast<const BYTE*>(value), size) ==
                 ERROR_SUCCESS);
@@ -60,17 +53,16 @@ class QualityKey {
     void set(DWORD number) { set(REG_DWORD, &number, sizeof number); }
 
   private:
-    std::wstring path_;
+    std::wstring path;
 };
 
 // Takes a number of writes at each attempt, then no more.
 class FailingSink final : public ByteSink {
   public:
-    explicit FailingSink(std::vector<int> writesAtAttempt) : writesAtAttempt_(std::move(writesAtAttempt)) {}
-    bool Write(const void* some, std::size_t count) override {
-        if (writesAtAttempt_.at(attempts - 1)-- <= 0) return false;
-        const auto* from = static_cast<const std::uint8_t*>(some);
-        bytes.insert(bytes.end(), from, from + count);
+    explicit FailingSink(std::vector<int> writes) : writesAtAttempt(std::move(writes)) {}
+    bool Write(std::span<const std::uint8_t> some) override {
+        if (writesAtAttempt.at(attempts - 1)-- <= 0) return false;
+        bytes.insert(bytes.end(), some.begin(), some.end());
         return true;
     }
     bool Restart() override {
@@ -83,7 +75,7 @@ class FailingSink final : public ByteSink {
     std::vector<std::uint8_t> bytes;
 
   private:
-    std::vector<int> writesAtAttempt_;
+    std::vector<int> writesAtAttempt;
 };
 
 bool CanWrite(const std::wstring& name) {
@@ -104,11 +96,11 @@ TEST_CASE("a BMP file is header, masks and the frame as it lies in memory") {
         CAPTURE(size.width);
         CAPTURE(size.height);
         const std::wstring name = InFolder(L"layout.bmp");
-        TestPicture picture(kFormatRgb565, size.width, size.height, name);
+        TestPicture picture(PixelFormat::Rgb565, size.width, size.height, name);
         picture.paint();
-        REQUIRE(PrepareAndStore(picture) == 0);
+        REQUIRE(picture.prepareAndStore() == 0);
         const auto bytes = ReadBytes(name);
-        const DWORD imageBytes = picture.rows() * picture.picture.stride;
+        const DWORD imageBytes = picture.rows() * picture.frame.stride;
         REQUIRE(bytes.size() == 66 + imageBytes);
         CHECK(bytes.substr(0, 2) == "BM");
         std::vector<LONG> header(16);
@@ -116,7 +108,7 @@ TEST_CASE("a BMP file is header, masks and the frame as it lies in memory") {
         const LONG fileBytes = static_cast<LONG>(66 + imageBytes), oneOf16Bits = 1 | 16 << 16;
         CHECK(header == std::vector<LONG>{fileBytes, 0, 66, 40, size.width, size.height, oneOf16Bits, 3, 0,
                                           7559, 7559, 0, 0, 0xF800, 0x07E0, 0x001F});
-        CHECK(std::memcmp(bytes.data() + 66, picture.frame(), imageBytes) == 0);
+        CHECK(std::memcmp(bytes.data() + 66, picture.frame.bytes.data(), imageBytes) == 0);
     }
 }
 
@@ -127,10 +119,10 @@ TEST_CASE("pictures for other decoders") {
             const std::wstring name =
                 InFolder(std::to_wstring(size.width) + (size.height < 0 ? L"_down_" : L"_up_") +
                          std::to_wstring(cam::RowCount(size.height)));
-            TestPicture picture(kFormatRgb565, size.width, size.height, name + L"." + extension);
+            TestPicture picture(PixelFormat::Rgb565, size.width, size.height, name + L"." + extension);
             picture.paint();
             WritePpm(picture, name + L".ppm");
-            CHECK(PrepareAndStore(picture) == 0);
+            CHECK(picture.prepareAndStore() == 0);
         }
     }
 }
@@ -149,11 +141,11 @@ TEST_CASE("JPEG quality comes from the level's own registry key") {
         CHECK(JpegQuality(255) == -1);
         for (const BYTE level : {0, 1}) {
             const std::wstring name = InFolder(level ? L"quality_50" : L"quality_90");
-            TestPicture picture(kFormatRgb565, 160, 100, name + L".jpg");
+            TestPicture picture(PixelFormat::Rgb565, 160, 100, name + L".jpg");
             picture.paint();
             picture.picture.qualityLevel = level;
             WritePpm(picture, name + L".ppm");
-            CHECK(PrepareAndStore(picture) == 0);
+            CHECK(picture.prepareAndStore() == 0);
         }
     }
     SUBCASE("a level that has no key") {
@@ -185,28 +177,28 @@ TEST_CASE("the extension chooses the format, in any case") {
         CAPTURE(std::string(c.name, c.name + std::wcslen(c.name)));
         const std::wstring name = InFolder(c.name);
         DeleteFileW(name.c_str());
-        TestPicture picture(kFormatRgb565, 32, 32, name);
+        TestPicture picture(PixelFormat::Rgb565, 32, 32, name);
         picture.paint();
-        CHECK(PrepareAndStore(picture) == 0);
+        CHECK(picture.prepareAndStore() == 0);
         CHECK(FileExists(name) == !c.start.empty());
         CHECK(ReadBytes(name).substr(0, 2) == c.start);
     }
-    TestPicture unnamed(kFormatRgb565, 32, 32);
-    CHECK(PrepareAndStore(unnamed) == 0);
+    TestPicture unnamed(PixelFormat::Rgb565, 32, 32);
+    CHECK(unnamed.prepareAndStore() == 0);
 }
 
 TEST_CASE("a file that cannot be created fails the picture and leaves nothing") {
     for (const wchar_t* extension : {L".bmp", L".jpg", L".png"}) {
         CAPTURE(std::string(extension, extension + 4));
         const std::wstring missing = std::wstring(L"no_such_folder\\a") + extension;
-        TestPicture picture(kFormatRgb565, 64, 48, missing);
-        CHECK(PrepareAndStore(picture) == 0x80000000 + ERROR_PATH_NOT_FOUND);
+        TestPicture picture(PixelFormat::Rgb565, 64, 48, missing);
+        CHECK(picture.prepareAndStore() == 0x80000000 + ERROR_PATH_NOT_FOUND);
         CHECK(!FileExists(missing));
 
         const std::wstring folder = InFolder(std::wstring(L"taken") + extension);
         CreateDirectoryW(folder.c_str(), nullptr);
-        TestPicture overFolder(kFormatRgb565, 64, 48, folder);
-        CHECK((PrepareAndStore(overFolder) & 0x80000000) != 0);
+        TestPicture overFolder(PixelFormat::Rgb565, 64, 48, folder);
+        CHECK((overFolder.prepareAndStore() & 0x80000000) != 0);
         CHECK(FileExists(folder));
 
         // A file that somebody else has open is neither replaced nor deleted.
@@ -214,14 +206,14 @@ TEST_CASE("a file that cannot be created fails the picture and leaves nothing") 
         WriteBytes(held, "kept");
         const HANDLE holder = CreateFileW(held.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
         REQUIRE(holder != INVALID_HANDLE_VALUE);
-        TestPicture overHeld(kFormatRgb565, 64, 48, held);
-        CHECK(PrepareAndStore(overHeld) == 0x80000000 + ERROR_SHARING_VIOLATION);
+        TestPicture overHeld(PixelFormat::Rgb565, 64, 48, held);
+        CHECK(overHeld.prepareAndStore() == 0x80000000 + ERROR_SHARING_VIOLATION);
         CloseHandle(holder);
         CHECK(ReadBytes(held) == "kept");
         // Nor is a read-only one, where the attribute binds (it does not for a superuser under Wine).
         SetFileAttributesW(held.c_str(), FILE_ATTRIBUTE_READONLY);
         if (!CanWrite(held)) {
-            CHECK(PrepareAndStore(overHeld) == 0x80000000 + ERROR_ACCESS_DENIED);
+            CHECK(overHeld.prepareAndStore() == 0x80000000 + ERROR_ACCESS_DENIED);
             CHECK(ReadBytes(held) == "kept");
         }
         SetFileAttributesW(held.c_str(), FILE_ATTRIBUTE_NORMAL);
@@ -232,20 +224,21 @@ TEST_CASE("a file that cannot be created fails the picture and leaves nothing") 
 
 TEST_CASE("a picture that the library refuses is deleted again") {
     const std::wstring jpeg = InFolder(L"too_wide.jpg");
-    TestPicture wide(kFormatRgb565, 65501, 1, jpeg);
-    CHECK((PrepareAndStore(wide) & 0x80000000) != 0);
+    TestPicture wide(PixelFormat::Rgb565, 65501, 1, jpeg);
+    CHECK((wide.prepareAndStore() & 0x80000000) != 0);
     CHECK(!FileExists(jpeg));
 
     const std::wstring png = InFolder(L"no_rows.png");
-    TestPicture empty(kFormatRgb565, 8, 0, png);
-    CHECK((PrepareAndStore(empty) & 0x80000000) != 0);
+    TestPicture empty(PixelFormat::Rgb565, 8, 0, png);
+    CHECK((empty.prepareAndStore() & 0x80000000) != 0);
     CHECK(!FileExists(png));
 
     // A frame that cannot be read: the headers are written, the pixels are not.
     const std::wstring bmp = InFolder(L"unreadable.bmp");
-    TestPicture unreadable(kFormatRgb565, 640, 480, bmp);
-    ImageWriter(unreadable.picture, unreadable.frame()).Prepare();
-    CHECK((WriteBmp(unreadable.picture, reinterpret_cast<const BYTE*>(UINT_PTR{16})) & 0x80000000) != 0);
+    TestPicture unreadable(PixelFormat::Rgb565, 640, 480, bmp);
+    unreadable.writer().Prepare();
+    unreadable.frame.bytes = {reinterpret_cast<BYTE*>(UINT_PTR{16}), unreadable.frame.bytes.size()};
+    CHECK((WriteBmp(unreadable.picture, unreadable.frame) & 0x80000000) != 0);
     CHECK(!FileExists(bmp));
 }
 
@@ -264,42 +257,40 @@ TEST_CASE("a device that takes no more ends the picture with the device's error"
             ReadFile(pipe, some, sizeof some, &read, nullptr);
             CloseHandle(pipe);
         });
-        TestPicture picture(kFormatRgb565, 640, 480, name);
+        TestPicture picture(PixelFormat::Rgb565, 640, 480, name);
         picture.paint();
-        const DWORD result = PrepareAndStore(picture);
+        const DWORD result = picture.prepareAndStore();
         reader.join();
         CHECK(result > 0x80000000);
     }
 }
 
 TEST_CASE("encoders end when the sink takes no more, wherever that is") {
-    TestPicture picture(kFormatRgb565, 1600, 1200);
+    TestPicture picture(PixelFormat::Rgb565, 1600, 1200);
     std::uint32_t noise = 1;
-    for (DWORD i = 0; i < picture.picture.sampleSize; ++i) {
+    for (BYTE& byte : picture.frame.bytes) {
         noise = noise * 1664525 + 1013904223;
-        picture.frame()[i] = static_cast<BYTE>(noise >> 24);
+        byte = static_cast<BYTE>(noise >> 24);
     }
-    const FrameRows rows = TopDown(picture.frame(), 1600, 1200, picture.picture.stride);
     for (const int writes : {0, 1, 5}) {
         CAPTURE(writes);
         FailingSink jpegSink({writes});
-        CHECK(EncodeJpeg(rows, 90, jpegSink) == EncodeStatus::Failed);
+        CHECK(EncodeJpeg(picture.frame, 90, jpegSink) == EncodeStatus::Failed);
         CHECK(jpegSink.attempts == 1);
         FailingSink pngSink({writes, 0, writes});
-        CHECK(EncodePng(rows, pngSink) == EncodeStatus::Failed);
+        CHECK(EncodePng(picture.frame, pngSink) == EncodeStatus::Failed);
         CHECK(pngSink.attempts == 3);
     }
 }
 
 TEST_CASE("a PNG that failed for a moment is whole all the same") {
-    TestPicture picture(kFormatRgb565, 320, 240);
+    TestPicture picture(PixelFormat::Rgb565, 320, 240);
     picture.paint();
-    const FrameRows rows = TopDown(picture.frame(), 320, 240, picture.picture.stride);
     constexpr int kAll = 1000;
     FailingSink undisturbed({kAll});
-    REQUIRE(EncodePng(rows, undisturbed) == EncodeStatus::Done);
+    REQUIRE(EncodePng(picture.frame, undisturbed) == EncodeStatus::Done);
     FailingSink disturbed({0, 0, kAll});
-    CHECK(EncodePng(rows, disturbed) == EncodeStatus::Done);
+    CHECK(EncodePng(picture.frame, disturbed) == EncodeStatus::Done);
     CHECK(disturbed.attempts == 3);
     CHECK(disturbed.bytes == undisturbed.bytes);
 }

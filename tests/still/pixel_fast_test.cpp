@@ -34,7 +34,7 @@ std::vector<NamedKernels> FastKernels() {
 
 struct NamedConversion {
     const char* name;
-    void (*run)(std::uint8_t*, const FrameShape&, const PixelKernels&);
+    void (*run)(const cam::Frame&, const PixelKernels&);
 };
 constexpr NamedConversion kConversions[] = {{"Yuy2ToRgb565", Yuy2ToRgb565},
                                             {"Yuy2ToGrey", Yuy2ToGrey},
@@ -102,18 +102,22 @@ TEST_CASE("frames of every width agree, flush against unreadable memory") {
         for (std::uint32_t width = 1; width <= 70; ++width) {
             // With odd ones rows begin at any address, and every width sees noise as well as edges.
             for (const std::uint32_t padding : {0, 1, 2, 4, 7, 12}) {
-                const FrameShape shape = {width, 1 + width % 5, (width * 2 + 3) / 4 * 4 + padding};
+                const auto stride = static_cast<std::uint32_t>(cam::RowStride(width)) + padding;
+                const std::int32_t rows = 1 + width % 5;
+                const auto frameOf = [&](std::span<std::uint8_t> bytes) {
+                    return cam::Frame{bytes, static_cast<std::int32_t>(width), rows, stride};
+                };
                 CAPTURE(width);
                 CAPTURE(padding);
-                const Bytes input = HostileBytes(shape.size(), width * 3 + padding);
+                const Bytes input = HostileBytes(rows * stride, width * 3 + padding);
                 for (const auto& conversion : kConversions) {
                     CAPTURE(conversion.name);
                     Bytes expected = input;
-                    conversion.run(expected.data(), shape, kPlainPixelKernels);
+                    conversion.run(frameOf(expected), kPlainPixelKernels);
                     for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
-                        const GuardedMemory frame(input.data(), input.size(), flush);
-                        conversion.run(frame.data(), shape, *fast.pixels);
-                        CHECK(std::memcmp(frame.data(), expected.data(), expected.size()) == 0);
+                        const GuardedMemory memory(input.data(), input.size(), flush);
+                        conversion.run(frameOf({memory.data(), input.size()}), *fast.pixels);
+                        CHECK(std::memcmp(memory.data(), expected.data(), expected.size()) == 0);
                     }
                 }
             }

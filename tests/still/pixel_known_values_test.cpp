@@ -53,7 +53,7 @@ TEST_CASE("YUY2 becomes RGB565 by the integer formula") {
             CAPTURE(c.u);
             std::vector<std::uint8_t> frame;
             for (int pair = 0; pair < 40; ++pair) frame.insert(frame.end(), {c.y0, c.u, c.y1, c.v});
-            Yuy2ToRgb565(frame.data(), {80, 1, 160}, *kernels);
+            Yuy2ToRgb565({frame, 80, 1, 160}, *kernels);
             for (std::size_t pair : {0, 17, 39}) {
                 CHECK(WordAt(frame, 2 * pair) == c.first);
                 CHECK(WordAt(frame, 2 * pair + 1) == c.second);
@@ -67,7 +67,7 @@ TEST_CASE("an odd width ends with one pixel of its pair and leaves the padding")
         CAPTURE(kernels);
         std::vector<std::uint8_t> frame = {16, 128, 235, 128, 81,  128, 99, 128, 0xAA, 0xBB, 0xCC, 0xDD,
                                            81, 128, 16,  128, 235, 128, 77, 128, 0x11, 0x22, 0x33, 0x44};
-        Yuy2ToRgb565(frame.data(), {3, 2, 12}, *kernels);
+        Yuy2ToRgb565({frame, 3, 2, 12}, *kernels);
         const std::vector<std::uint8_t> expected = {0x00, 0x00, 0xFF, 0xFF, 0x69, 0x4A, 99,   128,
                                                     0xAA, 0xBB, 0xCC, 0xDD, 0x69, 0x4A, 0x00, 0x00,
                                                     0xFF, 0xFF, 77,   128,  0x11, 0x22, 0x33, 0x44};
@@ -90,7 +90,7 @@ TEST_CASE("grey of RGB565 is its blue alone") {
                 frame.push_back(static_cast<std::uint8_t>(c.word));
                 frame.push_back(static_cast<std::uint8_t>(c.word >> 8));
             }
-            Rgb565ToGrey(frame.data(), {70, 1, 140}, *kernels);
+            Rgb565ToGrey({frame, 70, 1, 140}, *kernels);
             for (int x = 0; x < 70; ++x) CHECK(frame[x] == c.grey);
         }
     }
@@ -99,21 +99,20 @@ TEST_CASE("grey of RGB565 is its blue alone") {
 TEST_CASE("grey is packed to the front and expanded from there over padded rows") {
     for (const PixelKernels* kernels : AllKernels()) {
         CAPTURE(kernels);
-        const FrameShape shape = {37, 5, 80};
-        std::vector<std::uint8_t> frame(shape.size());
-        for (std::size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<std::uint8_t>(i * 29 + i / 80);
-        const std::vector<std::uint8_t> before = frame;
-        Yuy2ToGrey(frame.data(), shape, *kernels);
-        for (std::uint32_t y = 0; y < shape.rows; ++y) {
-            for (std::uint32_t x = 0; x < shape.width; ++x) {
-                CHECK(frame[y * shape.width + x] == before[y * shape.stride + 2 * x]);
-            }
+        constexpr int kWidth = 37, kStride = 80;
+        std::vector<std::uint8_t> bytes(5 * kStride);
+        const cam::Frame frame = {bytes, kWidth, 5, kStride};
+        for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 29 + i / 80);
+        const std::vector<std::uint8_t> before = bytes;
+        Yuy2ToGrey(frame, *kernels);
+        for (int y = 0; y < 5; ++y) {
+            for (int x = 0; x < kWidth; ++x) CHECK(bytes[y * kWidth + x] == before[y * kStride + 2 * x]);
         }
-        ExpandGrey(frame.data(), shape, *kernels);
-        for (std::uint32_t y = 0; y < shape.rows; ++y) {
-            for (std::uint32_t x = 0; x < shape.width; ++x) {
-                const std::uint16_t expected = before[y * shape.stride + 2 * x] ? 0xFFFF : 0;
-                CHECK(WordAt(frame, y * shape.stride / 2 + x) == expected);
+        ExpandGrey(frame, *kernels);
+        for (int y = 0; y < 5; ++y) {
+            for (int x = 0; x < kWidth; ++x) {
+                const std::uint16_t expected = before[y * kStride + 2 * x] ? 0xFFFF : 0;
+                CHECK(WordAt(bytes, y * kStride / 2 + x) == expected);
             }
         }
     }

@@ -1,15 +1,17 @@
-// Pictures for the tests of the still room.
+// Pictures for the tests of the still pipeline.
 #pragma once
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cwchar>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "still/still_picture.h"
+#include "base/frame.h"
+#include "still/image_writer.h"
 #include "test_files.h"
 
 // Where the tests leave pictures for the decoders that judge them afterwards; below the current folder.
@@ -26,30 +28,32 @@ inline std::unique_ptr<wchar_t[]> Copy(const std::wstring& text) {
     return copy;
 }
 
-// A frame and what the sink would know of it. Frames are kept with a margin of known bytes on both sides.
+// A frame, what the sink would know of it and what an application has set. Frames are kept with a margin of known
+// bytes on both sides.
 struct TestPicture {
     static constexpr std::size_t kMargin = 4096;
     static constexpr std::uint8_t kMarginByte = 0xA5;
 
-    TestPicture(LONG format, LONG width, LONG height, const std::wstring& fileName = {}) {
-        picture.formatCode = format;
-        picture.width = width;
-        picture.height = height;
-        picture.stride = static_cast<DWORD>((width * 2 + 3) / 4 * 4);
-        picture.sampleSize = cam::RowCount(height) * picture.stride;
+    TestPicture(cam::still::PixelFormat format, LONG width, LONG height, const std::wstring& fileName = {})
+        : pixels(format) {
+        const std::size_t stride = cam::RowStride(width);
+        const std::size_t size = cam::RowCount(height) * stride;
         if (!fileName.empty()) picture.fileName = Copy(fileName);
-        memory.assign(kMargin * 2 + picture.sampleSize, kMarginByte);
-        for (std::size_t i = 0; i < picture.sampleSize; ++i) frame()[i] = 0;
+        memory.assign(kMargin * 2 + size, kMarginByte);
+        std::fill_n(memory.begin() + kMargin, size, BYTE{0});
+        frame = {{memory.data() + kMargin, size}, width, height, static_cast<DWORD>(stride)};
     }
 
-    BYTE* frame() { return memory.data() + kMargin; }
-    DWORD rows() const { return cam::RowCount(picture.height); }
+    cam::still::ImageWriter writer() { return {picture, frame, pixels}; }
+    DWORD prepareAndStore() {
+        cam::still::ImageWriter made = writer();
+        made.Prepare();
+        return made.Store();
+    }
+    DWORD rows() const { return frame.rows(); }
 
     // The pixel in column x of row y, counted from the top of the picture as it is seen.
-    BYTE* at(LONG x, LONG y) {
-        const DWORD row = static_cast<DWORD>(picture.height > 0 ? picture.height - 1 - y : y);
-        return frame() + row * picture.stride + x * 2;
-    }
+    BYTE* at(LONG x, LONG y) const { return frame.Row(static_cast<DWORD>(y)).data() + x * 2; }
     WORD word(LONG x, LONG y) { return static_cast<WORD>(at(x, y)[0] | at(x, y)[1] << 8); }
     void set(LONG x, LONG y, unsigned word) {
         at(x, y)[0] = static_cast<BYTE>(word);
@@ -57,14 +61,14 @@ struct TestPicture {
     }
     void fill(unsigned word) {
         for (LONG y = 0; y < static_cast<LONG>(rows()); ++y) {
-            for (LONG x = 0; x < picture.width; ++x) set(x, y, word);
+            for (LONG x = 0; x < frame.width; ++x) set(x, y, word);
         }
     }
     // Different in every corner, so that no mirrored or turned picture passes for it.
     void paint() {
         for (LONG y = 0; y < static_cast<LONG>(rows()); ++y) {
-            for (LONG x = 0; x < picture.width; ++x) {
-                const unsigned red = static_cast<unsigned>(x * 31 / picture.width);
+            for (LONG x = 0; x < frame.width; ++x) {
+                const unsigned red = static_cast<unsigned>(x * 31 / frame.width);
                 const unsigned green = static_cast<unsigned>(y * 63 / static_cast<LONG>(rows()));
                 set(x, y, red << 11 | green << 5 | (x / 8 + y / 8) % 2 * 20);
             }
@@ -78,5 +82,7 @@ struct TestPicture {
     }
 
     cam::still::StillPicture picture;
+    cam::still::PixelFormat pixels;
+    cam::Frame frame;  // within `memory`
     std::vector<std::uint8_t> memory;
 };

@@ -11,6 +11,7 @@
 #include "guarded_memory.h"
 #include "tables/stamping.h"
 
+using cam::Frame;
 using cam::test::Flush;
 using cam::test::GuardedMemory;
 using namespace cam::still;
@@ -21,9 +22,18 @@ bool operator==(const TextBox& a, const TextBox& b) {
     return a.left == b.left && a.top == b.top && a.width == b.width && a.height == b.height;
 }
 
-TextFrame FrameOf(std::int32_t width, std::int32_t height) {
-    return {width, height, static_cast<std::uint32_t>((width * 2 + 3) / 4 * 4)};
+Frame FrameOf(std::int32_t width, std::int32_t height, std::span<std::uint8_t> bytes = {}) {
+    return {bytes, width, height, static_cast<std::uint32_t>(cam::RowStride(width))};
 }
+
+// The drawing surface of a box.
+struct Surface {
+    explicit Surface(const TextBox& box, std::uint8_t fill = 0)
+        : bytes(cam::RowStride(box.width) * box.height, fill), frame(FrameOf(box.width, box.height, bytes)) {}
+
+    std::vector<std::uint8_t> bytes;
+    Frame frame;
+};
 
 }  // namespace
 
@@ -39,12 +49,13 @@ TEST_CASE("lines are handed out without the empty ones, which still count") {
     for (const auto& c : cases) {
         CAPTURE(c.count);
         std::wstring text = c.text;
-        CHECK(CountTextLines(text.c_str()) == c.count);
+        CHECK(CountTextLines(text) == c.count);
         TextLines lines(text.data());
         for (const std::wstring& expected : c.lines) {
-            const wchar_t* line = lines.Next();
+            const auto line = lines.Next();
             REQUIRE(line);
-            CHECK(line == expected);
+            CHECK(*line == expected);
+            CHECK(line->data()[line->size()] == 0);
         }
         CHECK(!lines.Next());
         CHECK(!lines.Next());
@@ -60,11 +71,11 @@ TEST_CASE("a text that was handed out in part is cut behind that part") {
 }
 
 TEST_CASE("one carriage return at the end is measured and not drawn") {
-    CHECK(LengthOfLine(L"abc").drawn == 3);
-    CHECK(LengthOfLine(L"abc\r").drawn == 3);
-    CHECK(LengthOfLine(L"abc\r").measured == 4);
-    CHECK(LengthOfLine(L"a\rc\r\r").drawn == 4);
-    CHECK(LengthOfLine(L"\r").drawn == 0);
+    CHECK(DrawnPart(L"abc") == L"abc");
+    CHECK(DrawnPart(L"abc\r") == L"abc");
+    CHECK(DrawnPart(L"a\rc\r\r") == L"a\rc\r");
+    CHECK(DrawnPart(L"\r").empty());
+    CHECK(DrawnPart(L"").empty());
 }
 
 TEST_CASE("the colour word names text, outline and background") {
@@ -109,7 +120,7 @@ TEST_CASE("every position, both ways up") {
 }
 
 TEST_CASE("text wider than the picture runs out on the left, never on the right") {
-    const TextFrame frame = FrameOf(100, -50);
+    const Frame frame = FrameOf(100, -50);
     CHECK(*PlaceLine(frame, 0, 0, 1, {200, 10}) == TextBox{0, 3, 100, 12});
     CHECK(*PlaceLine(frame, 1, 0, 1, {200, 10}) == TextBox{-51, 3, 151, 12});
     CHECK(*PlaceLine(frame, 2, 0, 1, {200, 10}) == TextBox{-102, 3, 202, 12});
@@ -121,7 +132,7 @@ TEST_CASE("text wider than the picture runs out on the left, never on the right"
 TEST_CASE("lines outside the picture") {
     for (const std::int32_t height : {50, -50}) {
         CAPTURE(height);
-        const TextFrame frame = FrameOf(100, height);
+        const Frame frame = FrameOf(100, height);
         // Ten lines of 11 rows: the top ones run out below, the bottom ones above, and a middle there is not.
         for (std::uint32_t index = 0; index < 10; ++index) {
             CAPTURE(index);
@@ -138,27 +149,25 @@ TEST_CASE("lines outside the picture") {
 
 TEST_CASE("a box comes back as it was, and its first surface row is the lowest one seen") {
     for (const std::int32_t height : {4, -4}) {
-        const TextFrame frame = FrameOf(5, height);
-        std::vector<std::uint8_t> pixels(4 * frame.stride);
+        std::vector<std::uint8_t> pixels(4 * cam::RowStride(5));
+        const Frame frame = FrameOf(5, height, pixels);
         for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<std::uint8_t>(i + 1);
         const auto before = pixels;
         const TextBox box = {1, 1, 3, 2};
-        std::vector<std::uint8_t> surface(2 * SurfaceStride(3));
-        CopyToSurface(frame, pixels.data(), box, surface.data());
+        const Surface surface(box);
+        CopyToSurface(frame, box, surface.frame);
         const std::size_t lowest = height > 0 ? 1 : 2;
-        CHECK(std::memcmp(surface.data(), &pixels[lowest * frame.stride + 2], 6) == 0);
-        CHECK(std::memcmp(surface.data() + SurfaceStride(3), &pixels[(3 - lowest) * frame.stride + 2], 6) ==
-              0);
-        CopyFromSurface(frame, pixels.data(), box, surface.data());
+        CHECK(std::memcmp(&surface.bytes[0], &pixels[lowest * frame.stride + 2], 6) == 0);
+        CHECK(std::memcmp(&surface.bytes[8], &pixels[(3 - lowest) * frame.stride + 2], 6) == 0);
+        CopyFromSurface(frame, box, surface.frame);
         CHECK(pixels == before);
     }
 }
 
 TEST_CASE("what hangs out on the left lands at the end of the row before, and nowhere for the first row") {
-    const TextFrame frame = FrameOf(4, -3);
     std::vector<std::uint8_t> pixels(3 * 8, 0);
-    const std::vector<std::uint8_t> surface(3 * SurfaceStride(3), 0xEE);
-    CopyFromSurface(frame, pixels.data(), {-1, 0, 3, 3}, surface.data());
+    const TextBox box = {-1, 0, 3, 3};
+    CopyFromSurface(FrameOf(4, -3, pixels), box, Surface(box, 0xEE).frame);
     const std::vector<std::uint8_t> expected = {
         0,    0,    0,    0,    0, 0, 0xEE, 0xEE,  // row 0: left out, but for row 1's
         0xEE, 0xEE, 0xEE, 0xEE, 0, 0, 0xEE, 0xEE,  //
@@ -172,9 +181,9 @@ TEST_CASE("no box reaches outside the frame") {
     for (const std::int32_t width : kSides) {
         for (const std::int32_t rows : {1, 2, 9, 50}) {
             for (const std::int32_t height : {rows, -rows}) {
-                const TextFrame frame = FrameOf(width, height);
-                GuardedMemory pixels(frame.rows() * std::size_t{frame.stride},
-                                     width % 2 ? Flush::AtStart : Flush::AtEnd);
+                Frame frame = FrameOf(width, height);
+                const GuardedMemory pixels(frame.size(), width % 2 ? Flush::AtStart : Flush::AtEnd);
+                frame.bytes = {pixels.data(), static_cast<std::size_t>(frame.size())};
                 for (const std::int32_t cx : kExtents) {
                     for (const std::int32_t cy : {0, 1, 12, 70}) {
                         for (std::uint32_t position = 0; position <= 10; ++position) {
@@ -183,9 +192,9 @@ TEST_CASE("no box reaches outside the frame") {
                                 if (!box || !box->isVisible(frame)) continue;
                                 REQUIRE(box->width > 0);
                                 REQUIRE(box->height > 0);
-                                std::vector<std::uint8_t> surface(SurfaceStride(box->width) * box->height);
-                                CopyToSurface(frame, pixels.data(), *box, surface.data());
-                                CopyFromSurface(frame, pixels.data(), *box, surface.data());
+                                const Surface surface(*box);
+                                CopyToSurface(frame, *box, surface.frame);
+                                CopyFromSurface(frame, *box, surface.frame);
                             }
                         }
                     }
@@ -200,7 +209,7 @@ TEST_CASE("measures at the limits of a register wrap instead of overflowing") {
     static constexpr std::uint32_t kCounts[] = {1, 0x7FFFFFFF, 0xFFFFFFFF};
     std::uint8_t pixels[4] = {1, 2, 3, 4};
     for (const std::int32_t height : {1, -1, INT_MAX, INT_MIN}) {
-        const TextFrame frame = {1, height, 4};
+        const Frame frame = {pixels, 1, height, 4};
         for (std::uint32_t position = 0; position <= 10; ++position) {
             for (const std::int32_t cx : kMeasures) {
                 for (const std::int32_t cy : kMeasures) {
@@ -210,9 +219,9 @@ TEST_CASE("measures at the limits of a register wrap instead of overflowing") {
                             if (!box || !box->isVisible(frame) || height > 1 || height < -1) continue;
                             if (box->width <= 0 || box->width > 64 || box->height <= 0 || box->height > 64)
                                 continue;
-                            std::vector<std::uint8_t> surface(SurfaceStride(box->width) * box->height);
-                            CopyToSurface(frame, pixels, *box, surface.data());
-                            CopyFromSurface(frame, pixels, *box, surface.data());
+                            const Surface surface(*box);
+                            CopyToSurface(frame, *box, surface.frame);
+                            CopyFromSurface(frame, *box, surface.frame);
                         }
                     }
                 }

@@ -34,16 +34,16 @@ class Font {
         wanted.lfHeight = height;
         wanted.lfQuality = NONANTIALIASED_QUALITY;
         std::wcscpy(wanted.lfFaceName, L"DejaVu Sans");
-        font_ = CreateFontIndirectW(&wanted);
+        font = CreateFontIndirectW(&wanted);
     }
     Font(const Font&) = delete;
     Font& operator=(const Font&) = delete;
-    ~Font() { DeleteObject(font_); }
-    HFONT get() const { return font_; }
+    ~Font() { DeleteObject(font); }
+    HFONT get() const { return font; }
 
     TextExtent Measure(const std::wstring& line) const {
         const HDC dc = CreateCompatibleDC(nullptr);
-        const HGDIOBJ before = SelectObject(dc, font_);
+        const HGDIOBJ before = SelectObject(dc, font);
         SIZE size = {0, 0};
         GetTextExtentPoint32W(dc, line.c_str(), static_cast<int>(line.size()), &size);
         SelectObject(dc, before);
@@ -52,7 +52,7 @@ class Font {
     }
 
   private:
-    HFONT font_;
+    HFONT font;
 };
 
 struct Stamp {
@@ -71,11 +71,11 @@ void SetText(TestPicture& picture, const Stamp& stamp, const Font& font) {
 // A grey picture with the text in it. The writer ignores what stamping answers; here it is wanted.
 TestPicture Stamped(LONG width, LONG height, const Stamp& stamp, const Font& font,
                     HRESULT* result = nullptr) {
-    TestPicture picture(kFormatRgb565, width, height);
+    TestPicture picture(PixelFormat::Rgb565, width, height);
     picture.fill(kGround);
-    ImageWriter(picture.picture, picture.frame()).Prepare();
+    picture.writer().Prepare();
     SetText(picture, stamp, font);
-    const HRESULT stamped = StampText(picture.picture, picture.frame());
+    const HRESULT stamped = StampText(picture.picture, picture.frame);
     if (result)
         *result = stamped;
     else
@@ -87,7 +87,7 @@ TestPicture Stamped(LONG width, LONG height, const Stamp& stamp, const Font& fon
 std::vector<WORD> Seen(TestPicture& picture) {
     std::vector<WORD> words;
     for (LONG y = 0; y < static_cast<LONG>(picture.rows()); ++y) {
-        for (LONG x = 0; x < picture.picture.width; ++x) words.push_back(picture.word(x, y));
+        for (LONG x = 0; x < picture.frame.width; ++x) words.push_back(picture.word(x, y));
     }
     return words;
 }
@@ -195,7 +195,7 @@ TEST_CASE("an invalid position leaves the picture and keeps the text, cut behind
         CHECK(std::wstring(picture.picture.overlayText.get()) == L"one");
         // The next picture has it.
         picture.picture.textPosition = 0;
-        CHECK(StampText(picture.picture, picture.frame()) == S_OK);
+        CHECK(StampText(picture.picture, picture.frame) == S_OK);
         TestPicture expected = Stamped(100, 60, {L"one", 0}, font);
         CHECK(Seen(picture) == Seen(expected));
         CHECK(!picture.picture.overlayText);
@@ -222,10 +222,10 @@ TEST_CASE("text that does not fit stays within the frame") {
 
 TEST_CASE("a TIFF picture is stamped black on white whatever the colours") {
     const Font font(-14);
-    TestPicture picture(kFormatRgb565, 96, 64, L"a.tif");
+    TestPicture picture(PixelFormat::Rgb565, 96, 64, L"a.tif");
     picture.fill(0x0000);
     SetText(picture, {L"X", 0, PackColors(kRed, StampColor::Red, StampColor::Blue)}, font);
-    ImageWriter(picture.picture, picture.frame()).Prepare();
+    picture.writer().Prepare();
     CHECK(picture.word(0, 3) == 0xFFFF);
     const TextExtent extent = font.Measure(L"X");
     int black = 0;
@@ -240,9 +240,9 @@ TEST_CASE("a TIFF picture is stamped black on white whatever the colours") {
 
 TEST_CASE("without a surface to draw on stamping ends with 87 and the text stays") {
     const Font font(-12);
-    TestPicture picture(kFormatRgb565, 100, 60);
+    TestPicture picture(PixelFormat::Rgb565, 100, 60);
     picture.fill(kGround);
-    ImageWriter(picture.picture, picture.frame()).Prepare();
+    picture.writer().Prepare();
     SetText(picture, {L"one\ntwo", 0}, font);
     // All GDI objects that a process may have but the device context and the brush.
     std::vector<HGDIOBJ> hoard;
@@ -253,7 +253,7 @@ TEST_CASE("without a surface to draw on stamping ends with 87 and the text stays
     HRESULT result = S_OK;
     for (int spare = 0; spare < 8; ++spare) {
         SetText(picture, {L"one\ntwo", 0}, font);
-        result = StampText(picture.picture, picture.frame());
+        result = StampText(picture.picture, picture.frame);
         if (result != HRESULT{ERROR_INVALID_PARAMETER}) break;
         REQUIRE(picture.picture.overlayText);
         CHECK(std::wstring(picture.picture.overlayText.get()) == L"one");
@@ -279,10 +279,10 @@ TEST_CASE("no stamp costs a drawing object, failed or not") {
     const Font font(-12);
     // More than a process can have, were one of each stamp left over.
     for (int i = 0; i < 17000; ++i) {
-        TestPicture picture(kFormatRgb565, 8, 8);
-        ImageWriter(picture.picture, picture.frame()).Prepare();
+        TestPicture picture(PixelFormat::Rgb565, 8, 8);
+        picture.writer().Prepare();
         SetText(picture, {L"i", i % 2 ? 0u : 3u}, font);
-        const HRESULT result = StampText(picture.picture, picture.frame());
+        const HRESULT result = StampText(picture.picture, picture.frame);
         if (result != (i % 2 ? S_OK : E_INVALIDARG)) FAIL("stamp ", i, " answered ", result);
     }
 }

@@ -46,20 +46,18 @@ std::vector<Entry> Directory(const ByteBuffer& file) {
     return entries;
 }
 
-// A frame of 16-bit words, rows padded to whole words, from the top row down or from the bottom one up.
-std::vector<uint8_t> Frame(const std::vector<uint16_t>& picture, uint32_t width, uint32_t rows,
-                           bool bottomUp) {
-    const size_t stride = (width * 2 + 3) / 4 * 4;
-    std::vector<uint8_t> frame(stride * rows, 0);
-    for (uint32_t y = 0; y < rows; ++y) {
-        memcpy(frame.data() + stride * (bottomUp ? rows - 1 - y : y), picture.data() + size_t{y} * width,
-               width * 2);
-    }
-    return frame;
+// A picture's file, from a frame of 16-bit words, rows padded to whole words, `height` as in a frame.
+bool Encode(ByteBuffer& file, const std::vector<uint16_t>& picture, uint32_t width, int32_t height) {
+    const auto stride = static_cast<uint32_t>(cam::RowStride(width));
+    std::vector<uint8_t> bytes(size_t{stride} * cam::RowCount(height));
+    const cam::Frame frame = {bytes, static_cast<int32_t>(width), height, stride};
+    for (uint32_t y = 0; y < frame.rows(); ++y)
+        memcpy(frame.Row(y).data(), picture.data() + size_t{y} * width, width * 2);
+    return EncodeBilevelTiff(file, frame, nullptr, false);
 }
 
 std::vector<uint8_t> Bytes(const ByteBuffer& file) {
-    return {file.Data(), file.Data() + file.Length()};
+    return {file.Bytes().begin(), file.Bytes().end()};
 }
 
 }  // namespace
@@ -126,15 +124,11 @@ TEST_CASE("a picture's file is the same whichever way up its rows lie, and what 
         for (uint16_t& pixel : picture)
             pixel = static_cast<uint16_t>(random.Below(3) ? random.Below(65536) : 0);
         ByteBuffer bottomUp(10, true), topDown(10, true), blackAndWhite(10, true);
-        const auto w = static_cast<int32_t>(width);
-        REQUIRE(
-            EncodeBilevelTiff(bottomUp, Frame(picture, width, rows, true).data(), w, rows, nullptr, false));
-        REQUIRE(
-            EncodeBilevelTiff(topDown, Frame(picture, width, rows, false).data(), w, -21, nullptr, false));
+        REQUIRE(Encode(bottomUp, picture, width, 21));
+        REQUIRE(Encode(topDown, picture, width, -21));
         CHECK(Bytes(bottomUp) == Bytes(topDown));
         for (uint16_t& pixel : picture) pixel = pixel ? 0xFFFF : 0;
-        REQUIRE(EncodeBilevelTiff(blackAndWhite, Frame(picture, width, rows, true).data(), w, rows, nullptr,
-                                  false));
+        REQUIRE(Encode(blackAndWhite, picture, width, 21));
         CHECK(Bytes(bottomUp) == Bytes(blackAndWhite));
         const std::vector<Entry> entries = Directory(bottomUp);
         CHECK(entries[0].value == (width + 7) / 8 * 8);
@@ -163,7 +157,7 @@ TEST_CASE("pictures that expand are stored whole") {
         if (i / width % 2 && i % 2) comb[i] = 0;
     }
     ByteBuffer file(10, true);
-    REQUIRE(EncodeBilevelTiff(file, Frame(comb, width, rows, true).data(), 640, 96, nullptr, false));
+    REQUIRE(Encode(file, comb, width, 96));
     CHECK(file.Length() > 186 + comb.size() / 8 * 3);
 #ifdef CAM_HAVE_LIBTIFF
     cam::peer::MemoryTiff reader(Bytes(file));
@@ -177,9 +171,9 @@ TEST_CASE("pictures that expand are stored whole") {
 TEST_CASE("pictures out of range are refused") {
     const std::vector<uint8_t> pixels(70000);
     ByteBuffer file(10, true);
-    CHECK_FALSE(EncodeBilevelTiff(file, pixels.data(), 32761, 1, nullptr, false));
-    CHECK_FALSE(EncodeBilevelTiff(file, pixels.data(), -8, 1, nullptr, false));
-    CHECK(EncodeBilevelTiff(file, pixels.data(), 32760, 1, nullptr, false));
-    CHECK(EncodeBilevelTiff(file, pixels.data(), 0, 0, nullptr, false));
+    CHECK_FALSE(EncodeBilevelTiff(file, {pixels, 32761, 1, 65524}, nullptr, false));
+    CHECK_FALSE(EncodeBilevelTiff(file, {pixels, -8, 1, 16}, nullptr, false));
+    CHECK(EncodeBilevelTiff(file, {pixels, 32760, 1, 65520}, nullptr, false));
+    CHECK(EncodeBilevelTiff(file, {pixels, 0, 0, 0}, nullptr, false));
     CHECK(Directory(file)[1].value == 0);
 }

@@ -77,9 +77,12 @@ int main(int count, char** arguments) {
             for (uint32_t x = 0; x < raster.width; ++x) pixels.push_back(raster.IsBlack(x, y) ? 0 : 0xFFFF);
         }
         tiff::ByteBuffer file(16, true), strip(16, true);
-        if (!EncodeBilevelTiff(file, reinterpret_cast<const uint8_t*>(pixels.data()),
-                               static_cast<int32_t>(raster.width), -static_cast<int32_t>(raster.rows),
-                               nullptr, false) ||
+        const ConstFrame frame = {
+            {reinterpret_cast<const uint8_t*>(pixels.data()), pixels.size() * sizeof pixels[0]},
+            static_cast<int32_t>(raster.width),
+            -static_cast<int32_t>(raster.rows),
+            raster.width * 2};
+        if (!EncodeBilevelTiff(file, frame, nullptr, false) ||
             !EncodeG4(raster.bits, raster.width, raster.rows, strip)) {
             return 1;
         }

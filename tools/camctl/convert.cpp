@@ -19,7 +19,7 @@ namespace {
 struct GreyPicture {
     UINT width = 0;
     UINT height = 0;
-    std::vector<BYTE> pixels;  // one byte a pixel, rows from the top
+    std::vector<BYTE> pixels;  // one byte a pixel, rows from the top without padding
 };
 
 void RequireDecoded(HRESULT result, const std::string& file) {
@@ -71,11 +71,16 @@ GreyPicture Decode(const std::string& file) {
 
 // As a camera would deliver it: YUY2 without colour. Stored bottom-up, since the threshold refuses top-down
 // frames.
-std::vector<BYTE> AsCameraFrame(const GreyPicture& picture, UINT stride) {
+cam::Frame MakeCameraFrame(const GreyPicture& picture, std::vector<BYTE>& bytes) {
     constexpr BYTE kNoColor = 128;
-    std::vector<BYTE> frame(static_cast<size_t>(stride) * picture.height, kNoColor);
+    cam::Frame frame = {{},
+                        static_cast<LONG>(picture.width),
+                        static_cast<LONG>(picture.height),
+                        static_cast<UINT>(cam::RowStride(picture.width))};
+    bytes.assign(frame.size(), kNoColor);
+    frame.bytes = bytes;
     for (UINT y = 0; y < picture.height; ++y) {
-        BYTE* row = &frame[static_cast<size_t>(picture.height - 1 - y) * stride];
+        const auto row = frame.Row(y);
         const BYTE* source = &picture.pixels[static_cast<size_t>(y) * picture.width];
         for (size_t x = 0; x < picture.width; ++x) row[2 * x] = source[x];
     }
@@ -94,17 +99,13 @@ void Convert(const std::string& in, const std::string& out, int mode, bool asJso
     const GreyPicture grey = Decode(in);
     const FileMark before = MarkFile(target);
     cam::still::StillPicture picture;
-    picture.formatCode = cam::still::kFormatYuy2;
-    picture.width = static_cast<LONG>(grey.width);
-    picture.height = static_cast<LONG>(grey.height);
-    picture.stride = (grey.width * 2 + 3) & ~3u;
-    picture.sampleSize = picture.stride * grey.height;
     picture.qualityLevel = static_cast<BYTE>(mode);
     picture.fileName = std::make_unique<wchar_t[]>(target.size() + 1);
     target.copy(picture.fileName.get(), target.size());
-    std::vector<BYTE> frame = AsCameraFrame(grey, picture.stride);
+    std::vector<BYTE> bytes;
+    const cam::Frame frame = MakeCameraFrame(grey, bytes);
     const double start = Seconds();
-    cam::still::ImageWriter writer(picture, frame.data());
+    cam::still::ImageWriter writer(picture, frame, cam::still::PixelFormat::Yuy2);
     writer.Prepare();
     const DWORD result = writer.Store();
     const double seconds = Seconds() - start;

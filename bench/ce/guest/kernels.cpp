@@ -29,10 +29,10 @@ const still::PixelKernels& Pixels(int set) {
 class MemorySink final : public still::ByteSink {
   public:
     MemorySink(BYTE* out, DWORD size) : bytes(out), room(size) {}
-    bool Write(const void* from, size_t count) override {
-        if (count > room - length) return false;
-        memcpy(bytes + length, from, count);
-        length += static_cast<DWORD>(count);
+    bool Write(std::span<const uint8_t> some) override {
+        if (some.size() > room - length) return false;
+        memcpy(bytes + length, some.data(), some.size());
+        length += static_cast<DWORD>(some.size());
         return true;
     }
     bool Restart() override {
@@ -51,6 +51,10 @@ DWORD CopyOut(const tiff::ByteBuffer& from, DWORD length, BYTE* out, DWORD room)
     if (length > room) return 0;
     memcpy(out, from.Data(), length);
     return length;
+}
+
+ConstFrame FrameOf(const BYTE* bytes, LONG width, LONG height, DWORD stride) {
+    return {{bytes, RowCount(height) * stride}, width, height, stride};
 }
 
 }  // namespace
@@ -76,7 +80,8 @@ void WINAPI runPixels(int set, int kernel, BYTE* to, BYTE* from, DWORD width) {
 
 // A whole YUY2 frame to RGB565, as the library converts it.
 void WINAPI runFrame(int set, BYTE* frame, DWORD width, DWORD rows, DWORD stride) {
-    still::Yuy2ToRgb565(frame, {width, rows, stride}, Pixels(set));
+    const Frame picture = {{frame, rows * stride}, static_cast<LONG>(width), static_cast<LONG>(rows), stride};
+    still::Yuy2ToRgb565(picture, Pixels(set));
 }
 
 BOOL WINAPI runThreshold(int set, BYTE* plane, DWORD width, LONG height, DWORD size, DWORD percent) {
@@ -98,19 +103,20 @@ DWORD WINAPI runGroup4(int set, const BYTE* raster, DWORD width, DWORD rows, BYT
 DWORD WINAPI runJpeg(const BYTE* frame, LONG width, LONG height, DWORD stride, int quality, BYTE* out,
                      DWORD room) {
     MemorySink sink(out, room);
-    const auto rows = still::TopDown(frame, width, height, stride);
-    return still::EncodeJpeg(rows, quality, sink) == still::EncodeStatus::Done ? sink.length : 0;
+    const ConstFrame picture = FrameOf(frame, width, height, stride);
+    return still::EncodeJpeg(picture, quality, sink) == still::EncodeStatus::Done ? sink.length : 0;
 }
 
 DWORD WINAPI runPng(const BYTE* frame, LONG width, LONG height, DWORD stride, BYTE* out, DWORD room) {
     MemorySink sink(out, room);
-    const auto rows = still::TopDown(frame, width, height, stride);
-    return still::EncodePng(rows, sink) == still::EncodeStatus::Done ? sink.length : 0;
+    const ConstFrame picture = FrameOf(frame, width, height, stride);
+    return still::EncodePng(picture, sink) == still::EncodeStatus::Done ? sink.length : 0;
 }
 
 DWORD WINAPI runTiff(const BYTE* pixels, LONG width, LONG height, BYTE* out, DWORD room) {
     tiff::ByteBuffer buffer(1024, true);
-    if (!tiff::EncodeBilevelTiff(buffer, pixels, width, height, nullptr, false)) return 0;
+    const ConstFrame picture = FrameOf(pixels, width, height, static_cast<DWORD>(RowStride(width)));
+    if (!tiff::EncodeBilevelTiff(buffer, picture, nullptr, false)) return 0;
     return CopyOut(buffer, buffer.Length(), out, room);
 }
 

@@ -2,13 +2,15 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <span>
 
 namespace cam::still {
 
 class ByteSink {
   public:
     // False when not all of it could be taken. Called in order, on the thread that encodes.
-    virtual bool Write(const void* bytes, std::size_t count) = 0;
+    virtual bool Write(std::span<const std::uint8_t> bytes) = 0;
 
     // Forgets all that was written, for another attempt. False when that cannot be.
     virtual bool Restart() = 0;

@@ -5,6 +5,7 @@
 
 #include <jpeglib.h>
 
+#include "still/encoders/rgb_row.h"
 #include "still/pixels/pixel_kernels.h"
 
 namespace cam::still {
@@ -41,7 +42,7 @@ void OnInit(j_compress_ptr compressor) {
 // Called when the buffer is full; what free_in_buffer says by then does not count.
 boolean OnFull(j_compress_ptr compressor) {
     auto& destination = *reinterpret_cast<Destination*>(compressor->dest);
-    if (!destination.out->Write(destination.buffer, kOutputBufferBytes))
+    if (!destination.out->Write({destination.buffer, kOutputBufferBytes}))
         OnError(reinterpret_cast<j_common_ptr>(compressor));
     StartOver(destination);
     return TRUE;
@@ -50,13 +51,15 @@ boolean OnFull(j_compress_ptr compressor) {
 void OnEnd(j_compress_ptr compressor) {
     auto& destination = *reinterpret_cast<Destination*>(compressor->dest);
     const std::size_t used = kOutputBufferBytes - destination.base.free_in_buffer;
-    if (used > 0 && !destination.out->Write(destination.buffer, used))
+    if (used > 0 && !destination.out->Write({destination.buffer, used}))
         OnError(reinterpret_cast<j_common_ptr>(compressor));
 }
 
 // Everything that an error leaves by a long jump stands here, and nothing that would have to be destroyed on
 // the way.
-EncodeStatus Compress(const FrameRows& frame, int quality, Destination& destination, std::uint8_t* rgbRow) {
+EncodeStatus Compress(const ConstFrame& frame, int quality, Destination& destination, std::uint8_t* rgbRow) {
+    const auto width = static_cast<std::uint32_t>(frame.width);
+    const std::uint32_t rows = frame.rows();
     ErrorManager errors;
     jpeg_compress_struct compressor;
     compressor.err = jpeg_std_error(&errors.base);
@@ -70,17 +73,16 @@ EncodeStatus Compress(const FrameRows& frame, int quality, Destination& destinat
     }
     jpeg_create_compress(&compressor);
     compressor.dest = &destination.base;
-    compressor.image_width = frame.width;
-    compressor.image_height = frame.rows;
+    compressor.image_width = width;
+    compressor.image_height = rows;
     compressor.input_components = 3;
     compressor.in_color_space = JCS_RGB;
     jpeg_set_defaults(&compressor);
     jpeg_set_quality(&compressor, quality, TRUE);
     jpeg_start_compress(&compressor, TRUE);
     const PixelKernels& pixels = kPixelKernels.Fastest();
-    for (std::uint32_t y = 0; y < frame.rows; ++y) {
-        pixels.rgb565RowToRgb888(rgbRow, frame.top + static_cast<std::ptrdiff_t>(y) * frame.step,
-                                 frame.width);
+    for (std::uint32_t y = 0; y < rows; ++y) {
+        pixels.rgb565RowToRgb888(rgbRow, frame.Row(y).data(), width);
         JSAMPROW row = rgbRow;
         jpeg_write_scanlines(&compressor, &row, 1);
     }
@@ -91,8 +93,8 @@ EncodeStatus Compress(const FrameRows& frame, int quality, Destination& destinat
 
 }  // namespace
 
-EncodeStatus EncodeJpeg(const FrameRows& frame, int quality, ByteSink& out) {
-    const auto rgbRow = MakeRgbRow(frame.width);
+EncodeStatus EncodeJpeg(const ConstFrame& frame, int quality, ByteSink& out) {
+    const auto rgbRow = MakeRgbRow(static_cast<std::uint32_t>(frame.width));
     const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow) std::uint8_t[kOutputBufferBytes]);
     if (!rgbRow || !buffer) return EncodeStatus::OutOfMemory;
     Destination destination = {};

@@ -4,29 +4,30 @@
 
 namespace cam::still {
 
-PictureFile::PictureFile(const wchar_t* name)
-    : name_(name),
-      handle_(CreateFileW(name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+PictureFile::PictureFile(const wchar_t* fileName)
+    : name(fileName),
+      handle(
+          CreateFileW(fileName, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
 
 PictureFile::~PictureFile() {
-    if (handle_) CloseHandle(handle_);
+    if (handle) CloseHandle(handle);
 }
 
-bool PictureFile::Write(const void* bytes, std::size_t count) {
+bool PictureFile::Write(std::span<const std::uint8_t> bytes) {
     DWORD written = 0;
-    return WriteFile(handle_, bytes, static_cast<DWORD>(count), &written, nullptr) && written == count;
+    WriteFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+    return written == bytes.size();
 }
 
 bool PictureFile::Restart() {
-    return SetFilePointer(handle_, 0, nullptr, FILE_BEGIN) != INVALID_SET_FILE_POINTER &&
-           SetEndOfFile(handle_);
+    return SetFilePointer(handle, 0, nullptr, FILE_BEGIN) != INVALID_SET_FILE_POINTER && SetEndOfFile(handle);
 }
 
 DWORD PictureFile::Finish(EncodeStatus status) {
-    if (handle_) {
-        CloseHandle(handle_);
-        handle_ = nullptr;
-        if (status != EncodeStatus::Done) DeleteFileW(name_);
+    if (handle) {
+        CloseHandle(handle);
+        handle = nullptr;
+        if (status != EncodeStatus::Done) DeleteFileW(name);
     }
     switch (status) {
         case EncodeStatus::Done:

@@ -9,18 +9,19 @@ namespace cam::still {
 
 class PictureFile final : public ByteSink {
   public:
-    // `name` is not owned and must outlive the object. Write access, no sharing, replaces a file of that
+    // `fileName` is not owned and must outlive the object. Write access, no sharing, replaces a file of that
     // name.
-    explicit PictureFile(const wchar_t* name);
+    explicit PictureFile(const wchar_t* fileName);
     PictureFile(const PictureFile&) = delete;
     PictureFile& operator=(const PictureFile&) = delete;
     ~PictureFile();
 
     // Opening counts as failed for a handle of 0 only. The invalid handle is let through on purpose: the
     // first write to it fails, and with that the picture, by the same way as on a full disk.
-    bool opened() const { return handle_ != nullptr; }
+    bool opened() const { return handle != nullptr; }
 
-    bool Write(const void* bytes, std::size_t count) override;
+    // The count that the system reports decides, not what it answers besides.
+    bool Write(std::span<const std::uint8_t> bytes) override;
     bool Restart() override;
 
     // Closes the file, and deletes it unless everything went well. Then 0, E_OUTOFMEMORY, or the thread's
@@ -29,8 +30,8 @@ class PictureFile final : public ByteSink {
     DWORD Finish(EncodeStatus status);
 
   private:
-    const wchar_t* name_;
-    HANDLE handle_;
+    const wchar_t* name;
+    HANDLE handle;
 };
 
 }  // namespace cam::still

@@ -5,6 +5,7 @@
 
 #include <png.h>
 
+#include "still/encoders/rgb_row.h"
 #include "still/pixels/pixel_kernels.h"
 
 namespace cam::still {
@@ -18,7 +19,7 @@ struct Output {
 };
 
 bool Flush(Output& output) {
-    const bool written = output.used == 0 || output.out->Write(output.buffer, output.used);
+    const bool written = output.used == 0 || output.out->Write({output.buffer, output.used});
     output.used = 0;
     return written;
 }
@@ -49,17 +50,18 @@ constexpr int kResumptions = 2;
 
 // Everything that an error leaves by a long jump stands here, and nothing that would have to be destroyed on
 // the way.
-EncodeStatus Write(png_structp png, png_infop info, const FrameRows& frame, Output& output,
+EncodeStatus Write(png_structp png, png_infop info, const ConstFrame& frame, Output& output,
                    std::uint8_t* rgbRow) {
+    const auto width = static_cast<std::uint32_t>(frame.width);
+    const std::uint32_t rows = frame.rows();
     if (setjmp(png_jmpbuf(png))) return EncodeStatus::Failed;
     png_set_write_fn(png, &output, OnWrite, OnFlush);
-    png_set_IHDR(png, info, frame.width, frame.rows, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+    png_set_IHDR(png, info, width, rows, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
     const PixelKernels& pixels = kPixelKernels.Fastest();
-    for (std::uint32_t y = 0; y < frame.rows; ++y) {
-        pixels.rgb565RowToRgb888(rgbRow, frame.top + static_cast<std::ptrdiff_t>(y) * frame.step,
-                                 frame.width);
+    for (std::uint32_t y = 0; y < rows; ++y) {
+        pixels.rgb565RowToRgb888(rgbRow, frame.Row(y).data(), width);
         png_write_row(png, rgbRow);
     }
     png_write_end(png, info);
@@ -68,7 +70,7 @@ EncodeStatus Write(png_structp png, png_infop info, const FrameRows& frame, Outp
 
 // With structures of its own: those of a failed attempt remember what they have written and would leave it
 // out.
-EncodeStatus Attempt(const FrameRows& frame, Output output, std::uint8_t* rgbRow) {
+EncodeStatus Attempt(const ConstFrame& frame, Output output, std::uint8_t* rgbRow) {
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, OnError, OnWarning);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     const EncodeStatus status = info ? Write(png, info, frame, output, rgbRow) : EncodeStatus::OutOfMemory;
@@ -78,8 +80,8 @@ EncodeStatus Attempt(const FrameRows& frame, Output output, std::uint8_t* rgbRow
 
 }  // namespace
 
-EncodeStatus EncodePng(const FrameRows& frame, ByteSink& out) {
-    const auto rgbRow = MakeRgbRow(frame.width);
+EncodeStatus EncodePng(const ConstFrame& frame, ByteSink& out) {
+    const auto rgbRow = MakeRgbRow(static_cast<std::uint32_t>(frame.width));
     const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow) std::uint8_t[kOutputBufferBytes]);
     if (!rgbRow || !buffer) return EncodeStatus::OutOfMemory;
     const Output output = {&out, buffer.get(), 0};

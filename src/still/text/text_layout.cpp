@@ -53,7 +53,7 @@ std::int32_t Wrap(std::int64_t value) {
     return static_cast<std::int32_t>(value);
 }
 
-std::int32_t LineLeft(const TextFrame& frame, Column column, std::int32_t textWidth) {
+std::int32_t LineLeft(const ConstFrame& frame, Column column, std::int32_t textWidth) {
     switch (column) {
         case Column::Left:
             return kOutline;
@@ -66,7 +66,7 @@ std::int32_t LineLeft(const TextFrame& frame, Column column, std::int32_t textWi
 }
 
 // Counted from the top of the picture as it is seen. Unsigned throughout, so that it may wrap.
-std::int32_t LineTop(const TextFrame& frame, Band band, std::uint32_t index, std::uint32_t lineCount,
+std::int32_t LineTop(const ConstFrame& frame, Band band, std::uint32_t index, std::uint32_t lineCount,
                      std::uint32_t lineHeight) {
     const std::uint32_t above = index * lineHeight;
     const std::uint32_t block = lineCount * lineHeight;
@@ -82,45 +82,37 @@ std::int32_t LineTop(const TextFrame& frame, Band band, std::uint32_t index, std
     return static_cast<std::int32_t>(frame.rows() - block - kBottomMargin + above);
 }
 
-struct Span {
-    std::size_t offset = 0;  // bytes from the frame's start
-    std::size_t bytes = 0;
-};
-
 // The bytes of the frame that surface row `row` stands for; none when the row begins outside the frame.
-Span SpanOfRow(const TextFrame& frame, const TextBox& box, std::int32_t row) {
+template <typename Byte>
+std::span<Byte> BytesUnder(const BasicFrame<Byte>& frame, const TextBox& box, std::int32_t row) {
     const std::int64_t memoryRow =
-        frame.height > 0 ? std::int64_t{box.top} + row : std::int64_t{box.top} + box.height - 1 - row;
+        frame.isBottomUp() ? std::int64_t{box.top} + row : std::int64_t{box.top} + box.height - 1 - row;
     const std::int64_t offset = memoryRow * frame.stride + std::int64_t{box.left} * 2;
-    const std::int64_t end = std::int64_t{frame.rows()} * frame.stride;
+    const auto end = static_cast<std::int64_t>(frame.size());
     if (offset < 0 || offset >= end) return {};
-    return {static_cast<std::size_t>(offset),
-            static_cast<std::size_t>(std::min(std::int64_t{box.width} * 2, end - offset))};
+    return frame.bytes.subspan(static_cast<std::size_t>(offset),
+                               static_cast<std::size_t>(std::min(std::int64_t{box.width} * 2, end - offset)));
 }
 
 }  // namespace
 
-std::uint32_t CountTextLines(const wchar_t* text) {
-    std::uint32_t count = 1;
-    for (; *text; ++text) count += *text == kLineFeed;
-    return count;
+std::uint32_t CountTextLines(std::wstring_view text) {
+    return 1 + static_cast<std::uint32_t>(std::count(text.begin(), text.end(), kLineFeed));
 }
 
-wchar_t* TextLines::Next() {
-    while (*next_ == kLineFeed) ++next_;
-    if (!*next_) return nullptr;
-    wchar_t* const line = next_;
-    while (*next_ && *next_ != kLineFeed) ++next_;
-    if (*next_) *next_++ = 0;
+std::optional<std::wstring_view> TextLines::Next() {
+    while (*next == kLineFeed) ++next;
+    if (!*next) return std::nullopt;
+    const wchar_t* const line = next;
+    while (*next && *next != kLineFeed) ++next;
+    const std::wstring_view found(line, static_cast<std::size_t>(next - line));
+    if (*next) *next++ = 0;
+    return found;
+}
+
+std::wstring_view DrawnPart(std::wstring_view line) {
+    if (line.ends_with(kCarriageReturn)) line.remove_suffix(1);
     return line;
-}
-
-TextLine LengthOfLine(const wchar_t* line) {
-    TextLine length;
-    while (line[length.measured]) ++length.measured;
-    length.drawn = length.measured;
-    if (length.drawn > 0 && line[length.drawn - 1] == kCarriageReturn) --length.drawn;
-    return length;
 }
 
 StampColors TakeApart(std::uint32_t colorWord) {
@@ -133,18 +125,18 @@ std::uint32_t ColorOfCode(StampColorCode code, std::uint32_t textColor) {
                                            : kStampColors[static_cast<std::uint32_t>(code)];
 }
 
-bool TextBox::isVisible(const TextFrame& frame) const {
+bool TextBox::isVisible(const ConstFrame& frame) const {
     const std::int32_t bottom = Wrap(std::int64_t{top} + height);
     return bottom >= 0 && top < Wrap(frame.rows());
 }
 
-std::optional<TextBox> PlaceLine(const TextFrame& frame, std::uint32_t position, std::uint32_t index,
+std::optional<TextBox> PlaceLine(const ConstFrame& frame, std::uint32_t position, std::uint32_t index,
                                  std::uint32_t lineCount, TextExtent extent) {
     if (!IsPosition(position)) return std::nullopt;
     const std::uint32_t lineHeight = static_cast<std::uint32_t>(extent.height) + kOutline;
     const std::int32_t x = LineLeft(frame, static_cast<Column>(position & kColumnBits), extent.width);
     std::int32_t y = LineTop(frame, static_cast<Band>(position >> kBandShift), index, lineCount, lineHeight);
-    if (frame.height > 0) y = Wrap(std::int64_t{frame.rows()} - y - extent.height);
+    if (frame.isBottomUp()) y = Wrap(std::int64_t{frame.rows()} - y - extent.height);
 
     std::int32_t right = Wrap(std::int64_t{x} + extent.width);
     if (right >= frame.width) right = Wrap(std::int64_t{frame.width} - kOutline);
@@ -156,21 +148,21 @@ std::optional<TextBox> PlaceLine(const TextFrame& frame, std::uint32_t position,
     return box;
 }
 
-void CopyToSurface(const TextFrame& frame, const std::uint8_t* pixels, const TextBox& box,
-                   std::uint8_t* surface) {
-    const std::size_t stride = SurfaceStride(box.width);
-    for (std::int32_t row = 0; row < box.height; ++row, surface += stride) {
-        const Span span = SpanOfRow(frame, box, row);
-        if (span.bytes > 0) std::memcpy(surface, pixels + span.offset, span.bytes);
+void CopyToSurface(const ConstFrame& frame, const TextBox& box, const Frame& surface) {
+    for (std::int32_t row = 0; row < box.height; ++row) {
+        const auto under = BytesUnder(frame, box, row);
+        if (!under.empty())
+            std::memcpy(surface.MemoryRow(static_cast<std::uint32_t>(row)).data(), under.data(),
+                        under.size());
     }
 }
 
-void CopyFromSurface(const TextFrame& frame, std::uint8_t* pixels, const TextBox& box,
-                     const std::uint8_t* surface) {
-    const std::size_t stride = SurfaceStride(box.width);
-    for (std::int32_t row = 0; row < box.height; ++row, surface += stride) {
-        const Span span = SpanOfRow(frame, box, row);
-        if (span.bytes > 0) std::memcpy(pixels + span.offset, surface, span.bytes);
+void CopyFromSurface(const Frame& frame, const TextBox& box, const ConstFrame& surface) {
+    for (std::int32_t row = 0; row < box.height; ++row) {
+        const auto under = BytesUnder(frame, box, row);
+        if (!under.empty())
+            std::memcpy(under.data(), surface.MemoryRow(static_cast<std::uint32_t>(row)).data(),
+                        under.size());
     }
 }
 

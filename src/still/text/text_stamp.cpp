@@ -4,6 +4,7 @@
 
 #include "base/unique_resource.h"
 #include "platform/platform.h"
+#include "still/bitmap_info.h"
 #include "still/filter_interfaces.h"
 #include "still/text/text_layout.h"
 
@@ -13,16 +14,16 @@ namespace {
 // An object in use by a device context: it could not be deleted meanwhile.
 class Selection {
   public:
-    Selection(HDC dc, HGDIOBJ object) : dc_(dc), previous_(SelectObject(dc, object)) {}
+    Selection(HDC context, HGDIOBJ object) : dc(context), previous(SelectObject(context, object)) {}
     Selection(const Selection&) = delete;
     Selection& operator=(const Selection&) = delete;
     ~Selection() {
-        if (previous_) SelectObject(dc_, previous_);
+        if (previous) SelectObject(dc, previous);
     }
 
   private:
-    HDC dc_;
-    HGDIOBJ previous_;
+    HDC dc;
+    HGDIOBJ previous;
 };
 
 // The outline is the text drawn around its own place, which is (1, 1) of the surface.
@@ -33,96 +34,100 @@ constexpr DWORD kDeviceColor = 0xFF000000;
 
 class TextStamp {
   public:
-    TextStamp(StillPicture& picture, BYTE* frame)
-        : picture_(picture),
-          frame_(frame),
-          shape_{picture.width, picture.height, picture.stride},
-          colors_(TakeApart(picture.colorWord)),
-          dc_(CreateCompatibleDC(nullptr)),
-          font_(dc_.get(), picture.textFont),
-          brush_(CreateSolidBrush(ColorOfCode(colors_.background, colors_.text))) {
-        SetBkMode(dc_.get(), TRANSPARENT);
+    TextStamp(const StillPicture& asked, const Frame& prepared)
+        : picture(asked),
+          frame(prepared),
+          colors(TakeApart(picture.colorWord)),
+          dc(CreateCompatibleDC(nullptr)),
+          font(dc.get(), picture.textFont),
+          brush(CreateSolidBrush(ColorOfCode(colors.background, colors.text))) {
+        SetBkMode(dc.get(), TRANSPARENT);
     }
 
     HRESULT Run() {
-        wchar_t* const text = picture_.overlayText.get();
+        wchar_t* const text = picture.overlayText.get();
         const std::uint32_t lineCount = CountTextLines(text);
         TextLines lines(text);
         for (std::uint32_t index = 0; index < lineCount; ++index) {
-            const wchar_t* line = lines.Next();
+            const auto line = lines.Next();
             if (!line) break;
-            const TextLine length = LengthOfLine(line);
-            const auto box =
-                PlaceLine(shape_, picture_.textPosition, index, lineCount, Measure(line, length));
+            const auto box = PlaceLine(frame, picture.textPosition, index, lineCount, Measure(*line));
             if (!box) return E_INVALIDARG;
-            if (!box->isVisible(shape_)) continue;
-            if (const HRESULT result = StampLine(*box, line, length)) return result;
+            if (!box->isVisible(frame)) continue;
+            if (const HRESULT result = StampLine(*box, DrawnPart(*line))) return result;
         }
         return S_OK;
     }
 
   private:
-    TextExtent Measure(const wchar_t* line, const TextLine& length) const {
+    TextExtent Measure(std::wstring_view line) const {
         SIZE size = {0, 0};
-        GetTextExtentExPointW(dc_.get(), line, static_cast<int>(length.measured), 0, nullptr, nullptr, &size);
+        GetTextExtentExPointW(dc.get(), line.data(), static_cast<int>(line.size()), 0, nullptr, nullptr,
+                              &size);
         return {size.cx, size.cy};
     }
 
-    HRESULT StampLine(const TextBox& box, const wchar_t* line, const TextLine& length) {
-        void* surface = nullptr;
-        const UniqueBitmap bitmap(MakeSurface(box, &surface));
+    HRESULT StampLine(const TextBox& box, std::wstring_view line) {
+        Frame surface;
+        const UniqueBitmap bitmap(MakeSurface(box, surface));
         if (!bitmap) return kBitmapSectionFailed;
-        CopyToSurface(shape_, frame_, box, static_cast<BYTE*>(surface));
+        CopyToSurface(frame, box, surface);
         {
             // Taking the surface out of the device context also ends drawing that the system may have put
             // off.
-            const Selection selected(dc_.get(), bitmap.get());
-            Draw(box, line, static_cast<UINT>(length.drawn));
+            const Selection selected(dc.get(), bitmap.get());
+            Draw(box, line);
         }
-        CopyFromSurface(shape_, frame_, box, static_cast<const BYTE*>(surface));
+        CopyFromSurface(frame, box, surface);
         return S_OK;
     }
 
     // Null when there is none of that size. More bytes than an int counts are not asked for: not every system
     // refuses them.
-    HBITMAP MakeSurface(const TextBox& box, void** bits) {
-        if (!picture_.infoHeader || box.width <= 0 || box.height <= 0) return nullptr;
-        if (static_cast<ULONGLONG>(SurfaceStride(box.width)) * static_cast<ULONGLONG>(box.height) > INT_MAX)
-            return nullptr;
-        picture_.infoHeader->header.biWidth = box.width;
-        picture_.infoHeader->header.biHeight = box.height;
-        return CreateDIBSection(dc_.get(), reinterpret_cast<const BITMAPINFO*>(picture_.infoHeader.get()),
-                                DIB_RGB_COLORS, bits, nullptr, 0);
+    HBITMAP MakeSurface(const TextBox& box, Frame& surface) {
+        if (box.width <= 0 || box.height <= 0) return nullptr;
+        const ULONGLONG stride = RowStride(static_cast<DWORD>(box.width), kBitsPerPixel);
+        const ULONGLONG size = stride * static_cast<DWORD>(box.height);
+        if (size > INT_MAX) return nullptr;
+        const BitmapInfo565 info = MakeBitmapInfo(box.width, box.height);
+        void* bits = nullptr;
+        const HBITMAP bitmap = CreateDIBSection(dc.get(), reinterpret_cast<const BITMAPINFO*>(&info),
+                                                DIB_RGB_COLORS, &bits, nullptr, 0);
+        surface = {{static_cast<BYTE*>(bits), static_cast<std::size_t>(size)},
+                   box.width,
+                   box.height,
+                   static_cast<DWORD>(stride)};
+        return bitmap;
     }
 
-    void Draw(const TextBox& box, const wchar_t* line, UINT characters) {
-        const HDC dc = dc_.get();
-        if (colors_.background != StampColorCode::None) {
+    void Draw(const TextBox& box, std::wstring_view line) {
+        const auto drawLine = [&](const POINT& at) {
+            ExtTextOutW(dc.get(), at.x, at.y, 0, nullptr, line.data(), static_cast<UINT>(line.size()),
+                        nullptr);
+        };
+        if (colors.background != StampColorCode::None) {
             const RECT whole = {0, 0, box.width, box.height};
-            FillRect(dc, &whole, brush_.get());
+            FillRect(dc.get(), &whole, brush.get());
         }
-        if (colors_.outline != StampColorCode::None) {
-            SetTextColor(dc, ColorOfCode(colors_.outline, colors_.text));
-            for (const POINT& offset : kOutlineOffsets) {
-                ExtTextOutW(dc, offset.x, offset.y, 0, nullptr, line, characters, nullptr);
-            }
+        if (colors.outline != StampColorCode::None) {
+            SetTextColor(dc.get(), ColorOfCode(colors.outline, colors.text));
+            for (const POINT& offset : kOutlineOffsets) drawLine(offset);
         }
-        SetTextColor(dc, platform::DeviceTextColor(kDeviceColor | colors_.text));
-        ExtTextOutW(dc, kTextOffset.x, kTextOffset.y, 0, nullptr, line, characters, nullptr);
+        SetTextColor(dc.get(), platform::DeviceTextColor(kDeviceColor | colors.text));
+        drawLine(kTextOffset);
     }
 
-    StillPicture& picture_;
-    BYTE* frame_;
-    TextFrame shape_;
-    StampColors colors_;
-    UniqueMemoryDc dc_;
-    Selection font_;
-    UniqueBrush brush_;
+    const StillPicture& picture;
+    const Frame frame;
+    StampColors colors;
+    UniqueMemoryDc dc;
+    Selection font;
+    UniqueBrush brush;
 };
 
 }  // namespace
 
-HRESULT StampText(StillPicture& picture, BYTE* frame) {
+HRESULT StampText(StillPicture& picture, const Frame& frame) {
     const HRESULT result = TextStamp(picture, frame).Run();
     if (result == S_OK) picture.overlayText.reset();
     return result;

@@ -9,7 +9,7 @@
 #include <stddef.h>
 
 #include "platform/platform.h"
-#include "still/still_picture.h"
+#include "still/bitmap_info.h"
 
 namespace cam {
 
@@ -50,8 +50,8 @@ constexpr Layout kLayouts[] = {
     CAM_RECORD(BITMAPFILEHEADER),
     CAM_MEMBER(BITMAPFILEHEADER, bfOffBits),
     CAM_RECORD(BITMAPINFOHEADER),
-    CAM_RECORD(still::BitmapInfoHeader565),
-    CAM_MEMBER(still::BitmapInfoHeader565, redMask),
+    CAM_RECORD(still::BitmapInfo565),
+    CAM_MEMBER(still::BitmapInfo565, redMask),
     CAM_RECORD(platform::DEVMGR_DEVICE_INFORMATION),
     CAM_MEMBER(platform::DEVMGR_DEVICE_INFORMATION, szLegacyName),
     CAM_MEMBER(platform::DEVMGR_DEVICE_INFORMATION, szDeviceKey),
