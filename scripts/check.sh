@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Checks the formatting of every source file, and with --tidy runs clang-tidy over what build/host compiles, Clang's thread-safety
+# Checks the formatting of every source file and the structure of the tree (architecture.py), and with --tidy runs clang-tidy over what build/host compiles, Clang's thread-safety
 # analysis included: guarded fields without their lock, functions on a thread of another role.
 #
-#   scripts/check.sh                     formatting; a few seconds
+#   scripts/check.sh                     formatting and structure; a few seconds
 #   scripts/check.sh --tidy [FILES...]   clang-tidy as well, over FILES or all of src, device_kit and tools; minutes
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
@@ -21,6 +21,7 @@ if ! clang-format --dry-run -Werror "${sources[@]}" >/dev/null 2>&1; then
     echo "check: the files above are not formatted; this repairs them: clang-format -i \$(git ls-files '*.cpp' '*.h' '*.hpp')" >&2
     exit 1
 fi
+scripts/architecture.py || { echo "check: the structure of the tree is broken as said above; docs/architecture.md has the rules" >&2; exit 1; }
 [ -n "$tidy" ] || exit 0
 
 [ -f build/host/compile_commands.json ] || { echo "check: configure first: cmake --preset host" >&2; exit 1; }
