@@ -83,15 +83,19 @@ TEST_CASE("calls are counted by name and with their arguments, and listed as far
     calls.NoteArguments("x");
     CHECK(calls.List() == Lines{"Open a b", "Draw 1 2", "Open"});
     CHECK(calls.Log() == "Open a b\nDraw 1 2\nOpen\n");
-    for (const auto& [call, count] : {std::pair<const char*, long>{"Open", 2},
-                                      {"Open a b", 1},
-                                      {"Look 7", 1},
-                                      {"Draw", 1},
-                                      {"Close x", 1},
-                                      {"Draw 1", 0},
-                                      {"", 0}}) {
-        CAPTURE(call);
-        CHECK(calls.Count(call) == count);
+    struct Counted {
+        const char* call;
+        long count;
+    };
+    for (const Counted& one : {Counted{"Open", 2},
+                               {"Open a b", 1},
+                               {"Look 7", 1},
+                               {"Draw", 1},
+                               {"Close x", 1},
+                               {"Draw 1", 0},
+                               {"", 0}}) {
+        CAPTURE(one.call);
+        CHECK(calls.Count(one.call) == one.count);
     }
     // A program's own answer comes at once, goes before the rules, and is given once.
     calls.AnswerNext("Draw 1 2", kOther);
@@ -129,9 +133,13 @@ TEST_CASE("rules are read with their defaults, in lists, under the names that th
 }
 
 TEST_CASE("a mistake in a rule is told with member, value and remedy") {
-    for (const auto& [json, hresults, told] : {
-             std::tuple<const char*, bool, const char*>{"5", false,
-                                                        "\"calls\" is 5; give an object of calls"},
+    struct Mistake {
+        const char* json;
+        bool hresults;
+        const char* told;
+    };
+    for (const Mistake& one : {
+             Mistake{"5", false, "\"calls\" is 5; give an object of calls"},
              {R"({"Fly": {"result": 1}})", false, "\"calls.Fly\" is {\"result\":1}; no such call"},
              {R"({"Open": 5})", false, "\"calls.Open\" is 5; give an object with \"at\""},
              {R"({"Open": {}})", false, "\"calls.Open\" is {}; say what shall happen"},
@@ -148,14 +156,14 @@ TEST_CASE("a mistake in a rule is told with member, value and remedy") {
              {R"({"Open": {"result": "E_FAIL"}})", true, "such as \"0x80004005\""},
              {R"({"Open": {"result": 5}})", true, "\"calls.Open.result\" is 5; give an HRESULT"},
          }) {
-        CAPTURE(json);
+        CAPTURE(one.json);
         std::string error;
         try {
-            Read(json, hresults);
+            Read(one.json, one.hresults);
         } catch (const std::runtime_error& failure) {
             error = failure.what();
         }
         CAPTURE(error);
-        CHECK(error.find(told) != error.npos);
+        CHECK(error.find(one.told) != error.npos);
     }
 }
