@@ -110,7 +110,7 @@ HRESULT CapturePin::NewType(const Format& format, AM_MEDIA_TYPE** out) const {
 HRESULT CapturePin::SetFormat(AM_MEDIA_TYPE* type) {
     return DeviceCall(L"IAMStreamConfig::SetFormat", Name(), [&]() -> HRESULT {
         if (!type) return E_POINTER;
-        const LockGuard guard(filter_.StateLock());
+        const LockGuard guard(camera_.StateLock());
         if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
         for (const Format& format : camera_.Played().stillFormats) {
             if (!Matches(format, *type)) continue;
@@ -124,7 +124,7 @@ HRESULT CapturePin::SetFormat(AM_MEDIA_TYPE* type) {
 HRESULT CapturePin::GetFormat(AM_MEDIA_TYPE** out) {
     return DeviceCall(L"IAMStreamConfig::GetFormat", Name(), [&]() -> HRESULT {
         if (!out) return E_POINTER;
-        const LockGuard guard(filter_.StateLock());
+        const LockGuard guard(camera_.StateLock());
         return NewType(format_, out);
     });
 }

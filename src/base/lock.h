@@ -12,55 +12,55 @@ namespace cam {
 // May be entered again by the thread that holds it.
 class CAM_LOCKABLE("lock") Lock {
   public:
-    Lock() { InitializeCriticalSection(&section_); }
-    ~Lock() { DeleteCriticalSection(&section_); }
+    Lock() { InitializeCriticalSection(&section); }
+    ~Lock() { DeleteCriticalSection(&section); }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
 
-    void Enter() CAM_ACQUIRES() { EnterCriticalSection(&section_); }
-    void Leave() CAM_RELEASES() { LeaveCriticalSection(&section_); }
+    void Enter() CAM_ACQUIRES() { EnterCriticalSection(&section); }
+    void Leave() CAM_RELEASES() { LeaveCriticalSection(&section); }
 
   private:
-    CRITICAL_SECTION section_;
+    CRITICAL_SECTION section;
 };
 
 class CAM_SCOPED_LOCK LockGuard {
   public:
-    explicit LockGuard(Lock& lock) CAM_ACQUIRES(lock) : lock_(lock) { lock_.Enter(); }
-    ~LockGuard() CAM_RELEASES() { lock_.Leave(); }
+    explicit LockGuard(Lock& toHold) CAM_ACQUIRES(toHold) : lock(toHold) { lock.Enter(); }
+    ~LockGuard() CAM_RELEASES() { lock.Leave(); }
     LockGuard(const LockGuard&) = delete;
     LockGuard& operator=(const LockGuard&) = delete;
 
   private:
-    Lock& lock_;
+    Lock& lock;
 };
 
 // A value and its lock. Locked() is the only way to the value, and holds the lock for as long as it lives:
 //
-//     const auto settings = settings_.Locked();
-//     settings->fileName = ...;
+//     const auto access = settings.Locked();
+//     access->fileName = ...;
 template <typename T>
 class Guarded {
   public:
     class Access {
       public:
-        explicit Access(Guarded& guarded) : guard_(guarded.lock_), value_(guarded.value_) {}
-        T* operator->() const { return &value_; }
-        T& operator*() const { return value_; }
+        explicit Access(Guarded& guarded) : guard(guarded.lock), value(guarded.value) {}
+        T* operator->() const { return &value; }
+        T& operator*() const { return value; }
 
       private:
-        LockGuard guard_;
-        T& value_;
+        LockGuard guard;
+        T& value;
     };
 
     Guarded() = default;
-    explicit Guarded(T value) : value_(std::move(value)) {}
+    explicit Guarded(T initial) : value(std::move(initial)) {}
 
     Access Locked() { return Access(*this); }
 
   private:
-    Lock lock_;
-    T value_{};
+    Lock lock;
+    T value{};
 };
 
 }  // namespace cam

@@ -12,18 +12,18 @@ namespace {
 // Empty for a thread that has declared nothing.
 class Slot {
   public:
-    ~Slot() { TlsFree(index_); }
+    ~Slot() { TlsFree(index); }
 
     const ThreadRole& Get() const {
         const DWORD error = GetLastError();  // which reading a slot clears
-        const void* const role = TlsGetValue(index_);
+        const void* const role = TlsGetValue(index);
         SetLastError(error);
         return role ? *static_cast<const ThreadRole*>(role) : kCallerThread;
     }
-    void Set(const ThreadRole& role) { TlsSetValue(index_, const_cast<ThreadRole*>(&role)); }
+    void Set(const ThreadRole& role) { TlsSetValue(index, const_cast<ThreadRole*>(&role)); }
 
   private:
-    const DWORD index_ = TlsAlloc();
+    const DWORD index = TlsAlloc();
 };
 
 Slot slot;
@@ -39,12 +39,12 @@ Slot slot;
 
 }  // namespace
 
-ThreadRoleScope::ThreadRoleScope(const ThreadRole& role) : before_(slot.Get()) {
+ThreadRoleScope::ThreadRoleScope(const ThreadRole& role) : before(slot.Get()) {
     slot.Set(role);
 }
 
 ThreadRoleScope::~ThreadRoleScope() {
-    slot.Set(before_);
+    slot.Set(before);
 }
 
 void CheckThread(const ThreadRole& role, const char* function, const char* file, int line) {

@@ -15,11 +15,11 @@ namespace cam {
 
 class CAM_LOCKABLE("thread role") ThreadRole {
   public:
-    constexpr explicit ThreadRole(const char* name) : name_(name) {}
-    const char* Name() const { return name_; }
+    constexpr explicit ThreadRole(const char* word) : name(word) {}
+    const char* Name() const { return name; }
 
   private:
-    const char* name_;
+    const char* name;
 };
 
 inline constexpr ThreadRole kCallerThread("caller");
@@ -40,7 +40,7 @@ class CAM_SCOPED_LOCK ThreadRoleScope {
     ThreadRoleScope& operator=(const ThreadRoleScope&) = delete;
 
   private:
-    const ThreadRole& before_;
+    const ThreadRole& before;
 };
 
 // At the head of a function that belongs to threads of one role.

@@ -35,7 +35,7 @@ HRESULT FirstPin(IBaseFilter& filter, ComPtr<IPin>& out) {
 
 HRESULT CaptureGraph::Build(UniqueHandle& eventHandle) {
     CheckThread(kWorkerThread);
-    if (state_ >= CameraState::Stopped) return S_OK;
+    if (state >= CameraState::Stopped) return S_OK;
     const HRESULT result = BuildSteps(eventHandle);
     if (FAILED(result)) Notify(Notification::Failed, L"Building the graph failed");
     return result;
@@ -43,45 +43,44 @@ HRESULT CaptureGraph::Build(UniqueHandle& eventHandle) {
 
 // What has been made when a step fails stays, for shutdown or the destructor.
 HRESULT CaptureGraph::BuildSteps(UniqueHandle& eventHandle) {
-    CAM_RETURN_IF_FAILED(Create(CLSID_CaptureGraphBuilder, CLSCTX_ALL, graph_.builder));
-    CAM_RETURN_IF_FAILED(Create(CLSID_FilterGraph, CLSCTX_ALL, graph_.filterGraph));
-    CAM_RETURN_IF_FAILED(graph_.builder->SetFiltergraph(graph_.filterGraph.get()));
-    CAM_RETURN_IF_FAILED(graph_.filterGraph.QueryTo(graph_.mediaControl));
+    CAM_RETURN_IF_FAILED(Create(CLSID_CaptureGraphBuilder, CLSCTX_ALL, graph.builder));
+    CAM_RETURN_IF_FAILED(Create(CLSID_FilterGraph, CLSCTX_ALL, graph.filterGraph));
+    CAM_RETURN_IF_FAILED(graph.builder->SetFiltergraph(graph.filterGraph.get()));
+    CAM_RETURN_IF_FAILED(graph.filterGraph.QueryTo(graph.mediaControl));
 
-    CAM_RETURN_IF_FAILED(Create(kClsidVideoCapture, CLSCTX_ALL, graph_.captureFilter));
+    CAM_RETURN_IF_FAILED(Create(kClsidVideoCapture, CLSCTX_ALL, graph.captureFilter));
     CAM_RETURN_IF_FAILED(LoadCaptureDriver());
     CAM_RETURN_IF_FAILED(
-        graph_.filterGraph->AddFilter(graph_.captureFilter.get(), L"Video Capture Filter Source"));
+        graph.filterGraph->AddFilter(graph.captureFilter.get(), L"Video Capture Filter Source"));
 
-    CAM_RETURN_IF_FAILED(Create(CLSID_VideoRenderer, CLSCTX_INPROC_SERVER, graph_.videoRenderer));
-    CAM_RETURN_IF_FAILED(graph_.filterGraph->AddFilter(graph_.videoRenderer.get(), L"Video Renderer"));
-    CAM_RETURN_IF_FAILED(Create(kClsidSampleGrabber, CLSCTX_INPROC, graph_.grabber));
-    CAM_RETURN_IF_FAILED(graph_.filterGraph->AddFilter(graph_.grabber.get(), L"SampleGrabber"));
-    CAM_RETURN_IF_FAILED(graph_.grabber.QueryTo(graph_.grabberControl));
-    CAM_RETURN_IF_FAILED(graph_.grabberControl->SetCallback(PreviewCallback()));
-    CAM_RETURN_IF_FAILED(graph_.builder->RenderStream(&PIN_CATEGORY_PREVIEW, &MEDIATYPE_Video,
-                                                      graph_.captureFilter.get(), graph_.grabber.get(),
-                                                      graph_.videoRenderer.get()));
+    CAM_RETURN_IF_FAILED(Create(CLSID_VideoRenderer, CLSCTX_INPROC_SERVER, graph.videoRenderer));
+    CAM_RETURN_IF_FAILED(graph.filterGraph->AddFilter(graph.videoRenderer.get(), L"Video Renderer"));
+    CAM_RETURN_IF_FAILED(Create(kClsidSampleGrabber, CLSCTX_INPROC, graph.grabber));
+    CAM_RETURN_IF_FAILED(graph.filterGraph->AddFilter(graph.grabber.get(), L"SampleGrabber"));
+    CAM_RETURN_IF_FAILED(graph.grabber.QueryTo(graph.grabberControl));
+    CAM_RETURN_IF_FAILED(graph.grabberControl->SetCallback(PreviewCallback()));
+    CAM_RETURN_IF_FAILED(graph.builder->RenderStream(&PIN_CATEGORY_PREVIEW, &MEDIATYPE_Video,
+                                                     graph.captureFilter.get(), graph.grabber.get(),
+                                                     graph.videoRenderer.get()));
     ComPtr<IMediaEventSink> eventSink;  // asked for, not used
-    graph_.filterGraph.QueryTo(eventSink);
+    graph.filterGraph.QueryTo(eventSink);
 
-    CAM_RETURN_IF_FAILED(Create(kClsidStillImageSink, CLSCTX_INPROC_SERVER, graph_.sink));
-    CAM_RETURN_IF_FAILED(graph_.filterGraph->AddFilter(graph_.sink.get(), L"Still image sink"));
-    CAM_RETURN_IF_FAILED(graph_.builder->RenderStream(
-        &PIN_CATEGORY_STILL, &MEDIATYPE_Video, graph_.captureFilter.get(), nullptr, graph_.sink.get()));
-    CAM_RETURN_IF_FAILED(graph_.sink.QueryTo(graph_.sinkControl));
-    CAM_RETURN_IF_FAILED(graph_.sinkControl->SetCallback(StillImageCallback()));
+    CAM_RETURN_IF_FAILED(Create(kClsidStillImageSink, CLSCTX_INPROC_SERVER, graph.sink));
+    CAM_RETURN_IF_FAILED(graph.filterGraph->AddFilter(graph.sink.get(), L"Still image sink"));
+    CAM_RETURN_IF_FAILED(graph.builder->RenderStream(&PIN_CATEGORY_STILL, &MEDIATYPE_Video,
+                                                     graph.captureFilter.get(), nullptr, graph.sink.get()));
+    CAM_RETURN_IF_FAILED(graph.sink.QueryTo(graph.sinkControl));
+    CAM_RETURN_IF_FAILED(graph.sinkControl->SetCallback(StillImageCallback()));
 
     ComPtr<IUnknown> capture;  // asked for, not used
-    graph_.captureFilter.QueryTo(capture);
-    CAM_RETURN_IF_FAILED(graph_.builder->FindPin(graph_.captureFilter.get(), PINDIR_OUTPUT,
-                                                 &PIN_CATEGORY_STILL, &MEDIATYPE_Video, FALSE, 0,
-                                                 graph_.stillPin.put()));
-    CAM_RETURN_IF_FAILED(FirstPin(*graph_.sink.get(), graph_.sinkPin));
-    CAM_RETURN_IF_FAILED(graph_.captureFilter.QueryTo(graph_.videoControl));
+    graph.captureFilter.QueryTo(capture);
+    CAM_RETURN_IF_FAILED(graph.builder->FindPin(graph.captureFilter.get(), PINDIR_OUTPUT, &PIN_CATEGORY_STILL,
+                                                &MEDIATYPE_Video, FALSE, 0, graph.stillPin.put()));
+    CAM_RETURN_IF_FAILED(FirstPin(*graph.sink.get(), graph.sinkPin));
+    CAM_RETURN_IF_FAILED(graph.captureFilter.QueryTo(graph.videoControl));
     CAM_RETURN_IF_FAILED(DuplicateEventHandle(eventHandle));
 
-    state_ = CameraState::Stopped;
+    state = CameraState::Stopped;
     Notify(Notification::GraphBuilt, L"Framegraph created");
     return S_OK;
 }
@@ -89,7 +88,7 @@ HRESULT CaptureGraph::BuildSteps(UniqueHandle& eventHandle) {
 // Tells the capture filter which driver to open.
 HRESULT CaptureGraph::LoadCaptureDriver() {
     ComPtr<IPersistPropertyBag> persist;
-    CAM_RETURN_IF_FAILED(graph_.captureFilter.QueryTo(persist));
+    CAM_RETURN_IF_FAILED(graph.captureFilter.QueryTo(persist));
     wchar_t name[kDeviceNameLength] = {};
     CAM_RETURN_IF_FAILED(FindCameraDevice(name));
 
@@ -108,7 +107,7 @@ HRESULT CaptureGraph::LoadCaptureDriver() {
 // of the graph; so the camera has a duplicate.
 HRESULT CaptureGraph::DuplicateEventHandle(UniqueHandle& eventHandle) {
     ComPtr<IMediaEvent> events;
-    CAM_RETURN_IF_FAILED(graph_.filterGraph.QueryTo(events));
+    CAM_RETURN_IF_FAILED(graph.filterGraph.QueryTo(events));
     OAEVENT graphsOwn = 0;
     CAM_RETURN_IF_FAILED(events->GetEventHandle(&graphsOwn));
     const HANDLE process = GetCurrentProcess();

@@ -18,30 +18,30 @@ constexpr DWORD kIdleMs = 4000;  // after which the owner window is asked to pai
 // ---- On the caller --------------------------------------------------------------------------
 
 HRESULT CameraWorker::Start() {
-    if (!commandEvent_) {
-        commandEvent_.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-        if (!commandEvent_) return HresultFromLastError();
+    if (!commandEvent) {
+        commandEvent.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+        if (!commandEvent) return HresultFromLastError();
     }
-    if (!doneEvent_) {
-        doneEvent_.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-        if (!doneEvent_) return HresultFromLastError();
+    if (!doneEvent) {
+        doneEvent.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+        if (!doneEvent) return HresultFromLastError();
     }
-    CAM_RETURN_IF_FAILED(graphMutex_.Create());
-    if (!threadHandle_) {
-        threadHandle_.reset(CreateThread(nullptr, 0, Thread, this, 0, &threadId_));
-        if (!threadHandle_) return HresultFromLastError();
+    CAM_RETURN_IF_FAILED(graphMutex.Create());
+    if (!threadHandle) {
+        threadHandle.reset(CreateThread(nullptr, 0, Thread, this, 0, &threadId));
+        if (!threadHandle) return HresultFromLastError();
     }
-    if (!powerQueue_) {
+    if (!powerQueue) {
         platform::MSGQUEUEOPTIONS options = {sizeof options, 0, kMaxMessages, kMaxMessageSize, TRUE};
-        powerQueue_.reset(platform::CreateMsgQueue(nullptr, &options));
-        if (!powerQueue_) return HresultFromLastError();
+        powerQueue.reset(platform::CreateMsgQueue(nullptr, &options));
+        if (!powerQueue) return HresultFromLastError();
     }
-    if (!powerNotification_) {
-        powerNotification_.reset(
-            platform::RequestPowerNotifications(powerQueue_.get(), platform::kPowerResume));
-        if (!powerNotification_) {
+    if (!powerNotification) {
+        powerNotification.reset(
+            platform::RequestPowerNotifications(powerQueue.get(), platform::kPowerResume));
+        if (!powerNotification) {
             const HRESULT result = HresultFromLastError();
-            CloseHandle(powerQueue_.release());
+            CloseHandle(powerQueue.release());
             return result;
         }
     }
@@ -49,39 +49,39 @@ HRESULT CameraWorker::Start() {
 }
 
 HRESULT CameraWorker::TriggerStill(const wchar_t* fileName, BYTE mode) {
-    stillMode_ = mode;
-    stillFileName_ = fileName;
+    stillMode = mode;
+    stillFileName = fileName;
     return Send(Command::TriggerStill);
 }
 
-HRESULT CameraWorker::Send(Command command) {
+HRESULT CameraWorker::Send(Command toSend) {
     CheckThread(kCallerThread);
     // A camera whose Init failed early has nobody to do it.
-    if (!threadHandle_) return E_FAIL;
-    command_ = command;
-    platform::EventModify(commandEvent_.get(), platform::kEventSet);
-    WaitLettingSentMessagesIn(doneEvent_.get());
-    return commandResult_;
+    if (!threadHandle) return E_FAIL;
+    command = toSend;
+    platform::EventModify(commandEvent.get(), platform::kEventSet);
+    WaitLettingSentMessagesIn(doneEvent.get());
+    return commandResult;
 }
 
 void CameraWorker::EndThread() {
     CheckThread(kCallerThread);
-    if (!threadHandle_) return;
-    command_ = Command::LeaveThread;
-    platform::EventModify(commandEvent_.get(), platform::kEventSet);
-    WaitLettingSentMessagesIn(threadHandle_.get());
+    if (!threadHandle) return;
+    command = Command::LeaveThread;
+    platform::EventModify(commandEvent.get(), platform::kEventSet);
+    WaitLettingSentMessagesIn(threadHandle.get());
 }
 
 void CameraWorker::End() {
     EndThread();
-    commandEvent_.reset();
-    graphEventHandle_.reset();
-    threadHandle_.reset();
-    doneEvent_.reset();
-    powerNotification_.reset();
-    powerQueue_.reset();
-    graphMutex_.IsHeld();  // there is nobody left to share the graph with
-    graph_.ReleaseIfItRan();
+    commandEvent.reset();
+    graphEventHandle.reset();
+    threadHandle.reset();
+    doneEvent.reset();
+    powerNotification.reset();
+    powerQueue.reset();
+    graphMutex.IsHeld();  // there is nobody left to share the graph with
+    graph.ReleaseIfItRan();
 }
 
 // ---- On the worker --------------------------------------------------------------------------
@@ -100,32 +100,32 @@ void CameraWorker::Work() {
     HANDLE queue = nullptr;
     bool resumeDeferred = false;
     HandleWait wait;
-    wait.Set(kCommandIndex, commandEvent_.get());
+    wait.Set(kCommandIndex, commandEvent.get());
     while (received != Command::LeaveThread) {
-        if (!graphEventHandle_) Sleep(kNoGraphSleepMs);
-        wait.Set(kGraphEventIndex, graphEventHandle_.get());
-        wait.Set(kPowerIndex, resumeDeferred ? graphMutex_.Handle() : queue);
+        if (!graphEventHandle) Sleep(kNoGraphSleepMs);
+        wait.Set(kGraphEventIndex, graphEventHandle.get());
+        wait.Set(kPowerIndex, resumeDeferred ? graphMutex.Handle() : queue);
         switch (wait.Wait(kIdleMs)) {
             case kCommandIndex:
-                received = command_;
-                queue = powerQueue_.get();  // made after this thread; the command publishes it
+                received = command;
+                queue = powerQueue.get();  // made after this thread; the command publishes it
                 Dispatch(received);
                 break;
             case kGraphEventIndex:
                 HandleGraphEvent();
                 break;
             case kPowerIndex:
-                if (resumeDeferred || graphMutex_.TryEnter()) {
+                if (resumeDeferred || graphMutex.TryEnter()) {
                     resumeDeferred = false;
-                    graphMutex_.IsHeld();  // by the wait or by TryEnter
+                    graphMutex.IsHeld();  // by the wait or by TryEnter
                     HandlePowerMessage();
-                    graphMutex_.Leave();
+                    graphMutex.Leave();
                 } else {
                     resumeDeferred = true;
                 }
                 break;
             default:
-                if (const HWND window = application_.ownerWindow) UpdateWindow(window);
+                if (const HWND window = application.ownerWindow) UpdateWindow(window);
                 break;
         }
     }
@@ -134,44 +134,44 @@ void CameraWorker::Work() {
 // Without the mutex: the caller that sent the command waits, and a window procedure of its that calls in
 // meanwhile must not wait for the command.
 void CameraWorker::Dispatch(Command received) {
-    graphMutex_.IsHeld();  // in effect
-    commandResult_ = S_OK;
+    graphMutex.IsHeld();  // in effect
+    commandResult = S_OK;
     switch (received) {
         case Command::BuildGraph:
-            commandResult_ = graph_.Build(graphEventHandle_);
+            commandResult = graph.Build(graphEventHandle);
             break;
         case Command::LeaveThread:
-            commandResult_ = S_FALSE;
+            commandResult = S_FALSE;
             return;  // whoever sent it waits for the thread
         case Command::TriggerStill:
-            commandResult_ = graph_.TriggerStill(stillFileName_, stillMode_);
+            commandResult = graph.TriggerStill(stillFileName, stillMode);
             break;
         case Command::StartPreview:
-            commandResult_ = graph_.Run();
+            commandResult = graph.Run();
             break;
         case Command::StopPreview:
-            commandResult_ = graph_.Halt();
+            commandResult = graph.Halt();
             break;
         default:
             return;
     }
-    platform::EventModify(doneEvent_.get(), platform::kEventSet);
+    platform::EventModify(doneEvent.get(), platform::kEventSet);
 }
 
 // Without the mutex: an event is taken while a caller holds the graph as well, and changes nothing of how it
 // runs.
 void CameraWorker::HandleGraphEvent() {
-    graphMutex_.IsHeld();  // not needed
-    graph_.HandleEvent();
+    graphMutex.IsHeld();  // not needed
+    graph.HandleEvent();
 }
 
 void CameraWorker::HandlePowerMessage() {
     DWORD message[kPowerMessage / sizeof(DWORD)] = {};
     DWORD read = 0;
     DWORD flags = 0;
-    if (!platform::ReadMsgQueue(powerQueue_.get(), message, sizeof message, &read, 0, &flags)) return;
-    if (!(message[0] & platform::kPowerResume) || !graph_.IsPreviewing()) return;
-    if (SUCCEEDED(graph_.Halt())) graph_.Run();
+    if (!platform::ReadMsgQueue(powerQueue.get(), message, sizeof message, &read, 0, &flags)) return;
+    if (!(message[0] & platform::kPowerResume) || !graph.IsPreviewing()) return;
+    if (SUCCEEDED(graph.Halt())) graph.Run();
 }
 
 }  // namespace cam

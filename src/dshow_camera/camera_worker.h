@@ -13,14 +13,14 @@ namespace cam {
 // builds the graph, starts and stops preview and triggers stills when it is told to, takes the graph's
 // events, and restarts preview after a resume.
 //
-// A *caller* hands a command over by writing command_ and what belongs to it, setting commandEvent_ and
-// waiting for doneEvent_; the events publish the fields in both directions. While it waits it lets messages
+// A *caller* hands a command over by writing command and what belongs to it, setting commandEvent and
+// waiting for doneEvent; the events publish the fields in both directions. While it waits it lets messages
 // sent to its windows in, because the worker may be moving a child of one of them; the worker for its part
 // dispatches messages while it waits for work, because the video window is its own. docs/camera.md has the
 // whole picture.
 class CameraWorker {
   public:
-    explicit CameraWorker(const Application& application) : application_(application), graph_(application) {}
+    explicit CameraWorker(const Application& user) : application(user), graph(user) {}
     CameraWorker(const CameraWorker&) = delete;
     CameraWorker& operator=(const CameraWorker&) = delete;
 
@@ -39,9 +39,9 @@ class CameraWorker {
     HRESULT TriggerStill(const wchar_t* fileName, BYTE mode);
 
     // Holds the graph for as long as the result lives.
-    GraphAccess Graph() CAM_UNCHECKED { return GraphAccess(graphMutex_, graph_); }
+    GraphAccess Graph() CAM_UNCHECKED { return GraphAccess(graphMutex, graph); }
 
-    const GraphFilters& Filters() const CAM_UNCHECKED { return graph_.Filters(); }
+    const GraphFilters& Filters() const CAM_UNCHECKED { return graph.Filters(); }
 
   private:
     enum class Command : int {
@@ -57,34 +57,33 @@ class CameraWorker {
     enum WaitIndex : DWORD { kCommandIndex, kGraphEventIndex, kPowerIndex };
 
     // On the caller
-    HRESULT Send(Command command);
+    HRESULT Send(Command toSend);
     void EndThread();
 
     // On the worker
     static DWORD WINAPI Thread(void* worker);
     void Work() CAM_REQUIRES(kWorkerThread);
     void Dispatch(Command received) CAM_REQUIRES(kWorkerThread);
-    HRESULT RunCommand(Command received) CAM_REQUIRES(kWorkerThread, graphMutex_);
     void HandleGraphEvent() CAM_REQUIRES(kWorkerThread);
-    void HandlePowerMessage() CAM_REQUIRES(kWorkerThread, graphMutex_);
+    void HandlePowerMessage() CAM_REQUIRES(kWorkerThread, graphMutex);
 
-    const Application& application_;
+    const Application& application;
 
-    UniqueHandle commandEvent_;
-    UniqueHandle graphEventHandle_;  // null until the graph is built; written and used by the worker
-    platform::UniqueMessageQueue powerQueue_;
-    DWORD threadId_ = 0;
-    UniqueHandle threadHandle_;
-    UniqueHandle doneEvent_;
-    GraphMutex graphMutex_;
+    UniqueHandle commandEvent;
+    UniqueHandle graphEventHandle;  // null until the graph is built; written and used by the worker
+    platform::UniqueMessageQueue powerQueue;
+    DWORD threadId = 0;
+    UniqueHandle threadHandle;
+    UniqueHandle doneEvent;
+    GraphMutex graphMutex;
 
-    Command command_ = Command::None;
-    const wchar_t* stillFileName_ = nullptr;  // the caller's; valid while its command runs
-    BYTE stillMode_ = 2;                      // encoding option, 0 to 2
-    HRESULT commandResult_ = 0;
+    Command command = Command::None;
+    const wchar_t* stillFileName = nullptr;  // the caller's; valid while its command runs
+    BYTE stillMode = 2;                      // encoding option, 0 to 2
+    HRESULT commandResult = 0;
 
-    platform::UniquePowerNotification powerNotification_;
-    CaptureGraph graph_ CAM_GUARDED_BY(graphMutex_);
+    platform::UniquePowerNotification powerNotification;
+    CaptureGraph graph CAM_GUARDED_BY(graphMutex);
 };
 
 }  // namespace cam

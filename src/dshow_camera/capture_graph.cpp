@@ -4,35 +4,35 @@ namespace cam {
 
 void CaptureGraph::HandleEvent() {
     CheckThread(kWorkerThread);
-    if (!graph_.builder) return;
+    if (!graph.builder) return;
     ComPtr<IMediaEvent> events;
-    if (FAILED(graph_.filterGraph.QueryTo(events))) return;
+    if (FAILED(graph.filterGraph.QueryTo(events))) return;
     long code = 0;
     LONG_PTR first = 0;
     LONG_PTR second = 0;
     if (FAILED(events->GetEvent(&code, &first, &second, 0))) return;
     if (code == kEventStillCaptured) {
-        state_ = CameraState::Previewing;  // even if preview did not run when the still was triggered
+        state = CameraState::Previewing;  // even if preview did not run when the still was triggered
         Notify(Notification::StillCaptured, L"File captured ...");
     }
     events->FreeEventParams(code, first, second);
 }
 
-HRESULT CaptureGraph::GetState(int* state) const {
-    if (!graph_.mediaControl) return E_FAIL;
+HRESULT CaptureGraph::GetState(int* out) const {
+    if (!graph.mediaControl) return E_FAIL;
     OAFilterState running = State_Stopped;
-    graph_.mediaControl->GetState(kStateTimeoutMs, &running);
-    *state = static_cast<int>(running == State_Paused ? CameraState::Paused : state_.load());
+    graph.mediaControl->GetState(kStateTimeoutMs, &running);
+    *out = static_cast<int>(running == State_Paused ? CameraState::Paused : state.load());
     return S_OK;
 }
 
 void CaptureGraph::ReleaseIfItRan() {
-    if (state_ >= CameraState::Stopped) graph_.Release();
+    if (state >= CameraState::Stopped) graph.Release();
 }
 
 HRESULT CaptureGraph::Notify(Notification what, const wchar_t* text) const {
     if (!text || !*text) return E_POINTER;
-    const HWND window = application_.eventsWindow;
+    const HWND window = application.eventsWindow;
     if (what == Notification::StillCaptured && window) PostMessageW(window, CAM_MESSAGE_STILL_CAPTURED, 0, 0);
     return S_OK;
 }

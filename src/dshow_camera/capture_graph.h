@@ -15,7 +15,7 @@ namespace cam {
 // the frame callbacks, never this object.
 class CaptureGraph {
   public:
-    explicit CaptureGraph(const Application& application) : application_(application) {}
+    explicit CaptureGraph(const Application& user) : application(user) {}
     CaptureGraph(const CaptureGraph&) = delete;
     CaptureGraph& operator=(const CaptureGraph&) = delete;
 
@@ -41,9 +41,9 @@ class CaptureGraph {
     // ---- On the worker, or on a caller that holds the graph --------------------------------------
 
     // capture_graph.cpp
-    HRESULT GetState(int* state) const;
-    bool IsPreviewing() const { return state_ == CameraState::Previewing; }
-    void SetState(CameraState state) { state_ = state; }
+    HRESULT GetState(int* out) const;
+    bool IsPreviewing() const { return state == CameraState::Previewing; }
+    void SetState(CameraState now) { state = now; }
 
     // resolutions.cpp
     HRESULT SetResolution(int index);
@@ -55,7 +55,7 @@ class CaptureGraph {
 
     // ---- At any time -----------------------------------------------------------------------------
 
-    const GraphFilters& Filters() const { return filters_; }
+    const GraphFilters& Filters() const { return filters; }
 
   private:
     // What happened. Only StillCaptured leaves the library, as a message to the events window.
@@ -81,12 +81,12 @@ class CaptureGraph {
     HRESULT ReconnectStillBranch(int index);
     HRESULT ConnectStillPins();
 
-    const Application& application_;
+    const Application& application;
     // Changed by the *worker* without the lock when a picture has been stored.
-    std::atomic<CameraState> state_ = CameraState::None;
-    int currentResolution_ = 0;  // the index set last
-    GraphInterfaces graph_;
-    const GraphFilters filters_{graph_};
+    std::atomic<CameraState> state = CameraState::None;
+    int currentResolution = 0;  // the index set last
+    GraphInterfaces graph;
+    const GraphFilters filters{graph};
 };
 
 // How long the graph may take to say what state it is in. A graph that takes longer counts as not running.

@@ -47,9 +47,9 @@ class DShowCamera final : public CameraDevice {
     HRESULT SetPropertyB(int id, long value, long flags) override;
 
   private:
-    Application application_;
-    CameraWorker worker_{application_};
-    int resolutionCount_ = 0;  // 0: not asked yet
+    Application application;
+    CameraWorker worker{application};
+    int resolutionCount = 0;  // 0: not asked yet
 };
 
 }  // namespace cam

@@ -32,14 +32,14 @@ camFrameCallback StillImageCallback() {
 // A camera whose graph could not be built has no filters to tell; the callback is kept for the next.
 HRESULT DShowCamera::RegisterPreviewCallback(camFrameCallback callback) {
     previewCallback = callback;
-    if (ISampleGrabberControl* grabber = worker_.Filters().Grabber())
+    if (ISampleGrabberControl* grabber = worker.Filters().Grabber())
         grabber->SetCallback(callback ? PreviewTrampoline : nullptr);
     return S_OK;
 }
 
 HRESULT DShowCamera::RegisterStillImageCallback(camFrameCallback callback) {
     stillImageCallback = callback;
-    if (IStillImageSinkControl* sink = worker_.Filters().Sink())
+    if (IStillImageSinkControl* sink = worker.Filters().Sink())
         sink->SetCallback(callback ? StillImageTrampoline : nullptr);
     return S_OK;
 }

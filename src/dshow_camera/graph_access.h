@@ -17,46 +17,46 @@ class CAM_LOCKABLE("graph") GraphMutex {
   public:
     // Nothing happens when it exists. Until then there is no worker, and entering does nothing.
     HRESULT Create() {
-        if (!handle_) handle_.reset(CreateMutexW(nullptr, FALSE, nullptr));
-        return handle_ ? S_OK : HresultFromLastError();
+        if (!handle) handle.reset(CreateMutexW(nullptr, FALSE, nullptr));
+        return handle ? S_OK : HresultFromLastError();
     }
 
     // *Caller*: sent messages are let in meanwhile.
     void Enter() CAM_ACQUIRES() {
-        if (handle_) WaitLettingSentMessagesIn(handle_.get());
+        if (handle) WaitLettingSentMessagesIn(handle.get());
     }
     // *Worker*, which never waits here but with Handle() in its list. The mutex of a thread that ended
     // without leaving it is there to be taken.
-    bool TryEnter() { return WaitForSingleObject(handle_.get(), 0) != WAIT_TIMEOUT; }
+    bool TryEnter() { return WaitForSingleObject(handle.get(), 0) != WAIT_TIMEOUT; }
     void Leave() CAM_RELEASES() {
-        if (handle_) ReleaseMutex(handle_.get());
+        if (handle) ReleaseMutex(handle.get());
     }
 
-    HANDLE Handle() const { return handle_.get(); }
+    HANDLE Handle() const { return handle.get(); }
 
     // Says to the analysis what it cannot see.
     void IsHeld() const CAM_ASSERTS() {}
 
   private:
-    UniqueHandle handle_;
+    UniqueHandle handle;
 };
 
 // Whoever is not the worker reaches the graph through this alone, and holds it meanwhile. The worker defers a
 // restart until then, and goes on dispatching messages.
 class GraphAccess {
   public:
-    GraphAccess(GraphMutex& mutex, CaptureGraph& graph) CAM_UNCHECKED : mutex_(mutex), graph_(graph) {
-        mutex_.Enter();
+    GraphAccess(GraphMutex& toEnter, CaptureGraph& guarded) CAM_UNCHECKED : mutex(toEnter), graph(guarded) {
+        mutex.Enter();
     }
-    ~GraphAccess() CAM_UNCHECKED { mutex_.Leave(); }
+    ~GraphAccess() CAM_UNCHECKED { mutex.Leave(); }
     GraphAccess(const GraphAccess&) = delete;
     GraphAccess& operator=(const GraphAccess&) = delete;
 
-    CaptureGraph* operator->() const { return &graph_; }
+    CaptureGraph* operator->() const { return &graph; }
 
   private:
-    GraphMutex& mutex_;
-    CaptureGraph& graph_;
+    GraphMutex& mutex;
+    CaptureGraph& graph;
 };
 
 }  // namespace cam

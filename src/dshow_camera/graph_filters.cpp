@@ -28,9 +28,9 @@ HRESULT GetCapability(IAMStreamConfig& config, int index, UniqueMediaType& type)
 }  // namespace
 
 HRESULT GraphFilters::FindStillConfig(ComPtr<IAMStreamConfig>& out) const {
-    if (!graph_.builder || !graph_.captureFilter) return E_FAIL;
-    return graph_.builder->FindInterface(&PIN_CATEGORY_STILL, &MEDIATYPE_Video, graph_.captureFilter.get(),
-                                         __uuidof(IAMStreamConfig), out.putVoid());
+    if (!graph.builder || !graph.captureFilter) return E_FAIL;
+    return graph.builder->FindInterface(&PIN_CATEGORY_STILL, &MEDIATYPE_Video, graph.captureFilter.get(),
+                                        __uuidof(IAMStreamConfig), out.putVoid());
 }
 
 void GraphFilters::CountStillFormats(int* count) const {

@@ -13,12 +13,12 @@ using filter_base::UniqueMediaType;
 // *worker* holds up neither a property nor a text. How the graph runs is out of reach here.
 class GraphFilters {
   public:
-    explicit GraphFilters(const GraphInterfaces& graph) : graph_(graph) {}
+    explicit GraphFilters(const GraphInterfaces& interfaces) : graph(interfaces) {}
 
     // Null where the graph was not built that far.
-    const ComPtr<IBaseFilter>& Capture() const { return graph_.captureFilter; }
-    ISampleGrabberControl* Grabber() const { return graph_.grabberControl.get(); }
-    IStillImageSinkControl* Sink() const { return graph_.sinkControl.get(); }
+    const ComPtr<IBaseFilter>& Capture() const { return graph.captureFilter; }
+    ISampleGrabberControl* Grabber() const { return graph.grabberControl.get(); }
+    IStillImageSinkControl* Sink() const { return graph.sinkControl.get(); }
 
     // The still pin's stream capabilities. E_FAIL without a capture filter.
     HRESULT FindStillConfig(ComPtr<IAMStreamConfig>& out) const;
@@ -31,7 +31,7 @@ class GraphFilters {
     HRESULT GetStillDimensions(long* height, long* width, int index) const;
 
   private:
-    const GraphInterfaces& graph_;
+    const GraphInterfaces& graph;
 };
 
 }  // namespace cam

@@ -8,7 +8,7 @@ namespace cam {
 // Up to three handles to wait for, any of which may be missing. The indices are those of the full list.
 class HandleWait {
   public:
-    void Set(DWORD index, HANDLE handle) { handles_[index] = handle; }
+    void Set(DWORD index, HANDLE handle) { handles[index] = handle; }
 
     // The index of a handle that is signalled (the lowest, if several are), or WAIT_TIMEOUT after
     // `timeoutMs`; any other value means that the wait failed. Messages to windows of this thread are
@@ -19,8 +19,8 @@ class HandleWait {
         DWORD indices[kMaxHandles];
         DWORD count = 0;
         for (DWORD index = 0; index < kMaxHandles; ++index) {
-            if (!handles_[index]) continue;
-            present[count] = handles_[index];
+            if (!handles[index]) continue;
+            present[count] = handles[index];
             indices[count++] = index;
         }
         const DWORD started = GetTickCount();
@@ -50,7 +50,7 @@ class HandleWait {
         DispatchMessageW(&message);
     }
 
-    HANDLE handles_[kMaxHandles] = {};
+    HANDLE handles[kMaxHandles] = {};
 };
 
 }  // namespace cam

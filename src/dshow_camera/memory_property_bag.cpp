@@ -42,7 +42,7 @@ class MemoryPropertyBag final : public filter_base::Implements<filter_base::ComO
     };
 
     Entry* Find(LPCOLESTR name) const {
-        Entry* entry = first_.get();
+        Entry* entry = first.get();
         while (entry && _wcsicmp(entry->name.get(), name) != 0) entry = entry->next.get();
         return entry;
     }
@@ -51,12 +51,12 @@ class MemoryPropertyBag final : public filter_base::Implements<filter_base::ComO
         if (!entry) return nullptr;
         entry->name.reset(SysAllocString(name));
         if (!entry->name) return nullptr;
-        entry->next = std::move(first_);
-        first_ = std::move(entry);
-        return first_.get();
+        entry->next = std::move(first);
+        first = std::move(entry);
+        return first.get();
     }
 
-    std::unique_ptr<Entry> first_;
+    std::unique_ptr<Entry> first;
 };
 
 }  // namespace

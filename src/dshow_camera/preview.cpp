@@ -38,31 +38,31 @@ LONG FramesPerSecond(const AM_MEDIA_TYPE& type) {
 
 HRESULT CaptureGraph::Run() {
     CheckThread(kWorkerThread);
-    if (!graph_.mediaControl) return E_FAIL;
+    if (!graph.mediaControl) return E_FAIL;
     // Without an owner the renderer shows its own window.
-    if (application_.ownerWindow) {
+    if (application.ownerWindow) {
         const HRESULT placed = PlaceVideoWindow();
         if (FAILED(placed)) {
             Notify(Notification::StartPreviewFailed, L"Start preview failed.");
             return placed;
         }
     }
-    graph_.mediaControl->Run();
+    graph.mediaControl->Run();
     OAFilterState running = State_Stopped;
-    const HRESULT result = graph_.mediaControl->GetState(kStateTimeoutMs, &running);
+    const HRESULT result = graph.mediaControl->GetState(kStateTimeoutMs, &running);
     if (running == State_Running) {
-        if (!graph_.grabberControl) return E_FAIL;
+        if (!graph.grabberControl) return E_FAIL;
         TellMediaType();
-        state_ = CameraState::Previewing;
+        state = CameraState::Previewing;
     }
     return result;
 }
 
 // The video fills the owner's client area.
 HRESULT CaptureGraph::PlaceVideoWindow() {
-    const HWND owner = application_.ownerWindow;
-    if (!graph_.videoWindow) CAM_RETURN_IF_FAILED(graph_.filterGraph.QueryTo(graph_.videoWindow));
-    IVideoWindow& video = *graph_.videoWindow.get();
+    const HWND owner = application.ownerWindow;
+    if (!graph.videoWindow) CAM_RETURN_IF_FAILED(graph.filterGraph.QueryTo(graph.videoWindow));
+    IVideoWindow& video = *graph.videoWindow.get();
     CAM_RETURN_IF_FAILED(video.put_Owner(reinterpret_cast<OAHWND>(owner)));
     CAM_RETURN_IF_FAILED(video.put_MessageDrain(reinterpret_cast<OAHWND>(owner)));
     RECT client = {};
@@ -81,13 +81,13 @@ void CaptureGraph::TellMediaType() {
     LONG formatCode = CAM_FORMAT_OTHER;
     LONG framesPerSecond = 0;
     filter_base::MediaType type;
-    if (SUCCEEDED(graph_.grabberControl->GetInputMediaType(type.put()))) {
+    if (SUCCEEDED(graph.grabberControl->GetInputMediaType(type.put()))) {
         formatCode = FormatCode(type.subtype);
         framesPerSecond = FramesPerSecond(type);
     }
     FrameGeometry frame = {};
-    graph_.grabberControl->GetGeometry(&frame);
-    if (const camMediaTypeCallback callback = application_.mediaTypeCallback) {
+    graph.grabberControl->GetGeometry(&frame);
+    if (const camMediaTypeCallback callback = application.mediaTypeCallback) {
         callback(frame.height, frame.width, frame.sampleSize, frame.stride, formatCode, framesPerSecond);
     }
 }
@@ -96,17 +96,17 @@ void CaptureGraph::TellMediaType() {
 // has no window to put away.
 HRESULT CaptureGraph::Halt() {
     CheckThread(kWorkerThread);
-    if (!graph_.mediaControl) return E_FAIL;
-    HRESULT result = graph_.mediaControl->Pause();
-    if (SUCCEEDED(result)) result = graph_.mediaControl->Stop();
+    if (!graph.mediaControl) return E_FAIL;
+    HRESULT result = graph.mediaControl->Pause();
+    if (SUCCEEDED(result)) result = graph.mediaControl->Stop();
     if (SUCCEEDED(result)) Sleep(kHaltSleepMs);
-    if (SUCCEEDED(result) && graph_.videoWindow) result = graph_.videoWindow->put_Visible(OAFALSE);
-    if (SUCCEEDED(result) && graph_.videoWindow) result = graph_.videoWindow->put_Owner(0);
+    if (SUCCEEDED(result) && graph.videoWindow) result = graph.videoWindow->put_Visible(OAFALSE);
+    if (SUCCEEDED(result) && graph.videoWindow) result = graph.videoWindow->put_Owner(0);
     if (FAILED(result)) {
         Notify(Notification::StopPreviewFailed, L"Stop preview failed.");
         return result;
     }
-    state_ = CameraState::Stopped;
+    state = CameraState::Stopped;
     return S_OK;
 }
 

@@ -52,30 +52,30 @@ HRESULT Set(const ComPtr<IBaseFilter>& captureFilter, long number, long value, l
 
 HRESULT DShowCamera::GetPropertyRangeA(int id, long* minimum, long* maximum, long* step, long* defaultValue,
                                        long* flags) {
-    return GetRange<IAMVideoProcAmp>(worker_.Filters().Capture(), VideoProcessingNumber(id), minimum, maximum,
+    return GetRange<IAMVideoProcAmp>(worker.Filters().Capture(), VideoProcessingNumber(id), minimum, maximum,
                                      step, defaultValue, flags);
 }
 
 HRESULT DShowCamera::GetPropertyA(int id, long* value, long* flags) {
-    return Get<IAMVideoProcAmp>(worker_.Filters().Capture(), VideoProcessingNumber(id), value, flags);
+    return Get<IAMVideoProcAmp>(worker.Filters().Capture(), VideoProcessingNumber(id), value, flags);
 }
 
 HRESULT DShowCamera::SetPropertyA(int id, long value, long flags) {
-    return Set<IAMVideoProcAmp>(worker_.Filters().Capture(), VideoProcessingNumber(id), value, flags);
+    return Set<IAMVideoProcAmp>(worker.Filters().Capture(), VideoProcessingNumber(id), value, flags);
 }
 
 HRESULT DShowCamera::GetPropertyRangeB(int id, long* minimum, long* maximum, long* step, long* defaultValue,
                                        long* flags) {
-    return GetRange<IAMCameraControl>(worker_.Filters().Capture(), CameraControlNumber(id), minimum, maximum,
+    return GetRange<IAMCameraControl>(worker.Filters().Capture(), CameraControlNumber(id), minimum, maximum,
                                       step, defaultValue, flags);
 }
 
 HRESULT DShowCamera::GetPropertyB(int id, long* value, long* flags) {
-    return Get<IAMCameraControl>(worker_.Filters().Capture(), CameraControlNumber(id), value, flags);
+    return Get<IAMCameraControl>(worker.Filters().Capture(), CameraControlNumber(id), value, flags);
 }
 
 HRESULT DShowCamera::SetPropertyB(int id, long value, long flags) {
-    return Set<IAMCameraControl>(worker_.Filters().Capture(), CameraControlNumber(id), value, flags);
+    return Set<IAMCameraControl>(worker.Filters().Capture(), CameraControlNumber(id), value, flags);
 }
 
 }  // namespace cam

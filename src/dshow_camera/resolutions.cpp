@@ -20,20 +20,20 @@ bool CanBeStill(const AM_MEDIA_TYPE& type) {
 
 HRESULT CaptureGraph::SetResolution(int index) {
     OAFilterState running = State_Stopped;
-    if (graph_.mediaControl) graph_.mediaControl->GetState(kStateTimeoutMs, &running);
+    if (graph.mediaControl) graph.mediaControl->GetState(kStateTimeoutMs, &running);
     if (running == State_Running) {
-        if (graph_.videoWindow) graph_.videoWindow->put_Owner(0);
+        if (graph.videoWindow) graph.videoWindow->put_Owner(0);
         Sleep(kWindowSleepMs);
-        graph_.mediaControl->Pause();
-        graph_.mediaControl->Stop();
+        graph.mediaControl->Pause();
+        graph.mediaControl->Stop();
         Sleep(kHaltSleepMs);
     }
     const HRESULT result = ReconnectStillBranch(index);
     if (running == State_Running) {
-        if (graph_.videoWindow)
-            graph_.videoWindow->put_Owner(reinterpret_cast<OAHWND>(application_.ownerWindow.load()));
+        if (graph.videoWindow)
+            graph.videoWindow->put_Owner(reinterpret_cast<OAHWND>(application.ownerWindow.load()));
         Sleep(kWindowSleepMs);
-        graph_.mediaControl->Run();
+        graph.mediaControl->Run();
         Sleep(kRunSleepMs);
     }
     return result;
@@ -43,7 +43,7 @@ HRESULT CaptureGraph::SetResolution(int index) {
 // joins them again.
 HRESULT CaptureGraph::ReconnectStillBranch(int index) {
     ComPtr<IAMStreamConfig> config;
-    CAM_RETURN_IF_FAILED(filters_.FindStillConfig(config));
+    CAM_RETURN_IF_FAILED(filters.FindStillConfig(config));
     int count = 0;
     int size = 0;
     CAM_RETURN_IF_FAILED(config->GetNumberOfCapabilities(&count, &size));
@@ -52,26 +52,26 @@ HRESULT CaptureGraph::ReconnectStillBranch(int index) {
     UniqueMediaType type;
     VIDEO_STREAM_CONFIG_CAPS capability = {};
     CAM_RETURN_IF_FAILED(config->GetStreamCaps(index, type.put(), reinterpret_cast<BYTE*>(&capability)));
-    if (!graph_.sink) return S_OK;
-    if (!graph_.sinkPin || !graph_.stillPin) return E_FAIL;  // the graph was built that far and no further
-    CAM_RETURN_IF_FAILED(graph_.filterGraph->Disconnect(graph_.sinkPin.get()));
-    CAM_RETURN_IF_FAILED(graph_.filterGraph->Disconnect(graph_.stillPin.get()));
+    if (!graph.sink) return S_OK;
+    if (!graph.sinkPin || !graph.stillPin) return E_FAIL;  // the graph was built that far and no further
+    CAM_RETURN_IF_FAILED(graph.filterGraph->Disconnect(graph.sinkPin.get()));
+    CAM_RETURN_IF_FAILED(graph.filterGraph->Disconnect(graph.stillPin.get()));
     CAM_RETURN_IF_FAILED(config->SetFormat(type.get()));
     CAM_RETURN_IF_FAILED(ConnectStillPins());
-    currentResolution_ = index;
+    currentResolution = index;
     return S_OK;
 }
 
 // With the first of the still pin's types that the sink can take, and no other.
 HRESULT CaptureGraph::ConnectStillPins() {
     ComPtr<IEnumMediaTypes> types;
-    CAM_RETURN_IF_FAILED(graph_.stillPin->EnumMediaTypes(types.put()));
+    CAM_RETURN_IF_FAILED(graph.stillPin->EnumMediaTypes(types.put()));
     types->Reset();
     UniqueMediaType type;
     while (types->Next(1, type.put(), nullptr) == S_OK) {
         if (!CanBeStill(*type.get())) continue;
         const HRESULT result =
-            graph_.filterGraph->ConnectDirect(graph_.stillPin.get(), graph_.sinkPin.get(), type.get());
+            graph.filterGraph->ConnectDirect(graph.stillPin.get(), graph.sinkPin.get(), type.get());
         if (SUCCEEDED(result)) return result;
         platform::ShowMessageBox(GetForegroundWindow(), L"Couldn't reconnect", L"SetStillImageResolution", 0);
         break;

@@ -9,15 +9,15 @@ namespace cam {
 HRESULT CaptureGraph::TriggerStill(const wchar_t* fileName, BYTE mode) {
     CheckThread(kWorkerThread);
     HRESULT result = E_FAIL;
-    if (graph_.videoControl && state_ >= CameraState::Stopped) {
-        result = graph_.sinkControl->SetFileName(fileName);
+    if (graph.videoControl && state >= CameraState::Stopped) {
+        result = graph.sinkControl->SetFileName(fileName);
         const PictureFormat format = PictureFormatOf(fileName);
         if (result == S_OK && (format == PictureFormat::Jpeg || format == PictureFormat::Tiff)) {
-            result = graph_.sinkControl->SetQualityLevel(mode);
+            result = graph.sinkControl->SetQualityLevel(mode);
         }
         if (result == S_OK) {
-            result = graph_.videoControl->SetMode(graph_.stillPin.get(), VideoControlFlag_Trigger);
-            if (SUCCEEDED(result)) state_ = CameraState::StillTriggered;
+            result = graph.videoControl->SetMode(graph.stillPin.get(), VideoControlFlag_Trigger);
+            if (SUCCEEDED(result)) state = CameraState::StillTriggered;
         }
     }
     if (FAILED(result) || result == kBadFileName) {

@@ -10,7 +10,7 @@ LONG LiveObjects() {
     return liveObjects;
 }
 
-ComObject::ComObject(IUnknown* outer) : outer_(outer ? outer : &inner_) {
+ComObject::ComObject(IUnknown* outer) : outerUnknown(outer ? outer : &inner) {
     ++liveObjects;
 }
 
@@ -22,21 +22,21 @@ HRESULT ComObject::NonDelegatingQueryInterface(REFIID id, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (id != __uuidof(IUnknown)) return E_NOINTERFACE;
-    inner_.AddRef();
-    *out = &inner_;
+    inner.AddRef();
+    *out = &inner;
     return S_OK;
 }
 
 ULONG STDMETHODCALLTYPE ComObject::InnerUnknown::AddRef() {
-    return static_cast<ULONG>(++object_.count_);
+    return static_cast<ULONG>(++object.references);
 }
 
 ULONG STDMETHODCALLTYPE ComObject::InnerUnknown::Release() {
-    const LONG left = --object_.count_;
+    const LONG left = --object.references;
     if (left == 0) {
         // A destructor may hand out and take back references to the object; these must not destroy it again.
-        ++object_.count_;
-        delete &object_;
+        ++object.references;
+        delete &object;
     }
     return static_cast<ULONG>(left);
 }

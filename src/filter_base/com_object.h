@@ -20,7 +20,7 @@ class ComObject {
 
     // The object's own unknown, whose count keeps it alive. An outer object holds this one; everybody else
     // holds interfaces whose three first operations go to the outer object.
-    IUnknown* Inner() { return &inner_; }
+    IUnknown* Inner() { return &inner; }
 
     // The interfaces of this object itself, whatever the outer object offers. A class overrides it through
     // Implements.
@@ -31,29 +31,29 @@ class ComObject {
     explicit ComObject(IUnknown* outer);
     virtual ~ComObject();
 
-    HRESULT OuterQueryInterface(REFIID id, void** out) { return outer_->QueryInterface(id, out); }
-    ULONG OuterAddRef() { return outer_->AddRef(); }
-    ULONG OuterRelease() { return outer_->Release(); }
+    HRESULT OuterQueryInterface(REFIID id, void** out) { return outerUnknown->QueryInterface(id, out); }
+    ULONG OuterAddRef() { return outerUnknown->AddRef(); }
+    ULONG OuterRelease() { return outerUnknown->Release(); }
 
   private:
     class InnerUnknown final : public IUnknown {
       public:
-        explicit InnerUnknown(ComObject& object) : object_(object) {}
+        explicit InnerUnknown(ComObject& of) : object(of) {}
 
         // IUnknown
         HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** out) override {
-            return object_.NonDelegatingQueryInterface(id, out);
+            return object.NonDelegatingQueryInterface(id, out);
         }
         ULONG STDMETHODCALLTYPE AddRef() override;
         ULONG STDMETHODCALLTYPE Release() override;
 
       private:
-        ComObject& object_;
+        ComObject& object;
     };
 
-    InnerUnknown inner_{*this};
-    IUnknown* outer_;
-    std::atomic<LONG> count_ = 0;
+    InnerUnknown inner{*this};
+    IUnknown* outerUnknown;
+    std::atomic<LONG> references = 0;
 };
 
 // Whether a pointer to Interface serves the interface `id`. Specialised where Interface derives from others

@@ -34,8 +34,8 @@ class Enumerator final : public Implements<ComObject, typename List::Interface> 
         if (fetched) *fetched = 0;
         if (IsOutOfStep()) return VFW_E_ENUM_OUT_OF_SYNC;
         ULONG count = 0;
-        for (; count < wanted; ++count, ++position_) {
-            const Item item = List::Get(owner_, position_);
+        for (; count < wanted; ++count, ++current) {
+            const Item item = List::Get(listOwner, current);
             if (!item) break;
             items[count] = item;
         }
@@ -46,17 +46,17 @@ class Enumerator final : public Implements<ComObject, typename List::Interface> 
     // Stays where it is when there are not so many left.
     HRESULT STDMETHODCALLTYPE Skip(ULONG count) override {
         if (IsOutOfStep()) return VFW_E_ENUM_OUT_OF_SYNC;
-        int position = position_;
+        int position = current;
         for (; count > 0; --count, ++position) {
-            if (!List::Has(owner_, position)) return S_FALSE;
+            if (!List::Has(listOwner, position)) return S_FALSE;
         }
-        position_ = position;
+        current = position;
         return S_OK;
     }
 
     HRESULT STDMETHODCALLTYPE Reset() override {
-        version_ = List::Version(owner_);
-        position_ = 0;
+        version = List::Version(listOwner);
+        current = 0;
         return S_OK;
     }
 
@@ -64,24 +64,24 @@ class Enumerator final : public Implements<ComObject, typename List::Interface> 
         if (!out) return E_POINTER;
         *out = nullptr;
         if (IsOutOfStep()) return VFW_E_ENUM_OUT_OF_SYNC;
-        *out = Create(owner_, position_);
+        *out = Create(listOwner, current);
         return *out ? S_OK : E_OUTOFMEMORY;
     }
 
   private:
     Enumerator(Owner& owner, int position)
         : Implements<ComObject, Interface>(nullptr),
-          owner_(owner),
-          keepAlive_(&owner),
-          version_(List::Version(owner)),
-          position_(position) {}
+          listOwner(owner),
+          keepAlive(&owner),
+          version(List::Version(owner)),
+          current(position) {}
 
-    bool IsOutOfStep() const { return version_ != List::Version(owner_); }
+    bool IsOutOfStep() const { return version != List::Version(listOwner); }
 
-    Owner& owner_;
-    const ComPtr<typename List::OwnerInterface> keepAlive_;
-    LONG version_;
-    int position_;
+    Owner& listOwner;
+    const ComPtr<typename List::OwnerInterface> keepAlive;
+    LONG version;
+    int current;
 };
 
 }  // namespace cam::filter_base

@@ -24,17 +24,17 @@ struct PinsOfFilter {
 };
 }  // namespace
 
-Filter::Filter(const wchar_t* name, IUnknown* outer, REFCLSID id) : Implements(outer), classId_(id) {
-    CopyName(name, name_);
+Filter::Filter(const wchar_t* name, IUnknown* outer, REFCLSID id) : Implements(outer), classId(id) {
+    CopyName(name, filterName);
 }
 
 HRESULT Filter::NotifyEvent(long code, LONG_PTR parameter1, LONG_PTR parameter2) {
-    return eventSink_ ? eventSink_->Notify(code, parameter1, parameter2) : E_NOTIMPL;
+    return eventSink ? eventSink->Notify(code, parameter1, parameter2) : E_NOTIMPL;
 }
 
 HRESULT STDMETHODCALLTYPE Filter::GetClassID(CLSID* id) {
     if (!id) return E_POINTER;
-    *id = classId_;
+    *id = classId;
     return S_OK;
 }
 
@@ -58,7 +58,7 @@ void Filter::DeactivatePins() {
 HRESULT STDMETHODCALLTYPE Filter::Stop() {
     const LockGuard lock(StateLock());
     if (IsStopped()) return S_OK;
-    state_ = State_Stopped;
+    filterState = State_Stopped;
     DeactivatePins();
     WaitUntilIdle();
     return S_OK;
@@ -73,14 +73,14 @@ HRESULT STDMETHODCALLTYPE Filter::Pause() {
             return result;
         }
     }
-    state_ = State_Paused;
+    filterState = State_Paused;
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Filter::Run(REFERENCE_TIME start) {
     const LockGuard lock(StateLock());
     if (State() == State_Running) return S_OK;
-    startTime_ = start;
+    startTime = start;
     if (IsStopped()) {
         const HRESULT result = Pause();
         if (FAILED(result)) return result;
@@ -91,7 +91,7 @@ HRESULT STDMETHODCALLTYPE Filter::Run(REFERENCE_TIME start) {
         const HRESULT result = pin->Run(start);
         if (FAILED(result)) return result;
     }
-    state_ = State_Running;
+    filterState = State_Running;
     return S_OK;
 }
 
@@ -103,14 +103,14 @@ HRESULT STDMETHODCALLTYPE Filter::GetState(DWORD, FILTER_STATE* state) {
 
 HRESULT STDMETHODCALLTYPE Filter::SetSyncSource(IReferenceClock* clock) {
     const LockGuard lock(StateLock());
-    clock_ = ComPtr<IReferenceClock>(clock);
+    graphClock = ComPtr<IReferenceClock>(clock);
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Filter::GetSyncSource(IReferenceClock** clock) {
     if (!clock) return E_POINTER;
     const LockGuard lock(StateLock());
-    *clock = ComPtr<IReferenceClock>(clock_).detach();
+    *clock = ComPtr<IReferenceClock>(graphClock).detach();
     return S_OK;
 }
 
@@ -136,24 +136,24 @@ HRESULT STDMETHODCALLTYPE Filter::FindPin(LPCWSTR id, IPin** out) {
 HRESULT STDMETHODCALLTYPE Filter::QueryFilterInfo(FILTER_INFO* info) {
     if (!info) return E_POINTER;
     const LockGuard lock(StateLock());
-    CopyName(name_, info->achName);
-    info->pGraph = graph_;
-    if (graph_) graph_->AddRef();
+    CopyName(filterName, info->achName);
+    info->pGraph = filterGraph;
+    if (filterGraph) filterGraph->AddRef();
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Filter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
     const LockGuard lock(StateLock());
-    graph_ = graph;
-    eventSink_ = nullptr;
+    filterGraph = graph;
+    eventSink = nullptr;
     if (!graph) return S_OK;
     // A reference kept here would keep the graph alive, which keeps the filter alive.
-    if (SUCCEEDED(graph->QueryInterface(__uuidof(IMediaEventSink), reinterpret_cast<void**>(&eventSink_)))) {
-        eventSink_->Release();
+    if (SUCCEEDED(graph->QueryInterface(__uuidof(IMediaEventSink), reinterpret_cast<void**>(&eventSink)))) {
+        eventSink->Release();
     } else {
-        eventSink_ = nullptr;
+        eventSink = nullptr;
     }
-    if (name) CopyName(name, name_);
+    if (name) CopyName(name, filterName);
     return S_OK;
 }
 

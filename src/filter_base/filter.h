@@ -27,17 +27,17 @@ struct FilterSetup {
 class Filter : public Implements<ComObject, IBaseFilter> {
   public:
     // Both are read by the *streaming* thread as well.
-    FILTER_STATE State() const { return state_; }
+    FILTER_STATE State() const { return filterState; }
     bool IsStopped() const { return State() == State_Stopped; }
     // Of the last Run: reference time that is stream time 0.
-    REFERENCE_TIME StartTime() const { return startTime_; }
-    IReferenceClock* Clock() const { return clock_.get(); }
+    REFERENCE_TIME StartTime() const { return startTime; }
+    IReferenceClock* Clock() const { return graphClock.get(); }
     // Not owned: the graph outlives its filters. Null outside a graph.
-    IFilterGraph* Graph() const { return graph_; }
+    IFilterGraph* Graph() const { return filterGraph; }
 
-    Lock& StateLock() CAM_RETURNS_LOCK(stateLock_) {
+    Lock& StateLock() CAM_RETURNS_LOCK(stateLock) {
         CheckThreadIsNot(kStreamingThread);
-        return stateLock_;
+        return stateLock;
     }
 
     // Pins in their fixed order.
@@ -79,19 +79,19 @@ class Filter : public Implements<ComObject, IBaseFilter> {
     virtual void WaitUntilIdle() {}
 
   private:
-    HRESULT ActivatePins() CAM_REQUIRES(stateLock_);
-    void DeactivatePins() CAM_REQUIRES(stateLock_);
+    HRESULT ActivatePins() CAM_REQUIRES(stateLock);
+    void DeactivatePins() CAM_REQUIRES(stateLock);
 
-    const CLSID classId_;
-    Lock stateLock_;
-    wchar_t name_[MAX_FILTER_NAME] CAM_GUARDED_BY(stateLock_) = {};
+    const CLSID classId;
+    Lock stateLock;
+    wchar_t filterName[MAX_FILTER_NAME] CAM_GUARDED_BY(stateLock) = {};
     // Changed under the lock, and what stands below only while no sample is on its way: so all of it may be
     // read without the lock.
-    std::atomic<FILTER_STATE> state_ = State_Stopped;
-    REFERENCE_TIME startTime_ = 0;
-    IFilterGraph* graph_ = nullptr;
-    IMediaEventSink* eventSink_ = nullptr;  // not owned, as the graph
-    ComPtr<IReferenceClock> clock_;
+    std::atomic<FILTER_STATE> filterState = State_Stopped;
+    REFERENCE_TIME startTime = 0;
+    IFilterGraph* filterGraph = nullptr;
+    IMediaEventSink* eventSink = nullptr;  // not owned, as the graph
+    ComPtr<IReferenceClock> graphClock;
 };
 
 }  // namespace cam::filter_base

@@ -3,30 +3,30 @@
 namespace cam::filter_base {
 
 HRESULT InputPin::Active() {
-    typeRefused_ = 0;
-    flushing_ = 0;
+    typeRefused = 0;
+    flushing = 0;
     return S_OK;
 }
 
 // Somebody upstream may wait for a free buffer: decommitting wakes it. The allocator's owner decommits it as
 // well, which does no harm.
 void InputPin::Inactive() {
-    typeRefused_ = 0;
-    flushing_ = 0;
-    if (allocator_) allocator_->Decommit();
+    typeRefused = 0;
+    flushing = 0;
+    if (sampleAllocator) sampleAllocator->Decommit();
 }
 
 void InputPin::BreakConnect() {
-    if (allocator_) allocator_->Decommit();
-    allocator_.reset();
-    readOnly_ = false;
+    if (sampleAllocator) sampleAllocator->Decommit();
+    sampleAllocator.reset();
+    samplesReadOnly = false;
 }
 
 HRESULT STDMETHODCALLTYPE InputPin::ReceiveConnection(IPin* connector, const AM_MEDIA_TYPE* type) {
     if (!connector || !type) return E_POINTER;
-    const LockGuard lock(filter_.StateLock());
+    const LockGuard lock(ownerFilter.StateLock());
     if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-    if (!filter_.IsStopped()) return VFW_E_NOT_STOPPED;
+    if (!ownerFilter.IsStopped()) return VFW_E_NOT_STOPPED;
     HRESULT result = CheckConnect(connector);
     if (SUCCEEDED(result)) {
         result = CheckMediaType(*type);
@@ -43,13 +43,13 @@ HRESULT STDMETHODCALLTYPE InputPin::ReceiveConnection(IPin* connector, const AM_
 }
 
 HRESULT STDMETHODCALLTYPE InputPin::BeginFlush() {
-    flushing_ = 1;
+    flushing = 1;
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE InputPin::EndFlush() {
-    typeRefused_ = 0;
-    flushing_ = 0;
+    typeRefused = 0;
+    flushing = 0;
     return S_OK;
 }
 
@@ -60,21 +60,21 @@ HRESULT STDMETHODCALLTYPE InputPin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, d
 HRESULT STDMETHODCALLTYPE InputPin::GetAllocator(IMemAllocator** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    const LockGuard lock(filter_.StateLock());
-    if (!allocator_) {
+    const LockGuard lock(ownerFilter.StateLock());
+    if (!sampleAllocator) {
         const HRESULT result = CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER,
-                                                __uuidof(IMemAllocator), allocator_.putVoid());
+                                                __uuidof(IMemAllocator), sampleAllocator.putVoid());
         if (FAILED(result)) return result;
     }
-    *out = ComPtr<IMemAllocator>(allocator_).detach();
+    *out = ComPtr<IMemAllocator>(sampleAllocator).detach();
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE InputPin::NotifyAllocator(IMemAllocator* allocator, BOOL readOnly) {
     if (!allocator) return E_POINTER;
-    const LockGuard lock(filter_.StateLock());
-    allocator_ = ComPtr<IMemAllocator>(allocator);
-    readOnly_ = readOnly != FALSE;
+    const LockGuard lock(ownerFilter.StateLock());
+    sampleAllocator = ComPtr<IMemAllocator>(allocator);
+    samplesReadOnly = readOnly != FALSE;
     return S_OK;
 }
 
@@ -100,9 +100,9 @@ HRESULT STDMETHODCALLTYPE InputPin::ReceiveCanBlock() {
 
 HRESULT InputPin::CheckStreaming() const {
     if (!IsConnected()) return VFW_E_NOT_CONNECTED;
-    if (filter_.IsStopped()) return VFW_E_WRONG_STATE;
+    if (ownerFilter.IsStopped()) return VFW_E_WRONG_STATE;
     if (IsFlushing()) return S_FALSE;
-    return typeRefused_ ? VFW_E_RUNTIME_ERROR : S_OK;
+    return typeRefused ? VFW_E_RUNTIME_ERROR : S_OK;
 }
 
 HRESULT InputPin::CheckSample(IMediaSample& sample) {
@@ -113,8 +113,8 @@ HRESULT InputPin::CheckSample(IMediaSample& sample) {
     const bool accepted = CheckMediaType(*offered) == S_OK && SUCCEEDED(SetMediaType(*offered));
     DeleteMediaType(offered);
     if (accepted) return S_OK;
-    typeRefused_ = 1;
-    filter_.NotifyEvent(EC_ERRORABORT, VFW_E_TYPE_NOT_ACCEPTED, 0);
+    typeRefused = 1;
+    ownerFilter.NotifyEvent(EC_ERRORABORT, VFW_E_TYPE_NOT_ACCEPTED, 0);
     return VFW_E_INVALIDMEDIATYPE;
 }
 

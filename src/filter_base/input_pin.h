@@ -12,10 +12,10 @@ namespace cam::filter_base {
 class InputPin : public Implements<Pin, IMemInputPin> {
   public:
     // The allocator agreed upon; null before.
-    IMemAllocator* Allocator() const { return allocator_.get(); }
+    IMemAllocator* Allocator() const { return sampleAllocator.get(); }
     // The samples' contents belong to somebody upstream and must stay as they are.
-    bool IsReadOnly() const { return readOnly_; }
-    bool IsFlushing() const { return flushing_ != 0; }
+    bool IsReadOnly() const { return samplesReadOnly; }
+    bool IsFlushing() const { return flushing != 0; }
 
     HRESULT Active() override;
     void Inactive() override;
@@ -46,10 +46,10 @@ class InputPin : public Implements<Pin, IMemInputPin> {
     HRESULT CheckSample(IMediaSample& sample);
 
   private:
-    ComPtr<IMemAllocator> allocator_;
-    bool readOnly_ = false;
-    std::atomic<LONG> flushing_ = 0;
-    std::atomic<LONG> typeRefused_ = 0;
+    ComPtr<IMemAllocator> sampleAllocator;
+    bool samplesReadOnly = false;
+    std::atomic<LONG> flushing = 0;
+    std::atomic<LONG> typeRefused = 0;
 };
 
 }  // namespace cam::filter_base

@@ -5,7 +5,7 @@ namespace cam::filter_base {
 HRESULT OutputPin::CheckConnect(IPin* peer) {
     const HRESULT result = Pin::CheckConnect(peer);
     if (FAILED(result)) return result;
-    return peer->QueryInterface(__uuidof(IMemInputPin), receiver_.putVoid());
+    return peer->QueryInterface(__uuidof(IMemInputPin), receiverInput.putVoid());
 }
 
 HRESULT OutputPin::CompleteConnect(IPin*) {
@@ -13,24 +13,24 @@ HRESULT OutputPin::CompleteConnect(IPin*) {
 }
 
 void OutputPin::BreakConnect() {
-    if (allocator_) allocator_->Decommit();
-    allocator_.reset();
-    receiver_.reset();
+    if (sampleAllocator) sampleAllocator->Decommit();
+    sampleAllocator.reset();
+    receiverInput.reset();
 }
 
 HRESULT OutputPin::Active() {
-    return allocator_ ? allocator_->Commit() : VFW_E_NO_ALLOCATOR;
+    return sampleAllocator ? sampleAllocator->Commit() : VFW_E_NO_ALLOCATOR;
 }
 
 void OutputPin::Inactive() {
-    if (allocator_) allocator_->Decommit();
+    if (sampleAllocator) sampleAllocator->Decommit();
 }
 
 HRESULT STDMETHODCALLTYPE OutputPin::Connect(IPin* receiver, const AM_MEDIA_TYPE* proposal) {
     if (!receiver) return E_POINTER;
-    const LockGuard lock(filter_.StateLock());
+    const LockGuard lock(ownerFilter.StateLock());
     if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-    if (!filter_.IsStopped()) return VFW_E_NOT_STOPPED;
+    if (!ownerFilter.IsStopped()) return VFW_E_NOT_STOPPED;
     if (proposal && IsComplete(*proposal)) return AttemptConnection(receiver, *proposal);
     const HRESULT theirs = TryTypesOf(receiver, receiver, proposal);
     if (SUCCEEDED(theirs)) return theirs;
@@ -82,17 +82,17 @@ HRESULT OutputPin::AttemptConnection(IPin* receiver, const AM_MEDIA_TYPE& type) 
 HRESULT OutputPin::TryAllocator(IMemAllocator* allocator, const ALLOCATOR_PROPERTIES& wishes) {
     ALLOCATOR_PROPERTIES request = wishes;
     HRESULT result = DecideBufferSize(allocator, &request);
-    if (SUCCEEDED(result)) result = receiver_->NotifyAllocator(allocator, FALSE);
+    if (SUCCEEDED(result)) result = receiverInput->NotifyAllocator(allocator, FALSE);
     if (SUCCEEDED(result)) SetAllocator(allocator);
     return result;
 }
 
 HRESULT OutputPin::DecideAllocator() {
     ALLOCATOR_PROPERTIES wishes = {};
-    if (FAILED(receiver_->GetAllocatorRequirements(&wishes))) wishes = {};
+    if (FAILED(receiverInput->GetAllocatorRequirements(&wishes))) wishes = {};
     if (wishes.cbAlign == 0) wishes.cbAlign = 1;
     ComPtr<IMemAllocator> allocator;
-    HRESULT result = receiver_->GetAllocator(allocator.put());
+    HRESULT result = receiverInput->GetAllocator(allocator.put());
     if (SUCCEEDED(result)) result = TryAllocator(allocator.get(), wishes);
     if (SUCCEEDED(result)) return result;
     result = CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER, __uuidof(IMemAllocator),
@@ -102,11 +102,11 @@ HRESULT OutputPin::DecideAllocator() {
 
 HRESULT OutputPin::GetDeliveryBuffer(IMediaSample** out, REFERENCE_TIME* start, REFERENCE_TIME* stop,
                                      DWORD flags) {
-    return allocator_ ? allocator_->GetBuffer(out, start, stop, flags) : VFW_E_NOT_CONNECTED;
+    return sampleAllocator ? sampleAllocator->GetBuffer(out, start, stop, flags) : VFW_E_NOT_CONNECTED;
 }
 
 HRESULT OutputPin::Deliver(IMediaSample* sample) {
-    return receiver_ ? receiver_->Receive(sample) : VFW_E_NOT_CONNECTED;
+    return receiverInput ? receiverInput->Receive(sample) : VFW_E_NOT_CONNECTED;
 }
 
 HRESULT OutputPin::DeliverEndOfStream() {

@@ -10,7 +10,7 @@ namespace cam::filter_base {
 class OutputPin : public Pin {
   public:
     // The allocator agreed upon; null before.
-    IMemAllocator* Allocator() const { return allocator_.get(); }
+    IMemAllocator* Allocator() const { return sampleAllocator.get(); }
 
     // Sizes the connection's buffers: fills in `request`, which holds the receiver's wishes, and gives it to
     // SetProperties.
@@ -38,8 +38,8 @@ class OutputPin : public Pin {
   protected:
     OutputPin(Filter& filter, const wchar_t* name) : Pin(filter, PINDIR_OUTPUT, name) {}
 
-    IMemInputPin* Receiver() const { return receiver_.get(); }
-    void SetAllocator(IMemAllocator* allocator) { allocator_ = ComPtr<IMemAllocator>(allocator); }
+    IMemInputPin* Receiver() const { return receiverInput.get(); }
+    void SetAllocator(IMemAllocator* allocator) { sampleAllocator = ComPtr<IMemAllocator>(allocator); }
     // Tries one allocator: sizes it and tells the receiver; kept on success.
     HRESULT TryAllocator(IMemAllocator* allocator, const ALLOCATOR_PROPERTIES& wishes);
 
@@ -47,8 +47,8 @@ class OutputPin : public Pin {
     HRESULT AttemptConnection(IPin* receiver, const AM_MEDIA_TYPE& type);
     HRESULT TryTypesOf(IPin* lister, IPin* receiver, const AM_MEDIA_TYPE* proposal);
 
-    ComPtr<IMemInputPin> receiver_;
-    ComPtr<IMemAllocator> allocator_;
+    ComPtr<IMemInputPin> receiverInput;
+    ComPtr<IMemAllocator> sampleAllocator;
 };
 
 }  // namespace cam::filter_base

@@ -35,25 +35,25 @@ HRESULT PinUnknown::NonDelegatingQueryInterface(REFIID, void** out) {
 }
 
 Pin::Pin(Filter& filter, PIN_DIRECTION direction, const wchar_t* name)
-    : Implements(filter), name_(name), direction_(direction) {}
+    : Implements(filter), pinName(name), pinDirection(direction) {}
 
 HRESULT Pin::NonDelegatingQueryInterface(REFIID id, void** out) {
     return Implements::NonDelegatingQueryInterface(id == __uuidof(IUnknown) ? __uuidof(IPin) : id, out);
 }
 
 HRESULT Pin::CopyType(MediaType& out) {
-    const LockGuard lock(typeLock_);
-    return out.CopyFrom(type_);
+    const LockGuard lock(typeLock);
+    return out.CopyFrom(connectionType);
 }
 
 bool Pin::HasType(const AM_MEDIA_TYPE& type) {
-    const LockGuard lock(typeLock_);
-    return SameMediaType(type, type_);
+    const LockGuard lock(typeLock);
+    return SameMediaType(type, connectionType);
 }
 
 HRESULT Pin::SetMediaType(const AM_MEDIA_TYPE& type) {
-    const LockGuard lock(typeLock_);
-    return type_.CopyFrom(type);
+    const LockGuard lock(typeLock);
+    return connectionType.CopyFrom(type);
 }
 
 HRESULT Pin::GetMediaType(int, MediaType&) {
@@ -64,7 +64,7 @@ HRESULT Pin::CheckConnect(IPin* peer) {
     PIN_DIRECTION other;
     const HRESULT result = peer->QueryDirection(&other);
     if (FAILED(result)) return result;
-    return other == direction_ ? VFW_E_INVALID_DIRECTION : S_OK;
+    return other == pinDirection ? VFW_E_INVALID_DIRECTION : S_OK;
 }
 
 HRESULT Pin::CompleteConnect(IPin*) {
@@ -73,9 +73,9 @@ HRESULT Pin::CompleteConnect(IPin*) {
 
 void Pin::DropConnection() {
     BreakConnect();
-    peer_.reset();
-    const LockGuard lock(typeLock_);
-    type_.reset();
+    connectedPin.reset();
+    const LockGuard lock(typeLock);
+    connectionType.reset();
 }
 
 HRESULT STDMETHODCALLTYPE Pin::Connect(IPin*, const AM_MEDIA_TYPE*) {
@@ -87,8 +87,8 @@ HRESULT STDMETHODCALLTYPE Pin::ReceiveConnection(IPin*, const AM_MEDIA_TYPE*) {
 }
 
 HRESULT STDMETHODCALLTYPE Pin::Disconnect() {
-    const LockGuard lock(filter_.StateLock());
-    if (!filter_.IsStopped()) return VFW_E_NOT_STOPPED;
+    const LockGuard lock(ownerFilter.StateLock());
+    if (!ownerFilter.IsStopped()) return VFW_E_NOT_STOPPED;
     if (!IsConnected()) return S_FALSE;
     DropConnection();
     return S_OK;
@@ -96,41 +96,41 @@ HRESULT STDMETHODCALLTYPE Pin::Disconnect() {
 
 HRESULT STDMETHODCALLTYPE Pin::ConnectedTo(IPin** peer) {
     if (!peer) return E_POINTER;
-    const LockGuard lock(filter_.StateLock());
-    *peer = ComPtr<IPin>(peer_).detach();
+    const LockGuard lock(ownerFilter.StateLock());
+    *peer = ComPtr<IPin>(connectedPin).detach();
     return *peer ? S_OK : VFW_E_NOT_CONNECTED;
 }
 
 HRESULT STDMETHODCALLTYPE Pin::ConnectionMediaType(AM_MEDIA_TYPE* type) {
     if (!type) return E_POINTER;
-    const LockGuard lock(filter_.StateLock());
+    const LockGuard lock(ownerFilter.StateLock());
     *type = AM_MEDIA_TYPE{};
     if (!IsConnected()) return VFW_E_NOT_CONNECTED;
-    const LockGuard typeLock(typeLock_);
-    return CopyMediaType(type_, *type);
+    const LockGuard guard(typeLock);
+    return CopyMediaType(connectionType, *type);
 }
 
 HRESULT STDMETHODCALLTYPE Pin::QueryPinInfo(PIN_INFO* info) {
     if (!info) return E_POINTER;
-    info->pFilter = &filter_;
+    info->pFilter = &ownerFilter;
     info->pFilter->AddRef();
-    info->dir = direction_;
-    CopyName(name_, info->achName);
+    info->dir = pinDirection;
+    CopyName(pinName, info->achName);
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Pin::QueryDirection(PIN_DIRECTION* direction) {
     if (!direction) return E_POINTER;
-    *direction = direction_;
+    *direction = pinDirection;
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Pin::QueryId(LPWSTR* id) {
     if (!id) return E_POINTER;
-    const size_t bytes = (std::wcslen(name_) + 1) * sizeof(wchar_t);
+    const size_t bytes = (std::wcslen(pinName) + 1) * sizeof(wchar_t);
     *id = static_cast<wchar_t*>(CoTaskMemAlloc(bytes));
     if (!*id) return E_OUTOFMEMORY;
-    std::memcpy(*id, name_, bytes);
+    std::memcpy(*id, pinName, bytes);
     return S_OK;
 }
 
@@ -149,15 +149,15 @@ HRESULT STDMETHODCALLTYPE Pin::QueryInternalConnections(IPin** pins, ULONG* coun
     if (!count || (!pins && *count != 0)) return E_POINTER;
     const ULONG room = *count;
     ULONG found = 0;
-    for (int i = 0; i < filter_.PinCount(); ++i) {
-        if (filter_.PinAt(i)->Direction() != direction_) ++found;
+    for (int i = 0; i < ownerFilter.PinCount(); ++i) {
+        if (ownerFilter.PinAt(i)->Direction() != pinDirection) ++found;
     }
     *count = found;
     if (found > room) return S_FALSE;
     if (!pins) return S_OK;
-    for (int i = 0; i < filter_.PinCount(); ++i) {
-        Pin* pin = filter_.PinAt(i);
-        if (pin->Direction() == direction_) continue;
+    for (int i = 0; i < ownerFilter.PinCount(); ++i) {
+        Pin* pin = ownerFilter.PinAt(i);
+        if (pin->Direction() == pinDirection) continue;
         pin->AddRef();
         *pins++ = pin;
     }
@@ -186,8 +186,8 @@ HRESULT STDMETHODCALLTYPE Pin::Notify(IBaseFilter*, Quality) {
 }
 
 HRESULT STDMETHODCALLTYPE Pin::SetSink(IQualityControl* sink) {
-    const LockGuard lock(filter_.StateLock());
-    qualitySink_ = sink;
+    const LockGuard lock(ownerFilter.StateLock());
+    qualitySink = sink;
     return S_OK;
 }
 

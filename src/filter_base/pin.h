@@ -18,14 +18,14 @@ class PinUnknown {
     virtual HRESULT NonDelegatingQueryInterface(REFIID id, void** out);
 
   protected:
-    explicit PinUnknown(Filter& filter) : filter_(filter) {}
+    explicit PinUnknown(Filter& filter) : ownerFilter(filter) {}
     virtual ~PinUnknown() = default;
 
     HRESULT OuterQueryInterface(REFIID id, void** out) { return NonDelegatingQueryInterface(id, out); }
-    ULONG OuterAddRef() { return filter_.AddRef(); }
-    ULONG OuterRelease() { return filter_.Release(); }
+    ULONG OuterAddRef() { return ownerFilter.AddRef(); }
+    ULONG OuterRelease() { return ownerFilter.Release(); }
 
-    Filter& filter_;
+    Filter& ownerFilter;
 };
 
 // Connection and media type of a pin. Connections change on the *caller* or *worker* thread while the filter
@@ -33,13 +33,13 @@ class PinUnknown {
 // lock.
 class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
   public:
-    bool IsConnected() const { return static_cast<bool>(peer_); }
-    IPin* Peer() const { return peer_.get(); }
-    PIN_DIRECTION Direction() const { return direction_; }
+    bool IsConnected() const { return static_cast<bool>(connectedPin); }
+    IPin* Peer() const { return connectedPin.get(); }
+    PIN_DIRECTION Direction() const { return pinDirection; }
     // Its name and, unique in the filter, its id.
-    const wchar_t* Name() const { return name_; }
+    const wchar_t* Name() const { return pinName; }
     // For the thread that may change it: under StateLock() while stopped, else *streaming*.
-    const MediaType& Type() const CAM_UNCHECKED { return type_; }
+    const MediaType& Type() const CAM_UNCHECKED { return connectionType; }
     // A copy of the connection's type, and whether it is that one. Any thread.
     HRESULT CopyType(MediaType& out);
     bool HasType(const AM_MEDIA_TYPE& type);
@@ -93,20 +93,20 @@ class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
     Pin(Filter& filter, PIN_DIRECTION direction, const wchar_t* name);
 
     // Where quality messages go, not owned; null: to whom the filter thinks right.
-    IQualityControl* QualitySink() const { return qualitySink_; }
-    void SetPeer(IPin* peer) { peer_ = ComPtr<IPin>(peer); }
+    IQualityControl* QualitySink() const { return qualitySink; }
+    void SetPeer(IPin* peer) { connectedPin = ComPtr<IPin>(peer); }
     // Undoes everything that a connection set up.
     void DropConnection();
 
   private:
-    const wchar_t* const name_;
-    const PIN_DIRECTION direction_;
-    ComPtr<IPin> peer_;
-    // Guards type_ alone, against a reader while the *streaming* thread changes it; nothing is called while
+    const wchar_t* const pinName;
+    const PIN_DIRECTION pinDirection;
+    ComPtr<IPin> connectedPin;
+    // Guards connectionType alone, against a reader while the *streaming* thread changes it; nothing is called while
     // it is held.
-    Lock typeLock_;
-    MediaType type_ CAM_GUARDED_BY(typeLock_);
-    IQualityControl* qualitySink_ = nullptr;
+    Lock typeLock;
+    MediaType connectionType CAM_GUARDED_BY(typeLock);
+    IQualityControl* qualitySink = nullptr;
 };
 
 }  // namespace cam::filter_base

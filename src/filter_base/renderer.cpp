@@ -4,14 +4,14 @@ namespace cam::filter_base {
 
 RendererFilter::RendererFilter(const wchar_t* name, IUnknown* outer, REFCLSID id)
     : Implements(name, outer, id),
-      cancelled_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
-      running_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
-      due_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+      cancelled(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      running(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      due(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
 
 HRESULT STDMETHODCALLTYPE RendererFilter::Pause() {
     const LockGuard lock(StateLock());
     const HRESULT result = Implements::Pause();
-    if (SUCCEEDED(result)) ResetEvent(running_.get());
+    if (SUCCEEDED(result)) ResetEvent(running.get());
     return result;
 }
 
@@ -19,8 +19,8 @@ HRESULT STDMETHODCALLTYPE RendererFilter::Run(REFERENCE_TIME start) {
     const LockGuard lock(StateLock());
     const HRESULT result = Implements::Run(start);
     if (FAILED(result)) return result;
-    ++runs_;
-    SetEvent(running_.get());
+    ++runs;
+    SetEvent(running.get());
     CompleteIfEnded();
     return result;
 }
@@ -28,12 +28,12 @@ HRESULT STDMETHODCALLTYPE RendererFilter::Run(REFERENCE_TIME start) {
 // The end of the stream is reported once, and only while running. It may be noticed by the *streaming* thread
 // or by Run.
 void RendererFilter::CompleteIfEnded() {
-    if (State() != State_Running || !ended_ || completed_.exchange(1)) return;
+    if (State() != State_Running || !ended || completed.exchange(1)) return;
     NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(this)));
 }
 
 bool RendererFilter::WaitFor(HANDLE event) {
-    HANDLE events[] = {cancelled_.get(), event};
+    HANDLE events[] = {cancelled.get(), event};
     return WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0;
 }
 
@@ -43,75 +43,75 @@ bool RendererFilter::WaitUntilDue(IMediaSample& sample) {
     if (FAILED(sample.GetTime(&start, &stop))) return true;
     LONG run = 0;
     do {
-        if (!WaitFor(running_.get())) return false;
-        run = runs_;
+        if (!WaitFor(running.get())) return false;
+        run = runs;
         IReferenceClock* clock = Clock();
         DWORD_PTR cookie = 0;
         if (!clock ||
-            FAILED(clock->AdviseTime(StartTime(), start, reinterpret_cast<HEVENT>(due_.get()), &cookie))) {
+            FAILED(clock->AdviseTime(StartTime(), start, reinterpret_cast<HEVENT>(due.get()), &cookie))) {
             return true;
         }
-        if (!WaitFor(due_.get())) {
+        if (!WaitFor(due.get())) {
             clock->Unadvise(cookie);
-            ResetEvent(due_.get());
+            ResetEvent(due.get());
             return false;
         }
-    } while (State() != State_Running || run != runs_);  // paused meanwhile: due anew after the next Run
+    } while (State() != State_Running || run != runs);  // paused meanwhile: due anew after the next Run
     return true;
 }
 
 HRESULT RendererFilter::InPin::SetMediaType(const AM_MEDIA_TYPE& type) {
-    const HRESULT result = owner_.SetMediaType(type);
+    const HRESULT result = owner.SetMediaType(type);
     return SUCCEEDED(result) ? InputPin::SetMediaType(type) : result;
 }
 
 HRESULT RendererFilter::InPin::Active() {
-    ResetEvent(owner_.cancelled_.get());
-    owner_.ended_ = 0;
-    owner_.completed_ = 0;
+    ResetEvent(owner.cancelled.get());
+    owner.ended = 0;
+    owner.completed = 0;
     return InputPin::Active();
 }
 
 void RendererFilter::InPin::Inactive() {
-    SetEvent(owner_.cancelled_.get());
-    ResetEvent(owner_.running_.get());
+    SetEvent(owner.cancelled.get());
+    ResetEvent(owner.running.get());
     InputPin::Inactive();
 }
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndOfStream() {
     const ThreadRoleScope role(kStreamingThread);
-    const LockGuard lock(owner_.receiveLock_);
+    const LockGuard lock(owner.receiveLock);
     const HRESULT result = CheckStreaming();
     if (result != S_OK) return result;
-    owner_.ended_ = 1;
-    owner_.CompleteIfEnded();
+    owner.ended = 1;
+    owner.CompleteIfEnded();
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::BeginFlush() {
     const HRESULT result = InputPin::BeginFlush();
-    SetEvent(owner_.cancelled_.get());
+    SetEvent(owner.cancelled.get());
     return result;
 }
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndFlush() {
-    const LockGuard lock(owner_.receiveLock_);
-    if (!owner_.IsStopped()) ResetEvent(owner_.cancelled_.get());
-    owner_.ended_ = 0;
-    owner_.completed_ = 0;
+    const LockGuard lock(owner.receiveLock);
+    if (!owner.IsStopped()) ResetEvent(owner.cancelled.get());
+    owner.ended = 0;
+    owner.completed = 0;
     return InputPin::EndFlush();
 }
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::Receive(IMediaSample* sample) {
     if (!sample) return E_POINTER;
     const ThreadRoleScope role(kStreamingThread);
-    const LockGuard lock(owner_.receiveLock_);
+    const LockGuard lock(owner.receiveLock);
     const HRESULT result = CheckSample(*sample);
     if (result != S_OK) return result;
-    if (!owner_.WaitUntilDue(*sample)) return owner_.IsStopped() ? VFW_E_WRONG_STATE : S_FALSE;
+    if (!owner.WaitUntilDue(*sample)) return owner.IsStopped() ? VFW_E_WRONG_STATE : S_FALSE;
     // A picture that could not be rendered must not end the stream: a failure here would make the sender
     // stop.
-    owner_.DoRenderSample(sample);
+    owner.DoRenderSample(sample);
     return S_OK;
 }
 

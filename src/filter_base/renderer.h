@@ -25,7 +25,7 @@ class RendererFilter : public Implements<Filter, IAMFilterMiscFlags> {
     virtual HRESULT DoRenderSample(IMediaSample* sample) = 0;
 
     int PinCount() override { return 1; }
-    Pin* PinAt(int) override { return &input_; }
+    Pin* PinAt(int) override { return &input; }
 
     // IMediaFilter
     HRESULT STDMETHODCALLTYPE Pause() override;
@@ -37,14 +37,14 @@ class RendererFilter : public Implements<Filter, IAMFilterMiscFlags> {
   protected:
     RendererFilter(const wchar_t* name, IUnknown* outer, REFCLSID id);
 
-    void WaitUntilIdle() override { const LockGuard lock(receiveLock_); }
+    void WaitUntilIdle() override { const LockGuard lock(receiveLock); }
 
   private:
     class InPin final : public InputPin {
       public:
-        explicit InPin(RendererFilter& filter) : InputPin(filter, L"In"), owner_(filter) {}
+        explicit InPin(RendererFilter& filter) : InputPin(filter, L"In"), owner(filter) {}
 
-        HRESULT CheckMediaType(const AM_MEDIA_TYPE& type) override { return owner_.CheckMediaType(type); }
+        HRESULT CheckMediaType(const AM_MEDIA_TYPE& type) override { return owner.CheckMediaType(type); }
         HRESULT SetMediaType(const AM_MEDIA_TYPE& type) override;
         HRESULT Active() override;
         void Inactive() override;
@@ -58,22 +58,22 @@ class RendererFilter : public Implements<Filter, IAMFilterMiscFlags> {
         HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
 
       private:
-        RendererFilter& owner_;
+        RendererFilter& owner;
     };
 
     // False: the filter was stopped or flushed meanwhile.
-    bool WaitUntilDue(IMediaSample& sample) CAM_REQUIRES(receiveLock_);
+    bool WaitUntilDue(IMediaSample& sample) CAM_REQUIRES(receiveLock);
     bool WaitFor(HANDLE event);
     void CompleteIfEnded();
 
-    UniqueHandle cancelled_;      // manual-reset: nobody may wait any longer
-    UniqueHandle running_;        // manual-reset: publishes the start time
-    UniqueHandle due_;            // auto-reset, set by the clock
-    std::atomic<LONG> runs_ = 0;  // tells one Run from the next
-    std::atomic<LONG> ended_ = 0;
-    std::atomic<LONG> completed_ = 0;
-    Lock receiveLock_;
-    InPin input_{*this};
+    UniqueHandle cancelled;      // manual-reset: nobody may wait any longer
+    UniqueHandle running;        // manual-reset: publishes the start time
+    UniqueHandle due;            // auto-reset, set by the clock
+    std::atomic<LONG> runs = 0;  // tells one Run from the next
+    std::atomic<LONG> ended = 0;
+    std::atomic<LONG> completed = 0;
+    Lock receiveLock;
+    InPin input{*this};
 };
 
 }  // namespace cam::filter_base

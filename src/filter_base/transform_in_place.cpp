@@ -5,7 +5,7 @@
 namespace cam::filter_base {
 
 Pin* TransformInPlaceFilter::PinAt(int index) {
-    return index == 0 ? static_cast<Pin*>(&input_) : static_cast<Pin*>(&output_);
+    return index == 0 ? static_cast<Pin*>(&input) : static_cast<Pin*>(&output);
 }
 
 // ---- Samples -------------------------------------------------------------------------------------
@@ -42,130 +42,130 @@ HRESULT CopySample(IMediaSample& from, IMediaSample& to) {
 }  // namespace
 
 HRESULT TransformInPlaceFilter::CopyToOutput(IMediaSample& sample, ComPtr<IMediaSample>& copy) {
-    const HRESULT result = output_.GetDeliveryBuffer(copy.put(), nullptr, nullptr, 0);
+    const HRESULT result = output.GetDeliveryBuffer(copy.put(), nullptr, nullptr, 0);
     return SUCCEEDED(result) ? CopySample(sample, *copy.get()) : result;
 }
 
 HRESULT TransformInPlaceFilter::Process(IMediaSample& sample) {
-    if (output_.SharesAllocator() || !output_.IsConnected()) {
+    if (output.SharesAllocator() || !output.IsConnected()) {
         const HRESULT result = Transform(&sample);
         if (FAILED(result)) return result;
-        return result == S_FALSE ? S_OK : output_.Deliver(&sample);
+        return result == S_FALSE ? S_OK : output.Deliver(&sample);
     }
     ComPtr<IMediaSample> copy;
     HRESULT result = CopyToOutput(sample, copy);
     if (SUCCEEDED(result)) result = Transform(copy.get());
     if (FAILED(result)) return result;
-    return result == S_FALSE ? S_OK : output_.Deliver(copy.get());
+    return result == S_FALSE ? S_OK : output.Deliver(copy.get());
 }
 
 // ---- Input pin -----------------------------------------------------------------------------------
 
 HRESULT TransformInPlaceFilter::InPin::CheckMediaType(const AM_MEDIA_TYPE& type) {
-    const HRESULT result = owner_.CheckInputType(type);
+    const HRESULT result = owner.CheckInputType(type);
     if (result != S_OK) return result;
-    OutPin& output = owner_.output_;
+    OutPin& output = owner.output;
     // A type other than the one that goes out needs the receiver's consent.
     if (!output.IsConnected() || output.HasType(type)) return S_OK;
     return output.Peer()->QueryAccept(&type) == S_OK ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
 }
 
 HRESULT TransformInPlaceFilter::InPin::SetMediaType(const AM_MEDIA_TYPE& type) {
-    HRESULT result = owner_.SetMediaType(PINDIR_INPUT, type);
+    HRESULT result = owner.SetMediaType(PINDIR_INPUT, type);
     if (SUCCEEDED(result)) result = InputPin::SetMediaType(type);
     // A change in mid-stream travels on with the sample; a new connection asks for a new one downstream
     // (CompleteConnect).
-    OutPin& output = owner_.output_;
-    if (SUCCEEDED(result) && !owner_.IsStopped() && output.IsConnected()) result = output.SetMediaType(type);
+    OutPin& output = owner.output;
+    if (SUCCEEDED(result) && !owner.IsStopped() && output.IsConnected()) result = output.SetMediaType(type);
     return result;
 }
 
 HRESULT TransformInPlaceFilter::InPin::CompleteConnect(IPin*) {
-    OutPin& output = owner_.output_;
+    OutPin& output = owner.output;
     if (!output.IsConnected() || output.HasType(Type())) return S_OK;
-    IFilterGraph* graph = owner_.Graph();
+    IFilterGraph* graph = owner.Graph();
     return graph ? graph->Reconnect(&output) : VFW_E_NOT_IN_GRAPH;
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EndOfStream() {
     const ThreadRoleScope role(kStreamingThread);
-    const LockGuard lock(owner_.receiveLock_);
+    const LockGuard lock(owner.receiveLock);
     const HRESULT result = CheckStreaming();
-    return result == S_OK ? owner_.output_.DeliverEndOfStream() : result;
+    return result == S_OK ? owner.output.DeliverEndOfStream() : result;
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::BeginFlush() {
     const HRESULT result = InputPin::BeginFlush();
-    return owner_.output_.IsConnected() ? owner_.output_.DeliverBeginFlush() : result;
+    return owner.output.IsConnected() ? owner.output.DeliverBeginFlush() : result;
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EndFlush() {
-    const LockGuard lock(owner_.receiveLock_);
-    const HRESULT result = owner_.output_.IsConnected() ? owner_.output_.DeliverEndFlush() : S_OK;
+    const LockGuard lock(owner.receiveLock);
+    const HRESULT result = owner.output.IsConnected() ? owner.output.DeliverEndFlush() : S_OK;
     InputPin::EndFlush();
     return result;
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop,
                                                                     double rate) {
-    const LockGuard lock(owner_.receiveLock_);
-    return owner_.output_.IsConnected() ? owner_.output_.DeliverNewSegment(start, stop, rate) : S_OK;
+    const LockGuard lock(owner.receiveLock);
+    return owner.output.IsConnected() ? owner.output.DeliverNewSegment(start, stop, rate) : S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::GetAllocator(IMemAllocator** out) {
     if (!out) return E_POINTER;
-    const LockGuard lock(owner_.StateLock());
-    if (owner_.output_.IsConnected() && SUCCEEDED(owner_.output_.GetReceiverAllocator(out))) return S_OK;
+    const LockGuard lock(owner.StateLock());
+    if (owner.output.IsConnected() && SUCCEEDED(owner.output.GetReceiverAllocator(out))) return S_OK;
     return InputPin::GetAllocator(out);
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::NotifyAllocator(IMemAllocator* allocator,
                                                                          BOOL readOnly) {
-    const LockGuard lock(owner_.StateLock());
+    const LockGuard lock(owner.StateLock());
     const HRESULT result = InputPin::NotifyAllocator(allocator, readOnly);
-    if (FAILED(result) || !owner_.output_.IsConnected()) return result;
-    return owner_.output_.FollowAllocator();
+    if (FAILED(result) || !owner.output.IsConnected()) return result;
+    return owner.output.FollowAllocator();
 }
 
 HRESULT STDMETHODCALLTYPE
 TransformInPlaceFilter::InPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* requirements) {
     if (!requirements) return E_POINTER;
-    const LockGuard lock(owner_.StateLock());
-    return owner_.output_.IsConnected() ? owner_.output_.GetReceiverRequirements(requirements) : E_NOTIMPL;
+    const LockGuard lock(owner.StateLock());
+    return owner.output.IsConnected() ? owner.output.GetReceiverRequirements(requirements) : E_NOTIMPL;
 }
 
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::Receive(IMediaSample* sample) {
     if (!sample) return E_POINTER;
     const ThreadRoleScope role(kStreamingThread);
-    const LockGuard lock(owner_.receiveLock_);
+    const LockGuard lock(owner.receiveLock);
     const HRESULT result = CheckSample(*sample);
-    return result == S_OK ? owner_.Process(*sample) : result;
+    return result == S_OK ? owner.Process(*sample) : result;
 }
 
 // ---- Output pin ----------------------------------------------------------------------------------
 
 HRESULT TransformInPlaceFilter::OutPin::CheckMediaType(const AM_MEDIA_TYPE& type) {
-    if (!owner_.input_.IsConnected()) return VFW_E_NOT_CONNECTED;
-    return owner_.input_.HasType(type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+    if (!owner.input.IsConnected()) return VFW_E_NOT_CONNECTED;
+    return owner.input.HasType(type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
 }
 
 HRESULT TransformInPlaceFilter::OutPin::SetMediaType(const AM_MEDIA_TYPE& type) {
-    const HRESULT result = owner_.SetMediaType(PINDIR_OUTPUT, type);
+    const HRESULT result = owner.SetMediaType(PINDIR_OUTPUT, type);
     return SUCCEEDED(result) ? OutputPin::SetMediaType(type) : result;
 }
 
 HRESULT TransformInPlaceFilter::OutPin::GetMediaType(int position, MediaType& type) {
-    return owner_.GetMediaType(position, type);
+    return owner.GetMediaType(position, type);
 }
 
 HRESULT TransformInPlaceFilter::OutPin::DecideBufferSize(IMemAllocator* allocator,
                                                          ALLOCATOR_PROPERTIES* request) {
-    return owner_.DecideBufferSize(allocator, request);
+    return owner.DecideBufferSize(allocator, request);
 }
 
 // Offers the sender's allocator to the receiver. The sender has sized it and stays its master.
 HRESULT TransformInPlaceFilter::OutPin::ShareAllocator() {
-    IMemAllocator* allocator = owner_.input_.Allocator();
+    IMemAllocator* allocator = owner.input.Allocator();
     ALLOCATOR_PROPERTIES has = {};
     if (!allocator || FAILED(allocator->GetProperties(&has))) return VFW_E_NO_ALLOCATOR;
     ALLOCATOR_PROPERTIES wishes = {};
@@ -176,7 +176,7 @@ HRESULT TransformInPlaceFilter::OutPin::ShareAllocator() {
             return VFW_E_NO_ALLOCATOR;
         }
     }
-    const HRESULT result = Receiver()->NotifyAllocator(allocator, owner_.input_.IsReadOnly());
+    const HRESULT result = Receiver()->NotifyAllocator(allocator, owner.input.IsReadOnly());
     if (SUCCEEDED(result)) SetAllocator(allocator);
     return result;
 }
@@ -187,7 +187,7 @@ HRESULT TransformInPlaceFilter::OutPin::DecideAllocator() {
 }
 
 HRESULT TransformInPlaceFilter::OutPin::FollowAllocator() {
-    if (SharesAllocator()) return Receiver()->NotifyAllocator(Allocator(), owner_.input_.IsReadOnly());
+    if (SharesAllocator()) return Receiver()->NotifyAllocator(Allocator(), owner.input.IsReadOnly());
     return DecideAllocator();
 }
 
@@ -202,12 +202,12 @@ void TransformInPlaceFilter::OutPin::Inactive() {
 
 // The receiver is late or early: whoever makes the samples should know.
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::OutPin::Notify(IBaseFilter*, Quality quality) {
-    if (QualitySink()) return QualitySink()->Notify(&owner_, quality);
+    if (QualitySink()) return QualitySink()->Notify(&owner, quality);
     ComPtr<IQualityControl> sender;
-    IPin* peer = owner_.input_.Peer();
+    IPin* peer = owner.input.Peer();
     if (!peer || FAILED(peer->QueryInterface(__uuidof(IQualityControl), sender.putVoid())))
         return VFW_E_NOT_FOUND;
-    return sender->Notify(&owner_, quality);
+    return sender->Notify(&owner, quality);
 }
 
 }  // namespace cam::filter_base

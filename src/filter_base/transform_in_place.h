@@ -30,15 +30,15 @@ class TransformInPlaceFilter : public Filter {
   protected:
     TransformInPlaceFilter(const wchar_t* name, IUnknown* outer, REFCLSID id) : Filter(name, outer, id) {}
 
-    InputPin& Input() { return input_; }
-    OutputPin& Output() { return output_; }
+    InputPin& Input() { return input; }
+    OutputPin& Output() { return output; }
 
-    void WaitUntilIdle() override { const LockGuard lock(receiveLock_); }
+    void WaitUntilIdle() override { const LockGuard lock(receiveLock); }
 
   private:
     class InPin final : public InputPin {
       public:
-        explicit InPin(TransformInPlaceFilter& filter) : InputPin(filter, L"In"), owner_(filter) {}
+        explicit InPin(TransformInPlaceFilter& filter) : InputPin(filter, L"In"), owner(filter) {}
 
         HRESULT CheckMediaType(const AM_MEDIA_TYPE& type) override;
         HRESULT SetMediaType(const AM_MEDIA_TYPE& type) override;
@@ -57,15 +57,15 @@ class TransformInPlaceFilter : public Filter {
         HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
 
       private:
-        TransformInPlaceFilter& owner_;
+        TransformInPlaceFilter& owner;
     };
 
     class OutPin final : public OutputPin {
       public:
-        explicit OutPin(TransformInPlaceFilter& filter) : OutputPin(filter, L"Out"), owner_(filter) {}
+        explicit OutPin(TransformInPlaceFilter& filter) : OutputPin(filter, L"Out"), owner(filter) {}
 
         // Samples of the input connection go out as they are.
-        bool SharesAllocator() const { return Allocator() && Allocator() == owner_.input_.Allocator(); }
+        bool SharesAllocator() const { return Allocator() && Allocator() == owner.input.Allocator(); }
         // The sender has chosen another allocator.
         HRESULT FollowAllocator();
         HRESULT GetReceiverAllocator(IMemAllocator** out) { return Receiver()->GetAllocator(out); }
@@ -87,15 +87,15 @@ class TransformInPlaceFilter : public Filter {
       private:
         HRESULT ShareAllocator();
 
-        TransformInPlaceFilter& owner_;
+        TransformInPlaceFilter& owner;
     };
 
-    HRESULT Process(IMediaSample& sample) CAM_REQUIRES(receiveLock_);
-    HRESULT CopyToOutput(IMediaSample& sample, ComPtr<IMediaSample>& copy) CAM_REQUIRES(receiveLock_);
+    HRESULT Process(IMediaSample& sample) CAM_REQUIRES(receiveLock);
+    HRESULT CopyToOutput(IMediaSample& sample, ComPtr<IMediaSample>& copy) CAM_REQUIRES(receiveLock);
 
-    Lock receiveLock_;
-    InPin input_{*this};
-    OutPin output_{*this};
+    Lock receiveLock;
+    InPin input{*this};
+    OutPin output{*this};
 };
 
 }  // namespace cam::filter_base

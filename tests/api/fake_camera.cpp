@@ -22,10 +22,10 @@ std::wstring Shown(const wchar_t* text) {
 
 class FakeCamera final : public cam::CameraDevice {
   public:
-    explicit FakeCamera(int type) : type_(type) { ++fakeCameras.alive; }
+    explicit FakeCamera(int cameraType) : type(cameraType) { ++fakeCameras.alive; }
     ~FakeCamera() override {
         --fakeCameras.alive;
-        Record((L"~" + std::to_wstring(type_)).c_str());
+        Record((L"~" + std::to_wstring(type)).c_str());
     }
     HRESULT SetOwnerWindow(HWND) override { return Record(L"SetOwnerWindow"); }
     HRESULT SetEventsWindow(HWND) override { return Record(L"SetEventsWindow"); }
@@ -33,7 +33,7 @@ class FakeCamera final : public cam::CameraDevice {
         return Record(L"RegisterMediaTypeCallback");
     }
     HRESULT Init(HWND, const wchar_t* path, const wchar_t* section) override {
-        Record((L"Init " + std::to_wstring(type_) + L" " + Shown(path) + L" " + Shown(section)).c_str());
+        Record((L"Init " + std::to_wstring(type) + L" " + Shown(path) + L" " + Shown(section)).c_str());
         return fakeCameras.initResult;
     }
     HRESULT Open() override { return Record(L"Open"); }
@@ -98,7 +98,7 @@ class FakeCamera final : public cam::CameraDevice {
         *flags = 5;
     }
 
-    const int type_;
+    const int type;
 };
 
 }  // namespace

@@ -15,7 +15,7 @@ struct Apartment {
 }  // namespace
 
 NoLeaks::~NoLeaks() {
-    CHECK_MESSAGE(LiveObjects() == before_, "objects were left behind, or released too often");
+    CHECK_MESSAGE(LiveObjects() == before, "objects were left behind, or released too often");
 }
 
 MediaType VideoType(const GUID& subtype, LONG width, LONG height, WORD bits, ULONG formatSize) {
@@ -131,7 +131,7 @@ HRESULT STDMETHODCALLTYPE FakeGraph::Notify(long code, LONG_PTR parameter1, LONG
 HRESULT STDMETHODCALLTYPE FakeClock::AdviseTime(REFERENCE_TIME base, REFERENCE_TIME stream, HEVENT event,
                                                 DWORD_PTR* cookie) {
     dueTime = base + stream;
-    event_ = reinterpret_cast<HANDLE>(event);
+    advisedEvent = reinterpret_cast<HANDLE>(event);
     *cookie = 1;
     SetEvent(advised.get());
     return S_OK;

@@ -24,7 +24,7 @@ class NoLeaks {
     NoLeaks& operator=(const NoLeaks&) = delete;
 
   private:
-    const LONG before_ = LiveObjects();
+    const LONG before = LiveObjects();
 };
 
 // A type with a VIDEOINFOHEADER; `formatSize` cuts or extends the format block.
@@ -34,14 +34,14 @@ MediaType VideoType(const GUID& subtype, LONG width, LONG height, WORD bits, ULO
 template <typename Object, typename... Arguments>
 class Held {
   public:
-    explicit Held(Arguments... arguments) : object_(new Object(arguments...)), hold_(object_->Inner()) {}
-    Object* operator->() const { return object_; }
-    Object& operator*() const { return *object_; }
-    Object* get() const { return object_; }
+    explicit Held(Arguments... arguments) : object(new Object(arguments...)), hold(object->Inner()) {}
+    Object* operator->() const { return object; }
+    Object& operator*() const { return *object; }
+    Object* get() const { return object; }
 
   private:
-    Object* object_;
-    ComPtr<IUnknown> hold_;
+    Object* object;
+    ComPtr<IUnknown> hold;
 };
 
 // The count that an interface reports.
@@ -184,14 +184,14 @@ class FakeClock final : public Implements<ComObject, IReferenceClock> {
     }
     HRESULT STDMETHODCALLTYPE Unadvise(DWORD_PTR) override { return ++unadvised, S_OK; }
 
-    void Strike() { SetEvent(event_); }
+    void Strike() { SetEvent(advisedEvent); }
 
     UniqueHandle advised;  // set by every AdviseTime
     std::atomic<REFERENCE_TIME> dueTime{0};
     std::atomic<LONG> unadvised{0};
 
   private:
-    HANDLE event_ = nullptr;
+    HANDLE advisedEvent = nullptr;
 };
 
 // ---- Allocator and sample -----------------------------------------------------------------------------------------------

@@ -42,21 +42,21 @@ Windows::Windows() {
     windowClass.hInstance = GetModuleHandleW(nullptr);
     windowClass.lpszClassName = kWindowClass;
     RegisterClassW(&windowClass);
-    top_ = MakeWindow(nullptr, WS_POPUP | WS_VISIBLE, 400, 300);
-    owner_ = MakeWindow(top_, WS_CHILD | WS_VISIBLE, 320, 240);
-    events_ = MakeWindow(nullptr, WS_POPUP, 0, 0);
-    REQUIRE(top_);
-    REQUIRE(owner_);
-    REQUIRE(events_);
+    topWindow = MakeWindow(nullptr, WS_POPUP | WS_VISIBLE, 400, 300);
+    ownerWindow = MakeWindow(topWindow, WS_CHILD | WS_VISIBLE, 320, 240);
+    eventsWindow = MakeWindow(nullptr, WS_POPUP, 0, 0);
+    REQUIRE(topWindow);
+    REQUIRE(ownerWindow);
+    REQUIRE(eventsWindow);
 }
 
 Windows::~Windows() {
-    DestroyWindow(events_);
-    DestroyWindow(top_);
+    DestroyWindow(eventsWindow);
+    DestroyWindow(topWindow);
 }
 
 int Windows::captured() const {
-    return static_cast<int>(GetWindowLongPtrW(events_, GWLP_USERDATA));
+    return static_cast<int>(GetWindowLongPtrW(eventsWindow, GWLP_USERDATA));
 }
 
 Camera::Camera(const std::wstring& scenario)

@@ -22,9 +22,9 @@ class Windows {
     Windows(const Windows&) = delete;
     Windows& operator=(const Windows&) = delete;
 
-    HWND top() const { return top_; }      // the window above the owner
-    HWND owner() const { return owner_; }  // 320 by 240
-    HWND events() const { return events_; }
+    HWND top() const { return topWindow; }      // the window above the owner
+    HWND owner() const { return ownerWindow; }  // 320 by 240
+    HWND events() const { return eventsWindow; }
     // Pictures that have been announced.
     int captured() const;
     bool WaitForCaptured(int pictures) {
@@ -32,9 +32,9 @@ class Windows {
     }
 
   private:
-    HWND top_;
-    HWND owner_;
-    HWND events_;
+    HWND topWindow;
+    HWND ownerWindow;
+    HWND eventsWindow;
 };
 
 // A camera for the length of a test: the scenario is played, the camera brought up in the windows and taken
