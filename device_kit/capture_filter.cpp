@@ -19,17 +19,17 @@ struct NamedInterface {
 
 }  // namespace
 
-CaptureFilter::CaptureFilter(std::shared_ptr<const Scenario> scenario)
+CaptureFilter::CaptureFilter(std::shared_ptr<const Scenario> played)
     : CaptureFilterBase(L"Video Capture", nullptr, kClsidCaptureFilter),
-      scenario_(std::move(scenario)),
-      properties_(scenario_->properties),
-      preview_(*this, CapturePin::Role::Preview, L"Preview", scenario_->preview),
-      capture_(*this, CapturePin::Role::Capture, L"Capture", scenario_->preview),
-      still_(*this, CapturePin::Role::Still, L"Still", scenario_->stillFormats[scenario_->stillFormat]) {}
+      scenario(std::move(played)),
+      properties(scenario->properties),
+      preview(*this, CapturePin::Role::Preview, L"Preview", scenario->preview),
+      capture(*this, CapturePin::Role::Capture, L"Capture", scenario->preview),
+      still(*this, CapturePin::Role::Still, L"Still", scenario->stillFormats[scenario->stillFormat]) {}
 
 PropertyTable CaptureFilter::Properties() const {
-    const std::lock_guard guard(propertyLock_);
-    return properties_;
+    const std::lock_guard guard(propertyLock);
+    return properties;
 }
 
 HRESULT CaptureFilter::NonDelegatingQueryInterface(REFIID iid, void** out) {
@@ -50,9 +50,9 @@ HRESULT CaptureFilter::NonDelegatingQueryInterface(REFIID iid, void** out) {
 
 HRESULT CaptureFilter::FindInterface(REFIID iid, void** out) {
     if (iid == __uuidof(IAMVideoProcAmp)) {
-        *out = static_cast<IAMVideoProcAmp*>(&videoProcAmp_);
+        *out = static_cast<IAMVideoProcAmp*>(&videoProcAmp);
     } else if (iid == __uuidof(IAMCameraControl)) {
-        *out = static_cast<IAMCameraControl*>(&cameraControl_);
+        *out = static_cast<IAMCameraControl*>(&cameraControl);
     } else {
         return CaptureFilterBase::NonDelegatingQueryInterface(iid, out);
     }
@@ -73,7 +73,7 @@ HRESULT CaptureFilter::Stop() {
 HRESULT CaptureFilter::Pause() {
     return CameraCall(L"IBaseFilter::Pause", kArgument, [&] {
         const HRESULT hr = Filter::Pause();
-        for (CapturePin* pin : pins_) pin->Hold();
+        for (CapturePin* pin : pins) pin->Hold();
         return hr;
     });
 }
@@ -100,15 +100,15 @@ HRESULT CaptureFilter::Load(IPropertyBag* bag, IErrorLog* errors) {
 }
 
 HRESULT CaptureFilter::OpenDevice(const std::wstring& name) {
-    for (const Device& device : scenario_->devices) {
+    for (const Device& device : scenario->devices) {
         if (device.name != name) continue;
-        for (CapturePin* pin : pins_) {
+        for (CapturePin* pin : pins) {
             const HRESULT hr = pin->OpenScene();
             if (FAILED(hr)) return hr;
         }
         const cam::LockGuard guard(StateLock());
-        deviceName_ = name;
-        cameraId_ = device.cameraId;
+        deviceName = name;
+        cameraId = device.cameraId;
         return S_OK;
     }
     return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
@@ -117,7 +117,7 @@ HRESULT CaptureFilter::OpenDevice(const std::wstring& name) {
 HRESULT CaptureFilter::Save(IPropertyBag* bag, BOOL, BOOL) {
     if (!bag) return E_POINTER;
     const cam::LockGuard guard(StateLock());
-    cam::Variant name(deviceName_.c_str());
+    cam::Variant name(deviceName.c_str());
     return bag->Write(kNameProperty, &name.get());
 }
 
@@ -125,15 +125,15 @@ HRESULT CaptureFilter::Save(IPropertyBag* bag, BOOL, BOOL) {
 
 HRESULT CaptureFilter::GetCaps(IPin* pin, LONG* flags) {
     if (!pin || !flags) return E_POINTER;
-    *flags = pin == static_cast<IPin*>(&still_) ? kModeTrigger : 0;
+    *flags = pin == static_cast<IPin*>(&still) ? kModeTrigger : 0;
     return S_OK;
 }
 
 HRESULT CaptureFilter::SetMode(IPin* pin, LONG mode) {
     return CameraCall(L"IAMVideoControl::SetMode", std::to_wstring(mode), [&]() -> HRESULT {
         if (!pin) return E_POINTER;
-        if (pin != static_cast<IPin*>(&still_) || (mode != kModeTrigger && mode != 0)) return E_INVALIDARG;
-        return mode == kModeTrigger ? still_.Trigger() : S_OK;
+        if (pin != static_cast<IPin*>(&still) || (mode != kModeTrigger && mode != 0)) return E_INVALIDARG;
+        return mode == kModeTrigger ? still.Trigger() : S_OK;
     });
 }
 
@@ -149,7 +149,7 @@ HRESULT CaptureFilter::GetCurrentActualFrameRate(IPin* pin, LONGLONG* frameTime)
 
 HRESULT CaptureFilter::GetMaxAvailableFrameRate(IPin* pin, LONG, SIZE, LONGLONG* frameTime) {
     if (!pin || !frameTime) return E_POINTER;
-    *frameTime = 10000000 / scenario_->framesPerSecond;
+    *frameTime = 10000000 / scenario->framesPerSecond;
     return S_OK;
 }
 
@@ -161,17 +161,17 @@ HRESULT CaptureFilter::GetFrameRateList(IPin*, LONG, SIZE, LONG*, LONGLONG**) {
 
 template <typename Interface, PropertySet kSet>
 HRESULT PropertyFacet<Interface, kSet>::QueryInterface(REFIID iid, void** out) {
-    return filter_.QueryInterface(iid, out);
+    return filter.QueryInterface(iid, out);
 }
 
 template <typename Interface, PropertySet kSet>
 ULONG PropertyFacet<Interface, kSet>::AddRef() {
-    return filter_.AddRef();
+    return filter.AddRef();
 }
 
 template <typename Interface, PropertySet kSet>
 ULONG PropertyFacet<Interface, kSet>::Release() {
-    return filter_.Release();
+    return filter.Release();
 }
 
 namespace {
@@ -192,9 +192,9 @@ constexpr HRESULT kNoSuchProperty = static_cast<HRESULT>(0x80070490);  // ERROR_
 template <typename Interface, PropertySet kSet>
 HRESULT PropertyFacet<Interface, kSet>::GetRange(LONG number, LONG* minimum, LONG* maximum, LONG* step,
                                                  LONG* initial, LONG* flags) {
-    return filter_.CameraCall(CallOf(kSet, L"GetRange"), std::to_wstring(number), [&]() -> HRESULT {
+    return filter.CameraCall(CallOf(kSet, L"GetRange"), std::to_wstring(number), [&]() -> HRESULT {
         if (!minimum || !maximum || !step || !initial || !flags) return E_POINTER;
-        return filter_.WithProperties([&](const PropertyTable& table) -> HRESULT {
+        return filter.WithProperties([&](const PropertyTable& table) -> HRESULT {
             const Property* property = table.Find(kSet, number);
             if (!property || !property->supported) return kNoSuchProperty;
             *minimum = property->minimum;
@@ -209,22 +209,22 @@ HRESULT PropertyFacet<Interface, kSet>::GetRange(LONG number, LONG* minimum, LON
 
 template <typename Interface, PropertySet kSet>
 HRESULT PropertyFacet<Interface, kSet>::Set(LONG number, LONG value, LONG flags) {
-    return filter_.CameraCall(CallOf(kSet, L"Set"), std::to_wstring(number), [&] {
-        return filter_.WithProperties(
+    return filter.CameraCall(CallOf(kSet, L"Set"), std::to_wstring(number), [&] {
+        return filter.WithProperties(
             [&](PropertyTable& table) { return table.Set(kSet, number, value, flags); });
     });
 }
 
 template <typename Interface, PropertySet kSet>
 HRESULT PropertyFacet<Interface, kSet>::Get(LONG number, LONG* value, LONG* flags) {
-    return filter_.CameraCall(CallOf(kSet, L"Get"), std::to_wstring(number), [&]() -> HRESULT {
+    return filter.CameraCall(CallOf(kSet, L"Get"), std::to_wstring(number), [&]() -> HRESULT {
         if (!value || !flags) return E_POINTER;
         if (IsCameraId(kSet, number)) {
-            *value = filter_.CameraId();
+            *value = filter.CameraId();
             *flags = kFlagManual;
             return S_OK;
         }
-        return filter_.WithProperties([&](const PropertyTable& table) -> HRESULT {
+        return filter.WithProperties([&](const PropertyTable& table) -> HRESULT {
             const Property* property = table.Find(kSet, number);
             if (!property || !property->supported) return kNoSuchProperty;
             *value = property->value;

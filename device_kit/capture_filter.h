@@ -23,7 +23,7 @@ class CaptureFilter;
 template <typename Interface, PropertySet kSet>
 class PropertyFacet final : public Interface {
   public:
-    explicit PropertyFacet(CaptureFilter& filter) : filter_(filter) {}
+    explicit PropertyFacet(CaptureFilter& owner) : filter(owner) {}
     virtual ~PropertyFacet() = default;
 
     // IUnknown
@@ -37,7 +37,7 @@ class PropertyFacet final : public Interface {
     HRESULT STDMETHODCALLTYPE Get(LONG number, LONG* value, LONG* flags) override;
 
   private:
-    CaptureFilter& filter_;
+    CaptureFilter& filter;
 };
 
 using CaptureFilterBase =
@@ -47,21 +47,21 @@ class CaptureFilter final : public CaptureFilterBase {
   public:
     explicit CaptureFilter(std::shared_ptr<const Scenario> scenario);
 
-    const Scenario& Played() const { return *scenario_; }
-    bool IsLoaded() const { return cameraId_ != kNotLoaded; }
-    long CameraId() const { return cameraId_; }
+    const Scenario& Played() const { return *scenario; }
+    bool IsLoaded() const { return cameraId != kNotLoaded; }
+    long CameraId() const { return cameraId; }
 
     // Any thread.
     PropertyTable Properties() const;
     template <typename Change>
     HRESULT WithProperties(Change&& change) {
-        const std::lock_guard guard(propertyLock_);
-        return change(properties_);
+        const std::lock_guard guard(propertyLock);
+        return change(properties);
     }
 
     // The number of the next frame; the preview pin counts on. Streaming threads.
-    unsigned FrameNumber() const { return frameNumber_; }
-    void NextFrame() { ++frameNumber_; }
+    unsigned FrameNumber() const { return frameNumber; }
+    void NextFrame() { ++frameNumber; }
 
     // A call on the camera as the scenario wants it; ERROR_NOT_READY as an HRESULT while no device has been loaded.
     template <typename Work>
@@ -71,8 +71,8 @@ class CaptureFilter final : public CaptureFilterBase {
     }
 
     // Filter
-    int PinCount() override { return static_cast<int>(pins_.size()); }
-    cam::filter_base::Pin* PinAt(int index) override { return pins_[static_cast<std::size_t>(index)]; }
+    int PinCount() override { return static_cast<int>(pins.size()); }
+    cam::filter_base::Pin* PinAt(int index) override { return pins[static_cast<std::size_t>(index)]; }
     HRESULT NonDelegatingQueryInterface(REFIID iid, void** out) override;
     // IPersist
     HRESULT STDMETHODCALLTYPE GetClassID(CLSID* out) override { return Filter::GetClassID(out); }
@@ -100,18 +100,18 @@ class CaptureFilter final : public CaptureFilterBase {
     HRESULT FindInterface(REFIID iid, void** out);
     HRESULT OpenDevice(const std::wstring& name);
 
-    const std::shared_ptr<const Scenario> scenario_;
-    mutable std::mutex propertyLock_;
-    PropertyTable properties_;
-    PropertyFacet<IAMVideoProcAmp, PropertySet::VideoProcAmp> videoProcAmp_{*this};
-    PropertyFacet<IAMCameraControl, PropertySet::CameraControl> cameraControl_{*this};
-    std::wstring deviceName_;
-    std::atomic<long> cameraId_ = kNotLoaded;
-    std::atomic<unsigned> frameNumber_ = 0;
-    CapturePin preview_;
-    CapturePin capture_;
-    CapturePin still_;
-    const std::array<CapturePin*, 3> pins_ = {&preview_, &capture_, &still_};
+    const std::shared_ptr<const Scenario> scenario;
+    mutable std::mutex propertyLock;
+    PropertyTable properties;
+    PropertyFacet<IAMVideoProcAmp, PropertySet::VideoProcAmp> videoProcAmp{*this};
+    PropertyFacet<IAMCameraControl, PropertySet::CameraControl> cameraControl{*this};
+    std::wstring deviceName;
+    std::atomic<long> cameraId = kNotLoaded;
+    std::atomic<unsigned> frameNumber = 0;
+    CapturePin preview;
+    CapturePin capture;
+    CapturePin still;
+    const std::array<CapturePin*, 3> pins = {&preview, &capture, &still};
 };
 
 }  // namespace kit

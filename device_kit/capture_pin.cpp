@@ -14,14 +14,14 @@ using cam::filter_base::MediaType;
 
 static_assert(sizeof(VIDEO_STREAM_CONFIG_CAPS) == 128, "the size that cameras are checked for");
 
-CapturePin::CapturePin(CaptureFilter& filter, Role role, const wchar_t* name, const Format& format)
-    : CapturePinBase(filter, name),
-      camera_(filter),
-      role_(role),
-      format_(format),
-      stopping_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
-      running_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
-      triggers_(CreateSemaphoreW(nullptr, 0, LONG_MAX, nullptr)) {}
+CapturePin::CapturePin(CaptureFilter& owner, Role part, const wchar_t* name, const Format& first)
+    : CapturePinBase(owner, name),
+      camera(owner),
+      role(part),
+      format(first),
+      stopping(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      running(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      triggers(CreateSemaphoreW(nullptr, 0, LONG_MAX, nullptr)) {}
 
 // A graph may drop its filters without having stopped them.
 CapturePin::~CapturePin() {
@@ -30,13 +30,13 @@ CapturePin::~CapturePin() {
 
 HRESULT CapturePin::OpenScene() {
     std::string error;
-    scene_ = kit::OpenScene(camera_.Played().scene, error);
-    return scene_ ? S_OK : E_FAIL;
+    scene = kit::OpenScene(camera.Played().scene, error);
+    return scene ? S_OK : E_FAIL;
 }
 
 HRESULT CapturePin::Trigger() {
     if (!IsConnected()) return VFW_E_NOT_CONNECTED;
-    return ReleaseSemaphore(triggers_.get(), 1, nullptr) ? S_OK : E_FAIL;
+    return ReleaseSemaphore(triggers.get(), 1, nullptr) ? S_OK : E_FAIL;
 }
 
 // ---- Pin ------------------------------------------------------------------------------------------------------------------
@@ -44,13 +44,13 @@ HRESULT CapturePin::Trigger() {
 HRESULT CapturePin::NonDelegatingQueryInterface(REFIID iid, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    if (iid == __uuidof(IAMStreamConfig) && role_ != Role::Still) return E_NOINTERFACE;
+    if (iid == __uuidof(IAMStreamConfig) && role != Role::Still) return E_NOINTERFACE;
     return CapturePinBase::NonDelegatingQueryInterface(iid, out);
 }
 
 HRESULT CapturePin::GetMediaType(int position, MediaType& type) {
     if (position != 0) return VFW_S_NO_MORE_ITEMS;
-    return FillMediaType(format_, camera_.Played().framesPerSecond, type) ? S_OK : E_OUTOFMEMORY;
+    return FillMediaType(format, camera.Played().framesPerSecond, type) ? S_OK : E_OUTOFMEMORY;
 }
 
 // ---- IPin -----------------------------------------------------------------------------------------------------------------
@@ -83,9 +83,9 @@ HRESULT CapturePin::Get(REFGUID set, ULONG id, void*, ULONG, void* data, ULONG s
     if (returned) *returned = sizeof(GUID);
     if (!data) return S_OK;
     if (size < sizeof(GUID)) return E_UNEXPECTED;
-    const GUID& category = role_ == Role::Preview ? PIN_CATEGORY_PREVIEW
-                           : role_ == Role::Still ? PIN_CATEGORY_STILL
-                                                  : PIN_CATEGORY_CAPTURE;
+    const GUID& category = role == Role::Preview ? PIN_CATEGORY_PREVIEW
+                           : role == Role::Still ? PIN_CATEGORY_STILL
+                                                 : PIN_CATEGORY_CAPTURE;
     std::memcpy(data, &category, sizeof category);
     return S_OK;
 }
@@ -100,9 +100,9 @@ HRESULT CapturePin::QuerySupported(REFGUID set, ULONG id, ULONG* support) {
 
 // ---- IAMStreamConfig ------------------------------------------------------------------------------------------------------
 
-HRESULT CapturePin::NewType(const Format& format, AM_MEDIA_TYPE** out) const {
+HRESULT CapturePin::NewType(const Format& wanted, AM_MEDIA_TYPE** out) const {
     MediaType type;
-    if (!FillMediaType(format, camera_.Played().framesPerSecond, type)) return E_OUTOFMEMORY;
+    if (!FillMediaType(wanted, camera.Played().framesPerSecond, type)) return E_OUTOFMEMORY;
     *out = cam::filter_base::CreateMediaType(type);
     return *out ? S_OK : E_OUTOFMEMORY;
 }
@@ -110,11 +110,11 @@ HRESULT CapturePin::NewType(const Format& format, AM_MEDIA_TYPE** out) const {
 HRESULT CapturePin::SetFormat(AM_MEDIA_TYPE* type) {
     return DeviceCall(L"IAMStreamConfig::SetFormat", Name(), [&]() -> HRESULT {
         if (!type) return E_POINTER;
-        const LockGuard guard(camera_.StateLock());
+        const LockGuard guard(camera.StateLock());
         if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-        for (const Format& format : camera_.Played().stillFormats) {
-            if (!Matches(format, *type)) continue;
-            format_ = format;
+        for (const Format& offered : camera.Played().stillFormats) {
+            if (!Matches(offered, *type)) continue;
+            format = offered;
             return S_OK;
         }
         return VFW_E_INVALIDMEDIATYPE;
@@ -124,15 +124,15 @@ HRESULT CapturePin::SetFormat(AM_MEDIA_TYPE* type) {
 HRESULT CapturePin::GetFormat(AM_MEDIA_TYPE** out) {
     return DeviceCall(L"IAMStreamConfig::GetFormat", Name(), [&]() -> HRESULT {
         if (!out) return E_POINTER;
-        const LockGuard guard(camera_.StateLock());
-        return NewType(format_, out);
+        const LockGuard guard(camera.StateLock());
+        return NewType(format, out);
     });
 }
 
 HRESULT CapturePin::GetNumberOfCapabilities(int* count, int* size) {
     return DeviceCall(L"IAMStreamConfig::GetNumberOfCapabilities", Name(), [&]() -> HRESULT {
         if (!count || !size) return E_POINTER;
-        *count = static_cast<int>(camera_.Played().stillFormats.size());
+        *count = static_cast<int>(camera.Played().stillFormats.size());
         *size = sizeof(VIDEO_STREAM_CONFIG_CAPS);
         return S_OK;
     });
@@ -142,15 +142,15 @@ HRESULT CapturePin::GetStreamCaps(int index, AM_MEDIA_TYPE** out, BYTE* capabili
     return DeviceCall(L"IAMStreamConfig::GetStreamCaps", std::to_wstring(index), [&]() -> HRESULT {
         if (!out || !capabilities) return E_POINTER;
         if (index < 0) return E_INVALIDARG;
-        const auto& formats = camera_.Played().stillFormats;
+        const auto& formats = camera.Played().stillFormats;
         if (static_cast<std::size_t>(index) >= formats.size()) return S_FALSE;
-        const Format& format = formats[static_cast<std::size_t>(index)];
-        const HRESULT hr = NewType(format, out);
+        const Format& offered = formats[static_cast<std::size_t>(index)];
+        const HRESULT hr = NewType(offered, out);
         if (FAILED(hr)) return hr;
         const auto* block = reinterpret_cast<const FormatBlock*>((*out)->pbFormat);
         VIDEO_STREAM_CONFIG_CAPS caps = {};
         caps.guid = FORMAT_VideoInfo;
-        caps.InputSize = {format.width, format.height};
+        caps.InputSize = {offered.width, offered.height};
         caps.MinCroppingSize = caps.MaxCroppingSize = caps.InputSize;
         caps.CropGranularityX = caps.CropGranularityY = 1;
         caps.MinOutputSize = caps.MaxOutputSize = caps.InputSize;
@@ -164,20 +164,20 @@ HRESULT CapturePin::GetStreamCaps(int index, AM_MEDIA_TYPE** out, BYTE* capabili
 // ---- Streaming ------------------------------------------------------------------------------------------------------------
 
 HRESULT CapturePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) {
-    return RequestBuffers(format_, allocator, request);
+    return RequestBuffers(format, allocator, request);
 }
 
 HRESULT CapturePin::Active() {
     const HRESULT hr = CapturePinBase::Active();
     if (FAILED(hr)) return hr;
-    ResetEvent(stopping_.get());
-    ResetEvent(running_.get());
-    thread_ = std::thread([this] { Stream(); });
+    ResetEvent(stopping.get());
+    ResetEvent(running.get());
+    thread = std::thread([this] { Stream(); });
     return S_OK;
 }
 
 HRESULT CapturePin::Run(REFERENCE_TIME) {
-    SetEvent(running_.get());
+    SetEvent(running.get());
     return S_OK;
 }
 
@@ -186,13 +186,13 @@ void CapturePin::Inactive() {
 }
 
 void CapturePin::EndStreaming() {
-    SetEvent(stopping_.get());
+    SetEvent(stopping.get());
     CapturePinBase::Inactive();  // wakes a thread that waits for a free sample
-    if (thread_.joinable()) thread_.join();
+    if (thread.joinable()) thread.join();
 }
 
 void CapturePin::Stream() {
-    if (role_ == Role::Still) {
+    if (role == Role::Still) {
         StreamStills();
     } else {
         StreamFrames();
@@ -201,16 +201,16 @@ void CapturePin::Stream() {
 
 // False: streaming stops. True: the event came, or the time is over.
 bool CapturePin::WaitForTurn(HANDLE event, DWORD timeoutMs) {
-    const HANDLE handles[] = {stopping_.get(), event};
+    const HANDLE handles[] = {stopping.get(), event};
     return WaitForMultipleObjects(event ? 2 : 1, handles, FALSE, timeoutMs) != WAIT_OBJECT_0;
 }
 
 void CapturePin::StreamFrames() {
     LARGE_INTEGER frequency, now;
     QueryPerformanceFrequency(&frequency);
-    const LONGLONG interval = frequency.QuadPart / camera_.Played().framesPerSecond;
+    const LONGLONG interval = frequency.QuadPart / camera.Played().framesPerSecond;
     LONGLONG due = 0;
-    while (WaitForTurn(running_.get(), INFINITE)) {
+    while (WaitForTurn(running.get(), INFINITE)) {
         QueryPerformanceCounter(&now);
         // A camera does not catch up on frames that it could not deliver in time.
         if (now.QuadPart > due + interval) due = now.QuadPart;
@@ -222,13 +222,13 @@ void CapturePin::StreamFrames() {
             return;
         }
         if (SendPicture() != S_OK) continue;
-        camera_.NextFrame();
-        if (role_ == Role::Preview) CountPreviewFrame();
+        camera.NextFrame();
+        if (role == Role::Preview) CountPreviewFrame();
     }
 }
 
 void CapturePin::StreamStills() {
-    while (WaitForTurn(running_.get(), INFINITE) && WaitForTurn(triggers_.get(), INFINITE)) {
+    while (WaitForTurn(running.get(), INFINITE) && WaitForTurn(triggers.get(), INFINITE)) {
         if (!IsLost() && SendPicture() == S_OK) CountStill();
     }
 }
@@ -240,10 +240,10 @@ HRESULT CapturePin::SendPicture() {
     BYTE* bytes = nullptr;
     hr = sample->GetPointer(&bytes);
     if (FAILED(hr)) return hr;
-    if (sample->GetSize() < format_.SampleSize()) return E_UNEXPECTED;
-    const Picture& seen = scene_->Frame(camera_.FrameNumber(), format_.width, format_.height);
-    Pack(look_.Apply(seen, camera_.Properties(), role_ == Role::Still), format_, bytes);
-    sample->SetActualDataLength(format_.SampleSize());
+    if (sample->GetSize() < format.SampleSize()) return E_UNEXPECTED;
+    const Picture& seen = scene->Frame(camera.FrameNumber(), format.width, format.height);
+    Pack(look.Apply(seen, camera.Properties(), role == Role::Still), format, bytes);
+    sample->SetActualDataLength(format.SampleSize());
     sample->SetSyncPoint(TRUE);
     // Without time stamps the renderer shows a frame as soon as it comes.
     sample->SetTime(nullptr, nullptr);

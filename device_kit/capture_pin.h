@@ -41,7 +41,7 @@ using CapturePinBase =
 class CapturePin final : public CapturePinBase {
   public:
     enum class Role { Preview, Capture, Still };
-    CapturePin(CaptureFilter& filter, Role role, const wchar_t* name, const Format& format);
+    CapturePin(CaptureFilter& owner, Role part, const wchar_t* name, const Format& first);
     ~CapturePin() override;
 
     // Opens the pin's own view of the scene; E_FAIL: the scene's file is gone.
@@ -50,12 +50,12 @@ class CapturePin final : public CapturePinBase {
     HRESULT Trigger();
 
     // The graph is paused: no samples until it runs again.
-    void Hold() { ResetEvent(running_.get()); }
+    void Hold() { ResetEvent(running.get()); }
 
     // Pin
     HRESULT NonDelegatingQueryInterface(REFIID iid, void** out) override;
     HRESULT CheckMediaType(const AM_MEDIA_TYPE& type) override {
-        return Matches(format_, type) ? S_OK : S_FALSE;
+        return Matches(format, type) ? S_OK : S_FALSE;
     }
     HRESULT GetMediaType(int position, cam::filter_base::MediaType& type) override;
     HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override;
@@ -79,7 +79,7 @@ class CapturePin final : public CapturePinBase {
     HRESULT STDMETHODCALLTYPE GetStreamCaps(int index, AM_MEDIA_TYPE** out, BYTE* capabilities) override;
 
   private:
-    HRESULT NewType(const Format& format, AM_MEDIA_TYPE** out) const;
+    HRESULT NewType(const Format& wanted, AM_MEDIA_TYPE** out) const;
     void EndStreaming();
     void Stream();
     bool WaitForTurn(HANDLE event, DWORD timeoutMs);
@@ -87,15 +87,15 @@ class CapturePin final : public CapturePinBase {
     void StreamStills();
     HRESULT SendPicture();
 
-    CaptureFilter& camera_;
-    const Role role_;
-    Format format_;  // changed under the filter's lock while nothing is connected
-    std::unique_ptr<Scene> scene_;
-    Look look_;
-    cam::UniqueHandle stopping_;  // manual-reset
-    cam::UniqueHandle running_;   // manual-reset
-    cam::UniqueHandle triggers_;  // semaphore: stills asked for and not yet taken
-    std::thread thread_;
+    CaptureFilter& camera;
+    const Role role;
+    Format format;  // changed under the filter's lock while nothing is connected
+    std::unique_ptr<Scene> scene;
+    Look look;
+    cam::UniqueHandle stopping;  // manual-reset
+    cam::UniqueHandle running;   // manual-reset
+    cam::UniqueHandle triggers;  // semaphore: stills asked for and not yet taken
+    std::thread thread;
 };
 
 }  // namespace kit

@@ -19,7 +19,7 @@ std::uint32_t Widen565(std::uint32_t pixels) {
 
 // ---- Input ------------------------------------------------------------------------------------------------------------
 
-ConverterInput::ConverterInput(ColorConverter& filter) : InputPin(filter, L"Input"), converter_(filter) {}
+ConverterInput::ConverterInput(ColorConverter& filter) : InputPin(filter, L"Input"), converter(filter) {}
 
 HRESULT ConverterInput::CheckMediaType(const AM_MEDIA_TYPE& type) {
     const bool fits = type.majortype == MEDIATYPE_Video && type.subtype == MEDIASUBTYPE_RGB555 &&
@@ -30,65 +30,65 @@ HRESULT ConverterInput::CheckMediaType(const AM_MEDIA_TYPE& type) {
 }
 
 HRESULT ConverterInput::EndOfStream() {
-    return converter_.Output().DeliverEndOfStream();
+    return converter.Output().DeliverEndOfStream();
 }
 
 HRESULT ConverterInput::BeginFlush() {
     InputPin::BeginFlush();
-    return converter_.Output().DeliverBeginFlush();
+    return converter.Output().DeliverBeginFlush();
 }
 
 HRESULT ConverterInput::EndFlush() {
-    const HRESULT hr = converter_.Output().DeliverEndFlush();
+    const HRESULT hr = converter.Output().DeliverEndFlush();
     InputPin::EndFlush();
     return hr;
 }
 
 HRESULT ConverterInput::NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
-    return converter_.Output().DeliverNewSegment(start, stop, rate);
+    return converter.Output().DeliverNewSegment(start, stop, rate);
 }
 
 HRESULT ConverterInput::Receive(IMediaSample* sample) {
     if (!sample) return E_POINTER;
-    return converter_.Convert(sample);
+    return converter.Convert(sample);
 }
 
 // ---- Output -----------------------------------------------------------------------------------------------------------
 
-ConverterOutput::ConverterOutput(ColorConverter& filter) : OutputPin(filter, L"Output"), converter_(filter) {}
+ConverterOutput::ConverterOutput(ColorConverter& filter) : OutputPin(filter, L"Output"), converter(filter) {}
 
 HRESULT ConverterOutput::CheckMediaType(const AM_MEDIA_TYPE& type) {
-    return converter_.Input().IsConnected() && Matches(converter_.OutputFormat(), type) ? S_OK : S_FALSE;
+    return converter.Input().IsConnected() && Matches(converter.OutputFormat(), type) ? S_OK : S_FALSE;
 }
 
 // Width and signed height are the input's: rows go through in the order in which they come.
 HRESULT ConverterOutput::GetMediaType(int position, cam::filter_base::MediaType& type) {
-    if (position != 0 || !converter_.Input().IsConnected()) return VFW_S_NO_MORE_ITEMS;
-    if (!FillMediaType(converter_.OutputFormat(), 1, type)) return E_OUTOFMEMORY;
+    if (position != 0 || !converter.Input().IsConnected()) return VFW_S_NO_MORE_ITEMS;
+    if (!FillMediaType(converter.OutputFormat(), 1, type)) return E_OUTOFMEMORY;
     reinterpret_cast<VIDEOINFOHEADER*>(type.pbFormat)->AvgTimePerFrame =
-        Header(converter_.Input().Type()).AvgTimePerFrame;
+        Header(converter.Input().Type()).AvgTimePerFrame;
     return S_OK;
 }
 
 HRESULT ConverterOutput::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) {
-    return RequestBuffers(converter_.OutputFormat(), allocator, request);
+    return RequestBuffers(converter.OutputFormat(), allocator, request);
 }
 
 // ---- Filter -----------------------------------------------------------------------------------------------------------
 
 Format ColorConverter::OutputFormat() const {
-    const BITMAPINFOHEADER& bitmap = Header(input_.Type()).bmiHeader;
+    const BITMAPINFOHEADER& bitmap = Header(input.Type()).bmiHeader;
     return {Layout::Rgb565, static_cast<int>(bitmap.biWidth), std::abs(static_cast<int>(bitmap.biHeight)),
             bitmap.biHeight < 0};
 }
 
 HRESULT ColorConverter::Convert(IMediaSample* sample) {
-    const std::lock_guard guard(converting_);
-    HRESULT hr = input_.StreamingState();
+    const std::lock_guard guard(converting);
+    HRESULT hr = input.StreamingState();
     if (hr != S_OK) return hr;
     const Format format = OutputFormat();
     cam::ComPtr<IMediaSample> converted;
-    hr = output_.GetDeliveryBuffer(converted.put(), nullptr, nullptr, 0);
+    hr = output.GetDeliveryBuffer(converted.put(), nullptr, nullptr, 0);
     BYTE *from = nullptr, *to = nullptr;
     if (SUCCEEDED(hr)) hr = sample->GetPointer(&from);
     if (SUCCEEDED(hr)) hr = converted->GetPointer(&to);
@@ -104,7 +104,7 @@ HRESULT ColorConverter::Convert(IMediaSample* sample) {
     REFERENCE_TIME start = 0, stop = 0;
     const HRESULT stamped = sample->GetTime(&start, &stop);
     converted->SetTime(SUCCEEDED(stamped) ? &start : nullptr, stamped == S_OK ? &stop : nullptr);
-    return output_.Deliver(converted.get());
+    return output.Deliver(converted.get());
 }
 
 }  // namespace kit

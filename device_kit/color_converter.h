@@ -34,7 +34,7 @@ class ConverterInput final : public cam::filter_base::InputPin {
     HRESULT StreamingState() const { return CheckStreaming(); }
 
   private:
-    ColorConverter& converter_;
+    ColorConverter& converter;
 };
 
 class ConverterOutput final : public cam::filter_base::OutputPin {
@@ -47,15 +47,15 @@ class ConverterOutput final : public cam::filter_base::OutputPin {
     HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override;
 
   private:
-    ColorConverter& converter_;
+    ColorConverter& converter;
 };
 
 class ColorConverter final : public cam::filter_base::Filter {
   public:
     ColorConverter() : Filter(kConverterName, nullptr, kClsidColorConverter) {}
 
-    ConverterInput& Input() { return input_; }
-    ConverterOutput& Output() { return output_; }
+    ConverterInput& Input() { return input; }
+    ConverterOutput& Output() { return output; }
     // Of the samples that come out. Meaningful while the input is connected.
     Format OutputFormat() const;
 
@@ -65,16 +65,16 @@ class ColorConverter final : public cam::filter_base::Filter {
     // Filter
     int PinCount() override { return 2; }
     cam::filter_base::Pin* PinAt(int index) override {
-        return index == 0 ? static_cast<cam::filter_base::Pin*>(&input_) : &output_;
+        return index == 0 ? static_cast<cam::filter_base::Pin*>(&input) : &output;
     }
 
   private:
     // Stopping waits for the sample in hand; its allocators have been decommitted by then, so that it cannot stay for ever.
-    void WaitUntilIdle() override { const std::lock_guard guard(converting_); }
+    void WaitUntilIdle() override { const std::lock_guard guard(converting); }
 
-    ConverterInput input_{*this};
-    ConverterOutput output_{*this};
-    std::mutex converting_;
+    ConverterInput input{*this};
+    ConverterOutput output{*this};
+    std::mutex converting;
 };
 
 }  // namespace kit

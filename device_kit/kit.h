@@ -18,13 +18,13 @@ constexpr HRESULT kDeviceGone = static_cast<HRESULT>(0x8007048F);  // ERROR_DEVI
 // Member of every object that a client can hold and that is no cam::filter_base::ComObject, which count themselves: counts those alive.
 class LiveObject {
   public:
-    LiveObject() { ++count_; }
+    LiveObject() { ++count; }
     LiveObject(const LiveObject&) : LiveObject() {}
-    ~LiveObject() { --count_; }
-    static LONG Count() { return count_; }
+    ~LiveObject() { --count; }
+    static LONG Count() { return count; }
 
   private:
-    static inline std::atomic<LONG> count_ = 0;
+    static inline std::atomic<LONG> count = 0;
 };
 
 // The scenario being played; never null. Any thread; a new scenario does not change one that is held.

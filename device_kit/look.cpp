@@ -48,35 +48,34 @@ const Picture& Look::Apply(const Picture& seen, const PropertyTable& properties,
     if (radius > 0) Blur(radius);
     if (saturation != 100) Color(saturation);
     if (!plainTone) Tone(properties, flash);
-    return picture_;
+    return picture;
 }
 
 void Look::Zoom(const Picture& in, long factor) {
     if (factor == 1) {
-        picture_ = in;
+        picture = in;
         return;
     }
-    picture_.Resize(in.width, in.height);
+    picture.Resize(in.width, in.height);
     const int scale = static_cast<int>(factor);
     const int left = (in.width - in.width / scale) / 2, top = (in.height - in.height / scale) / 2;
     for (int y = 0; y < in.height; ++y) {
         const Pixel* source = in.Row(top + y / scale) + left;
-        Pixel* target = picture_.Row(y);
+        Pixel* target = picture.Row(y);
         for (int x = 0; x < in.width; ++x) target[x] = source[x / scale];
     }
 }
 
 void Look::Blur(int radius) {
-    other_.Resize(picture_.width, picture_.height);
-    for (int y = 0; y < picture_.height; ++y)
-        BlurLine(picture_.Row(y), other_.Row(y), picture_.width, 1, radius);
-    for (int x = 0; x < picture_.width; ++x)
-        BlurLine(other_.Row(0) + x, picture_.Row(0) + x, picture_.height, picture_.width, radius);
+    other.Resize(picture.width, picture.height);
+    for (int y = 0; y < picture.height; ++y) BlurLine(picture.Row(y), other.Row(y), picture.width, 1, radius);
+    for (int x = 0; x < picture.width; ++x)
+        BlurLine(other.Row(0) + x, picture.Row(0) + x, picture.height, picture.width, radius);
 }
 
 void Look::Color(int saturationPercent) {
     const int weight = saturationPercent * 256 / 100;
-    for (Pixel& pixel : picture_.pixels) {
+    for (Pixel& pixel : picture.pixels) {
         const int red = Red(pixel), green = Green(pixel), blue = Blue(pixel);
         const int grey = (77 * red + 150 * green + 29 * blue + 128) >> 8;
         pixel = Rgb(Clamp255(grey + ((red - grey) * weight >> 8)),
@@ -89,20 +88,20 @@ void Look::Tone(const PropertyTable& properties, bool flash) {
     const auto amp = [&](long number) { return properties.Value(PropertySet::VideoProcAmp, number); };
     const std::array<long, 4> wanted = {amp(kBrightness), amp(kContrast), amp(kGamma),
                                         flash ? kFlashBoost : 0};
-    if (wanted != toneOf_) {
-        toneOf_ = wanted;
+    if (wanted != toneOf) {
+        toneOf = wanted;
         for (int value = 0; value < 256; ++value) {
             const double bent =
                 255.0 * std::pow(value / 255.0, 100.0 / static_cast<double>(std::max(1L, wanted[2])));
             const double stretched = (bent - 128.0) * static_cast<double>(wanted[1]) / 100.0 + 128.0;
             const double lifted =
                 stretched + static_cast<double>(wanted[0]) * 255.0 / 200.0 + static_cast<double>(wanted[3]);
-            tone_[static_cast<std::size_t>(value)] =
+            tone[static_cast<std::size_t>(value)] =
                 static_cast<unsigned char>(Clamp255(static_cast<int>(std::lround(lifted))));
         }
     }
-    for (Pixel& pixel : picture_.pixels)
-        pixel = Rgb(tone_[pixel >> 16 & 255], tone_[pixel >> 8 & 255], tone_[pixel & 255]);
+    for (Pixel& pixel : picture.pixels)
+        pixel = Rgb(tone[pixel >> 16 & 255], tone[pixel >> 8 & 255], tone[pixel & 255]);
 }
 
 }  // namespace kit

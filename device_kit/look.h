@@ -21,10 +21,10 @@ class Look {
     void Color(int saturationPercent);
     void Tone(const PropertyTable& properties, bool flash);
 
-    Picture picture_;
-    Picture other_;
-    std::array<long, 4> toneOf_ = {LONG_MIN, 0, 0, 0};  // what tone_ was made for
-    std::array<unsigned char, 256> tone_;
+    Picture picture;
+    Picture other;
+    std::array<long, 4> toneOf = {LONG_MIN, 0, 0, 0};  // what tone was made for
+    std::array<unsigned char, 256> tone;
 };
 
 }  // namespace kit

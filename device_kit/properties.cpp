@@ -46,7 +46,7 @@ constexpr long kMaxFurtherValue = 1000;
 }  // namespace
 
 PropertyTable::PropertyTable() {
-    for (Property& property : cameraControl_) property.maximum = kMaxFurtherValue;
+    for (Property& property : cameraControl) property.maximum = kMaxFurtherValue;
     for (const NamedProperty& named : kNamed)
         *Find(named.set, named.number) = {
             true,          named.minimum,      named.maximum, named.step,
@@ -57,7 +57,7 @@ const Property* PropertyTable::Find(PropertySet set, long number) const {
     const long count = set == PropertySet::VideoProcAmp ? kVideoProcAmpCount : kCameraControlCount;
     if (number < 0 || number >= count) return nullptr;
     const auto index = static_cast<std::size_t>(number);
-    return set == PropertySet::VideoProcAmp ? &videoProcAmp_[index] : &cameraControl_[index];
+    return set == PropertySet::VideoProcAmp ? &videoProcAmp[index] : &cameraControl[index];
 }
 
 Property* PropertyTable::Find(PropertySet set, long number) {

@@ -51,8 +51,8 @@ class PropertyTable {
     HRESULT Set(PropertySet set, long number, long value, long flags);
 
   private:
-    std::array<Property, kVideoProcAmpCount> videoProcAmp_;
-    std::array<Property, kCameraControlCount> cameraControl_;
+    std::array<Property, kVideoProcAmpCount> videoProcAmp;
+    std::array<Property, kCameraControlCount> cameraControl;
 };
 
 // Why `property` cannot be (a range upside down, a value outside of it), or null.

@@ -63,8 +63,8 @@ cam::Guarded<kit::CallRules>& TheCalls() {
 }
 
 Call::Call(std::string_view operation, std::string_view arguments)
-    : verdict_(theCalls.Locked()->Note(operation, arguments)) {
-    if (verdict_.delayMs > 0) Sleep(verdict_.delayMs);
+    : verdict(theCalls.Locked()->Note(operation, arguments)) {
+    if (verdict.delayMs > 0) Sleep(verdict.delayMs);
 }
 
 }  // namespace imvoxa

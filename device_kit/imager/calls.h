@@ -25,11 +25,11 @@ class Call {
     explicit Call(std::string_view operation, std::string_view arguments = {});
 
     // Whether the operation shall do nothing but return Result().
-    bool Fails() const { return verdict_.result.has_value(); }
-    DWORD Result() const { return *verdict_.result; }
+    bool Fails() const { return verdict.result.has_value(); }
+    DWORD Result() const { return *verdict.result; }
 
   private:
-    kit::Verdict verdict_;
+    kit::Verdict verdict;
 };
 
 }  // namespace imvoxa

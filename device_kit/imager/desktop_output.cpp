@@ -15,15 +15,15 @@ using cam::ComPtr;
 // COM for the thread that saves, whatever apartment it may be in already.
 class ComUse {
   public:
-    ComUse() : entered_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) {}
+    ComUse() : entered(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) {}
     ~ComUse() {
-        if (entered_) CoUninitialize();
+        if (entered) CoUninitialize();
     }
     ComUse(const ComUse&) = delete;
     ComUse& operator=(const ComUse&) = delete;
 
   private:
-    bool entered_;
+    bool entered;
 };
 
 HRESULT SetQuality(IPropertyBag2* options, LONG quality) {

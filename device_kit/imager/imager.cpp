@@ -25,50 +25,49 @@ constexpr ULONG_PTR kHandleStep = 4;
 }  // namespace
 
 void Imager::Shutdown() {
-    opened_ = false;
-    acquiring_ = false;
-    engines_.clear();
-    last_ = nullptr;
-    look_ = {};
-    directExposure_ = kDirectExposures - 1;
-    for (DWORD index = 0; index < kExposureSettings; ++index)
-        settings_[index] = kSettings[index].defaultValue;
+    opened = false;
+    acquiring = false;
+    engines.clear();
+    last = nullptr;
+    look = {};
+    directExposure = kDirectExposures - 1;
+    for (DWORD index = 0; index < kExposureSettings; ++index) settings[index] = kSettings[index].defaultValue;
 }
 
 HANDLE Imager::OpenEngine() {
-    if (!opened_) return nullptr;
-    const HANDLE engine = reinterpret_cast<HANDLE>(++enginesOpened_ * kHandleStep);
-    engines_.push_back(engine);
+    if (!opened) return nullptr;
+    const HANDLE engine = reinterpret_cast<HANDLE>(++enginesOpened * kHandleStep);
+    engines.push_back(engine);
     return engine;
 }
 
 bool Imager::CloseEngine(HANDLE engine) {
-    return std::erase(engines_, engine) > 0;
+    return std::erase(engines, engine) > 0;
 }
 
 bool Imager::IsOpen(HANDLE engine) const {
-    return std::find(engines_.begin(), engines_.end(), engine) != engines_.end();
+    return std::find(engines.begin(), engines.end(), engine) != engines.end();
 }
 
 DWORD Imager::Start() {
-    if (engines_.empty()) return ERROR_NOT_READY;
-    acquiring_ = true;
+    if (engines.empty()) return ERROR_NOT_READY;
+    acquiring = true;
     return 0;
 }
 
 DWORD Imager::Acquire(HANDLE engine, DWORD mode) {
     if (!IsOpen(engine)) return ERROR_INVALID_HANDLE;
-    if (!acquiring_) return ERROR_NOT_READY;
+    if (!acquiring) return ERROR_NOT_READY;
     if (mode != kAcquireSmall && mode != kAcquireLarge) return ERROR_INVALID_PARAMETER;
-    last_ = mode == kAcquireSmall ? &smallPicture_ : &largePicture_;
-    look_.exposurePercent = ExposurePercent();
-    DrawScene(scene_, frame_++, look_, *last_);
+    last = mode == kAcquireSmall ? &smallPicture : &largePicture;
+    look.exposurePercent = ExposurePercent();
+    DrawScene(scene, frame++, look, *last);
     return 0;
 }
 
 DWORD Imager::SetDirectExposure(LONG value) {
     if (value < 0 || value >= kDirectExposures) return ERROR_INVALID_PARAMETER;
-    directExposure_ = value;
+    directExposure = value;
     return 0;
 }
 
@@ -79,13 +78,13 @@ const ExposureSetting* Imager::Setting(DWORD index) {
 DWORD Imager::SetSetting(DWORD index, LONG value) {
     const ExposureSetting* setting = Setting(index);
     if (!setting || value < setting->minimum || value > setting->maximum) return ERROR_INVALID_PARAMETER;
-    settings_[index] = value;
+    settings[index] = value;
     return 0;
 }
 
 int Imager::ExposurePercent() const {
-    return static_cast<int>(kDirectPercent[directExposure_] * settings_[kExposureTime] / kNominalTime *
-                            (10 + settings_[kGain]) / 10);
+    return static_cast<int>(kDirectPercent[directExposure] * settings[kExposureTime] / kNominalTime *
+                            (10 + settings[kGain]) / 10);
 }
 
 }  // namespace imvoxa

@@ -4,27 +4,27 @@
 
 namespace kit {
 
-void CallRules::Play(std::vector<CallRule> rules) {
-    rules_ = std::move(rules);
+void CallRules::Play(std::vector<CallRule> next) {
+    rules = std::move(next);
     Forget();
 }
 
 void CallRules::Forget() {
-    counts_ = std::vector<Counted>();
-    list_ = std::vector<std::string>();
-    current_ = std::string();
-    isCurrentListed_ = false;
+    counts = std::vector<Counted>();
+    list = std::vector<std::string>();
+    current = std::string();
+    isCurrentListed = false;
 }
 
 void CallRules::AnswerNext(std::string call, std::uint32_t result) {
     const long next = Count(call) + 1;
-    rules_.insert(rules_.begin(), CallRule{std::move(call), next, 1, result});
+    rules.insert(rules.begin(), CallRule{std::move(call), next, 1, result});
 }
 
 Verdict CallRules::Note(std::string_view name, std::string_view arguments, bool isListed) {
-    current_ = name;
-    isCurrentListed_ = isListed && list_.size() < maxListed_;
-    if (isCurrentListed_) list_.push_back(current_);
+    current = name;
+    isCurrentListed = isListed && list.size() < maxListed;
+    if (isCurrentListed) list.push_back(current);
     Verdict verdict = Judge(name);
     if (arguments.empty()) return verdict;
     const Verdict more = NoteArguments(arguments);
@@ -34,19 +34,19 @@ Verdict CallRules::Note(std::string_view name, std::string_view arguments, bool 
 }
 
 Verdict CallRules::NoteArguments(std::string_view arguments) {
-    current_ += ' ';
-    current_ += arguments;
-    if (isCurrentListed_) list_.back() = current_;
-    return Judge(current_);
+    current += ' ';
+    current += arguments;
+    if (isCurrentListed) list.back() = current;
+    return Judge(current);
 }
 
 Verdict CallRules::Judge(std::string_view call) {
-    auto place = counts_.begin() + (Place(call) - counts_.cbegin());
-    if (place == counts_.end() || place->first != call)
-        place = counts_.insert(place, Counted{std::string(call), 0});
+    auto place = counts.begin() + (Place(call) - counts.cbegin());
+    if (place == counts.end() || place->first != call)
+        place = counts.insert(place, Counted{std::string(call), 0});
     const long count = ++place->second;
     Verdict verdict;
-    for (const CallRule& rule : rules_) {
+    for (const CallRule& rule : rules) {
         if (rule.call != call || count < rule.at) continue;
         if (rule.times != 0 && count - rule.at >= rule.times) continue;
         verdict.delayMs += rule.delayMs;
@@ -56,18 +56,18 @@ Verdict CallRules::Judge(std::string_view call) {
 }
 
 std::vector<CallRules::Counted>::const_iterator CallRules::Place(std::string_view call) const {
-    return std::lower_bound(counts_.begin(), counts_.end(), call,
+    return std::lower_bound(counts.begin(), counts.end(), call,
                             [](const Counted& one, std::string_view other) { return one.first < other; });
 }
 
 long CallRules::Count(std::string_view call) const {
     const auto place = Place(call);
-    return place != counts_.end() && place->first == call ? place->second : 0;
+    return place != counts.end() && place->first == call ? place->second : 0;
 }
 
 std::string CallRules::Log() const {
     std::string log;
-    for (const std::string& call : list_) log.append(call).append(1, '\n');
+    for (const std::string& call : list) log.append(call).append(1, '\n');
     return log;
 }
 

@@ -29,10 +29,10 @@ struct Verdict {
 // Text is UTF-8. Has no lock: who shares it between threads locks it, and waits out a delay without the lock.
 class CallRules {
   public:
-    explicit CallRules(std::size_t maxListed = SIZE_MAX) : maxListed_(maxListed) {}
+    explicit CallRules(std::size_t listedAtMost = SIZE_MAX) : maxListed(listedAtMost) {}
 
     // These rules act from now on; counts and list begin anew.
-    void Play(std::vector<CallRule> rules);
+    void Play(std::vector<CallRule> next);
     // Counts and list begin anew. Frees what they took.
     void Forget();
     // The next such call is answered with that result, whatever the rules say.
@@ -45,7 +45,7 @@ class CallRules {
 
     long Count(std::string_view call) const;
     // In their order, with their arguments; those beyond the maximum are not listed.
-    const std::vector<std::string>& List() const { return list_; }
+    const std::vector<std::string>& List() const { return list; }
     // One line a call.
     std::string Log() const;
 
@@ -55,12 +55,12 @@ class CallRules {
     Verdict Judge(std::string_view call);
     std::vector<Counted>::const_iterator Place(std::string_view call) const;
 
-    const std::size_t maxListed_;
-    std::vector<CallRule> rules_;
-    std::vector<Counted> counts_;  // sorted by call
-    std::vector<std::string> list_;
-    std::string current_;  // the call noted last, as far as it is known
-    bool isCurrentListed_ = false;
+    const std::size_t maxListed;
+    std::vector<CallRule> rules;
+    std::vector<Counted> counts;  // sorted by call
+    std::vector<std::string> list;
+    std::string current;  // the call noted last, as far as it is known
+    bool isCurrentListed = false;
 };
 
 }  // namespace kit

@@ -12,21 +12,21 @@ constexpr unsigned char kSegments[10] = {0x3F, 0x06, 0x5B, 0x4F, 0x66, 0x6D, 0x7
 class ChartScene final : public Scene {
   public:
     const Picture& Frame(unsigned number, int width, int height) override {
-        if (width != picture_.width || height != picture_.height) DrawStill(width, height);
+        if (width != picture.width || height != picture.height) DrawStill(width, height);
         DrawMoving(number);
-        return picture_;
+        return picture;
     }
 
   private:
-    int X(int column) const { return column * picture_.width / chart::kColumns; }
-    int Y(int row) const { return row * picture_.height / chart::kRows; }
+    int X(int column) const { return column * picture.width / chart::kColumns; }
+    int Y(int row) const { return row * picture.height / chart::kRows; }
     void Cells(int left, int top, int right, int bottom, Pixel color) {
-        picture_.Fill(X(left), Y(top), X(right), Y(bottom), color);
+        picture.Fill(X(left), Y(top), X(right), Y(bottom), color);
     }
 
     void DrawStill(int width, int height) {
         using namespace chart;
-        picture_.Resize(width, height);
+        picture.Resize(width, height);
         Cells(0, 0, kColumns, kRows, kBackground);
         Cells(0, 0, 2, 2, kTopLeft);
         Cells(kColumns - 2, 0, kColumns, 2, kTopRight);
@@ -41,8 +41,8 @@ class ChartScene final : public Scene {
         using namespace chart;
         Cells(0, kMotionTop, kColumns, kMotionBottom, kMotionBackground);
         const unsigned quarters = number % (4 * kColumns);
-        const int left = static_cast<int>(quarters) * picture_.width / (4 * kColumns);
-        picture_.Fill(left, Y(kMotionTop), left + X(1), Y(kMotionBottom), kMotionBar);
+        const int left = static_cast<int>(quarters) * picture.width / (4 * kColumns);
+        picture.Fill(left, Y(kMotionTop), left + X(1), Y(kMotionBottom), kMotionBar);
         for (int bit = 0; bit < kCounterBits; ++bit) {
             const bool set = number >> (kCounterBits - 1 - bit) & 1;
             Cells(kCounterLeft + bit, kCounterTop, kCounterLeft + bit + 1, kCounterBottom,
@@ -57,7 +57,7 @@ class ChartScene final : public Scene {
         const int top = Y(2) / 8, bottom = Y(2) - top, middle = (top + bottom) / 2;
         const int line = std::max(1, width / 6), right = left + width;
         const auto segment = [&](int index, int x0, int y0, int x1, int y1) {
-            if (kSegments[digit] >> index & 1) picture_.Fill(x0, y0, x1, y1, color);
+            if (kSegments[digit] >> index & 1) picture.Fill(x0, y0, x1, y1, color);
         };
         segment(0, left, top, right, top + line);
         segment(1, right - line, top, right, middle);
@@ -68,7 +68,7 @@ class ChartScene final : public Scene {
         segment(6, left, middle - line / 2, right, middle - line / 2 + line);
     }
 
-    Picture picture_;
+    Picture picture;
 };
 
 }  // namespace

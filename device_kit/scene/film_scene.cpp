@@ -52,36 +52,36 @@ class FilmScene final : public Scene {
   public:
     // False: no film that can be played; what is wrong is in `error`.
     bool Open(const std::wstring& path, std::string& error) {
-        file_.reset(
+        file.reset(
             CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-        if (!file_) {
+        if (!file) {
             error = "cannot be opened; give an existing file";
             return false;
         }
         std::string line;
-        if (!ReadLine(0, line) || !ParseHeader(line, header_)) {
+        if (!ReadLine(0, line) || !ParseHeader(line, header)) {
             error = "is no film that can be played; give a .y4m file of 8 bits, 4:2:0 or 4:2:2";
             return false;
         }
         FindFrames(static_cast<LONGLONG>(line.size()) + 1);
-        if (frames_.empty()) {
+        if (frames.empty()) {
             error = "holds no whole frame; give a film of at least one frame";
             return false;
         }
-        planes_.resize(header_.FrameBytes());
+        planes.resize(header.FrameBytes());
         MakeTables();
         return true;
     }
 
     const Picture& Frame(unsigned number, int width, int height) override {
-        const std::size_t index = number % frames_.size();
-        if (index == shown_ && width == picture_.width && height == picture_.height) return picture_;
-        if (index != shown_ && ReadAt(frames_[index], planes_.data(), planes_.size()) != planes_.size())
-            return picture_;
-        shown_ = index;
-        picture_.Resize(width, height);
+        const std::size_t index = number % frames.size();
+        if (index == shown && width == picture.width && height == picture.height) return picture;
+        if (index != shown && ReadAt(frames[index], planes.data(), planes.size()) != planes.size())
+            return picture;
+        shown = index;
+        picture.Resize(width, height);
         Convert();
-        return picture_;
+        return picture;
     }
 
   private:
@@ -89,8 +89,8 @@ class FilmScene final : public Scene {
         LARGE_INTEGER position;
         position.QuadPart = offset;
         DWORD read = 0;
-        if (!SetFilePointerEx(file_.get(), position, nullptr, FILE_BEGIN)) return 0;
-        return ReadFile(file_.get(), buffer, static_cast<DWORD>(size), &read, nullptr) ? read : 0;
+        if (!SetFilePointerEx(file.get(), position, nullptr, FILE_BEGIN)) return 0;
+        return ReadFile(file.get(), buffer, static_cast<DWORD>(size), &read, nullptr) ? read : 0;
     }
 
     bool ReadLine(LONGLONG offset, std::string& line) {
@@ -106,13 +106,13 @@ class FilmScene final : public Scene {
     // Frame headers may carry parameters, so their places are found by going through the film once.
     void FindFrames(LONGLONG offset) {
         LARGE_INTEGER size = {};
-        GetFileSizeEx(file_.get(), &size);
-        const auto frameBytes = static_cast<LONGLONG>(header_.FrameBytes());
+        GetFileSizeEx(file.get(), &size);
+        const auto frameBytes = static_cast<LONGLONG>(header.FrameBytes());
         std::string line;
         while (ReadLine(offset, line) && line.rfind("FRAME", 0) == 0) {
             offset += static_cast<LONGLONG>(line.size()) + 1;
             if (offset + frameBytes > size.QuadPart) break;
-            frames_.push_back(offset);
+            frames.push_back(offset);
             offset += frameBytes;
         }
     }
@@ -122,49 +122,48 @@ class FilmScene final : public Scene {
         for (int value = 0; value < 256; ++value) {
             const auto at = static_cast<std::size_t>(value);
             const int chroma = value - 128;
-            luma_[at] = header_.fullRange ? value * 256 : (value - 16) * 298;
-            redV_[at] = chroma * (header_.fullRange ? 359 : 409);
-            greenU_[at] = chroma * (header_.fullRange ? -88 : -100);
-            greenV_[at] = chroma * (header_.fullRange ? -183 : -208);
-            blueU_[at] = chroma * (header_.fullRange ? 454 : 516);
+            luma[at] = header.fullRange ? value * 256 : (value - 16) * 298;
+            redV[at] = chroma * (header.fullRange ? 359 : 409);
+            greenU[at] = chroma * (header.fullRange ? -88 : -100);
+            greenV[at] = chroma * (header.fullRange ? -183 : -208);
+            blueU[at] = chroma * (header.fullRange ? 454 : 516);
         }
     }
 
     void Convert() {
-        const BYTE* luma = planes_.data();
+        const BYTE* lumaPlane = planes.data();
         const BYTE* blue =
-            luma + static_cast<std::size_t>(header_.width) * static_cast<std::size_t>(header_.height);
-        const BYTE* red = blue + static_cast<std::size_t>(header_.ChromaWidth()) *
-                                     static_cast<std::size_t>(header_.ChromaHeight());
-        columns_.resize(static_cast<std::size_t>(picture_.width));
-        for (int x = 0; x < picture_.width; ++x)
-            columns_[static_cast<std::size_t>(x)] = (2 * x + 1) * header_.width / (2 * picture_.width);
-        for (int y = 0; y < picture_.height; ++y) {
-            const int sourceY = (2 * y + 1) * header_.height / (2 * picture_.height);
-            const int chromaY = header_.is422 ? sourceY : sourceY / 2;
-            const BYTE* lumaRow = luma + std::ptrdiff_t{sourceY} * header_.width;
-            const BYTE* blueRow = blue + std::ptrdiff_t{chromaY} * header_.ChromaWidth();
-            const BYTE* redRow = red + std::ptrdiff_t{chromaY} * header_.ChromaWidth();
-            Pixel* out = picture_.Row(y);
-            for (int x = 0; x < picture_.width; ++x) {
-                const int sourceX = columns_[static_cast<std::size_t>(x)];
+            lumaPlane + static_cast<std::size_t>(header.width) * static_cast<std::size_t>(header.height);
+        const BYTE* red = blue + static_cast<std::size_t>(header.ChromaWidth()) *
+                                     static_cast<std::size_t>(header.ChromaHeight());
+        columns.resize(static_cast<std::size_t>(picture.width));
+        for (int x = 0; x < picture.width; ++x)
+            columns[static_cast<std::size_t>(x)] = (2 * x + 1) * header.width / (2 * picture.width);
+        for (int y = 0; y < picture.height; ++y) {
+            const int sourceY = (2 * y + 1) * header.height / (2 * picture.height);
+            const int chromaY = header.is422 ? sourceY : sourceY / 2;
+            const BYTE* lumaRow = lumaPlane + std::ptrdiff_t{sourceY} * header.width;
+            const BYTE* blueRow = blue + std::ptrdiff_t{chromaY} * header.ChromaWidth();
+            const BYTE* redRow = red + std::ptrdiff_t{chromaY} * header.ChromaWidth();
+            Pixel* out = picture.Row(y);
+            for (int x = 0; x < picture.width; ++x) {
+                const int sourceX = columns[static_cast<std::size_t>(x)];
                 const BYTE u = blueRow[sourceX / 2], v = redRow[sourceX / 2];
-                const int base = luma_[lumaRow[sourceX]] + 128;
-                out[x] =
-                    Rgb(Clamp255((base + redV_[v]) >> 8), Clamp255((base + greenU_[u] + greenV_[v]) >> 8),
-                        Clamp255((base + blueU_[u]) >> 8));
+                const int base = luma[lumaRow[sourceX]] + 128;
+                out[x] = Rgb(Clamp255((base + redV[v]) >> 8), Clamp255((base + greenU[u] + greenV[v]) >> 8),
+                             Clamp255((base + blueU[u]) >> 8));
             }
         }
     }
 
-    cam::UniqueFileHandle file_;
-    FilmHeader header_;
-    std::vector<LONGLONG> frames_;  // where each frame's samples begin
-    std::vector<BYTE> planes_;
-    std::size_t shown_ = static_cast<std::size_t>(-1);
-    std::vector<int> columns_;
-    std::array<int, 256> luma_, redV_, greenU_, greenV_, blueU_;
-    Picture picture_;
+    cam::UniqueFileHandle file;
+    FilmHeader header;
+    std::vector<LONGLONG> frames;  // where each frame's samples begin
+    std::vector<BYTE> planes;
+    std::size_t shown = static_cast<std::size_t>(-1);
+    std::vector<int> columns;
+    std::array<int, 256> luma, redV, greenU, greenV, blueU;
+    Picture picture;
 };
 
 }  // namespace

@@ -11,19 +11,19 @@ namespace {
 
 class PictureScene final : public Scene {
   public:
-    explicit PictureScene(Picture&& original) : original_(std::move(original)) {}
+    explicit PictureScene(Picture&& decoded) : original(std::move(decoded)) {}
 
     const Picture& Frame(unsigned, int width, int height) override {
-        if (width != scaled_.width || height != scaled_.height) {
-            scaled_.Resize(width, height);
-            Scale(original_, scaled_);
+        if (width != scaled.width || height != scaled.height) {
+            scaled.Resize(width, height);
+            Scale(original, scaled);
         }
-        return scaled_;
+        return scaled;
     }
 
   private:
-    Picture original_;
-    Picture scaled_;
+    Picture original;
+    Picture scaled;
 };
 
 HRESULT Decode(const std::wstring& path, Picture& picture) {

@@ -26,27 +26,27 @@ const WatchedClass kWatchedClasses[] = {{CLSID_CaptureGraphBuilder, L"CaptureGra
 
 class WatchedFactory final : public ClassFactoryBase {
   public:
-    WatchedFactory(cam::ComPtr<IClassFactory> real, const wchar_t* name)
-        : real_(std::move(real)), name_(name) {}
+    WatchedFactory(cam::ComPtr<IClassFactory> watched, const wchar_t* className)
+        : real(std::move(watched)), name(className) {}
 
     // IClassFactory
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
         if (!out) return E_POINTER;
         *out = nullptr;
         // What a graph creates for itself, and what becomes part of another object, is not the camera's.
-        if (outer || RealAtWork::OnThisThread()) return real_->CreateInstance(outer, iid, out);
-        return Call(L"CoCreateInstance", name_, [&] {
+        if (outer || RealAtWork::OnThisThread()) return real->CreateInstance(outer, iid, out);
+        return Call(L"CoCreateInstance", name, [&] {
             const RealAtWork atWork;
-            const HRESULT hr = real_->CreateInstance(nullptr, iid, out);
-            if (SUCCEEDED(hr)) *out = WatchedObject::Wrap(iid, *out, name_);
+            const HRESULT hr = real->CreateInstance(nullptr, iid, out);
+            if (SUCCEEDED(hr)) *out = WatchedObject::Wrap(iid, *out, name);
             return hr;
         });
     }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override { return real_->LockServer(lock); }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override { return real->LockServer(lock); }
 
   private:
-    const cam::ComPtr<IClassFactory> real_;
-    const wchar_t* const name_;
+    const cam::ComPtr<IClassFactory> real;
+    const wchar_t* const name;
 };
 
 std::mutex& TheLock() {

@@ -59,38 +59,38 @@ void* WatchedObject::WrapLocked(const InterfaceTable& table, cam::ComPtr<IUnknow
         registry.objects[key] = object;
     }
     Facet* const facet = object->FacetFor(table, std::move(realInterface));
-    ++object->references_;
+    ++object->references;
     return facet;
 }
 
 Facet* WatchedObject::FacetFor(const InterfaceTable& table, cam::ComPtr<IUnknown> realInterface) {
-    for (const auto& facet : facets_) {
+    for (const auto& facet : facets) {
         if (facet->functions == table.functions.data()) return facet.get();
     }
-    facets_.push_back(
+    facets.push_back(
         std::make_unique<Facet>(Facet{table.functions.data(), realInterface.detach(), this, table.name}));
-    TheRegistry().facets.insert(facets_.back().get());
-    return facets_.back().get();
+    TheRegistry().facets.insert(facets.back().get());
+    return facets.back().get();
 }
 
 // Outside of the registry's lock: the last release of a graph stops it and waits for its threads.
 WatchedObject::~WatchedObject() {
-    for (const auto& facet : facets_) static_cast<IUnknown*>(facet->real)->Release();
+    for (const auto& facet : facets) static_cast<IUnknown*>(facet->real)->Release();
 }
 
 ULONG WatchedObject::AddRef() {
     const std::lock_guard guard(TheRegistry().lock);
-    return ++references_;
+    return ++references;
 }
 
 ULONG WatchedObject::Release() {
     Registry& registry = TheRegistry();
     {
         const std::lock_guard guard(registry.lock);
-        const ULONG left = --references_;
+        const ULONG left = --references;
         if (left > 0) return left;
-        registry.objects.erase(identity_.get());
-        for (const auto& facet : facets_) registry.facets.erase(facet.get());
+        registry.objects.erase(identity.get());
+        for (const auto& facet : facets) registry.facets.erase(facet.get());
     }
     const RealAtWork atWork;
     delete this;
@@ -103,7 +103,7 @@ HRESULT WatchedObject::QueryInterface(Facet* facet, REFIID iid, void** out) {
     const auto query = [&] {
         const RealAtWork atWork;
         const HRESULT hr = static_cast<IUnknown*>(facet->real)->QueryInterface(iid, out);
-        if (SUCCEEDED(hr)) *out = Wrap(iid, *out, name_.c_str());
+        if (SUCCEEDED(hr)) *out = Wrap(iid, *out, name.c_str());
         return hr;
     };
     return Call(std::wstring(facet->interfaceName) + L"::QueryInterface", NameOf(iid), query);

@@ -50,7 +50,7 @@ class WatchedObject {
     // The real interface behind a pointer, without a reference; the pointer itself when it is no watched one.
     static void* Unwrap(void* pointer);
 
-    const std::wstring& Name() const { return name_; }
+    const std::wstring& Name() const { return name; }
 
     // IUnknown of every facet
     HRESULT QueryInterface(Facet* facet, REFIID iid, void** out);
@@ -58,29 +58,29 @@ class WatchedObject {
     ULONG Release();
 
   private:
-    WatchedObject(cam::ComPtr<IUnknown> identity, const wchar_t* name)
-        : identity_(std::move(identity)), name_(name) {}
+    WatchedObject(cam::ComPtr<IUnknown> realObject, const wchar_t* className)
+        : identity(std::move(realObject)), name(className) {}
     ~WatchedObject();
     static void* WrapLocked(const InterfaceTable& table, cam::ComPtr<IUnknown> realInterface,
                             const wchar_t* name, bool onlyKnown);
     Facet* FacetFor(const InterfaceTable& table, cam::ComPtr<IUnknown> realInterface);
 
-    ULONG references_ = 0;  // under the lock of all watched objects
-    cam::ComPtr<IUnknown> identity_;
-    std::wstring name_;
-    std::vector<std::unique_ptr<Facet>> facets_;
-    LiveObject live_;
+    ULONG references = 0;  // under the lock of all watched objects
+    cam::ComPtr<IUnknown> identity;
+    std::wstring name;
+    std::vector<std::unique_ptr<Facet>> facets;
+    LiveObject live;
 };
 
 // While one of these lives on a thread, a real object is at work on it: what that creates is its own affair and not watched.
 class RealAtWork {
   public:
-    RealAtWork() { ++depth_; }
-    ~RealAtWork() { --depth_; }
-    static bool OnThisThread() { return depth_ > 0; }
+    RealAtWork() { ++depth; }
+    ~RealAtWork() { --depth; }
+    static bool OnThisThread() { return depth > 0; }
 
   private:
-    static inline thread_local int depth_ = 0;
+    static inline thread_local int depth = 0;
 };
 
 }  // namespace kit::watch
