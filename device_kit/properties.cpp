@@ -1,44 +1,56 @@
 #include "properties.h"
 
 #include <charconv>
+#include <string>
+
+#include <ocellus/cam_properties.hpp>
 
 namespace kit {
 namespace {
 
-struct NamedProperty {
-    std::string_view name;
-    PropertySet set;
-    long number;
+// By the library's ids: the ids of the camera control set stand after those of the video processing set.
+constexpr int kFirstControlId = kVideoProcAmpCount;
+
+struct UsualProperty {
+    int id;
     long minimum, maximum, step, initial, capabilities;
 };
 
-constexpr auto kAmp = PropertySet::VideoProcAmp;
-constexpr auto kControl = PropertySet::CameraControl;
 constexpr long kBoth = kFlagAuto | kFlagManual;
 
-constexpr NamedProperty kNamed[] = {
-    {"brightness", kAmp, kBrightness, -100, 100, 1, 0, kFlagManual},
-    {"contrast", kAmp, kContrast, 0, 200, 1, 100, kFlagManual},
-    {"hue", kAmp, 2, -180, 180, 1, 0, kFlagManual},
-    {"saturation", kAmp, kSaturation, 0, 200, 1, 100, kFlagManual},
-    {"sharpness", kAmp, 4, 0, 10, 1, 5, kFlagManual},
-    {"gamma", kAmp, kGamma, 50, 300, 10, 100, kFlagManual},
-    {"colorEnable", kAmp, kColorEnable, 0, 1, 1, 1, kFlagManual},
-    {"whiteBalance", kAmp, 7, 2800, 6500, 100, 5000, kBoth},
-    {"backlightCompensation", kAmp, 8, 0, 1, 1, 0, kFlagManual},
-    {"pan", kControl, 0, -180, 180, 1, 0, kFlagManual},
-    {"tilt", kControl, 1, -180, 180, 1, 0, kFlagManual},
-    {"roll", kControl, 2, -180, 180, 1, 0, kFlagManual},
-    {"zoom", kControl, kZoom, 1, 8, 1, 1, kFlagManual},
-    {"exposure", kControl, 4, -10, 0, 1, -5, kBoth},
-    {"iris", kControl, 5, 10, 220, 10, 30, kBoth},
-    {"focus", kControl, kFocus, 0, 1, 1, 1, kBoth},
-    {"flash", kControl, kFlash, 0, 1, 1, 0, kFlagManual},
-    {"focusStep", kControl, 50, 1, 64, 1, 8, kFlagManual},
-    {"focusMaximum", kControl, 51, 0, 255, 1, 200, kFlagManual},
-    {"focusMinimum", kControl, 52, 0, 255, 1, 100, kFlagManual},
-    {"focusFixed", kControl, kFocusFixed, 0, 255, 1, 150, kFlagManual},
+constexpr UsualProperty kUsual[] = {
+    {CAM_PROPERTY_BRIGHTNESS, -100, 100, 1, 0, kFlagManual},
+    {CAM_PROPERTY_CONTRAST, 0, 200, 1, 100, kFlagManual},
+    {CAM_PROPERTY_HUE, -180, 180, 1, 0, kFlagManual},
+    {CAM_PROPERTY_SATURATION, 0, 200, 1, 100, kFlagManual},
+    {CAM_PROPERTY_SHARPNESS, 0, 10, 1, 5, kFlagManual},
+    {CAM_PROPERTY_GAMMA, 50, 300, 10, 100, kFlagManual},
+    {CAM_PROPERTY_COLOR_ENABLE, 0, 1, 1, 1, kFlagManual},
+    {CAM_PROPERTY_WHITE_BALANCE, 2800, 6500, 100, 5000, kBoth},
+    {CAM_PROPERTY_BACKLIGHT_COMPENSATION, 0, 1, 1, 0, kFlagManual},
+    {CAM_PROPERTY_PAN, -180, 180, 1, 0, kFlagManual},
+    {CAM_PROPERTY_TILT, -180, 180, 1, 0, kFlagManual},
+    {CAM_PROPERTY_ROLL, -180, 180, 1, 0, kFlagManual},
+    {CAM_PROPERTY_ZOOM, 1, 8, 1, 1, kFlagManual},
+    {CAM_PROPERTY_EXPOSURE, -10, 0, 1, -5, kBoth},
+    {CAM_PROPERTY_IRIS, 10, 220, 10, 30, kBoth},
+    {CAM_PROPERTY_FOCUS, 0, 1, 1, 1, kBoth},
+    {CAM_PROPERTY_FLASH, 0, 1, 1, 0, kFlagManual},
+    {CAM_PROPERTY_FOCUS_STEP, 1, 64, 1, 8, kFlagManual},
+    {CAM_PROPERTY_FOCUS_MAXIMUM, 0, 255, 1, 200, kFlagManual},
+    {CAM_PROPERTY_FOCUS_MINIMUM, 0, 255, 1, 100, kFlagManual},
+    {CAM_PROPERTY_FOCUS_FIXED, 0, 255, 1, 150, kFlagManual},
 };
+
+// Scenarios write a property's name in the way of their own members: "focusStep" for "focus-step".
+std::string InScenario(std::string_view name) {
+    std::string written;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const bool startsWord = name[i] == '-' && i + 1 < name.size();
+        written += startsWord ? static_cast<char>(name[++i] - 'a' + 'A') : name[i];
+    }
+    return written;
+}
 
 constexpr std::string_view kNumberedPrefix = "cameraControl";
 constexpr long kMaxFurtherValue = 1000;
@@ -47,10 +59,10 @@ constexpr long kMaxFurtherValue = 1000;
 
 PropertyTable::PropertyTable() {
     for (Property& property : cameraControl) property.maximum = kMaxFurtherValue;
-    for (const NamedProperty& named : kNamed)
-        *Find(named.set, named.number) = {
-            true,          named.minimum,      named.maximum, named.step,
-            named.initial, named.capabilities, named.initial, named.capabilities & kFlagManual};
+    for (const UsualProperty& usual : kUsual)
+        *Find(usual.id) = {
+            true,          usual.minimum,      usual.maximum, usual.step,
+            usual.initial, usual.capabilities, usual.initial, usual.capabilities & kFlagManual};
 }
 
 const Property* PropertyTable::Find(PropertySet set, long number) const {
@@ -64,9 +76,14 @@ Property* PropertyTable::Find(PropertySet set, long number) {
     return const_cast<Property*>(static_cast<const PropertyTable*>(this)->Find(set, number));
 }
 
+Property* PropertyTable::Find(int id) {
+    return id < kFirstControlId ? Find(PropertySet::VideoProcAmp, id)
+                                : Find(PropertySet::CameraControl, id - kFirstControlId);
+}
+
 Property* PropertyTable::Find(std::string_view name) {
-    for (const NamedProperty& named : kNamed) {
-        if (named.name == name) return Find(named.set, named.number);
+    for (const ocellus::PropertyName& property : ocellus::kPropertyNames) {
+        if (InScenario(property.name) == name) return Find(property.id);
     }
     if (name.substr(0, kNumberedPrefix.size()) != kNumberedPrefix) return nullptr;
     name.remove_prefix(kNumberedPrefix.size());

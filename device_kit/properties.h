@@ -51,6 +51,8 @@ class PropertyTable {
     HRESULT Set(PropertySet set, long number, long value, long flags);
 
   private:
+    Property* Find(int id);
+
     std::array<Property, kVideoProcAmpCount> videoProcAmp;
     std::array<Property, kCameraControlCount> cameraControl;
 };

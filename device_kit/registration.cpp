@@ -4,9 +4,6 @@
 #include <uuids.h>
 
 #include "base/com_ptr.h"
-#include "base/hresult.h"
-#include "base/unique_resource.h"
-#include "capture_filter.h"
 #include "color_converter.h"
 #include "kit.h"
 
@@ -15,43 +12,6 @@ namespace {
 
 // High enough for intelligent connection to try the converter first.
 constexpr DWORD kConverterMerit = 0x00600000;
-
-struct ClassEntry {
-    const CLSID& classId;
-    const wchar_t* name;
-};
-const ClassEntry kClasses[] = {{kClsidCaptureFilter, L"Device Kit Camera"},
-                               {kClsidColorConverter, kConverterName}};
-
-std::wstring ClassKey(const CLSID& classId) {
-    wchar_t text[40];
-    StringFromGUID2(classId, text, 40);
-    return L"CLSID\\" + std::wstring(text);
-}
-
-HRESULT WriteText(const std::wstring& keyName, const wchar_t* valueName, const std::wstring& text) {
-    cam::UniqueRegistryKey key;
-    LSTATUS status = RegCreateKeyExW(HKEY_CLASSES_ROOT, keyName.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr,
-                                     key.put(), nullptr);
-    if (status == ERROR_SUCCESS)
-        status = RegSetValueExW(key.get(), valueName, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                                static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-    return cam::HresultFromError(static_cast<DWORD>(status));
-}
-
-HRESULT RegisterClasses() {
-    wchar_t path[MAX_PATH];
-    const DWORD length = GetModuleFileNameW(theModule, path, MAX_PATH);
-    if (length == 0 || length == MAX_PATH) return E_FAIL;
-    for (const ClassEntry& entry : kClasses) {
-        const std::wstring key = ClassKey(entry.classId);
-        HRESULT hr = WriteText(key, nullptr, entry.name);
-        if (SUCCEEDED(hr)) hr = WriteText(key + L"\\InprocServer32", nullptr, path);
-        if (SUCCEEDED(hr)) hr = WriteText(key + L"\\InprocServer32", L"ThreadingModel", L"Both");
-        if (FAILED(hr)) return hr;
-    }
-    return S_OK;
-}
 
 // Both pins are described: intelligent connection looks for a filter by the types of either side.
 HRESULT RegisterConverter(IFilterMapper2* mapper) {
@@ -70,11 +30,9 @@ HRESULT RegisterConverter(IFilterMapper2* mapper) {
     filter.dwMerit = kConverterMerit;
     filter.cPins = 2;
     filter.rgPins = pins;
-    IMoniker* moniker = nullptr;
-    const HRESULT hr = mapper->RegisterFilter(kClsidColorConverter, kConverterName, &moniker,
-                                              &CLSID_LegacyAmFilterCategory, nullptr, &filter);
-    if (moniker) moniker->Release();
-    return hr;
+    cam::ComPtr<IMoniker> moniker;  // handed out, not used
+    return mapper->RegisterFilter(kClsidColorConverter, kConverterName, moniker.put(),
+                                  &CLSID_LegacyAmFilterCategory, nullptr, &filter);
 }
 
 // Registration tools do not all initialise COM.
@@ -94,21 +52,16 @@ HRESULT WithMapper(Work&& work) {
 
 }  // namespace
 
-HRESULT Register() {
-    HRESULT hr = RegisterClasses();
-    if (SUCCEEDED(hr)) hr = WithMapper(RegisterConverter);
-    if (SUCCEEDED(hr)) hr = RecordDevices(Scenario().devices);
-    return hr;
+HRESULT RegisterBesides() {
+    const HRESULT hr = WithMapper(RegisterConverter);
+    return SUCCEEDED(hr) ? RecordDevices(Scenario().devices) : hr;
 }
 
-HRESULT Unregister() {
+void UnregisterBesides() {
     RecordDevices({});
     WithMapper([](IFilterMapper2* mapper) {
         return mapper->UnregisterFilter(&CLSID_LegacyAmFilterCategory, nullptr, kClsidColorConverter);
     });
-    for (const ClassEntry& entry : kClasses)
-        RegDeleteTreeW(HKEY_CLASSES_ROOT, ClassKey(entry.classId).c_str());
-    return S_OK;
 }
 
 }  // namespace kit

@@ -1,15 +1,13 @@
-// What the kit writes into the registry when it is registered.
+// What the kit writes into the registry besides its classes.
 #pragma once
 
 #include <windows.h>
 
 namespace kit {
 
-extern HMODULE theModule;  // this DLL
-
-// The two filter classes, the colour converter with the filter mapper, and the default scenario's device as active.
-HRESULT Register();
-// Takes all of that away again, also what a scenario recorded since.
-HRESULT Unregister();
+// The colour converter with the filter mapper, and the default scenario's device as active.
+HRESULT RegisterBesides();
+// Takes both away again, also what a scenario recorded since.
+void UnregisterBesides();
 
 }  // namespace kit

@@ -34,7 +34,7 @@ void ReadIni(const std::wstring& text) {
     int32_t number = kUntouched;
     requests.push_back({nullptr, L"k", 0, &number, 0, 0, 9});
 
-    const auto reader = std::make_unique<IniReader>(requests.data(), static_cast<int>(requests.size()));
+    const auto reader = std::make_unique<IniReader>(requests);
     for (const wchar_t c : text) reader->Add(c);
     reader->Finish();
 
@@ -44,7 +44,7 @@ void ReadIni(const std::wstring& text) {
         if (buffers[i].empty()) continue;
         if (!isFound) Require(buffers[i][0] == L'#');
         if (isFound) Require(std::find(buffers[i].begin(), buffers[i].end(), L'\0') != buffers[i].end());
-        if (isFound) Require(wcslen(buffers[i].data()) <= IniReader::kMaximumValue);
+        if (isFound) Require(wcslen(buffers[i].data()) <= IniReader::kMaxValue);
     }
     if (!requests.back().found) Require(number == kUntouched);
     if (requests[1].found) Require(requests[0].found);  // a request without a section sees every section
@@ -73,23 +73,22 @@ void Split(const std::wstring& text) {
 
 void Transcode(const uint8_t* data, size_t size) {
     std::string text(Base64Length(size), '?');
-    EncodeBase64(data, size, text.data());
+    EncodeBase64({data, size}, text.data());
     std::vector<unsigned char> bytes(text.size() / 4 * 3);
-    size_t count = 0;
-    Require(DecodeBase64(text, bytes.data(), &count) && count == size);
+    Require(DecodeBase64(text, bytes.data()) == size);
     Require(size == 0 || memcmp(bytes.data(), data, size) == 0);
     bytes.assign(size / 4 * 3, 0);
     bytes.shrink_to_fit();
-    if (DecodeBase64({reinterpret_cast<const char*>(data), size}, bytes.data(), &count))
-        Require(count <= bytes.size());
+    const auto count = DecodeBase64({reinterpret_cast<const char*>(data), size}, bytes.data());
+    if (count) Require(*count <= bytes.size());
 }
 
 // However a document arrives, its verdict is the same.
 void Judge(const uint8_t* data, size_t size) {
     XmlGuard whole;
-    whole.AddBytes(data, size);
+    whole.AddBytes({data, size});
     XmlGuard pieces;
-    for (size_t i = 0; i < size; i += 3) pieces.AddBytes(data + i, std::min<size_t>(3, size - i));
+    for (size_t i = 0; i < size; i += 3) pieces.AddBytes({data + i, std::min<size_t>(3, size - i)});
     Require(whole.verdict() == pieces.verdict());
 }
 

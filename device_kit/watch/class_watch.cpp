@@ -5,7 +5,6 @@
 #include <atomic>
 #include <mutex>
 
-#include "class_factory.h"
 #include "still/filter_interfaces.h"
 #include "watch/call_names.h"
 #include "watch/watched_object.h"
@@ -24,10 +23,27 @@ const WatchedClass kWatchedClasses[] = {{CLSID_CaptureGraphBuilder, L"CaptureGra
                                         {cam::kClsidSampleGrabber, L"SampleGrabber"},
                                         {cam::kClsidStillImageSink, L"StillImageSink"}};
 
-class WatchedFactory final : public ClassFactoryBase {
+// Born with a count of 1. It is none of the kit's live objects: it stays with COM for as long as the classes
+// are watched.
+class WatchedFactory final : public IClassFactory {
   public:
     WatchedFactory(cam::ComPtr<IClassFactory> watched, const wchar_t* className)
         : real(std::move(watched)), name(className) {}
+
+    // IUnknown
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = iid == __uuidof(IUnknown) || iid == __uuidof(IClassFactory) ? this : nullptr;
+        if (!*out) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = --references;
+        if (left == 0) delete this;
+        return left;
+    }
 
     // IClassFactory
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
@@ -45,6 +61,9 @@ class WatchedFactory final : public ClassFactoryBase {
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override { return real->LockServer(lock); }
 
   private:
+    ~WatchedFactory() = default;
+
+    std::atomic<ULONG> references = 1;
     const cam::ComPtr<IClassFactory> real;
     const wchar_t* const name;
 };

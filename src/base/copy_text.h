@@ -12,8 +12,8 @@ namespace cam {
 // The first `length` characters of `text` and a terminating zero; null when there is no memory, or never could be.
 inline std::unique_ptr<wchar_t[]> CopyText(const wchar_t* text, size_t length) {
     // For more than the language allows an array, new throws, nothrow or not. Half of that is room enough.
-    constexpr size_t kLongest = PTRDIFF_MAX / sizeof(wchar_t) / 2;
-    if (length > kLongest) return nullptr;
+    constexpr size_t kMaxLength = PTRDIFF_MAX / sizeof(wchar_t) / 2;
+    if (length > kMaxLength) return nullptr;
     std::unique_ptr<wchar_t[]> copy(new (std::nothrow) wchar_t[length + 1]);
     if (!copy) return nullptr;
     std::memcpy(copy.get(), text, length * sizeof(wchar_t));

@@ -1,7 +1,7 @@
 // Creates the objects of one COM class.
 #pragma once
 
-#include "com/class_table.h"
+#include "com/com_class.h"
 
 namespace cam::com {
 

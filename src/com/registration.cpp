@@ -53,7 +53,7 @@ LONG RemoveClass(HKEY root, const ComClass& entry) {
 }
 }  // namespace
 
-HRESULT RegisterClasses(HKEY root, const wchar_t* modulePath, std::span<const ComClass> classes) {
+HRESULT RegisterClasses(HKEY root, const wchar_t* modulePath, ClassTable classes) {
     for (const ComClass& entry : classes) {
         const LONG error = AddClass(root, modulePath, entry);
         if (error == ERROR_SUCCESS) continue;
@@ -63,7 +63,7 @@ HRESULT RegisterClasses(HKEY root, const wchar_t* modulePath, std::span<const Co
     return S_OK;
 }
 
-HRESULT UnregisterClasses(HKEY root, std::span<const ComClass> classes) {
+HRESULT UnregisterClasses(HKEY root, ClassTable classes) {
     LONG first = ERROR_SUCCESS;
     for (const ComClass& entry : classes) {
         const LONG error = RemoveClass(root, entry);

@@ -1,6 +1,6 @@
-// The entry points that COM and the registration tool look for.
 #include "com/server.h"
 
+#include <algorithm>
 #include <new>
 
 #include "base/com_ptr.h"
@@ -24,35 +24,34 @@ void ServeModule(HINSTANCE module, DWORD reason) {
     if (reason == DLL_PROCESS_ATTACH) moduleInstance = module;
 }
 
-}  // namespace cam::com
-
-using namespace cam;
-
-STDAPI DllRegisterServer() {
+HRESULT RegisterServer(ClassTable classes) {
     // What does not fit is no path: a cut one must not be registered.
     wchar_t path[MAX_PATH + 1] = {};
-    const DWORD length = GetModuleFileNameW(com::ModuleInstance(), path, MAX_PATH);
+    const DWORD length = GetModuleFileNameW(moduleInstance, path, MAX_PATH);
     if (length == 0) return HresultFromLastError();
     if (length >= MAX_PATH) return HresultFromError(ERROR_FILENAME_EXCED_RANGE);
-    return com::RegisterClasses(HKEY_CLASSES_ROOT, path, com::Classes());
+    return RegisterClasses(HKEY_CLASSES_ROOT, path, classes);
 }
 
-STDAPI DllUnregisterServer() {
-    return com::UnregisterClasses(HKEY_CLASSES_ROOT, com::Classes());
+HRESULT UnregisterServer(ClassTable classes) {
+    return UnregisterClasses(HKEY_CLASSES_ROOT, classes);
 }
 
-STDAPI DllCanUnloadNow() {
-    return filter_base::LiveObjects() == 0 && com::ServerLocks() == 0 ? S_OK : S_FALSE;
+HRESULT CanUnloadServer() {
+    return filter_base::LiveObjects() == 0 && ServerLocks() == 0 ? S_OK : S_FALSE;
 }
 
-STDAPI DllGetClassObject(REFCLSID id, REFIID interfaceId, LPVOID* out) {
+HRESULT GetClassObject(ClassTable classes, REFCLSID id, REFIID interfaceId, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    const com::ComClass* entry = com::FindClass(id);
-    if (!entry) return CLASS_E_CLASSNOTAVAILABLE;
-    auto* factory = new (std::nothrow) com::ClassFactory(*entry);
+    const auto entry =
+        std::find_if(classes.begin(), classes.end(), [&](const ComClass& c) { return c.id == id; });
+    if (entry == classes.end()) return CLASS_E_CLASSNOTAVAILABLE;
+    auto* factory = new (std::nothrow) ClassFactory(*entry);
     if (!factory) return E_OUTOFMEMORY;
     // Destroys the factory again when it lacks the interface.
     const ComPtr<IUnknown> keepAlive(factory->Inner());
     return factory->NonDelegatingQueryInterface(interfaceId, out);
 }
+
+}  // namespace cam::com

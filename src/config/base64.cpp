@@ -18,9 +18,9 @@ int DigitOf(char c) {
 
 }  // namespace
 
-void EncodeBase64(const unsigned char* bytes, size_t count, char* text) {
-    for (size_t i = 0; i < count; i += 3) {
-        const size_t rest = count - i;
+void EncodeBase64(std::span<const unsigned char> bytes, char* text) {
+    for (size_t i = 0; i < bytes.size(); i += 3) {
+        const size_t rest = bytes.size() - i;
         const uint32_t group = static_cast<uint32_t>(bytes[i]) << 16 |
                                static_cast<uint32_t>(rest > 1 ? bytes[i + 1] : 0) << 8 |
                                (rest > 2 ? bytes[i + 2] : 0U);
@@ -31,22 +31,22 @@ void EncodeBase64(const unsigned char* bytes, size_t count, char* text) {
     }
 }
 
-bool DecodeBase64(std::string_view text, unsigned char* bytes, size_t* count) {
-    if (text.size() % 4 != 0) return false;
-    *count = 0;
+std::optional<size_t> DecodeBase64(std::string_view text, unsigned char* bytes) {
+    if (text.size() % 4 != 0) return std::nullopt;
+    size_t count = 0;
     for (size_t i = 0; i < text.size(); i += 4) {
         const bool isLast = i + 4 == text.size();
         const size_t padding = !isLast || text[i + 3] != '=' ? 0 : text[i + 2] != '=' ? 1 : 2;
         uint32_t group = 0;
         for (size_t k = 0; k < 4; ++k) {
             const int digit = k < 4 - padding ? DigitOf(text[i + k]) : 0;
-            if (digit == kNoDigit) return false;
+            if (digit == kNoDigit) return std::nullopt;
             group = group << 6 | static_cast<uint32_t>(digit);
         }
         for (size_t k = 0; k < 3 - padding; ++k)
-            bytes[(*count)++] = static_cast<unsigned char>(group >> (16 - 8 * k));
+            bytes[count++] = static_cast<unsigned char>(group >> (16 - 8 * k));
     }
-    return true;
+    return count;
 }
 
 }  // namespace cam::config

@@ -25,21 +25,19 @@ struct FreeProfiles {
 };
 using UniqueProfiles = std::unique_ptr<wchar_t*, FreeProfiles>;
 
-DomNode FindProfiles(IXMLDOMDocument* document) {
-    const DomNode root = ConfigDocument::GetDocElement(document);
-    if (!root || ConfigDocument::IsDeleted(root.get())) return {};
-    return ConfigDocument::FindSection(root.get(), L"Profiles");
+ConfigNode FindProfiles(const ConfigDocument& document) {
+    const ConfigNode root = document.GetDocElement();
+    return root && !root.IsDeleted() ? root.FindSection(L"Profiles") : ConfigNode();
 }
 
-bool FillSlots(IXMLDOMNode* section, wchar_t** slots) {
-    DomNode child = ConfigDocument::FirstChild(section);
+bool FillSlots(const ConfigNode& section, wchar_t** slots) {
+    ConfigNode child = section.FirstChild();
     wchar_t* name = nullptr;  // the last one read, owned by its slot
-    for (int index = 0; child; ++index, child = ConfigDocument::NextSibling(child.get())) {
+    for (int index = 0; child; ++index, child = child.NextSibling()) {
         if (index >= kProfileSlots) return false;
-        if (ConfigDocument::IsSection(child.get()) && !ConfigDocument::IsDeleted(child.get())) {
-            UniqueText text;
+        if (child.IsSection() && !child.IsDeleted()) {
             // A profile without a name goes by the name of the one before it, the very same string.
-            if (ConfigDocument::GetName(child.get(), &text)) name = text.release();
+            if (UniqueText text = child.GetName()) name = text.release();
             slots[index] = name;
         }
     }
@@ -54,10 +52,10 @@ bool GetProfiles(const wchar_t* path, wchar_t*** profiles) noexcept {
         UniqueProfiles slots(static_cast<wchar_t**>(calloc(count, sizeof(wchar_t*))));
         if (!slots) return false;
         wchar_t error[kErrorLength];
-        const DomDocument document = ConfigDocument::LoadXMLDocument(path, error, kErrorLength);
+        const ConfigDocument document = ConfigDocument::LoadXMLDocument(path, error);
         if (!document) return false;
-        const DomNode section = FindProfiles(document.get());
-        if (!section || !FillSlots(section.get(), slots.get())) return false;
+        const ConfigNode section = FindProfiles(document);
+        if (!section || !FillSlots(section, slots.get())) return false;
         *profiles = slots.release();
         return true;
     } catch (const HresultError&) {

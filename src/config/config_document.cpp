@@ -3,6 +3,7 @@
 
 #include <objsafe.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cstring>
 #include <cwchar>
@@ -16,24 +17,25 @@ namespace {
 
 constexpr DWORD kNoAttributes = 0xFFFFFFFF;
 constexpr DWORD kReadBlock = 2048;
+constexpr wchar_t kVersionKey[] = L"EXMVersion";
+constexpr wchar_t kVersion[] = L"1.0.1";
 
-// Cut to `size` characters with the terminator.
-void WriteError(wchar_t* error, int size, const wchar_t* format, ...) {
-    if (!error || size <= 0) return;
+// Cut to fit with the terminator.
+void WriteError(std::span<wchar_t> error, const wchar_t* format, ...) {
+    if (error.empty()) return;
     va_list arguments;
     va_start(arguments, format);
-    _vsnwprintf(error, static_cast<size_t>(size), format, arguments);
+    _vsnwprintf(error.data(), error.size(), format, arguments);
     va_end(arguments);
-    error[size - 1] = 0;
+    error.back() = 0;
 }
 
 // COM is initialised once for the process and stays so: the first document may be made on any thread.
+std::atomic<int> isComInitialised = 0;
+
 bool InitialiseComOnce() {
-    static volatile LONG isInitialised = 0;
-    if (isInitialised) return true;
-    if (FAILED(CoInitializeEx(nullptr, 0))) return false;
-    InterlockedExchange(&isInitialised, 1);
-    return true;
+    if (!isComInitialised && SUCCEEDED(CoInitializeEx(nullptr, 0))) isComInitialised = 1;
+    return isComInitialised != 0;
 }
 
 // Scripts and controls that a page might run must not limit what the library itself loads; what a document
@@ -54,16 +56,16 @@ XmlGuard JudgeFile(const wchar_t* fileName) {
     // What cannot be read is left to the parser, which has a reason for it.
     unsigned char block[kReadBlock];
     DWORD count = 0;
-    while (file && guard.verdict() == XmlVerdict::kAccepted &&
+    while (file && guard.verdict() == XmlVerdict::Accepted &&
            ReadFile(file.get(), block, kReadBlock, &count, nullptr) && count > 0) {
-        guard.AddBytes(block, count);
+        guard.AddBytes({block, count});
     }
     return guard;
 }
 
 XmlGuard JudgeText(const wchar_t* text) {
     XmlGuard guard;
-    for (; *text && guard.verdict() == XmlVerdict::kAccepted; ++text) guard.AddUnit(*text);
+    for (; *text && guard.verdict() == XmlVerdict::Accepted; ++text) guard.AddUnit(*text);
     return guard;
 }
 
@@ -72,7 +74,7 @@ bool HasDocumentType(IXMLDOMDocument* document) {
     return SUCCEEDED(document->get_doctype(documentType.put())) && documentType;
 }
 
-void WriteParseError(IXMLDOMDocument* document, const wchar_t* format, wchar_t* error, int size) {
+void WriteParseError(IXMLDOMDocument* document, const wchar_t* format, std::span<wchar_t> error) {
     ComPtr<IXMLDOMParseError> parseError;
     long code = 0;
     Bstr reason;
@@ -80,19 +82,19 @@ void WriteParseError(IXMLDOMDocument* document, const wchar_t* format, wchar_t* 
         parseError->get_errorCode(&code);
         parseError->get_reason(reason.put());
     }
-    WriteError(error, size, format, static_cast<int>(code), reason.text());
+    WriteError(error, format, static_cast<int>(code), reason.text());
 }
 
 // Completes a load: the document, or none and the reason in `error`.
-DomDocument Finish(DomDocument document, bool isLoaded, const XmlGuard& guard, const wchar_t* format,
-                   wchar_t* error, int size) {
+ConfigDocument Finish(ConfigDocument document, bool isLoaded, const XmlGuard& guard, const wchar_t* format,
+                      std::span<wchar_t> error) {
     if (!isLoaded) {
-        WriteParseError(document.get(), format, error, size);
+        WriteParseError(document.get(), format, error);
         return {};
     }
     // One that the guard did not see slipped through in an encoding of its own.
     if (HasDocumentType(document.get()) && !guard.hasDtd()) {
-        WriteError(error, size, format, E_FAIL, DescribeVerdict(XmlVerdict::kUnsafeDtd));
+        WriteError(error, format, E_FAIL, DescribeVerdict(XmlVerdict::UnsafeDtd));
         return {};
     }
     return document;
@@ -100,8 +102,8 @@ DomDocument Finish(DomDocument document, bool isLoaded, const XmlGuard& guard, c
 
 }  // namespace
 
-DomDocument ConfigDocument::CreateDocument() {
-    DomDocument document;
+ConfigDocument ConfigDocument::CreateDocument() {
+    ComPtr<IXMLDOMDocument> document;
     if (!InitialiseComOnce() || FAILED(CoCreateInstance(kClsidDomDocument, nullptr, CLSCTX_INPROC_SERVER,
                                                         kIidDomDocument, document.putVoid()))) {
         return {};
@@ -110,75 +112,90 @@ DomDocument ConfigDocument::CreateDocument() {
     SwitchSafetyOptionsOff(document.get());
     // No document reaches out for entities or a DTD.
     document->put_resolveExternals(VARIANT_FALSE);
-    return document;
+    return ConfigDocument(std::move(document));
 }
 
-DomDocument ConfigDocument::LoadXMLDocument(const wchar_t* fileName, wchar_t* error, int size) {
+ConfigDocument ConfigDocument::LoadXMLDocument(const wchar_t* fileName, std::span<wchar_t> error) {
     constexpr wchar_t kFormat[] = L"Error %d : %ls";
     if (!fileName) {
-        WriteError(error, size, L"Invalid filename LoadXMLDocument: NULL");
+        WriteError(error, L"Invalid filename LoadXMLDocument: NULL");
         return {};
     }
     // Keeps addresses on the network that are no files away from the parser as well.
     if (GetFileAttributesW(fileName) == kNoAttributes) {
-        WriteError(error, size, L"Can't find file: %ls", fileName);
+        WriteError(error, L"Can't find file: %ls", fileName);
         return {};
     }
-    DomDocument document = CreateDocument();
+    ConfigDocument document = CreateDocument();
     if (!document) return {};
     const XmlGuard guard = JudgeFile(fileName);
-    if (guard.verdict() != XmlVerdict::kAccepted) {
-        WriteError(error, size, kFormat, E_FAIL, DescribeVerdict(guard.verdict()));
+    if (guard.verdict() != XmlVerdict::Accepted) {
+        WriteError(error, kFormat, E_FAIL, DescribeVerdict(guard.verdict()));
         return {};
     }
     VARIANT_BOOL isLoaded = VARIANT_FALSE;
-    const HRESULT result = document->load(Variant(fileName).get(), &isLoaded);
-    return Finish(std::move(document), SUCCEEDED(result) && isLoaded, guard, kFormat, error, size);
+    const HRESULT result = document.get()->load(Variant(fileName).get(), &isLoaded);
+    return Finish(std::move(document), SUCCEEDED(result) && isLoaded, guard, kFormat, error);
 }
 
-DomDocument ConfigDocument::LoadXMLString(const wchar_t* text, wchar_t* error, int size) {
+ConfigDocument ConfigDocument::LoadXMLString(const wchar_t* text, std::span<wchar_t> error) {
     constexpr wchar_t kFormat[] = L"XMl Load error %d : %ls";
-    DomDocument document = CreateDocument();
+    ConfigDocument document = CreateDocument();
     if (!document) {
-        WriteError(error, size, L"Failed to create XML object");
+        WriteError(error, L"Failed to create XML object");
         return {};
     }
     const XmlGuard guard = JudgeText(text ? text : L"");
-    if (guard.verdict() != XmlVerdict::kAccepted) {
-        WriteError(error, size, kFormat, E_FAIL, DescribeVerdict(guard.verdict()));
+    if (guard.verdict() != XmlVerdict::Accepted) {
+        WriteError(error, kFormat, E_FAIL, DescribeVerdict(guard.verdict()));
         return {};
     }
     VARIANT_BOOL isLoaded = VARIANT_FALSE;
-    const HRESULT result = document->loadXML(Bstr(text).get(), &isLoaded);
-    return Finish(std::move(document), SUCCEEDED(result) && isLoaded, guard, kFormat, error, size);
+    const HRESULT result = document.get()->loadXML(Bstr(text).get(), &isLoaded);
+    return Finish(std::move(document), SUCCEEDED(result) && isLoaded, guard, kFormat, error);
 }
 
-DomDocument ConfigDocument::LoadXMLString(const char* text, wchar_t* error, int size) {
+ConfigDocument ConfigDocument::LoadXMLString(const char* text, std::span<wchar_t> error) {
     if (!text) text = "";
     const size_t length = strlen(text) + 1;
     // Cleared, so that a text that cannot be converted ends where the conversion did.
     const UniqueText wide(static_cast<wchar_t*>(calloc(length, sizeof(wchar_t))));
     if (!wide) {
-        if (error && size > 0) {
-            wcsncpy(error, L"Not enough memory for TCHAR conversion of XML Data", static_cast<size_t>(size));
-            error[size - 1] = 0;
+        if (!error.empty()) {
+            wcsncpy(error.data(), L"Not enough memory for TCHAR conversion of XML Data", error.size());
+            error.back() = 0;
         }
         return {};
     }
     mbstowcs(wide.get(), text, length);
-    return LoadXMLString(wide.get(), error, size);
+    return LoadXMLString(wide.get(), error);
 }
 
-bool ConfigDocument::SaveXMLDocument(IXMLDOMDocument* document, const wchar_t* fileName, wchar_t* error,
-                                     int size) {
+bool ConfigDocument::SaveXMLDocument(const wchar_t* fileName, std::span<wchar_t> error) const {
     const DWORD attributes = GetFileAttributesW(fileName);
     if (attributes != kNoAttributes && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
-        WriteError(error, size, L"File %ls is read-only", fileName);
+        WriteError(error, L"File %ls is read-only", fileName);
         return false;
     }
-    const HRESULT result = document->save(Variant(fileName).get());
-    if (FAILED(result)) WriteError(error, size, L"XML Save error %d", result);
+    const HRESULT result = document_->save(Variant(fileName).get());
+    if (FAILED(result)) WriteError(error, L"XML Save error %d", result);
     return SUCCEEDED(result);
+}
+
+ConfigNode ConfigDocument::GetDocElement() const {
+    ComPtr<IXMLDOMElement> element;
+    if (!document_ || FAILED(document_->get_documentElement(element.put()))) return {};
+    const ConfigNode root(element.get());
+    return root.IsConfigDoc() ? root : ConfigNode();
+}
+
+ConfigNode ConfigDocument::InitNewDocument(const wchar_t* name) const {
+    ComPtr<IXMLDOMElement> existing;
+    if (!document_ || FAILED(document_->get_documentElement(existing.put())) || existing) return {};
+    const ConfigNode root = AppendElement(get(), get(), kConfigDocElement, name);
+    if (!root) return {};
+    const ConfigNode reserved = AppendElement(get(), root.get(), kReservedElement, nullptr);
+    return reserved && reserved.SetKeyValue(kVersionKey, kVersion, true) ? root : ConfigNode();
 }
 
 }  // namespace cam::config

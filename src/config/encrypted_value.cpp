@@ -4,7 +4,10 @@
 #include <cwchar>
 #include <memory>
 #include <new>
+#include <optional>
+#include <span>
 #include <string_view>
+#include <utility>
 
 #include "config/base64.h"
 
@@ -24,33 +27,37 @@ char* AsText(const Bytes& bytes) {
     return reinterpret_cast<char*>(bytes.get());
 }
 
-// `text` in the ANSI code page with room for one more cipher block; null when a character has no place in
-// the code page.
-Bytes ToMultibyte(const wchar_t* text, size_t* count) {
-    const int length = static_cast<int>(wcslen(text));
+struct MultibyteText {
+    Bytes bytes;  // with space for one more cipher block
+    size_t count;
+};
+
+// `text` in the ANSI code page; none when a character has no place in the code page.
+std::optional<MultibyteText> ToMultibyte(std::wstring_view text) {
+    const int length = static_cast<int>(text.size());
     const int needed =
-        length == 0 ? 0 : WideCharToMultiByte(CP_ACP, 0, text, length, nullptr, 0, nullptr, nullptr);
+        length == 0 ? 0 : WideCharToMultiByte(CP_ACP, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
     Bytes bytes = MakeBytes(static_cast<size_t>(needed) + kCipherBlock);
-    if (!bytes) return {};
+    if (!bytes) return std::nullopt;
     BOOL isLossy = FALSE;
     // The question whether something was lost is not allowed where nothing can be.
     BOOL* const lossy = GetACP() == CP_UTF8 ? nullptr : &isLossy;
     if (length > 0 &&
-        (WideCharToMultiByte(CP_ACP, 0, text, length, AsText(bytes), needed, nullptr, lossy) == 0 ||
+        (WideCharToMultiByte(CP_ACP, 0, text.data(), length, AsText(bytes), needed, nullptr, lossy) == 0 ||
          isLossy)) {
-        return {};
+        return std::nullopt;
     }
-    *count = static_cast<size_t>(needed);
-    return bytes;
+    return MultibyteText{std::move(bytes), static_cast<size_t>(needed)};
 }
 
-bool StoreMultibyte(const Bytes& bytes, size_t count, wchar_t* destination, int length) {
-    if (count == 0) return true;
-    const int size = static_cast<int>(count);
-    const int needed = MultiByteToWideChar(CP_ACP, 0, AsText(bytes), size, nullptr, 0);
+bool StoreMultibyte(std::span<const BYTE> bytes, wchar_t* destination, int length) {
+    if (bytes.empty()) return true;
+    const auto* const source = reinterpret_cast<const char*>(bytes.data());
+    const int size = static_cast<int>(bytes.size());
+    const int needed = MultiByteToWideChar(CP_ACP, 0, source, size, nullptr, 0);
     const std::unique_ptr<wchar_t[]> text(new (std::nothrow) wchar_t[static_cast<size_t>(needed) + 1]);
     if (!text) return false;
-    MultiByteToWideChar(CP_ACP, 0, AsText(bytes), size, text.get(), needed);
+    MultiByteToWideChar(CP_ACP, 0, source, size, text.get(), needed);
     text[static_cast<size_t>(needed)] = 0;
     wcsncat(destination, text.get(), static_cast<size_t>(length));
     return true;
@@ -58,18 +65,13 @@ bool StoreMultibyte(const Bytes& bytes, size_t count, wchar_t* destination, int 
 
 }  // namespace
 
-ValueCipher::~ValueCipher() {
-    if (key_) CryptDestroyKey(key_);
-    if (provider_) CryptReleaseContext(provider_, 0);
-}
-
 bool ValueCipher::Open(const wchar_t* passPhrase, DWORD keyBits) {
-    if (!CryptAcquireContextW(&provider_, nullptr, kProvider, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT))
+    if (!CryptAcquireContextW(provider_.put(), nullptr, kProvider, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT))
         return false;
     if (!DeriveKey(passPhrase, keyBits)) return false;
     DWORD bits = 0;
     DWORD size = sizeof bits;
-    return CryptGetKeyParam(key_, KP_KEYLEN, reinterpret_cast<BYTE*>(&bits), &size, 0) && bits == kKeyBits;
+    return CryptGetKeyParam(key(), KP_KEYLEN, reinterpret_cast<BYTE*>(&bits), &size, 0) && bits == kKeyBits;
 }
 
 bool ValueCipher::DeriveKey(const wchar_t* passPhrase, DWORD keyBits) {
@@ -78,46 +80,46 @@ bool ValueCipher::DeriveKey(const wchar_t* passPhrase, DWORD keyBits) {
     if (!phrase) return false;
     std::transform(passPhrase, passPhrase + length, phrase.get(),
                    [](wchar_t c) { return static_cast<BYTE>(c & 0xFF); });
-    HCRYPTHASH hash = 0;
-    if (!CryptCreateHash(provider_, CALG_MD5, 0, 0, &hash)) return false;
-    const bool isDerived = CryptHashData(hash, phrase.get(), static_cast<DWORD>(length), 0) &&
-                           CryptDeriveKey(provider_, CALG_RC2, hash, keyBits << kKeyBitsShift, &key_);
-    CryptDestroyHash(hash);
+    UniqueResource<HCRYPTHASH, CryptDestroyHash> hash;
+    if (!CryptCreateHash(provider_.get(), CALG_MD5, 0, 0, hash.put())) return false;
+    const bool isDerived =
+        CryptHashData(hash.get(), phrase.get(), static_cast<DWORD>(length), 0) &&
+        CryptDeriveKey(provider_.get(), CALG_RC2, hash.get(), keyBits << kKeyBitsShift, key_.put());
+    hash.reset();
     SecureZeroMemory(phrase.get(), length);
     return isDerived;
 }
 
 bool DecryptValue(const wchar_t* value, const wchar_t* passPhrase, wchar_t* destination, int length) {
     destination[0] = 0;
-    size_t textLength = 0;
-    const Bytes text = ToMultibyte(value, &textLength);
-    const Bytes bytes = MakeBytes(textLength / 4 * 3 + 1);
-    size_t count = 0;
-    if (!text || !bytes || !DecodeBase64(std::string_view(AsText(text), textLength), bytes.get(), &count))
-        return false;
+    const std::optional<MultibyteText> text = ToMultibyte(value);
+    if (!text) return false;
+    const Bytes bytes = MakeBytes(text->count / 4 * 3 + 1);
+    if (!bytes) return false;
+    const std::optional<size_t> count =
+        DecodeBase64(std::string_view(AsText(text->bytes), text->count), bytes.get());
+    if (!count) return false;
     ValueCipher cipher;
-    auto size = static_cast<DWORD>(count);
+    auto size = static_cast<DWORD>(*count);
     return cipher.Open(passPhrase) && CryptDecrypt(cipher.key(), 0, TRUE, 0, bytes.get(), &size) &&
-           StoreMultibyte(bytes, size, destination, length);
+           StoreMultibyte({bytes.get(), size}, destination, length);
 }
 
 bool EncryptValue(const wchar_t* plain, const wchar_t* passPhrase, wchar_t* destination, int length) {
     destination[0] = 0;
-    size_t count = 0;
-    const Bytes bytes = ToMultibyte(plain, &count);
+    const std::optional<MultibyteText> text = ToMultibyte(plain);
     ValueCipher cipher;
-    auto size = static_cast<DWORD>(count);
-    if (!bytes || !cipher.Open(passPhrase) ||
-        !CryptEncrypt(cipher.key(), 0, TRUE, 0, bytes.get(), &size,
-                      static_cast<DWORD>(count + kCipherBlock))) {
+    if (!text || !cipher.Open(passPhrase)) return false;
+    auto size = static_cast<DWORD>(text->count);
+    BYTE* const bytes = text->bytes.get();
+    if (!CryptEncrypt(cipher.key(), 0, TRUE, 0, bytes, &size, size + static_cast<DWORD>(kCipherBlock)))
         return false;
-    }
-    const size_t textLength = Base64Length(size);
-    const Bytes text = MakeBytes(textLength);
-    if (!text || textLength > static_cast<size_t>(length)) return false;
-    EncodeBase64(bytes.get(), size, AsText(text));
-    std::copy_n(text.get(), textLength, destination);
-    destination[textLength] = 0;
+    const size_t valueLength = Base64Length(size);
+    const Bytes value = MakeBytes(valueLength);
+    if (!value || valueLength > static_cast<size_t>(length)) return false;
+    EncodeBase64({bytes, size}, AsText(value));
+    std::copy_n(value.get(), valueLength, destination);
+    destination[valueLength] = 0;
     return true;
 }
 

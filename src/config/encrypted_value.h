@@ -7,6 +7,8 @@
 #include <windows.h>
 #include <wincrypt.h>
 
+#include "base/unique_resource.h"
+
 namespace cam::config {
 
 // Deciphers `value` into `destination`, emptied first: at most `length` characters and a terminator, so the
@@ -19,26 +21,26 @@ bool DecryptValue(const wchar_t* value, const wchar_t* passPhrase, wchar_t* dest
 // buffer empty, when it does not fit or the code page does not have all characters.
 bool EncryptValue(const wchar_t* plain, const wchar_t* passPhrase, wchar_t* destination, int length);
 
+inline void CloseProvider(HCRYPTPROV provider) {
+    CryptReleaseContext(provider, 0);
+}
+
 // A key of the value cipher with its provider.
 class ValueCipher {
   public:
     static constexpr DWORD kKeyBits = 40;
 
-    ValueCipher() = default;
-    ValueCipher(const ValueCipher&) = delete;
-    ValueCipher& operator=(const ValueCipher&) = delete;
-    ~ValueCipher();
-
     // Makes the key. False when that fails, and for a key of any other length than kKeyBits.
     bool Open(const wchar_t* passPhrase, DWORD keyBits = kKeyBits);
 
-    HCRYPTKEY key() const { return key_; }
+    HCRYPTKEY key() const { return key_.get(); }
 
   private:
     bool DeriveKey(const wchar_t* passPhrase, DWORD keyBits);
 
-    HCRYPTPROV provider_ = 0;
-    HCRYPTKEY key_ = 0;
+    // The key goes before its provider.
+    UniqueResource<HCRYPTPROV, CloseProvider> provider_;
+    UniqueResource<HCRYPTKEY, CryptDestroyKey> key_;
 };
 
 }  // namespace cam::config

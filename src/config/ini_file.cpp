@@ -59,31 +59,30 @@ int WriteValue(FILE* stream, const SettingsRequest& request) {
 
 }  // namespace
 
-int ReadIniFile(const wchar_t* path, SettingsRequest* requests, int count) {
+int ReadIniFile(const wchar_t* path, std::span<SettingsRequest> requests) {
     if (!path) return 0;
     TextFile file;
     if (!file.Open(path)) return kNotOpened;
-    const std::unique_ptr<IniReader> reader(new (std::nothrow) IniReader(requests, count));
+    const std::unique_ptr<IniReader> reader(new (std::nothrow) IniReader(requests));
     if (!reader) return kNotOpened;
-    wchar_t character;
-    while (file.Next(&character)) reader->Add(character);
+    while (const std::optional<wchar_t> character = file.Next()) reader->Add(*character);
     reader->Finish();
     return 0;
 }
 
-int WriteIniFile(const wchar_t* path, const SettingsRequest* requests, int count) {
+int WriteIniFile(const wchar_t* path, std::span<const SettingsRequest> requests) {
     const UniqueStream stream(path ? _wfopen(path, L"wt") : nullptr);
     if (!stream) return kNotOpened;
     const wchar_t* section = L"";
     bool isFirstHeader = true;
-    for (int i = 0; i < count; ++i) {
-        if (wcscmp(SectionOf(requests[i]), section) != 0) {
-            section = SectionOf(requests[i]);
+    for (const SettingsRequest& request : requests) {
+        if (wcscmp(SectionOf(request), section) != 0) {
+            section = SectionOf(request);
             const wchar_t* const format = isFirstHeader ? L"[%ls]\n" : L"\n[%ls]\n";
             if (!WriteLine(stream.get(), format, section)) return kHeaderNotWritten;
             isFirstHeader = false;
         }
-        const int result = WriteValue(stream.get(), requests[i]);
+        const int result = WriteValue(stream.get(), request);
         if (result != 0) return result;
     }
     return 0;

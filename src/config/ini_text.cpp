@@ -106,7 +106,7 @@ bool IsRequested(const SettingsRequest& request, std::wstring_view section, std:
 
 void IniReader::Add(wchar_t character) {
     line_[lineLength_++] = character;
-    if (character == L'\n' || lineLength_ == kMaximumLine) Finish();
+    if (character == L'\n' || lineLength_ == kMaxLine) Finish();
 }
 
 void IniReader::Finish() {
@@ -124,20 +124,19 @@ void IniReader::TakeLine(std::wstring_view line) {
     }
     // Nothing is trimmed: blanks around the "=" belong to the key and the value. A key without a value has
     // the empty one.
-    const std::wstring_view key = TakeRun(line).substr(0, kMaximumKey);
-    if (!key.empty()) Deliver(key, TakeRun(line).substr(0, kMaximumValue));
+    const std::wstring_view key = TakeRun(line).substr(0, kMaxKey);
+    if (!key.empty()) Deliver(key, TakeRun(line).substr(0, kMaxValue));
 }
 
 void IniReader::EnterSection(std::wstring_view afterBracket) {
     const std::wstring_view name = afterBracket.substr(0, afterBracket.find_first_of(L"]\n"));
     if (name.empty()) return;
-    sectionLength_ = std::min(name.size(), kMaximumSection);
+    sectionLength_ = std::min(name.size(), kMaxSection);
     std::copy_n(name.data(), sectionLength_, section_);
 }
 
 void IniReader::Deliver(std::wstring_view key, std::wstring_view value) {
-    for (int i = 0; i < count_; ++i) {
-        SettingsRequest& request = requests_[i];
+    for (SettingsRequest& request : requests_) {
         if (!IsRequested(request, std::wstring_view(section_, sectionLength_), key)) continue;
         if (request.isString) {
             StoreString(request, value);

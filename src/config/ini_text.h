@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "config/settings_request.h"
@@ -34,13 +35,12 @@ bool IsRequested(const SettingsRequest& request, std::wstring_view section, std:
 // must live as long. An object is about 17 KB and belongs on the heap. Any thread; one at a time.
 class IniReader {
   public:
-    static constexpr size_t kMaximumLine =
-        8191;  // characters, the newline included; a longer line counts as several
-    static constexpr size_t kMaximumSection = 255;
-    static constexpr size_t kMaximumKey = 255;
-    static constexpr size_t kMaximumValue = 4095;
+    static constexpr size_t kMaxLine = 8191;  // characters, the newline included; a longer line is several
+    static constexpr size_t kMaxSection = 255;
+    static constexpr size_t kMaxKey = 255;
+    static constexpr size_t kMaxValue = 4095;
 
-    IniReader(SettingsRequest* requests, int count) : requests_(requests), count_(count) {}
+    explicit IniReader(std::span<SettingsRequest> requests) : requests_(requests) {}
     IniReader(const IniReader&) = delete;
     IniReader& operator=(const IniReader&) = delete;
 
@@ -54,12 +54,11 @@ class IniReader {
     void EnterSection(std::wstring_view afterBracket);
     void Deliver(std::wstring_view key, std::wstring_view value);
 
-    SettingsRequest* requests_;
-    int count_;
+    std::span<SettingsRequest> requests_;
     size_t sectionLength_ = 0;
     size_t lineLength_ = 0;
-    wchar_t section_[kMaximumSection];
-    wchar_t line_[kMaximumLine];
+    wchar_t section_[kMaxSection];
+    wchar_t line_[kMaxLine];
 };
 
 }  // namespace cam::config

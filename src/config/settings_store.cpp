@@ -3,13 +3,13 @@
 #include <windows.h>
 
 #include <cwchar>
+#include <optional>
 #include <string_view>
 
 #include "base/automation.h"
 #include "config/ini_file.h"
 #include "config/ini_text.h"
 #include "config/text_file.h"
-#include "config/xml_settings.h"
 #include "platform/platform.h"
 
 namespace cam::config {
@@ -20,10 +20,10 @@ constexpr std::wstring_view kXmlStart = L"<?xml version=";
 constexpr size_t kTypeExtensionLength = 4;
 constexpr int kFailed = -1;
 
-// Copies name and extension; an empty path, which no file has, when they do not fit.
-void SetPath(SettingsFile* file, std::wstring_view name, std::wstring_view extension) {
-    const bool fits = name.size() + extension.size() <= SettingsFile::kMaximumPath;
-    wchar_t* const end = fits ? file->path + name.copy(file->path, name.size()) : file->path;
+// An empty path, which no file has, when name and extension do not fit.
+void SetPath(SettingsFile& file, std::wstring_view name, std::wstring_view extension) {
+    const bool fits = name.size() + extension.size() <= SettingsFile::kMaxPath;
+    wchar_t* const end = fits ? file.path + name.copy(file.path, name.size()) : file.path;
     *(fits ? end + extension.copy(end, extension.size()) : end) = 0;
 }
 
@@ -32,15 +32,18 @@ bool Exists(const wchar_t* path) {
     return path[0] && GetFileAttributesW(path) != kNoAttributes;
 }
 
-// Whether the file could be opened; `*isXml` says what its first line is.
-bool ReadFirstLine(const wchar_t* path, bool* isXml) {
+// Whether the file's first line is that of an XML document; nothing when the file cannot be opened.
+std::optional<bool> StartsAsXml(const wchar_t* path) {
     TextFile file;
-    if (!file.Open(path)) return false;
+    if (!file.Open(path)) return std::nullopt;
     wchar_t line[kFirstLineLength];
     size_t length = 0;
-    while (length < kFirstLineLength && file.Next(&line[length]) && line[length] != L'\n') ++length;
-    *isXml = EqualsIgnoringCase(std::wstring_view(line, length).substr(0, kXmlStart.size()), kXmlStart);
-    return true;
+    while (length < kFirstLineLength) {
+        const std::optional<wchar_t> character = file.Next();
+        if (!character || *character == L'\n') break;
+        line[length++] = *character;
+    }
+    return EqualsIgnoringCase(std::wstring_view(line, length).substr(0, kXmlStart.size()), kXmlStart);
 }
 
 bool IsIniExtension(std::wstring_view extension) {
@@ -51,7 +54,10 @@ bool IsIniExtension(std::wstring_view extension) {
 
 }  // namespace
 
-void SettingsStore::Classify(const wchar_t* fileName, SettingsFile* file) {
+constinit SettingsStore settingsStore;
+
+SettingsFile SettingsStore::Classify(const wchar_t* fileName) const {
+    SettingsFile file;
     const std::wstring_view name(fileName);
     // A dot in a folder's name counts as well.
     const size_t dot = name.rfind(L'.');
@@ -61,41 +67,42 @@ void SettingsStore::Classify(const wchar_t* fileName, SettingsFile* file) {
         SetPath(file, name, L"");
     } else {
         SetPath(file, name, L".exm");
-        const bool hasXml = Exists(file->path);
+        const bool hasXml = Exists(file.path);
         SetPath(file, name, L".ini");
-        const bool hasIni = Exists(file->path);
+        const bool hasIni = Exists(file.path);
         hasBoth = hasXml && hasIni;
         SetPath(file, name, hasXml ? L".exm" : hasIni ? L".ini" : L"");
     }
 
-    bool isXml = false;
-    if (ReadFirstLine(file->path, &isXml)) {
-        file->type = !isXml    ? SettingsFileType::kIni
-                     : hasBoth ? SettingsFileType::kXmlBesideIni
-                               : SettingsFileType::kXml;
+    if (const std::optional<bool> isXml = StartsAsXml(file.path)) {
+        file.type = !*isXml   ? SettingsFileType::Ini
+                    : hasBoth ? SettingsFileType::XmlBesideIni
+                              : SettingsFileType::Xml;
     } else {
         const bool isIni = !hasExtension || IsIniExtension(name.substr(dot));
-        file->type = isIni ? SettingsFileType::kIni : SettingsFileType::kXml;
+        file.type = isIni ? SettingsFileType::Ini : SettingsFileType::Xml;
     }
+    return file;
 }
 
-int SettingsStore::ReadSettings(const wchar_t* fileName, SettingsRequest* requests, int count) {
+int SettingsStore::ReadSettings(const wchar_t* fileName, std::span<SettingsRequest> requests) {
+    if (!fileName) {
+        xml_.Discard();
+        return 0;
+    }
     try {
-        if (!fileName) return ReadXmlSettings(nullptr, requests, count);
-        SettingsFile file;
-        Classify(fileName, &file);
-        return file.type == SettingsFileType::kIni ? ReadIniFile(file.path, requests, count)
-                                                   : ReadXmlSettings(file.path, requests, count);
+        const SettingsFile file = Classify(fileName);
+        return file.type == SettingsFileType::Ini ? ReadIniFile(file.path, requests)
+                                                  : xml_.Read(file.path, requests);
     } catch (const HresultError&) {
         return kFailed;
     }
 }
 
-int SettingsStore::WriteSettings(const wchar_t* fileName, const SettingsRequest* requests, int count) {
+int SettingsStore::WriteSettings(const wchar_t* fileName, std::span<const SettingsRequest> requests) const {
     if (fileName) {
-        SettingsFile file;
-        Classify(fileName, &file);
-        if (file.type == SettingsFileType::kIni) return WriteIniFile(file.path, requests, count);
+        const SettingsFile file = Classify(fileName);
+        if (file.type == SettingsFileType::Ini) return WriteIniFile(file.path, requests);
     }
     platform::ShowMessageBox(
         GetForegroundWindow(),
@@ -107,25 +114,25 @@ int SettingsStore::WriteSettings(const wchar_t* fileName, const SettingsRequest*
 int SettingsStore::ReadInteger(const wchar_t* fileName, const wchar_t* section, const wchar_t* key,
                                int32_t* destination) {
     SettingsRequest request = {section, key, 0, destination, 0, 0, 0};
-    return ReadSettings(fileName, &request, 1);
+    return ReadSettings(fileName, {&request, 1});
 }
 
 int SettingsStore::ReadString(const wchar_t* fileName, const wchar_t* section, const wchar_t* key,
                               wchar_t* destination, int length) {
     SettingsRequest request = {section, key, 1, destination, length, 0, 0};
-    return ReadSettings(fileName, &request, 1);
+    return ReadSettings(fileName, {&request, 1});
 }
 
 int SettingsStore::ReadIniInteger(const wchar_t* path, const wchar_t* section, const wchar_t* key,
-                                  int32_t* destination) {
+                                  int32_t* destination) const {
     SettingsRequest request = {section, key, 0, destination, 0, 0, 0};
-    return ReadIniFile(path, &request, 1);
+    return ReadIniFile(path, {&request, 1});
 }
 
 int SettingsStore::ReadIniString(const wchar_t* path, const wchar_t* section, const wchar_t* key,
-                                 wchar_t* destination, int length) {
+                                 wchar_t* destination, int length) const {
     SettingsRequest request = {section, key, 1, destination, length, 0, 0};
-    return ReadIniFile(path, &request, 1);
+    return ReadIniFile(path, {&request, 1});
 }
 
 }  // namespace cam::config

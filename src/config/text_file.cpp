@@ -15,28 +15,28 @@ bool TextFile::Open(const wchar_t* path) {
     return static_cast<bool>(stream_);
 }
 
-bool TextFile::NextByte(unsigned char* byte) {
+std::optional<unsigned char> TextFile::NextByte() {
     if (position_ == count_) {
         position_ = 0;
         count_ = fread(block_, 1, kBlock, stream_.get());
-        if (count_ == 0) return false;
+        if (count_ == 0) return std::nullopt;
     }
-    *byte = block_[position_++];
-    return true;
+    return block_[position_++];
 }
 
-bool TextFile::Next(wchar_t* character) {
-    unsigned char bytes[2];
-    if (!NextByte(bytes)) return false;
-    if (bytes[0] < kFirstNonAscii) {  // the same in every code page, and nearly all there is
-        *character = bytes[0];
-        return true;
+std::optional<wchar_t> TextFile::Next() {
+    const std::optional<unsigned char> first = NextByte();
+    if (!first) return std::nullopt;
+    if (*first < kFirstNonAscii) return *first;  // the same in every code page, and nearly all there is
+    unsigned char bytes[2] = {*first};
+    int count = 1;
+    if (IsDBCSLeadByte(*first)) {
+        if (const std::optional<unsigned char> second = NextByte()) bytes[count++] = *second;
     }
-    const int count = IsDBCSLeadByte(bytes[0]) && NextByte(bytes + 1) ? 2 : 1;
-    if (MultiByteToWideChar(CP_ACP, 0, reinterpret_cast<const char*>(bytes), count, character, 1) != 1) {
-        *character = kReplacement;
-    }
-    return true;
+    wchar_t character;
+    if (MultiByteToWideChar(CP_ACP, 0, reinterpret_cast<const char*>(bytes), count, &character, 1) != 1)
+        return kReplacement;
+    return character;
 }
 
 }  // namespace cam::config

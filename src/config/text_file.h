@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <optional>
 
 #include "base/unique_resource.h"
 
@@ -20,13 +21,13 @@ class TextFile {
   public:
     bool Open(const wchar_t* path);
 
-    // The next character, or false at the end or when reading fails.
-    bool Next(wchar_t* character);
+    // The next character; nothing at the end or when reading fails.
+    std::optional<wchar_t> Next();
 
   private:
     static constexpr size_t kBlock = 1024;
 
-    bool NextByte(unsigned char* byte);
+    std::optional<unsigned char> NextByte();
 
     UniqueStream stream_;
     size_t position_ = 0;

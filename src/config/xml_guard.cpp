@@ -15,24 +15,27 @@ constexpr bool IsXmlSpace(uint32_t unit) {
 
 const wchar_t* DescribeVerdict(XmlVerdict verdict) {
     switch (verdict) {
-        case XmlVerdict::kAccepted:
+        case XmlVerdict::Accepted:
             break;
-        case XmlVerdict::kUnsafeDtd:
+        case XmlVerdict::UnsafeDtd:
             return L"A document type definition must not contain quoted text.";
-        case XmlVerdict::kTooDeep:
+        case XmlVerdict::TooDeep:
             return L"The elements are nested too deeply.";
-        case XmlVerdict::kUnreadable:
+        case XmlVerdict::Unreadable:
             return L"This is no XML in a known encoding.";
     }
     return L"";
 }
 
-void XmlGuard::AddBytes(const unsigned char* bytes, size_t count) {
-    for (size_t i = 0; i < count && verdict_ == XmlVerdict::kAccepted; ++i) AddByte(bytes[i]);
+void XmlGuard::AddBytes(std::span<const unsigned char> bytes) {
+    for (const unsigned char byte : bytes) {
+        if (verdict_ != XmlVerdict::Accepted) return;
+        AddByte(byte);
+    }
 }
 
 void XmlGuard::AddByte(unsigned char byte) {
-    if (encoding_ == Encoding::kBytes) return AddUnit(byte);
+    if (encoding_ == Encoding::Bytes) return AddUnit(byte);
     if (!hasFirstByte_) {
         firstByte_ = byte;
         hasFirstByte_ = true;
@@ -41,25 +44,25 @@ void XmlGuard::AddByte(unsigned char byte) {
     hasFirstByte_ = false;
     const auto little = static_cast<uint32_t>(firstByte_ | byte << 8);
     const auto big = static_cast<uint32_t>(firstByte_ << 8 | byte);
-    if (encoding_ == Encoding::kUnknown) {
+    if (encoding_ == Encoding::Unknown) {
         if (little == kByteOrderMark || little == '<') {
-            encoding_ = Encoding::kLittleEndian;
+            encoding_ = Encoding::LittleEndian;
         } else if (big == kByteOrderMark || big == '<') {
-            encoding_ = Encoding::kBigEndian;
+            encoding_ = Encoding::BigEndian;
         } else {
-            encoding_ = Encoding::kBytes;
+            encoding_ = Encoding::Bytes;
             AddUnit(firstByte_);
             AddUnit(byte);
             return;
         }
     }
-    AddUnit(encoding_ == Encoding::kLittleEndian ? little : big);
+    AddUnit(encoding_ == Encoding::LittleEndian ? little : big);
 }
 
 void XmlGuard::AddUnit(uint32_t unit) {
-    if (verdict_ != XmlVerdict::kAccepted) return;
+    if (verdict_ != XmlVerdict::Accepted) return;
     // No XML holds a zero; one here is half of an encoding that was not recognised.
-    if (unit == 0) verdict_ = XmlVerdict::kUnreadable;
+    if (unit == 0) verdict_ = XmlVerdict::Unreadable;
     const State before = state_;
     Follow(unit);
     // What ends a state must not begin before it: "<!-->" is no complete comment.
@@ -70,38 +73,38 @@ void XmlGuard::AddUnit(uint32_t unit) {
 
 void XmlGuard::Follow(uint32_t unit) {
     switch (state_) {
-        case State::kStart:
+        case State::Start:
             // The three bytes of the mark in UTF-8 arrive one by one.
             if (IsXmlSpace(unit) || unit == kByteOrderMark) return;
             if (unit == 0xEF || unit == 0xBB || unit == 0xBF) return;
             // Not even mark-up: the parser has a reason of its own for that, unless it knows the encoding.
-            if (unit == kEbcdicOpen || unit >= kFirstNonAscii) verdict_ = XmlVerdict::kUnreadable;
-            state_ = unit == '<' ? State::kOpened : State::kText;
+            if (unit == kEbcdicOpen || unit >= kFirstNonAscii) verdict_ = XmlVerdict::Unreadable;
+            state_ = unit == '<' ? State::Opened : State::Text;
             return;
-        case State::kText:
-            if (unit == '<') state_ = State::kOpened;
+        case State::Text:
+            if (unit == '<') state_ = State::Opened;
             return;
-        case State::kDtd:
+        case State::Dtd:
             return FollowDtd(unit);
-        case State::kOpened:
-        case State::kBang:
-        case State::kDash:
+        case State::Opened:
+        case State::Bang:
+        case State::Dash:
             return FollowOpened(unit);
-        case State::kComment:
+        case State::Comment:
             if (unit == '>' && last_ == '-' && lastButOne_ == '-') state_ = Outside();
             return;
-        case State::kCharacterData:
-            if (unit == '>' && last_ == ']' && lastButOne_ == ']') state_ = State::kText;
+        case State::CharacterData:
+            if (unit == '>' && last_ == ']' && lastButOne_ == ']') state_ = State::Text;
             return;
-        case State::kInstruction:
+        case State::Instruction:
             if (unit == '>' && last_ == '?') state_ = Outside();
             return;
-        case State::kTag:
+        case State::Tag:
             return FollowTag(unit);
-        case State::kEndTag:
+        case State::EndTag:
             if (unit != '>') return;
             Leave();
-            state_ = State::kText;
+            state_ = State::Text;
             return;
     }
 }
@@ -109,7 +112,7 @@ void XmlGuard::Follow(uint32_t unit) {
 // Comments and instructions apart, whose quotation marks mean nothing.
 void XmlGuard::FollowDtd(uint32_t unit) {
     if (unit == '"' || unit == '\'') {
-        verdict_ = XmlVerdict::kUnsafeDtd;
+        verdict_ = XmlVerdict::UnsafeDtd;
     } else if (unit == '(') {
         Enter();
     } else if (unit == ')') {
@@ -117,48 +120,48 @@ void XmlGuard::FollowDtd(uint32_t unit) {
     } else if (unit == '[' || unit == ']') {
         isInSubset_ = unit == '[';
     } else if (unit == '<') {
-        state_ = State::kOpened;
+        state_ = State::Opened;
     } else if (unit == '>' && !isInSubset_) {
         isInDtd_ = false;
-        state_ = State::kText;
+        state_ = State::Text;
     }
 }
 
 // After "<", "<!" and "<!-".
 void XmlGuard::FollowOpened(uint32_t unit) {
-    if (state_ == State::kBang) {
+    if (state_ == State::Bang) {
         FollowBang(unit);
-    } else if (state_ == State::kDash) {
-        state_ = State::kComment;
-        if (unit != '-') verdict_ = XmlVerdict::kUnreadable;
+    } else if (state_ == State::Dash) {
+        state_ = State::Comment;
+        if (unit != '-') verdict_ = XmlVerdict::Unreadable;
     } else if (unit == '!') {
-        state_ = State::kBang;
+        state_ = State::Bang;
     } else if (unit == '?') {
-        state_ = State::kInstruction;
+        state_ = State::Instruction;
     } else if (isInDtd_) {
-        verdict_ = XmlVerdict::kUnsafeDtd;
+        verdict_ = XmlVerdict::UnsafeDtd;
     } else if (unit == '/') {
-        state_ = State::kEndTag;
+        state_ = State::EndTag;
     } else {
-        state_ = State::kTag;
+        state_ = State::Tag;
         FollowTag(unit);
     }
 }
 
 void XmlGuard::FollowBang(uint32_t unit) {
     if (unit == '-') {
-        state_ = State::kDash;
+        state_ = State::Dash;
     } else if (isInDtd_) {
-        state_ = State::kDtd;  // a declaration
+        state_ = State::Dtd;  // a declaration
         FollowDtd(unit);
     } else if (unit == '[') {
-        state_ = State::kCharacterData;
+        state_ = State::CharacterData;
     } else {
         // One DTD, before the elements; anything else no parser accepts.
-        if (unit != 'D' || hasDtd_ || depth_ > 0) verdict_ = XmlVerdict::kUnsafeDtd;
+        if (unit != 'D' || hasDtd_ || depth_ > 0) verdict_ = XmlVerdict::UnsafeDtd;
         hasDtd_ = true;
         isInDtd_ = true;
-        state_ = State::kDtd;
+        state_ = State::Dtd;
     }
 }
 
@@ -169,12 +172,12 @@ void XmlGuard::FollowTag(uint32_t unit) {
         quote_ = unit;
     } else if (unit == '>') {
         if (last_ != '/') Enter();
-        state_ = State::kText;
+        state_ = State::Text;
     }
 }
 
 void XmlGuard::Enter() {
-    if (++depth_ > kMaximumDepth) verdict_ = XmlVerdict::kTooDeep;
+    if (++depth_ > kMaxDepth) verdict_ = XmlVerdict::TooDeep;
 }
 
 void XmlGuard::Leave() {

@@ -3,16 +3,16 @@
 // kept away from all of them.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace cam::config {
 
 enum class XmlVerdict {
-    kAccepted,
-    kUnsafeDtd,   // a DTD that quotes something: an entity, a default value, or a name outside the document
-    kTooDeep,     // more than XmlGuard::kMaximumDepth elements, or parentheses of a DTD, inside one another
-    kUnreadable,  // no XML in UTF-8, UTF-16 or another encoding that contains ASCII
+    Accepted,
+    UnsafeDtd,   // a DTD that quotes something: an entity, a default value, or a name outside the document
+    TooDeep,     // more than XmlGuard::kMaxDepth elements, or parentheses of a DTD, inside one another
+    Unreadable,  // no XML in UTF-8, UTF-16 or another encoding that contains ASCII
 };
 
 // A sentence for a message.
@@ -23,15 +23,15 @@ const wchar_t* DescribeVerdict(XmlVerdict verdict);
 // longer, and is left to the parser.
 class XmlGuard {
   public:
-    static constexpr int kMaximumDepth = 256;  // what parsers with a limit of their own accept
+    static constexpr int kMaxDepth = 256;  // what parsers with a limit of their own accept
 
     // The next bytes of a file, which may be split anywhere. The encoding is taken from the first two.
-    void AddBytes(const unsigned char* bytes, size_t count);
+    void AddBytes(std::span<const unsigned char> bytes);
 
     // The next character of a text in memory. A document is given either as bytes or as characters.
     void AddUnit(uint32_t unit);
 
-    // Final once it is not kAccepted; the rest need not be added.
+    // Final once it is not Accepted; the rest need not be added.
     XmlVerdict verdict() const { return verdict_; }
 
     // Whether a DTD was seen so far.
@@ -39,19 +39,19 @@ class XmlGuard {
 
   private:
     enum class State {
-        kStart,
-        kText,
-        kDtd,
-        kOpened,
-        kBang,
-        kDash,
-        kComment,
-        kCharacterData,
-        kInstruction,
-        kTag,
-        kEndTag
+        Start,
+        Text,
+        Dtd,
+        Opened,
+        Bang,
+        Dash,
+        Comment,
+        CharacterData,
+        Instruction,
+        Tag,
+        EndTag
     };
-    enum class Encoding { kUnknown, kBytes, kLittleEndian, kBigEndian };
+    enum class Encoding { Unknown, Bytes, LittleEndian, BigEndian };
 
     void AddByte(unsigned char byte);
     void Follow(uint32_t unit);
@@ -61,11 +61,11 @@ class XmlGuard {
     void FollowTag(uint32_t unit);
     void Enter();
     void Leave();
-    State Outside() const { return isInDtd_ ? State::kDtd : State::kText; }  // of a comment or instruction
+    State Outside() const { return isInDtd_ ? State::Dtd : State::Text; }  // of a comment or instruction
 
-    XmlVerdict verdict_ = XmlVerdict::kAccepted;
-    State state_ = State::kStart;
-    Encoding encoding_ = Encoding::kUnknown;
+    XmlVerdict verdict_ = XmlVerdict::Accepted;
+    State state_ = State::Start;
+    Encoding encoding_ = Encoding::Unknown;
     bool hasFirstByte_ = false;  // half of a 16-bit unit, or of the two bytes that tell the encoding
     unsigned char firstByte_ = 0;
     bool hasDtd_ = false;

@@ -15,22 +15,6 @@ constexpr int kErrorLength = 200;
 constexpr int kNotLoaded = -1;
 constexpr int kNoRoot = -2;
 
-// Plain pointers on purpose: when the process ends the parser may be gone before the library's own objects
-// are destroyed.
-struct Cache {
-    IXMLDOMDocument* document;
-    wchar_t* path;
-    FILETIME written;
-};
-Cache cache;
-
-void DiscardCache() {
-    DomDocument document;
-    document.attach(cache.document);
-    const UniqueText path(cache.path);
-    cache = {};
-}
-
 // Zero when the file cannot be opened.
 FILETIME LastWritten(const wchar_t* path) {
     FILETIME written = {};
@@ -39,21 +23,6 @@ FILETIME LastWritten(const wchar_t* path) {
                                             FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file || !GetFileTime(file.get(), nullptr, nullptr, &written)) return {};
     return written;
-}
-
-// Sees to it that the cache holds the document as it is now.
-bool FillCache(const wchar_t* path) {
-    const FILETIME written = LastWritten(path);
-    if (cache.document && (wcscmp(path, cache.path) != 0 || CompareFileTime(&written, &cache.written) != 0)) {
-        DiscardCache();
-    }
-    if (cache.document) return true;
-    wchar_t error[kErrorLength];
-    DomDocument document = ConfigDocument::LoadXMLDocument(path, error, kErrorLength);
-    if (!document) return false;
-    UniqueText copy = CopyText(path);
-    cache = {document.detach(), copy.release(), written};
-    return true;
 }
 
 void Store(const SettingsRequest& request, const wchar_t* value) {
@@ -70,25 +39,23 @@ void Store(const SettingsRequest& request, const wchar_t* value) {
 }
 
 // The first request that asks for the key; null when none does.
-SettingsRequest* Match(SettingsRequest* requests, int count, const wchar_t* section, const wchar_t* key) {
-    for (int i = 0; i < count; ++i) {
-        if (IsRequested(requests[i], section, key)) return &requests[i];
-    }
-    return nullptr;
+SettingsRequest* Match(std::span<SettingsRequest> requests, const wchar_t* section, const wchar_t* key) {
+    const auto found = std::find_if(requests.begin(), requests.end(), [&](const SettingsRequest& request) {
+        return IsRequested(request, section, key);
+    });
+    return found == requests.end() ? nullptr : &*found;
 }
 
-void ReadKey(IXMLDOMNode* key, const wchar_t* section, SettingsRequest* requests, int count) {
-    UniqueText name;
-    if (!ConfigDocument::GetName(key, &name)) return;
-    SettingsRequest* const request = Match(requests, count, section, name.get());
+void ReadKey(const ConfigNode& key, const wchar_t* section, std::span<SettingsRequest> requests) {
+    const UniqueText name = key.GetName();
+    SettingsRequest* const request = name ? Match(requests, section, name.get()) : nullptr;
     if (!request) return;
     VARIANT_BOOL hasChildren = VARIANT_FALSE;
-    UniqueText text;
-    if (ConfigDocument::GetKeyValue(key, &text)) {
+    if (const UniqueText text = key.GetKeyValue()) {
         Store(*request, text.get());
-        request->keyFlag = ConfigDocument::IsReported(key) ? 1 : 0;
+        request->keyFlag = key.IsReported() ? 1 : 0;
         request->found = 1;
-    } else if (SUCCEEDED(key->hasChildNodes(&hasChildren)) && !hasChildren) {
+    } else if (SUCCEEDED(key.get()->hasChildNodes(&hasChildren)) && !hasChildren) {
         Store(*request, L"");  // the key's flag is told only of a key with text
         request->found = 1;
     }
@@ -96,29 +63,46 @@ void ReadKey(IXMLDOMNode* key, const wchar_t* section, SettingsRequest* requests
 
 // Calls `visit` with each live child of `parent` that `isWanted` accepts.
 template <typename Visit>
-void ForEachChild(IXMLDOMNode* parent, bool (*isWanted)(IXMLDOMNode*), Visit visit) {
-    for (DomNode child = ConfigDocument::FirstChild(parent); child;
-         child = ConfigDocument::NextSibling(child.get())) {
-        if (isWanted(child.get()) && !ConfigDocument::IsDeleted(child.get())) visit(child.get());
+void ForEachChild(const ConfigNode& parent, bool (ConfigNode::*isWanted)() const, Visit visit) {
+    for (ConfigNode child = parent.FirstChild(); child; child = child.NextSibling()) {
+        if ((child.*isWanted)() && !child.IsDeleted()) visit(child);
     }
 }
 
 }  // namespace
 
-int ReadXmlSettings(const wchar_t* path, SettingsRequest* requests, int count) {
-    if (!path) {
-        DiscardCache();
-        return 0;
-    }
-    if (!FillCache(path)) return kNotLoaded;
-    ComPtr<IXMLDOMElement> root;
-    if (FAILED(cache.document->get_documentElement(root.put())) || !root) return kNoRoot;
-    if (ConfigDocument::IsDeleted(root.get())) return 0;
-    ForEachChild(root.get(), ConfigDocument::IsSection, [&](IXMLDOMNode* section) {
-        UniqueText name;
-        if (!ConfigDocument::GetName(section, &name)) return;
-        ForEachChild(section, ConfigDocument::IsKey,
-                     [&](IXMLDOMNode* key) { ReadKey(key, name.get(), requests, count); });
+void XmlSettings::Discard() {
+    ComPtr<IXMLDOMDocument> document;
+    document.attach(document_);
+    const UniqueText path(path_);
+    *this = {};
+}
+
+// Sees to it that the document is held as it is now.
+bool XmlSettings::Load(const wchar_t* path) {
+    const FILETIME written = LastWritten(path);
+    if (document_ && (wcscmp(path, path_) != 0 || CompareFileTime(&written, &written_) != 0)) Discard();
+    if (document_) return true;
+    wchar_t error[kErrorLength];
+    ConfigDocument document = ConfigDocument::LoadXMLDocument(path, error);
+    if (!document) return false;
+    path_ = CopyText(path).release();
+    document_ = document.release();
+    written_ = written;
+    return true;
+}
+
+int XmlSettings::Read(const wchar_t* path, std::span<SettingsRequest> requests) {
+    if (!Load(path)) return kNotLoaded;
+    ComPtr<IXMLDOMElement> element;
+    if (FAILED(document_->get_documentElement(element.put())) || !element) return kNoRoot;
+    const ConfigNode root(element.get());
+    if (root.IsDeleted()) return 0;
+    ForEachChild(root, &ConfigNode::IsSection, [&](const ConfigNode& section) {
+        const UniqueText name = section.GetName();
+        if (!name) return;
+        ForEachChild(section, &ConfigNode::IsKey,
+                     [&](const ConfigNode& key) { ReadKey(key, name.get(), requests); });
     });
     return 0;
 }

@@ -59,7 +59,9 @@ DWORD StopPowerNotifications(HANDLE notification);
 
 // ---- Events ---------------------------------------------------------------------------------------------
 
-enum EventFunction : DWORD { kEventPulse = 1, kEventReset = 2, kEventSet = 3 };
+constexpr DWORD kEventPulse = 1;
+constexpr DWORD kEventReset = 2;
+constexpr DWORD kEventSet = 3;
 BOOL EventModify(HANDLE event, DWORD function);
 
 // ---- What the two systems do differently ----------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/unique_resource.h"
+#include "com/library_classes.h"
 #include "com/registration.h"
 #include "still/filter_interfaces.h"
 
@@ -44,7 +45,7 @@ TEST_CASE("registration writes what COM looks for and takes all of it away again
     const Root root;
     const std::wstring path = L"C:\\some folder\\library.dll";
     for (int round = 0; round < 2; ++round) {  // registering once more changes nothing
-        REQUIRE(com::RegisterClasses(root.key.get(), path.c_str(), com::Classes()) == S_OK);
+        REQUIRE(com::RegisterClasses(root.key.get(), path.c_str(), com::LibraryClasses()) == S_OK);
         for (const std::wstring key : {kGrabber, kSink}) {
             CHECK(root.Text(key + L"\\InprocServer32", nullptr) == path);
             CHECK(root.Text(key + L"\\InprocServer32", L"ThreadingModel") == L"Both");
@@ -53,7 +54,7 @@ TEST_CASE("registration writes what COM looks for and takes all of it away again
         CHECK(root.Text(kSink, nullptr) == L"StillImageSink");
     }
     for (int round = 0; round < 2; ++round) {
-        CHECK(com::UnregisterClasses(root.key.get(), com::Classes()) == S_OK);
+        CHECK(com::UnregisterClasses(root.key.get(), com::LibraryClasses()) == S_OK);
         CHECK_FALSE(root.Has(kGrabber));
         CHECK_FALSE(root.Has(kSink));
     }
@@ -69,7 +70,7 @@ TEST_CASE("a registration that fails half-way is undone") {
     REQUIRE(RegCreateKeyExW(classes.get(), kSink + 6, 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
                             nullptr, obstacle.put(), nullptr) == ERROR_SUCCESS);
     obstacle.reset();
-    CHECK(com::RegisterClasses(root.key.get(), L"C:\\library.dll", com::Classes()) ==
+    CHECK(com::RegisterClasses(root.key.get(), L"C:\\library.dll", com::LibraryClasses()) ==
           static_cast<HRESULT>(0x80070000 | ERROR_CHILD_MUST_BE_VOLATILE));
     CHECK_FALSE(root.Has(kGrabber));
     CHECK_FALSE(root.Has(kSink));
@@ -77,12 +78,12 @@ TEST_CASE("a registration that fails half-way is undone") {
 
 TEST_CASE("a class that cannot be removed does not keep the others") {
     const Root root;
-    REQUIRE(com::RegisterClasses(root.key.get(), L"C:\\library.dll", com::Classes()) == S_OK);
+    REQUIRE(com::RegisterClasses(root.key.get(), L"C:\\library.dll", com::LibraryClasses()) == S_OK);
     // A key of somebody else's below the first class.
     UniqueRegistryKey foreign;
     REQUIRE(RegCreateKeyExW(root.key.get(), (std::wstring(kGrabber) + L"\\Foreign").c_str(), 0, nullptr, 0,
                             KEY_ALL_ACCESS, nullptr, foreign.put(), nullptr) == ERROR_SUCCESS);
-    CHECK(FAILED(com::UnregisterClasses(root.key.get(), com::Classes())));
+    CHECK(FAILED(com::UnregisterClasses(root.key.get(), com::LibraryClasses())));
     CHECK_FALSE(root.Has(std::wstring(kGrabber) + L"\\InprocServer32"));
     CHECK_FALSE(root.Has(kSink));
 }

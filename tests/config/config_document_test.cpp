@@ -9,8 +9,8 @@ using cam::Bstr;
 
 namespace {
 
-DomDocument Parse(const std::string& text) {
-    DomDocument document = ConfigDocument::LoadXMLString(Widen(text).c_str(), nullptr, 0);
+ConfigDocument Parse(const std::string& text) {
+    ConfigDocument document = ConfigDocument::LoadXMLString(Widen(text).c_str(), {});
     REQUIRE(document);
     return document;
 }
@@ -19,36 +19,36 @@ DomDocument Parse(const std::string& text) {
 struct Nodes {
     explicit Nodes(const std::string& content)
         : document(Parse("<ConfigDoc name='d'>" + content + "</ConfigDoc>")) {
-        root = ConfigDocument::GetDocElement(document.get());
+        root = document.GetDocElement();
         REQUIRE(root);
     }
-    DomNode First() const {
-        DomNode child;
-        root->get_firstChild(child.put());
+    ConfigNode First() const {
+        ConfigNode child;
+        root.get()->get_firstChild(child.put());
         REQUIRE(child);
         return child;
     }
     // Without the line ends and indentation that the parser puts between elements.
     std::wstring Xml() const {
         Bstr xml;
-        root->get_xml(xml.put());
+        root.get()->get_xml(xml.put());
         std::wstring text = xml.text();
         std::erase_if(text, [](wchar_t c) { return c == L'\r' || c == L'\n' || c == L'\t'; });
         return text;
     }
 
-    DomDocument document;
-    DomNode root;
+    ConfigDocument document;
+    ConfigNode root;
 };
 
-std::wstring Attribute(const DomNode& node, const wchar_t* name) {
-    UniqueText text;
-    return ConfigDocument::GetAttribute(node.get(), name, &text) ? text.get() : L"(none)";
+std::wstring Attribute(const ConfigNode& node, const wchar_t* name) {
+    const UniqueText text = node.GetAttribute(name);
+    return text ? text.get() : L"(none)";
 }
 
-std::wstring Value(const DomNode& key) {
-    UniqueText text;
-    return ConfigDocument::GetKeyValue(key.get(), &text) ? text.get() : L"(none)";
+std::wstring Value(const ConfigNode& key) {
+    const UniqueText text = key.GetKeyValue();
+    return text ? text.get() : L"(none)";
 }
 
 int Count(const std::wstring& text, const std::wstring& part) {
@@ -75,15 +75,13 @@ TEST_CASE("nodes are told apart by type and exact name") {
                           {"<?Section x?>", 0}}) {
         CAPTURE(std::string(c.content));
         const Nodes nodes(c.content);
-        const DomNode node = nodes.First();
-        const int found = ConfigDocument::IsSection(node.get()) + 2 * ConfigDocument::IsKey(node.get()) +
-                          4 * ConfigDocument::IsReserved(node.get()) +
-                          8 * ConfigDocument::IsConfigDoc(node.get()) +
-                          16 * ConfigDocument::IsTextNode(node.get());
+        const ConfigNode node = nodes.First();
+        const int found = node.IsSection() + 2 * node.IsKey() + 4 * node.IsReserved() +
+                          8 * node.IsConfigDoc() + 16 * node.IsTextNode();
         CHECK(found == c.expected);
     }
-    CHECK_FALSE(ConfigDocument::IsSection(nullptr));
-    CHECK_FALSE(ConfigDocument::IsTextNode(nullptr));
+    CHECK_FALSE(ConfigNode().IsSection());
+    CHECK_FALSE(ConfigNode().IsTextNode());
 }
 
 TEST_CASE("flags are decimal digits, and each test looks at its bits") {
@@ -109,57 +107,49 @@ TEST_CASE("flags are decimal digits, and each test looks at its bits") {
                           {"-1", true, -1, 0x01 | 0x02 | 0x10 | 0x20 | 0x40 | 0x80, 0x300}}) {
         CAPTURE(c.value);
         const Nodes nodes(c.flags ? std::string("<Key flags='") + c.flags + "'/>" : "<Key/>");
-        const DomNode node = nodes.First();
-        int flags = 99;
-        CHECK(ConfigDocument::GetFlags(node.get(), &flags) == c.isRead);
-        CHECK(flags == (c.isRead ? c.value : 99));
-        const int tests =
-            ConfigDocument::IsDeleted(node.get()) + 0x02 * ConfigDocument::HasPair(node.get()) +
-            0x04 * ConfigDocument::IsPairFirst(node.get()) + 0x08 * ConfigDocument::IsPairSecond(node.get()) +
-            0x10 * ConfigDocument::IsPairBoth(node.get()) + 0x20 * ConfigDocument::HasBit3(node.get()) +
-            0x40 * ConfigDocument::HasBit4(node.get()) + 0x80 * ConfigDocument::IsReported(node.get());
+        const ConfigNode node = nodes.First();
+        CHECK(node.GetFlags().has_value() == c.isRead);
+        CHECK(node.GetFlags().value_or(0) == c.value);
+        const int tests = node.IsDeleted() + 0x02 * node.HasPair() + 0x04 * node.IsPairFirst() +
+                          0x08 * node.IsPairSecond() + 0x10 * node.IsPairBoth() + 0x20 * node.HasBit3() +
+                          0x40 * node.HasBit4() + 0x80 * node.IsReported();
         CHECK(tests == c.tests);
-        CHECK(ConfigDocument::GetField(node.get()) == c.field);
+        CHECK(node.GetField() == c.field);
     }
 }
 
 TEST_CASE("flags are changed bit by bit") {
     const Nodes nodes("<Key/>");
-    const DomNode key = nodes.First();
-    CHECK(ConfigDocument::MarkDeleted(key.get()));
+    const ConfigNode key = nodes.First();
+    CHECK(key.MarkDeleted());
     CHECK(Attribute(key, L"flags") == L"1");
-    CHECK(ConfigDocument::SetField(key.get(), 0x300));
+    CHECK(key.SetField(0x300));
     CHECK(Attribute(key, L"flags") == L"769");
-    CHECK(ConfigDocument::SetField(key.get(), 0x1FF));  // bits beside the field are not taken
+    CHECK(key.SetField(0x1FF));  // bits beside the field are not taken
     CHECK(Attribute(key, L"flags") == L"257");
-    CHECK(ConfigDocument::Undelete(key.get()));
+    CHECK(key.Undelete());
     CHECK(Attribute(key, L"flags") == L"256");
-    CHECK(ConfigDocument::SetFlags(key.get(), -5));
+    CHECK(key.SetFlags(-5));
     CHECK(Attribute(key, L"flags") == L"-5");
-    CHECK_FALSE(ConfigDocument::SetFlags(Nodes("text").First().get(), 1));
+    CHECK_FALSE(Nodes("text").First().SetFlags(1));
 }
 
 TEST_CASE("attributes are read and written as text, the type only of a key as a number") {
     const Nodes nodes("<Key name='' type='12a' desc='d' min='1' max='9' list='a,b'/><Section type='3'/>");
-    const DomNode key = nodes.First();
-    UniqueText text;
-    CHECK(ConfigDocument::GetName(key.get(), &text));
-    CHECK(std::wstring(text.get()).empty());
-    CHECK(ConfigDocument::GetList(key.get(), &text));
-    CHECK(std::wstring(text.get()) == L"a,b");
-    CHECK(ConfigDocument::SetMaximum(key.get(), L"<&\">"));
-    CHECK(ConfigDocument::GetMaximum(key.get(), &text));
-    CHECK(std::wstring(text.get()) == L"<&\">");
-    CHECK_FALSE(ConfigDocument::GetAttribute(key.get(), L"Name", &text));
-    CHECK(std::wstring(text.get()) == L"<&\">");  // untouched
-    CHECK(ConfigDocument::GetKeyType(key.get()) == 12);
-    CHECK(ConfigDocument::SetType(key.get(), 7));
-    CHECK(ConfigDocument::GetKeyType(key.get()) == 7);
-    CHECK(ConfigDocument::GetKeyType(
-              ConfigDocument::FindChild(nodes.root.get(), L"Section", nullptr, false).get()) == 0);
-    CHECK(ConfigDocument::GetKeyType(Nodes("<Key/>").First().get()) == 0);
-    CHECK(ConfigDocument::NameEquals(nodes.root.get(), L"d"));
-    CHECK_FALSE(ConfigDocument::NameEquals(nodes.root.get(), L"D"));
+    const ConfigNode key = nodes.First();
+    CHECK(Attribute(key, L"name").empty());
+    CHECK(key.GetName());
+    CHECK(std::wstring(key.GetList().get()) == L"a,b");
+    CHECK(key.SetMaximum(L"<&\">"));
+    CHECK(std::wstring(key.GetMaximum().get()) == L"<&\">");
+    CHECK_FALSE(key.GetAttribute(L"Name"));
+    CHECK(key.GetKeyType() == 12);
+    CHECK(key.SetType(7));
+    CHECK(key.GetKeyType() == 7);
+    CHECK(nodes.root.FindChild(L"Section", nullptr, false).GetKeyType() == 0);
+    CHECK(Nodes("<Key/>").First().GetKeyType() == 0);
+    CHECK(nodes.root.NameEquals(L"d"));
+    CHECK_FALSE(nodes.root.NameEquals(L"D"));
 }
 
 TEST_CASE("lookups pass over what is deleted, and see children only") {
@@ -167,38 +157,38 @@ TEST_CASE("lookups pass over what is deleted, and see children only") {
         "<QVXReserved><Key name='EXMVersion'>1.0.1</Key><Section name='R'/></QVXReserved>"
         "<!-- x --><Section name='A' flags='1'>first</Section><Section name='A'>second</Section>"
         "<Section name='B' flags='3'/><Key name='A'/><Section name='C'><Section name='D'/></Section>");
-    IXMLDOMNode* const root = nodes.root.get();
-    CHECK(Attribute(ConfigDocument::FindSection(root, L"A"), L"flags") == L"(none)");
-    CHECK(Attribute(ConfigDocument::FindChild(root, L"Section", L"A", true), L"flags") == L"1");
-    CHECK(Attribute(ConfigDocument::FindChild(root, L"Section", nullptr, false), L"name") == L"A");
-    CHECK_FALSE(ConfigDocument::FindSection(root, L"B"));
-    CHECK_FALSE(ConfigDocument::FindSection(root, L"D"));
-    CHECK_FALSE(ConfigDocument::FindSection(root, L"a"));
-    CHECK_FALSE(ConfigDocument::FindSection(nullptr, L"A"));
-    CHECK(ConfigDocument::FindKey(root, L"A"));
-    CHECK(Value(ConfigDocument::FindReservedKey(root, L"EXMVersion")) == L"1.0.1");
-    CHECK(ConfigDocument::FindReservedSection(root, L"R"));
-    CHECK_FALSE(ConfigDocument::FindReservedSection(root, L"A"));
-    CHECK_FALSE(ConfigDocument::FindReservedKey(Nodes("<Key name='x'/>").root.get(), L"x"));
+    const ConfigNode& root = nodes.root;
+    CHECK(Attribute(root.FindSection(L"A"), L"flags") == L"(none)");
+    CHECK(Attribute(root.FindChild(L"Section", L"A", true), L"flags") == L"1");
+    CHECK(Attribute(root.FindChild(L"Section", nullptr, false), L"name") == L"A");
+    CHECK_FALSE(root.FindSection(L"B"));
+    CHECK_FALSE(root.FindSection(L"D"));
+    CHECK_FALSE(root.FindSection(L"a"));
+    CHECK_FALSE(ConfigNode().FindSection(L"A"));
+    CHECK(root.FindKey(L"A"));
+    CHECK(Value(root.FindReservedKey(L"EXMVersion")) == L"1.0.1");
+    CHECK(root.FindReservedSection(L"R"));
+    CHECK_FALSE(root.FindReservedSection(L"A"));
+    CHECK_FALSE(Nodes("<Key name='x'/>").root.FindReservedKey(L"x"));
 }
 
 TEST_CASE("a section is revived or created, never both") {
     const std::string deleted = "<Section name='A' flags='3'/>";
     Nodes nodes(deleted);
-    DomNode section = ConfigDocument::GetSection(nodes.root.get(), L"A", true);
+    ConfigNode section = nodes.root.GetSection(L"A", true);
     REQUIRE(section);
     CHECK(Attribute(section, L"flags") == L"2");
-    CHECK_FALSE(ConfigDocument::GetSection(nodes.root.get(), L"never", true));
+    CHECK_FALSE(nodes.root.GetSection(L"never", true));
     CHECK(Count(nodes.Xml(), L"<Section") == 1);
 
     Nodes others(deleted);
-    section = ConfigDocument::GetSection(others.root.get(), L"A", false);
+    section = others.root.GetSection(L"A", false);
     REQUIRE(section);
     CHECK(Attribute(section, L"flags") == L"(none)");
     CHECK(Count(others.Xml(), L"<Section name=\"A\"") == 2);
-    section = ConfigDocument::GetSection(others.root.get(), L"A", false);  // found now
+    section = others.root.GetSection(L"A", false);  // found now
     CHECK(Count(others.Xml(), L"<Section") == 2);
-    CHECK_FALSE(ConfigDocument::GetSection(nullptr, L"A", false));
+    CHECK_FALSE(ConfigNode().GetSection(L"A", false));
 }
 
 TEST_CASE("a key's value is set in place, in a revived key, or in a new one") {
@@ -218,11 +208,11 @@ TEST_CASE("a key's value is set in place, in a revived key, or in a new one") {
           {"<!--c-->", false, L"<!--c--><Key name=\"k\">new</Key>"}}) {
         CAPTURE(std::string(c.content));
         const Nodes nodes(c.content);
-        CHECK(ConfigDocument::SetKeyValue(nodes.root.get(), L"k", L"new", c.revive));
+        CHECK(nodes.root.SetKeyValue(L"k", L"new", c.revive));
         CHECK(Count(nodes.Xml(), c.xml) == 1);
-        CHECK(Value(ConfigDocument::FindKey(nodes.root.get(), L"k")) == L"new");
+        CHECK(Value(nodes.root.FindKey(L"k")) == L"new");
     }
-    CHECK_FALSE(ConfigDocument::SetKeyValue(nullptr, L"k", L"new", false));
+    CHECK_FALSE(ConfigNode().SetKeyValue(L"k", L"new", false));
 }
 
 TEST_CASE("the value of a key is its first text") {
@@ -238,25 +228,25 @@ TEST_CASE("the value of a key is its first text") {
 }
 
 TEST_CASE("a new document is made only where there is none") {
-    const DomDocument document = ConfigDocument::CreateDocument();
+    const ConfigDocument document = ConfigDocument::CreateDocument();
     REQUIRE(document);
-    CHECK_FALSE(ConfigDocument::GetDocElement(document.get()));
-    const DomNode root = ConfigDocument::InitNewDocument(document.get(), L"mine");
+    CHECK_FALSE(document.GetDocElement());
+    const ConfigNode root = document.InitNewDocument(L"mine");
     REQUIRE(root);
-    CHECK(Value(ConfigDocument::FindReservedKey(root.get(), L"EXMVersion")) == L"1.0.1");
-    CHECK_FALSE(ConfigDocument::InitNewDocument(document.get(), L"again"));
-    CHECK(Attribute(ConfigDocument::GetDocElement(document.get()), L"name") == L"mine");
+    CHECK(Value(root.FindReservedKey(L"EXMVersion")) == L"1.0.1");
+    CHECK_FALSE(document.InitNewDocument(L"again"));
+    CHECK(Attribute(document.GetDocElement(), L"name") == L"mine");
 
     const TestFile file(L"new.xml");
     wchar_t error[200] = L"";
-    REQUIRE(ConfigDocument::SaveXMLDocument(document.get(), file.path(), error, 200));
-    const DomDocument reloaded = ConfigDocument::LoadXMLDocument(file.path(), error, 200);
-    CHECK(Attribute(ConfigDocument::GetDocElement(reloaded.get()), L"name") == L"mine");
+    REQUIRE(document.SaveXMLDocument(file.path(), error));
+    const ConfigDocument reloaded = ConfigDocument::LoadXMLDocument(file.path(), error);
+    CHECK(Attribute(reloaded.GetDocElement(), L"name") == L"mine");
     CHECK(error[0] == 0);
 
-    const DomDocument other = Parse("<Config/>");
-    CHECK_FALSE(ConfigDocument::GetDocElement(other.get()));
-    CHECK_FALSE(ConfigDocument::InitNewDocument(other.get(), L"mine"));
+    const ConfigDocument other = Parse("<Config/>");
+    CHECK_FALSE(other.GetDocElement());
+    CHECK_FALSE(other.InitNewDocument(L"mine"));
 }
 
 TEST_CASE("documents are loaded whatever Unicode form they have") {
@@ -265,44 +255,44 @@ TEST_CASE("documents are loaded whatever Unicode form they have") {
     for (const std::string& bytes :
          {text, "\xEF\xBB\xBF" + text, ToUtf16(declared, true), ToUtf16(text, true)}) {
         const TestFile file(L"form.xml", bytes);
-        const DomDocument document = ConfigDocument::LoadXMLDocument(file.path(), nullptr, 0);
+        const ConfigDocument document = ConfigDocument::LoadXMLDocument(file.path(), {});
         REQUIRE(document);
-        CHECK(Attribute(ConfigDocument::GetDocElement(document.get()), L"name") == L"d");
+        CHECK(Attribute(document.GetDocElement(), L"name") == L"d");
     }
-    DomDocument document = ConfigDocument::LoadXMLString(text.c_str(), nullptr, 0);
+    ConfigDocument document = ConfigDocument::LoadXMLString(text.c_str(), {});
     REQUIRE(document);
-    CHECK(Attribute(ConfigDocument::GetDocElement(document.get()), L"name") == L"d");
+    CHECK(Attribute(document.GetDocElement(), L"name") == L"d");
 
     IXMLDOMDocument* const raw = document.get();
     raw->AddRef();
-    ConfigDocument::ReleaseDocument(&document);
+    document.ReleaseDocument();
     CHECK_FALSE(document);
     CHECK(raw->Release() == 0);
 }
 
 TEST_CASE("failures are told in the given buffer, cut to its size") {
     wchar_t error[200] = L"";
-    CHECK_FALSE(ConfigDocument::LoadXMLDocument(nullptr, error, 200));
+    CHECK_FALSE(ConfigDocument::LoadXMLDocument(nullptr, error));
     CHECK(std::wstring(error) == L"Invalid filename LoadXMLDocument: NULL");
     const TestFile file(L"broken.xml");
-    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), error, 200));
+    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), error));
     CHECK(std::wstring(error) == std::wstring(L"Can't find file: ") + file.path());
-    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), nullptr, 0));
+    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), {}));
 
     file.Write("<ConfigDoc>");
-    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), error, 200));
+    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), error));
     CHECK(std::wstring(error).rfind(L"Error -", 0) == 0);
     CHECK(std::wstring(error).find(L" : ") != std::wstring::npos);
-    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), nullptr, 0));
+    CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), {}));
 
-    CHECK_FALSE(ConfigDocument::LoadXMLString(L"<ConfigDoc>", error, 200));
+    CHECK_FALSE(ConfigDocument::LoadXMLString(L"<ConfigDoc>", error));
     CHECK(std::wstring(error).rfind(L"XMl Load error -", 0) == 0);
-    CHECK_FALSE(ConfigDocument::LoadXMLString("<ConfigDoc>", error, 200));
+    CHECK_FALSE(ConfigDocument::LoadXMLString("<ConfigDoc>", error));
     CHECK(std::wstring(error).rfind(L"XMl Load error -", 0) == 0);
-    CHECK_FALSE(ConfigDocument::LoadXMLString("<a>\xFF\xFE</a", nullptr, 0));
+    CHECK_FALSE(ConfigDocument::LoadXMLString("<a>\xFF\xFE</a", {}));
 
     wchar_t small[12] = L"###########";
-    CHECK_FALSE(ConfigDocument::LoadXMLDocument(nullptr, small, 10));
+    CHECK_FALSE(ConfigDocument::LoadXMLDocument(nullptr, std::span(small).first(10)));
     CHECK(std::wstring(small) == L"Invalid f");
     CHECK(small[10] == L'#');
 }
@@ -310,13 +300,13 @@ TEST_CASE("failures are told in the given buffer, cut to its size") {
 TEST_CASE("saving over a read-only file fails before the parser is asked") {
     const TestFile file(L"readonly.xml", "before");
     REQUIRE(SetFileAttributesW(file.path(), FILE_ATTRIBUTE_READONLY));
-    const DomDocument document = Parse("<ConfigDoc/>");
+    const ConfigDocument document = Parse("<ConfigDoc/>");
     wchar_t error[400] = L"";
-    CHECK_FALSE(ConfigDocument::SaveXMLDocument(document.get(), file.path(), error, 400));
+    CHECK_FALSE(document.SaveXMLDocument(file.path(), error));
     CHECK(std::wstring(error) == L"File " + std::wstring(file.path()) + L" is read-only");
     CHECK(ReadBytes(file.path()) == "before");
 
     const std::wstring nowhere = std::wstring(file.path()) + L"\\x.xml";
-    CHECK_FALSE(ConfigDocument::SaveXMLDocument(document.get(), nowhere.c_str(), error, 400));
+    CHECK_FALSE(document.SaveXMLDocument(nowhere.c_str(), error));
     CHECK(std::wstring(error).rfind(L"XML Save error -", 0) == 0);
 }

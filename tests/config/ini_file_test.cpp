@@ -21,7 +21,7 @@ int32_t ReadZoom(const std::string& bytes) {
     const TestFile file(L"zoom.ini", bytes);
     int32_t zoom = -77;
     SettingsRequest request = Integer(L"Camera", L"Zoom", &zoom);
-    CHECK(ReadIniFile(file.path(), &request, 1) == 0);
+    CHECK(ReadIniFile(file.path(), {&request, 1}) == 0);
     return zoom;
 }
 
@@ -29,7 +29,7 @@ std::wstring ReadName(const std::string& bytes) {
     const TestFile file(L"name.ini", bytes);
     wchar_t name[32] = L"";
     SettingsRequest request = String(nullptr, L"Name", name, 32);
-    CHECK(ReadIniFile(file.path(), &request, 1) == 0);
+    CHECK(ReadIniFile(file.path(), {&request, 1}) == 0);
     return name;
 }
 
@@ -66,10 +66,10 @@ TEST_CASE("a file that cannot be opened fails, a null path does nothing") {
     const TestFile missing(L"missing.ini");
     int32_t zoom = 5;
     SettingsRequest request = Integer(nullptr, L"Zoom", &zoom);
-    CHECK(ReadIniFile(missing.path(), &request, 1) == -1);
-    CHECK(ReadIniFile(nullptr, &request, 1) == 0);
-    CHECK(WriteIniFile((std::wstring(missing.path()) + L"\\x.ini").c_str(), &request, 1) == -1);
-    CHECK(WriteIniFile(nullptr, &request, 1) == -1);
+    CHECK(ReadIniFile(missing.path(), {&request, 1}) == -1);
+    CHECK(ReadIniFile(nullptr, {&request, 1}) == 0);
+    CHECK(WriteIniFile((std::wstring(missing.path()) + L"\\x.ini").c_str(), {&request, 1}) == -1);
+    CHECK(WriteIniFile(nullptr, {&request, 1}) == -1);
     CHECK(zoom == 5);
 }
 
@@ -82,7 +82,7 @@ TEST_CASE("values are written in order, with a header at each change of section"
                                   String(L"a", L"e", empty, 1),      Integer(L"A", L"again", &number)};
     const TestFile file(L"written.ini", "what was there before, and longer than what is written now " +
                                             std::string(500, '.'));
-    REQUIRE(WriteIniFile(file.path(), requests, 6) == 0);
+    REQUIRE(WriteIniFile(file.path(), requests) == 0);
     CHECK(ReadBytes(file.path()) ==
           "top=-2147483648\r\n[A]\r\nn=-2147483648\r\ns=a "
           "b\r\n\r\n[a]\r\ne=\r\n\r\n[A]\r\nagain=-2147483648\r\n");
@@ -90,7 +90,7 @@ TEST_CASE("values are written in order, with a header at each change of section"
 
     wchar_t back[8] = L"";
     SettingsRequest request = String(L"A", L"s", back, 8);
-    CHECK(ReadIniFile(file.path(), &request, 1) == 0);
+    CHECK(ReadIniFile(file.path(), {&request, 1}) == 0);
     CHECK(std::wstring(back) == L"a b");
 }
 
@@ -103,7 +103,7 @@ TEST_CASE("what cannot be written is told by its kind, and what was written befo
     SettingsRequest requests[] = {Integer(L"A", L"n", &number), {}};
     const auto write = [&](const SettingsRequest& last) {
         requests[1] = last;
-        const int result = WriteIniFile(file.path(), requests, 2);
+        const int result = WriteIniFile(file.path(), requests);
         CHECK(ReadBytes(file.path()).substr(0, 10) == "[A]\r\nn=1\r\n");
         return result;
     };

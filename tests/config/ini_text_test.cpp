@@ -5,6 +5,7 @@
 #include <climits>
 #include <cwchar>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -27,8 +28,8 @@ SettingsRequest WantString(const wchar_t* section, const wchar_t* key, wchar_t* 
     return {section, key, 1, destination, length, 0, 9};
 }
 
-void Read(const std::wstring& text, SettingsRequest* requests, int count) {
-    const auto reader = std::make_unique<IniReader>(requests, count);
+void Read(const std::wstring& text, std::span<SettingsRequest> requests) {
+    const auto reader = std::make_unique<IniReader>(requests);
     for (const wchar_t c : text) reader->Add(c);
     reader->Finish();
 }
@@ -36,7 +37,7 @@ void Read(const std::wstring& text, SettingsRequest* requests, int count) {
 int32_t ReadZoom(const std::wstring& text, const wchar_t* section = L"Camera") {
     int32_t zoom = kUntouched;
     SettingsRequest request = WantInteger(section, L"Zoom", &zoom);
-    Read(text, &request, 1);
+    Read(text, {&request, 1});
     CHECK((request.found == 1) == (request.keyFlag == 0));
     CHECK((zoom == kUntouched) == (request.found == 0));
     return zoom;
@@ -46,7 +47,7 @@ int32_t ReadZoom(const std::wstring& text, const wchar_t* section = L"Camera") {
 std::wstring ReadString(const std::wstring& text, const wchar_t* key, int32_t length) {
     std::vector<wchar_t> buffer(static_cast<size_t>(length), L'#');
     SettingsRequest request = WantString(nullptr, key, buffer.data(), length);
-    Read(text, &request, 1);
+    Read(text, {&request, 1});
     CHECK(request.found == 1);
     if (buffer.empty()) return L"";
     CHECK(buffer.back() == L'\0');
@@ -72,7 +73,7 @@ TEST_CASE("every request that asks for a key receives it") {
     wchar_t text[8] = L"before";
     SettingsRequest requests[] = {WantInteger(L"s", L"k", &first), WantInteger(nullptr, L"K", &second),
                                   WantInteger(L"t", L"k", &other), WantString(L"S", L"k", text, 8)};
-    Read(L"[S]\nk=0x1F\n", requests, 4);
+    Read(L"[S]\nk=0x1F\n", requests);
     CHECK(first == 31);
     CHECK(second == 31);
     CHECK(other == kUntouched);
@@ -87,11 +88,10 @@ TEST_CASE("strings are cut to their buffer, values and keys to their limits") {
     CHECK(ReadString(L"k=abcdef\n", L"k", 1).empty());
     CHECK(ReadString(L"k=abcdef\n", L"k", 0).empty());  // found, and nothing written
     const std::wstring longValue(5000, L'v');
-    CHECK(ReadString(L"k=" + longValue, L"k", 6000).size() == IniReader::kMaximumValue);
+    CHECK(ReadString(L"k=" + longValue, L"k", 6000).size() == IniReader::kMaxValue);
     const std::wstring longKey(300, L'k');
-    CHECK(ReadString(longKey + L"=x", longKey.substr(0, IniReader::kMaximumKey).c_str(), 9) == L"x");
-    CHECK(ReadZoom(L"[" + longKey + L"]\nZoom=4\n", longKey.substr(0, IniReader::kMaximumSection).c_str()) ==
-          4);
+    CHECK(ReadString(longKey + L"=x", longKey.substr(0, IniReader::kMaxKey).c_str(), 9) == L"x");
+    CHECK(ReadZoom(L"[" + longKey + L"]\nZoom=4\n", longKey.substr(0, IniReader::kMaxSection).c_str()) == 4);
 }
 
 TEST_CASE("a line of more than 8191 characters counts as several lines") {

@@ -7,7 +7,6 @@
 
 #include "config/camera_settings.h"
 #include "config/config_texts.h"
-#include "config/xml_settings.h"
 #include "tables/settings.h"
 
 using namespace cam::config;
@@ -20,14 +19,13 @@ constexpr int32_t kUntouched = tables::kNotSet;
 
 int32_t ReadZoom(const wchar_t* path, const wchar_t* section = L"Camera") {
     int32_t zoom = kUntouched;
-    CHECK(SettingsStore::ReadInteger(path, section, L"Zoom", &zoom) == 0);
+    CHECK(settingsStore.ReadInteger(path, section, L"Zoom", &zoom) == 0);
     return zoom;
 }
 
 int32_t ReadZoomOf(const std::string& bytes, const wchar_t* section = L"Camera") {
     const TestFile file(L"zoom.exm", bytes);
-    SettingsStore::ReadSettings(nullptr, nullptr,
-                                0);  // times are too coarse to tell the files of this test apart
+    settingsStore.ReadSettings(nullptr, {});  // times are too coarse to tell the files of this test apart
     return ReadZoom(file.path(), section);
 }
 
@@ -37,8 +35,7 @@ std::vector<LONG> Values(const CameraSettings& s) {
 }
 
 SettingsFileType TypeOf(const std::wstring& name, std::wstring* path = nullptr) {
-    SettingsFile file;
-    SettingsStore::Classify(name.c_str(), &file);
+    const SettingsFile file = settingsStore.Classify(name.c_str());
     if (path) *path = file.path;
     return file.type;
 }
@@ -48,16 +45,16 @@ SettingsFileType TypeOf(const std::wstring& name, std::wstring* path = nullptr) 
 TEST_CASE("the first line of a file decides its type") {
     for (const auto& [name, bytes, type] :
          {std::tuple<const wchar_t*, std::string, SettingsFileType>{L"a.exm", "<?xml version=\"1.0\"?>",
-                                                                    SettingsFileType::kXml},
-          {L"a.ini", "<?XML Version='1.0' encoding='UTF-8' standalone='yes'?><a/>", SettingsFileType::kXml},
-          {L"a.exm", "[Camera]", SettingsFileType::kIni},
-          {L"a.exm", "", SettingsFileType::kIni},
-          {L"a.exm", "\r\n<?xml version='1.0'?>", SettingsFileType::kIni},
-          {L"a.exm", " <?xml version='1.0'?>", SettingsFileType::kIni},
-          {L"a.exm", "<?xml  version='1.0'?>", SettingsFileType::kIni},
-          {L"a.exm", "<?xml version", SettingsFileType::kIni},
-          {L"a.exm", "\xEF\xBB\xBF<?xml version='1.0'?>", SettingsFileType::kIni},
-          {L"a.exm", ToUtf16("<?xml version='1.0'?>", true), SettingsFileType::kIni}}) {
+                                                                    SettingsFileType::Xml},
+          {L"a.ini", "<?XML Version='1.0' encoding='UTF-8' standalone='yes'?><a/>", SettingsFileType::Xml},
+          {L"a.exm", "[Camera]", SettingsFileType::Ini},
+          {L"a.exm", "", SettingsFileType::Ini},
+          {L"a.exm", "\r\n<?xml version='1.0'?>", SettingsFileType::Ini},
+          {L"a.exm", " <?xml version='1.0'?>", SettingsFileType::Ini},
+          {L"a.exm", "<?xml  version='1.0'?>", SettingsFileType::Ini},
+          {L"a.exm", "<?xml version", SettingsFileType::Ini},
+          {L"a.exm", "\xEF\xBB\xBF<?xml version='1.0'?>", SettingsFileType::Ini},
+          {L"a.exm", ToUtf16("<?xml version='1.0'?>", true), SettingsFileType::Ini}}) {
         CAPTURE(bytes);
         const TestFile file(name, bytes);
         std::wstring path;
@@ -68,26 +65,26 @@ TEST_CASE("the first line of a file decides its type") {
 
 TEST_CASE("a file that is not there is taken for what its extension says") {
     for (const auto& [name, type] :
-         {std::pair{L"missing.ini", SettingsFileType::kIni},
-          {L"missing.PRO", SettingsFileType::kIni},
-          {L"missing.mnu", SettingsFileType::kIni},
-          {L"missing.ini2", SettingsFileType::kIni},  // four characters count
-          {L"missing.in", SettingsFileType::kXml},
-          {L"missing.exm", SettingsFileType::kXml},
-          {L"missing.xml", SettingsFileType::kXml},
-          {L"missing.x\\file", SettingsFileType::kXml},  // the last dot counts, wherever it is
-          {L"missing", SettingsFileType::kIni},
-          {L"", SettingsFileType::kIni}}) {
+         {std::pair{L"missing.ini", SettingsFileType::Ini},
+          {L"missing.PRO", SettingsFileType::Ini},
+          {L"missing.mnu", SettingsFileType::Ini},
+          {L"missing.ini2", SettingsFileType::Ini},  // four characters count
+          {L"missing.in", SettingsFileType::Xml},
+          {L"missing.exm", SettingsFileType::Xml},
+          {L"missing.xml", SettingsFileType::Xml},
+          {L"missing.x\\file", SettingsFileType::Xml},  // the last dot counts, wherever it is
+          {L"missing", SettingsFileType::Ini},
+          {L"", SettingsFileType::Ini}}) {
         CAPTURE(Narrow(name));
         CHECK(TypeOf(name) == type);
     }
     int32_t zoom = kUntouched;
     const TestFile missing(L"missing.pro");
-    CHECK(SettingsStore::ReadInteger(missing.path(), nullptr, L"Zoom", &zoom) == -1);
+    CHECK(settingsStore.ReadInteger(missing.path(), nullptr, L"Zoom", &zoom) == -1);
     const TestFile missingXml(L"missing.exm");
-    CHECK(SettingsStore::ReadInteger(missingXml.path(), nullptr, L"Zoom", &zoom) == -1);
-    CHECK(SettingsStore::ReadInteger(std::wstring(1000, L'x').c_str(), nullptr, L"Zoom", &zoom) == -1);
-    CHECK(SettingsStore::ReadInteger((std::wstring(300, L'x') + L".exm").c_str(), nullptr, L"Zoom", &zoom) ==
+    CHECK(settingsStore.ReadInteger(missingXml.path(), nullptr, L"Zoom", &zoom) == -1);
+    CHECK(settingsStore.ReadInteger(std::wstring(1000, L'x').c_str(), nullptr, L"Zoom", &zoom) == -1);
+    CHECK(settingsStore.ReadInteger((std::wstring(300, L'x') + L".exm").c_str(), nullptr, L"Zoom", &zoom) ==
           -1);
     CHECK(zoom == kUntouched);
 }
@@ -97,24 +94,24 @@ TEST_CASE("a name without extension finds the .exm file before the .ini file") {
     const TestFile ini(L"both.ini", "[Camera]\r\nZoom=4\r\n");
     const std::wstring name = std::wstring(xml.path()).substr(0, wcslen(xml.path()) - 4);
     std::wstring path;
-    CHECK(TypeOf(name, &path) == SettingsFileType::kXmlBesideIni);
+    CHECK(TypeOf(name, &path) == SettingsFileType::XmlBesideIni);
     CHECK(path == xml.path());
     CHECK(ReadZoom(name.c_str()) == 3);
 
     xml.Write("[Camera]\nZoom=5\n");
-    CHECK(TypeOf(name) == SettingsFileType::kIni);
+    CHECK(TypeOf(name) == SettingsFileType::Ini);
     CHECK(ReadZoom(name.c_str()) == 5);
 
     xml.Remove();
-    CHECK(TypeOf(name, &path) == SettingsFileType::kIni);
+    CHECK(TypeOf(name, &path) == SettingsFileType::Ini);
     CHECK(path == ini.path());
     CHECK(ReadZoom(name.c_str()) == 4);
 
     ini.Remove();
     xml.Write(tables::kXmlHead);
-    CHECK(TypeOf(name) == SettingsFileType::kXml);
+    CHECK(TypeOf(name) == SettingsFileType::Xml);
     xml.Remove();
-    CHECK(TypeOf(name, &path) == SettingsFileType::kIni);
+    CHECK(TypeOf(name, &path) == SettingsFileType::Ini);
     CHECK(path == name);
 }
 
@@ -134,7 +131,7 @@ TEST_CASE("an XML key fills the first request that asks for it, an INI key all o
     SettingsRequest requests[] = {{nullptr, L"k", 0, &first, 0, 0, 9}, {L"s", L"K", 0, &second, 0, 0, 9}};
     const TestFile xml(L"first.exm",
                        Document("<Section name='s'><Key name='k' flags='32'>1</Key></Section>"));
-    CHECK(SettingsStore::ReadSettings(xml.path(), requests, 2) == 0);
+    CHECK(settingsStore.ReadSettings(xml.path(), requests) == 0);
     CHECK(first == 1);
     CHECK(second == kUntouched);
     CHECK(requests[0].found == 1);
@@ -143,7 +140,7 @@ TEST_CASE("an XML key fills the first request that asks for it, an INI key all o
     CHECK(requests[1].keyFlag == 9);
 
     const TestFile ini(L"first.ini", "[s]\nk=2\n");
-    CHECK(SettingsStore::ReadSettings(ini.path(), requests, 2) == 0);
+    CHECK(settingsStore.ReadSettings(ini.path(), requests) == 0);
     CHECK(first == 2);
     CHECK(second == 2);
     CHECK(requests[0].keyFlag == 0);
@@ -157,7 +154,7 @@ TEST_CASE("the flag of an XML key is told with its text only") {
     SettingsRequest requests[] = {{nullptr, L"a", 0, &values[0], 0, 0, 9},
                                   {nullptr, L"b", 0, &values[1], 0, 0, 9},
                                   {nullptr, L"c", 0, &values[2], 0, 0, 9}};
-    CHECK(SettingsStore::ReadSettings(file.path(), requests, 3) == 0);
+    CHECK(settingsStore.ReadSettings(file.path(), requests) == 0);
     CHECK(requests[0].keyFlag == 1);
     CHECK(requests[1].keyFlag == 0);
     CHECK(requests[2].keyFlag == 9);
@@ -173,23 +170,23 @@ TEST_CASE("strings fill their buffer, from XML with one character more for the t
                                                    {7, L"abcdef", L"abcdef"}}) {
         // Heap blocks of exactly the size that is allowed, for a run with heap checks.
         const auto wide = std::make_unique<wchar_t[]>(static_cast<size_t>(length) + 1);
-        CHECK(SettingsStore::ReadString(xml.path(), L"camera", L"T", wide.get(), length) == 0);
+        CHECK(settingsStore.ReadString(xml.path(), L"camera", L"T", wide.get(), length) == 0);
         CHECK(std::wstring(wide.get()) == fromXml);
         const auto narrow = std::make_unique<wchar_t[]>(static_cast<size_t>(length));
-        CHECK(SettingsStore::ReadString(ini.path(), L"camera", L"T", narrow.get(), length) == 0);
+        CHECK(settingsStore.ReadString(ini.path(), L"camera", L"T", narrow.get(), length) == 0);
         CHECK(std::wstring(narrow.get()) == fromIni);
     }
     wchar_t text[7];
     for (const auto& [key, length, expected] :
          {std::tuple{L"missing", 6, L"before"}, {L"t", -1, L"before"}, {L"t", 0, L""}, {L"e", 6, L""}}) {
         wcscpy(text, L"before");
-        CHECK(SettingsStore::ReadString(xml.path(), nullptr, key, text, length) == 0);
+        CHECK(settingsStore.ReadString(xml.path(), nullptr, key, text, length) == 0);
         CHECK(std::wstring(text) == expected);
     }
-    CHECK(SettingsStore::ReadIniString(ini.path(), nullptr, L"t", text, 7) == 0);
+    CHECK(settingsStore.ReadIniString(ini.path(), nullptr, L"t", text, 7) == 0);
     CHECK(std::wstring(text) == L"abcdef");
     int32_t number = kUntouched;
-    CHECK(SettingsStore::ReadIniInteger(ini.path(), L"Camera", L"t", &number) == 0);
+    CHECK(settingsStore.ReadIniInteger(ini.path(), L"Camera", L"t", &number) == 0);
     CHECK(number == 0);
 }
 
@@ -230,12 +227,12 @@ TEST_CASE("a document stays loaded while its file keeps its time") {
     CHECK(ReadZoom(otherCase.c_str()) == 5);
     file.Write("<?xml version='1.0'?><broken");
     int32_t zoom = kUntouched;
-    CHECK(SettingsStore::ReadInteger(otherCase.c_str(), nullptr, L"Zoom", &zoom) == -1);
+    CHECK(settingsStore.ReadInteger(otherCase.c_str(), nullptr, L"Zoom", &zoom) == -1);
     CHECK(zoom == kUntouched);
     store(6, kTime);
     CHECK(ReadZoom(otherCase.c_str()) == 6);
     file.Remove();
-    CHECK(ReadXmlSettings(otherCase.c_str(), nullptr, 0) == -1);
+    CHECK(settingsStore.ReadSettings(otherCase.c_str(), {}) == -1);
 }
 
 TEST_CASE("the settings of a camera come from one section, and keep their defaults") {
@@ -265,19 +262,19 @@ TEST_CASE("INI settings are written, XML settings only reported") {
     int32_t zoom = 3;
     const SettingsRequest request = {L"Camera", L"Zoom", 0, &zoom, 0, 0, 0};
     const TestFile ini(L"write.ini");
-    CHECK(SettingsStore::WriteSettings(ini.path(), &request, 1) == 0);
+    CHECK(settingsStore.WriteSettings(ini.path(), {&request, 1}) == 0);
     CHECK(ReadBytes(ini.path()) == "[Camera]\r\nZoom=3\r\n");
     CHECK(GetFileAttributesW(log.path()) == INVALID_FILE_ATTRIBUTES);
 
     const std::string before = Camera("<Key name='Zoom'>1</Key>");
     const TestFile xml(L"write.exm", before);
-    CHECK(SettingsStore::WriteSettings(xml.path(), &request, 1) == -1);
+    CHECK(settingsStore.WriteSettings(xml.path(), {&request, 1}) == -1);
     CHECK(ReadBytes(xml.path()) == before);
     const std::string box =
         "QVXXmlSettings Error\tAttempt to call QVXXMLSettingsWrite() detected. Please report this error to "
         "Tech Support\n";
     CHECK(ReadBytes(log.path()) == box);
-    CHECK(SettingsStore::WriteSettings(nullptr, &request, 1) == -1);
+    CHECK(settingsStore.WriteSettings(nullptr, {&request, 1}) == -1);
     CHECK(ReadBytes(log.path()) == box + box);
     SetEnvironmentVariableW(L"OCELLUS_MESSAGE_BOX_LOG", nullptr);
 }

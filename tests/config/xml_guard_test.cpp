@@ -14,7 +14,7 @@ XmlVerdict Judge(const std::string& bytes, size_t piece = 1u << 20) {
     XmlGuard guard;
     for (size_t i = 0; i < bytes.size(); i += piece) {
         const std::string part = bytes.substr(i, piece);
-        guard.AddBytes(reinterpret_cast<const unsigned char*>(part.data()), part.size());
+        guard.AddBytes({reinterpret_cast<const unsigned char*>(part.data()), part.size()});
     }
     return guard.verdict();
 }
@@ -41,32 +41,32 @@ TEST_CASE("a DTD that quotes something is seen wherever it stands, and only wher
         XmlVerdict verdict;
     };
     for (const Case& c :
-         {Case{"<?xml version=\"1.0\"?><!DOCTYPE a SYSTEM \"x\"><a/>", XmlVerdict::kUnsafeDtd},
-          {"<!-- -- ><!-- --><!DOCTYPE a SYSTEM 'x'><a/>", XmlVerdict::kUnsafeDtd},
-          {"<!--><!DOCTYPE a SYSTEM 'x'>--><a/>", XmlVerdict::kAccepted},
-          {"<!---><!DOCTYPE a SYSTEM 'x'>--><a/>", XmlVerdict::kAccepted},
-          {"<?a ?><!DOCTYPE a SYSTEM 'x'><a/>", XmlVerdict::kUnsafeDtd},
-          {"<?a <!DOCTYPE a SYSTEM 'x'> ?><a/>", XmlVerdict::kAccepted},
-          {"<a><!-- <!DOCTYPE a SYSTEM 'x'> --></a>", XmlVerdict::kAccepted},
-          {"<a><![CDATA[<!DOCTYPE a SYSTEM 'x'>]]></a>", XmlVerdict::kAccepted},
-          {"<a><![CDATA[]]]><!DOCTYPE a></a>", XmlVerdict::kUnsafeDtd},
-          {"<a b='<!DOCTYPE a>' c=\"'<!DOCTYPE\"/>", XmlVerdict::kAccepted},
+         {Case{"<?xml version=\"1.0\"?><!DOCTYPE a SYSTEM \"x\"><a/>", XmlVerdict::UnsafeDtd},
+          {"<!-- -- ><!-- --><!DOCTYPE a SYSTEM 'x'><a/>", XmlVerdict::UnsafeDtd},
+          {"<!--><!DOCTYPE a SYSTEM 'x'>--><a/>", XmlVerdict::Accepted},
+          {"<!---><!DOCTYPE a SYSTEM 'x'>--><a/>", XmlVerdict::Accepted},
+          {"<?a ?><!DOCTYPE a SYSTEM 'x'><a/>", XmlVerdict::UnsafeDtd},
+          {"<?a <!DOCTYPE a SYSTEM 'x'> ?><a/>", XmlVerdict::Accepted},
+          {"<a><!-- <!DOCTYPE a SYSTEM 'x'> --></a>", XmlVerdict::Accepted},
+          {"<a><![CDATA[<!DOCTYPE a SYSTEM 'x'>]]></a>", XmlVerdict::Accepted},
+          {"<a><![CDATA[]]]><!DOCTYPE a></a>", XmlVerdict::UnsafeDtd},
+          {"<a b='<!DOCTYPE a>' c=\"'<!DOCTYPE\"/>", XmlVerdict::Accepted},
           // Its own parts: what would be more than the document says has quotation marks.
-          {"<!DOCTYPE a><a b='c'/>", XmlVerdict::kAccepted},
-          {"<!DOCTYPE a [<!ELEMENT a (b|c)*><!ATTLIST a d CDATA #IMPLIED>]><a/>", XmlVerdict::kAccepted},
-          {"<!DOCTYPE a [<!-- it's ]> --><?b it's ]> ?>] ><a>'</a>", XmlVerdict::kAccepted},
-          {"<!DOCTYPE a [<!ENTITY b 'c'>]><a/>", XmlVerdict::kUnsafeDtd},
-          {"<!DOCTYPE a [<!ATTLIST a b CDATA \"c\">]><a/>", XmlVerdict::kUnsafeDtd},
-          {"<!DOCTYPE a [<!-- ]> <b c=' --><!ENTITY d \"e\"><!-- '> -->]><a/>", XmlVerdict::kUnsafeDtd},
-          {"<!DOCTYPE a [<![INCLUDE[]]><!ENTITY b 'c'>]><a/>", XmlVerdict::kUnsafeDtd},
-          {"<!DOCTYPE a [<b>]><a/>", XmlVerdict::kUnsafeDtd},
-          {"<!DOCTYPE a><!DOCTYPE a><a/>", XmlVerdict::kUnsafeDtd},
-          {"<a><!DOCTYPE a></a>", XmlVerdict::kUnsafeDtd},
-          {" \r\n\t<a/>", XmlVerdict::kAccepted},
-          {"", XmlVerdict::kAccepted},
-          {"no xml", XmlVerdict::kAccepted},  // the parser's to refuse
-          {"no xml <!DOCTYPE a SYSTEM 'x'>", XmlVerdict::kUnsafeDtd},
-          {"\x4C\x6F\xA7\x94", XmlVerdict::kUnreadable}}) {  // "<?xm" in EBCDIC
+          {"<!DOCTYPE a><a b='c'/>", XmlVerdict::Accepted},
+          {"<!DOCTYPE a [<!ELEMENT a (b|c)*><!ATTLIST a d CDATA #IMPLIED>]><a/>", XmlVerdict::Accepted},
+          {"<!DOCTYPE a [<!-- it's ]> --><?b it's ]> ?>] ><a>'</a>", XmlVerdict::Accepted},
+          {"<!DOCTYPE a [<!ENTITY b 'c'>]><a/>", XmlVerdict::UnsafeDtd},
+          {"<!DOCTYPE a [<!ATTLIST a b CDATA \"c\">]><a/>", XmlVerdict::UnsafeDtd},
+          {"<!DOCTYPE a [<!-- ]> <b c=' --><!ENTITY d \"e\"><!-- '> -->]><a/>", XmlVerdict::UnsafeDtd},
+          {"<!DOCTYPE a [<![INCLUDE[]]><!ENTITY b 'c'>]><a/>", XmlVerdict::UnsafeDtd},
+          {"<!DOCTYPE a [<b>]><a/>", XmlVerdict::UnsafeDtd},
+          {"<!DOCTYPE a><!DOCTYPE a><a/>", XmlVerdict::UnsafeDtd},
+          {"<a><!DOCTYPE a></a>", XmlVerdict::UnsafeDtd},
+          {" \r\n\t<a/>", XmlVerdict::Accepted},
+          {"", XmlVerdict::Accepted},
+          {"no xml", XmlVerdict::Accepted},  // the parser's to refuse
+          {"no xml <!DOCTYPE a SYSTEM 'x'>", XmlVerdict::UnsafeDtd},
+          {"\x4C\x6F\xA7\x94", XmlVerdict::Unreadable}}) {  // "<?xm" in EBCDIC
         CAPTURE(c.text);
         CHECK(Judge(c.text) == c.verdict);
         CHECK(Judge(c.text, 1) == c.verdict);
@@ -76,17 +76,17 @@ TEST_CASE("a DTD that quotes something is seen wherever it stands, and only wher
             if (c.text[0] == '<') CHECK(Judge(Wide(c.text, bigEndian, false), 1) == c.verdict);
         }
     }
-    CHECK(Judge("\xEF\xBB\xBF<!DOCTYPE a SYSTEM 'x'>") == XmlVerdict::kUnsafeDtd);
-    CHECK(Judge(std::string("<\0\0\0a\0\0\0", 8)) == XmlVerdict::kUnreadable);  // UTF-32
+    CHECK(Judge("\xEF\xBB\xBF<!DOCTYPE a SYSTEM 'x'>") == XmlVerdict::UnsafeDtd);
+    CHECK(Judge(std::string("<\0\0\0a\0\0\0", 8)) == XmlVerdict::Unreadable);  // UTF-32
 }
 
 TEST_CASE("depth counts open elements only") {
-    CHECK(Judge(Nested(XmlGuard::kMaximumDepth)) == XmlVerdict::kAccepted);
-    CHECK(Judge(Nested(XmlGuard::kMaximumDepth + 1)) == XmlVerdict::kTooDeep);
-    CHECK(Judge(Nested(100'000)) == XmlVerdict::kTooDeep);
-    const std::string model(XmlGuard::kMaximumDepth + 1, '(');
-    CHECK(Judge("<!DOCTYPE a [<!ELEMENT a " + model) == XmlVerdict::kTooDeep);
+    CHECK(Judge(Nested(XmlGuard::kMaxDepth)) == XmlVerdict::Accepted);
+    CHECK(Judge(Nested(XmlGuard::kMaxDepth + 1)) == XmlVerdict::TooDeep);
+    CHECK(Judge(Nested(100'000)) == XmlVerdict::TooDeep);
+    const std::string model(XmlGuard::kMaxDepth + 1, '(');
+    CHECK(Judge("<!DOCTYPE a [<!ELEMENT a " + model) == XmlVerdict::TooDeep);
     std::string siblings = "<!DOCTYPE a [<!ELEMENT a (b,(c)*)*>]><a>";
     for (int i = 0; i < 1000; ++i) siblings += "<b/><c d='/' ></c><!-- <e> -->";
-    CHECK(Judge(siblings + "</a>") == XmlVerdict::kAccepted);
+    CHECK(Judge(siblings + "</a>") == XmlVerdict::Accepted);
 }

@@ -58,7 +58,7 @@ UniqueWindow MakeWindow(int width, int height) {
                                       frame.right - frame.left, frame.bottom - frame.top, nullptr, nullptr,
                                       GetModuleHandleW(nullptr), nullptr));
     if (!window) {
-        throw ToolError{kExitNoCamera, "a window could not be made",
+        throw ToolError{ExitCode::NoCamera, "a window could not be made",
                         "run it where windows can be made: scripts/host.sh",
                         HRESULT_FROM_WIN32(GetLastError())};
     }
@@ -69,12 +69,12 @@ UniqueWindow MakeWindow(int width, int height) {
 Json SceneOf(const CameraOptions& options) {
     if (options.type == CAM_TYPE_IMAGER) {
         if (options.scene == "barcode" || options.scene == "page") return options.scene;
-        throw ToolError{kExitInvalidArgument, "the imager camera has no scene '" + options.scene + "'",
+        throw ToolError{ExitCode::InvalidArgument, "the imager camera has no scene '" + options.scene + "'",
                         "give barcode or page"};
     }
     if (options.scene == "chart") return options.scene;
     if (GetFileAttributesW(ToWide(options.scene).c_str()) == INVALID_FILE_ATTRIBUTES) {
-        throw ToolError{kExitInvalidArgument, "there is no scene '" + options.scene + "'",
+        throw ToolError{ExitCode::InvalidArgument, "there is no scene '" + options.scene + "'",
                         "give chart, or a picture file or .y4m film that exists"};
     }
     const bool isFilm = cam::SameExtension(cam::FileExtension(ToWide(options.scene).c_str()), L".y4m");
@@ -88,7 +88,7 @@ void SetScenario(const CameraOptions& options) {
     const size_t first = scenario.find_first_not_of(" \t\r\n");
     const bool isFile = first != std::string::npos && scenario[first] != '{';
     if (isFile && GetFileAttributesW(ToWide(scenario).c_str()) == INVALID_FILE_ATTRIBUTES) {
-        throw ToolError{kExitInvalidArgument, "there is no scenario file '" + scenario + "'",
+        throw ToolError{ExitCode::InvalidArgument, "there is no scenario file '" + scenario + "'",
                         "give a file that exists, or JSON text in braces"};
     }
     if (!options.scene.empty()) {
@@ -102,11 +102,11 @@ void SetScenario(const CameraOptions& options) {
 ExitCode ExitCodeFor(camResult result) {
     switch (result) {
         case camNotInitialised:
-            return kExitNoCamera;
+            return ExitCode::NoCamera;
         case camInvalidArgument:
-            return kExitInvalidArgument;
+            return ExitCode::InvalidArgument;
         default:
-            return result < 0 ? kExitNoCamera : kExitCaptureFailed;
+            return result < 0 ? ExitCode::NoCamera : ExitCode::CaptureFailed;
     }
 }
 
@@ -175,7 +175,7 @@ CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
     if (result != camOk) {
         camShutDown();
         if (result == E_INVALIDARG && !(options.scene.empty() && options.scenario.empty())) {
-            throw ToolError{kExitNoCamera, "bringing up the camera failed",
+            throw ToolError{ExitCode::NoCamera, "bringing up the camera failed",
                             "the device kit says above what is wrong with the scene or scenario; correct it",
                             result};
         }
@@ -226,7 +226,7 @@ void CameraSession::SkipFrames(long count) {
         const std::string frames = std::to_string(g_previewFrames) + " of " + std::to_string(count);
         ShowProgress("preview frame " + frames);
         if (Seconds() < deadline) continue;
-        throw ToolError{kExitTimeout,
+        throw ToolError{ExitCode::Timeout,
                         "only " + frames + " preview frames came within " + TimeoutText(options_),
                         "check the camera, or allow more time with --timeout"};
     }
@@ -243,7 +243,7 @@ double CameraSession::Snap(const std::wstring& file, int mode, const ocellus::Pi
     Require(text ? text->Snap(stillName_.c_str(), mode) : camSnapPicture(stillName_.c_str(), mode),
             "taking the picture '" + ToUtf8(file) + "'");
     if (!PumpUntil(options_.timeoutSeconds, [&] { return g_stillsReported != reportedBefore; })) {
-        throw ToolError{kExitTimeout,
+        throw ToolError{ExitCode::Timeout,
                         "the picture '" + ToUtf8(file) + "' was not reported within " + TimeoutText(options_),
                         options_.type == CAM_TYPE_IMAGER
                             ? "check that the file may be written, since this camera reports no failed "
@@ -283,7 +283,7 @@ void CameraSession::SelectResolution(Size size) {
         if ((" " + known + ",").find(" " + name + ",") == std::string::npos)
             known += (known.empty() ? "" : ", ") + name;
     }
-    throw ToolError{kExitInvalidArgument,
+    throw ToolError{ExitCode::InvalidArgument,
                     "--size " + std::to_string(size.width) + "x" + std::to_string(size.height) +
                         " is no still resolution of this camera",
                     "give one of " + known};

@@ -49,7 +49,7 @@ void Bench(const BenchOptions& options, bool asJson);
 // Throws ToolError when the library would find no settings file by this name, which may lack the extension.
 void RequireSettingsFile(const std::string& file);
 
-// "640x480"; throws ToolError with kExitUsage.
+// "640x480"; throws ToolError with ExitCode::Usage.
 Size ParseSize(const std::string& text);
 
 const char* FormatName(long formatCode);

@@ -12,45 +12,31 @@ namespace camctl {
 
 namespace {
 
+using cam::config::CameraSetting;
 using cam::config::CameraSettings;
+using cam::config::kCameraSettings;
 using cam::config::SettingsFile;
 using cam::config::SettingsFileType;
-using cam::config::SettingsRequest;
-using cam::config::SettingsStore;
+using cam::config::settingsStore;
 
-// In the order in which camInit applies them.
-struct Setting {
-    const wchar_t* key;
-    LONG CameraSettings::*field;
-    const char* sets;
-};
-constexpr Setting kSettings[] = {
-    {L"Brightness", &CameraSettings::brightness, "property 0"},
-    {L"Autofocus", &CameraSettings::autofocus, "property 15"},
-    {L"Flash", &CameraSettings::flash, "property 16"},
-    {L"Resolution", &CameraSettings::resolution, "still resolution"},
-    {L"Color", &CameraSettings::color, "property 6"},
-    {L"FocusMin", &CameraSettings::focusMinimum, "property 61"},
-    {L"FocusMax", &CameraSettings::focusMaximum, "property 60"},
-    {L"FocusStep", &CameraSettings::focusStep, "property 59"},
-    {L"FocusFixed", &CameraSettings::focusFixed, "property 62"},
-    {L"Zoom", &CameraSettings::zoom, "property 12"},
-};
-constexpr size_t kSettingCount = std::size(kSettings);
+std::string WhatItSets(const CameraSetting& setting) {
+    return setting.property == cam::config::kStillResolution ? "still resolution"
+                                                             : "property " + std::to_string(setting.property);
+}
 
 void RequireFile(const std::string& file) {
     const DWORD attributes = GetFileAttributesW(ToWide(file).c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY)) return;
-    throw ToolError{kExitInvalidArgument, "there is no file '" + file + "'", "check the path"};
+    throw ToolError{ExitCode::InvalidArgument, "there is no file '" + file + "'", "check the path"};
 }
 
 const char* TypeName(SettingsFileType type) {
     switch (type) {
-        case SettingsFileType::kXml:
+        case SettingsFileType::Xml:
             return "XML";
-        case SettingsFileType::kXmlBesideIni:
+        case SettingsFileType::XmlBesideIni:
             return "XML, with an .ini file beside it that is not read";
-        case SettingsFileType::kIni:
+        case SettingsFileType::Ini:
             return "INI";
     }
     return "unknown";
@@ -59,12 +45,11 @@ const char* TypeName(SettingsFileType type) {
 // As the library finds it: the path may lack its extension.
 SettingsFile FindSettingsFile(const std::string& file) {
     const std::wstring path = ToWide(file);
-    if (path.size() > SettingsFile::kMaximumPath) {
-        throw ToolError{kExitInvalidArgument, "the path '" + file + "' is longer than 260 characters",
+    if (path.size() > SettingsFile::kMaxPath) {
+        throw ToolError{ExitCode::InvalidArgument, "the path '" + file + "' is longer than 260 characters",
                         "move the file, or start in its folder"};
     }
-    SettingsFile found;
-    SettingsStore::Classify(path.c_str(), &found);
+    const SettingsFile found = settingsStore.Classify(path.c_str());
     RequireFile(ToUtf8(found.path));
     return found;
 }
@@ -81,14 +66,9 @@ void Settings(const std::string& file, const std::string& section, bool asJson) 
     CameraSettings settings;
     const CameraSettings defaults;
     const std::wstring wideSection = ToWide(section);
-    SettingsRequest requests[kSettingCount] = {};
-    for (size_t i = 0; i < kSettingCount; ++i) {
-        requests[i].section = wideSection.c_str();
-        requests[i].key = kSettings[i].key;
-        requests[i].destination = &(settings.*kSettings[i].field);
-    }
-    if (SettingsStore::ReadSettings(path.c_str(), requests, static_cast<int>(kSettingCount)) != 0) {
-        throw ToolError{kExitInvalidArgument,
+    auto requests = cam::config::RequestCameraSettings(wideSection.c_str(), settings);
+    if (settingsStore.ReadSettings(path.c_str(), requests) != 0) {
+        throw ToolError{ExitCode::InvalidArgument,
                         "'" + ToUtf8(found.path) + "' cannot be read as " + TypeName(found.type),
                         "check that it is a settings file: INI text, or XML without entities"};
     }
@@ -96,19 +76,21 @@ void Settings(const std::string& file, const std::string& section, bool asJson) 
     Json list = Json::array();
     std::string text = ToUtf8(found.path) + " (" + TypeName(found.type) + "), section " + section + "\n";
     bool anyFound = false;
-    for (size_t i = 0; i < kSettingCount; ++i) {
+    for (size_t i = 0; i < requests.size(); ++i) {
+        const CameraSetting& setting = kCameraSettings[i];
+        const std::string sets = WhatItSets(setting);
         const bool isFound = requests[i].found != 0;
         anyFound |= isFound;
-        const LONG value = settings.*kSettings[i].field;
-        const std::string key = ToUtf8(kSettings[i].key);
+        const LONG value = settings.*setting.field;
+        const std::string key = ToUtf8(setting.key);
         list.push_back({{"key", key},
                         {"value", value},
                         {"origin", isFound ? "file" : "default"},
-                        {"default", defaults.*kSettings[i].field},
-                        {"sets", kSettings[i].sets}});
+                        {"default", defaults.*setting.field},
+                        {"sets", sets}});
         char line[120];
         snprintf(line, sizeof line, "%-10s %6ld  %-8s (default %ld)  sets %s\n", key.c_str(), value,
-                 isFound ? "file" : "default", defaults.*kSettings[i].field, kSettings[i].sets);
+                 isFound ? "file" : "default", defaults.*setting.field, sets.c_str());
         text += line;
     }
     if (!anyFound) text += "nothing was found in this section: is its name right?\n";
@@ -126,7 +108,7 @@ void Profiles(const std::string& file, bool asJson) {
     wchar_t** slots = nullptr;
     camGetProfiles(ToWide(file).c_str(), &slots);
     if (!slots) {
-        throw ToolError{kExitInvalidArgument, "'" + file + "' has no list of profiles",
+        throw ToolError{ExitCode::InvalidArgument, "'" + file + "' has no list of profiles",
                         "it must be a ConfigDoc document with a section \"Profiles\" of at most 32 children"};
     }
     Json list = Json::array();

@@ -24,7 +24,7 @@ struct GreyPicture {
 
 void RequireDecoded(HRESULT result, const std::string& file) {
     if (SUCCEEDED(result)) return;
-    throw ToolError{kExitInvalidArgument, "'" + file + "' cannot be read as a picture",
+    throw ToolError{ExitCode::InvalidArgument, "'" + file + "' cannot be read as a picture",
                     "give a BMP, JPEG, PNG, GIF or TIFF file that exists", result};
 }
 
@@ -50,14 +50,14 @@ GreyPicture Decode(const std::string& file) {
     GreyPicture picture;
     RequireDecoded(frame->GetSize(&picture.width, &picture.height), file);
     // More white pixels do not fit the threshold's 32-bit sums.
-    constexpr UINT kMostPixels = 0xFFFFFFFF / 255;
+    constexpr UINT kMaxPixels = 0xFFFFFFFF / 255;
     if (picture.width > cam::tiff::kG4MaxWidth ||
-        static_cast<unsigned long long>(picture.width) * picture.height > kMostPixels) {
-        throw ToolError{kExitInvalidArgument,
+        static_cast<unsigned long long>(picture.width) * picture.height > kMaxPixels) {
+        throw ToolError{ExitCode::InvalidArgument,
                         "'" + file + "' has " + std::to_string(picture.width) + "x" +
                             std::to_string(picture.height) + " pixels",
                         "scale it down: at most " + std::to_string(cam::tiff::kG4MaxWidth) +
-                            " pixels wide and " + std::to_string(kMostPixels) + " pixels in all"};
+                            " pixels wide and " + std::to_string(kMaxPixels) + " pixels in all"};
     }
     picture.pixels.resize(static_cast<size_t>(picture.width) * picture.height);
     if (FAILED(CopyGrey(frame.get(), picture))) {
@@ -93,7 +93,7 @@ void Convert(const std::string& in, const std::string& out, int mode, bool asJso
     const std::wstring target = ToWide(out);
     CheckPictureName(target);
     if (cam::PictureFormatOf(target.c_str()) != cam::PictureFormat::Tiff) {
-        throw ToolError{kExitInvalidArgument, "'" + out + "' is not named .tif",
+        throw ToolError{ExitCode::InvalidArgument, "'" + out + "' is not named .tif",
                         "bilevel TIFF is all this writes: name it .tif"};
     }
     const GreyPicture grey = Decode(in);
@@ -110,7 +110,7 @@ void Convert(const std::string& in, const std::string& out, int mode, bool asJso
     const DWORD result = writer.Store();
     const double seconds = Seconds() - start;
     if (result != 0) {
-        throw ToolError{kExitNoValidFile,
+        throw ToolError{ExitCode::NoValidFile,
                         "'" + out + "' could not be written (code " + std::to_string(result) + ")",
                         "check that the disk has room and that the file and its folder may be written"};
     }

@@ -191,15 +191,15 @@ int wmain(int argc, wchar_t** argv) {
     arguments.asJson = std::find(words.begin(), words.end(), "--json") != words.end();
     try {
         app.parse(std::vector<std::string>(words));
-        return kExitOk;
+        return static_cast<int>(ExitCode::Ok);
     } catch (const CLI::CallForHelp& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
-        PrintError(arguments.asJson, {kExitUsage, Problem(app, error, words),
+        PrintError(arguments.asJson, {ExitCode::Usage, Problem(app, error, words),
                                       "camctl --help, or camctl COMMAND --help, shows what there is"});
-        return kExitUsage;
+        return static_cast<int>(ExitCode::Usage);
     } catch (const ToolError& error) {
         PrintError(arguments.asJson, error);
-        return error.exitCode;
+        return static_cast<int>(error.exitCode);
     }
 }

@@ -33,19 +33,19 @@ constexpr KnownFormat kFormats[] = {
     {cam::PictureFormat::Png, "PNG", "\x89PNG\r\n\x1A\n"sv, "IEND\xAE\x42\x60\x82"sv},
     {cam::PictureFormat::Tiff, "TIFF", "II*\0"sv, ""sv},
 };
-constexpr size_t kLongestMark = 8;
+constexpr size_t kMaxMark = 8;
 
 ToolError NoValidFile(const std::wstring& file, const std::string& why, const std::string& remedy) {
-    return {kExitNoValidFile, "the picture was reported, but '" + ToUtf8(file) + "' " + why, remedy};
+    return {ExitCode::NoValidFile, "the picture was reported, but '" + ToUtf8(file) + "' " + why, remedy};
 }
 
 std::string ReadAt(HANDLE handle, LONGLONG offset) {
-    std::string bytes(kLongestMark, '\0');
+    std::string bytes(kMaxMark, '\0');
     LARGE_INTEGER position;
     position.QuadPart = std::max<LONGLONG>(offset, 0);
     DWORD read = 0;
     if (!SetFilePointerEx(handle, position, nullptr, FILE_BEGIN) ||
-        !ReadFile(handle, bytes.data(), kLongestMark, &read, nullptr)) {
+        !ReadFile(handle, bytes.data(), kMaxMark, &read, nullptr)) {
         return {};
     }
     bytes.resize(read);
@@ -65,20 +65,20 @@ bool HasItsLength(const std::string& head, unsigned long long bytes) {
 void CheckPictureName(const std::wstring& file) {
     if (cam::PictureFormatOf(file.c_str()) == cam::PictureFormat::None) {
         throw ToolError{
-            kExitInvalidArgument,
+            ExitCode::InvalidArgument,
             "'" + ToUtf8(file) + "' has the extension '" + ToUtf8(cam::FileExtension(file.c_str())) + "'",
             "the extension chooses the format: give .bmp, .jpg, .png or .tif", camInvalidArgument};
     }
     const DWORD old = GetFileAttributesW(file.c_str());
     if (old != INVALID_FILE_ATTRIBUTES && (old & FILE_ATTRIBUTE_DIRECTORY)) {
-        throw ToolError{kExitInvalidArgument, "'" + ToUtf8(file) + "' is a folder", "give another name"};
+        throw ToolError{ExitCode::InvalidArgument, "'" + ToUtf8(file) + "' is a folder", "give another name"};
     }
     const size_t separator = file.find_last_of(L"\\/");
     if (separator == std::wstring::npos || separator == 0) return;
     const std::wstring folder = file.substr(0, separator);
     const DWORD attributes = GetFileAttributesW((folder + L"\\").c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-        throw ToolError{kExitInvalidArgument, "the folder '" + ToUtf8(folder) + "' does not exist",
+        throw ToolError{ExitCode::InvalidArgument, "the folder '" + ToUtf8(folder) + "' does not exist",
                         "make the folder first, or name another"};
     }
 }
@@ -111,7 +111,7 @@ PictureFile CheckPicture(const std::wstring& file, const FileMark& before, bool 
         throw NoValidFile(file, std::string("does not begin as a ") + format.name + " file does", remedy);
     }
     const std::string tail =
-        ReadAt(handle.get(), static_cast<LONGLONG>(after.size) - static_cast<LONGLONG>(kLongestMark));
+        ReadAt(handle.get(), static_cast<LONGLONG>(after.size) - static_cast<LONGLONG>(kMaxMark));
     if (!tail.ends_with(format.trailer) || (format.header == "BM" && !HasItsLength(head, after.size))) {
         throw NoValidFile(file, "is cut short", remedy);
     }

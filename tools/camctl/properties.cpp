@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include <ocellus/cam_properties.hpp>
+
 #include "commands.h"
 #include "text.h"
 
@@ -8,52 +10,18 @@ namespace camctl {
 
 namespace {
 
-struct PropertyName {
-    int id;
-    const char* name;
-    const char* unit;  // as the camera control and video processing sets define them; "" is a plain number
-};
-
-constexpr PropertyName kProperties[] = {
-    {0, "brightness", ""},
-    {1, "contrast", ""},
-    {2, "hue", "degrees x 100"},
-    {3, "saturation", ""},
-    {4, "sharpness", ""},
-    {5, "gamma", "x 100"},
-    {6, "color-enable", "0 or 1"},
-    {7, "white-balance", "kelvin"},
-    {8, "backlight-compensation", ""},
-    {9, "pan", "degrees"},
-    {10, "tilt", "degrees"},
-    {11, "roll", "degrees"},
-    {12, "zoom", ""},
-    {13, "exposure", "log2 seconds"},
-    {14, "iris", "f-stop x 10"},
-    {15, "focus", "millimetres"},
-    {16, "flash", ""},
-    {59, "focus-step", ""},
-    {60, "focus-maximum", ""},
-    {61, "focus-minimum", ""},
-    {62, "focus-fixed", ""},
-};
-
 std::string NameOf(int id) {
-    for (const PropertyName& property : kProperties) {
-        if (property.id == id) return property.name;
-    }
-    return "property-" + std::to_string(id);
+    const ocellus::PropertyName* const property = ocellus::FindProperty(id);
+    return property ? std::string(property->name) : "property-" + std::to_string(id);
 }
 
 // The imager's values are its own library's: units are known of the colour camera only.
-const char* UnitOf(int id) {
+std::string UnitOf(int id) {
     int type;
     camGetSelectedType(&type);
     if (type == CAM_TYPE_IMAGER && id != CAM_PROPERTY_COLOR_ENABLE) return "";
-    for (const PropertyName& property : kProperties) {
-        if (property.id == id) return property.unit;
-    }
-    return "";
+    const ocellus::PropertyName* const property = ocellus::FindProperty(id);
+    return property ? std::string(property->unit) : "";
 }
 
 bool ParseNumber(std::string_view text, long& number) {
@@ -63,9 +31,7 @@ bool ParseNumber(std::string_view text, long& number) {
 
 // A name, "property-N" or the number itself.
 int IdOf(const std::string& name) {
-    for (const PropertyName& property : kProperties) {
-        if (name == property.name) return property.id;
-    }
+    if (const auto* const property = ocellus::FindProperty(name)) return property->id;
     const std::string prefix = "property-";
     long id = 0;
     if (ParseNumber(name.starts_with(prefix) ? name.substr(prefix.size()) : name, id) && id >= 0 &&
@@ -73,9 +39,9 @@ int IdOf(const std::string& name) {
         return static_cast<int>(id);
     }
     std::string known;
-    for (const PropertyName& property : kProperties)
+    for (const ocellus::PropertyName& property : ocellus::kPropertyNames)
         known += (known.empty() ? "" : ", ") + std::string(property.name);
-    throw ToolError{kExitUsage, "there is no property '" + name + "'",
+    throw ToolError{ExitCode::Usage, "there is no property '" + name + "'",
                     "give a number from 0 to 80, or one of " + known};
 }
 
@@ -140,7 +106,7 @@ void Properties(const CameraOptions& options, bool asJson) {
         if (!hasValue && !range) continue;
         list.push_back(PropertyJson(id, range, hasValue, value, flags));
         char line[200];
-        snprintf(line, sizeof line, "%2d  %-23s %-14s %8s  %s\n", id, NameOf(id).c_str(), UnitOf(id),
+        snprintf(line, sizeof line, "%2d  %-23s %-14s %8s  %s\n", id, NameOf(id).c_str(), UnitOf(id).c_str(),
                  hasValue ? std::to_string(value).c_str() : "?",
                  (range ? RangeText(*range) + ", default " + std::to_string(range->defaultValue) + ", " +
                               FlagsText(range->flags)
@@ -158,7 +124,7 @@ void GetProperty(const CameraOptions& options, const std::string& name, bool asJ
     long value, flags;
     const camResult result = ReadValue(id, value, flags);
     if (result != camOk) {
-        throw ToolError{kExitInvalidArgument, "this camera does not tell property " + NameOf(id),
+        throw ToolError{ExitCode::InvalidArgument, "this camera does not tell property " + NameOf(id),
                         "'camctl props' lists those it has", result};
     }
     Json json = PropertyJson(id, RangeOf(id), true, value, flags);
@@ -173,24 +139,24 @@ void SetProperty(const CameraOptions& options, const std::string& assignment, bo
     if (isAuto) valueText.resize(valueText.size() - 5);
     const char* form = "write NAME=NUMBER or NAME=NUMBER,auto";
     if (equals == std::string::npos)
-        throw ToolError{kExitUsage, "'" + assignment + "' is no assignment", form};
+        throw ToolError{ExitCode::Usage, "'" + assignment + "' is no assignment", form};
     const int id = IdOf(assignment.substr(0, equals));
     long value = 0;
     if (!ParseNumber(valueText, value))
-        throw ToolError{kExitUsage, "'" + valueText + "' is no whole number of 32 bits", form};
+        throw ToolError{ExitCode::Usage, "'" + valueText + "' is no whole number of 32 bits", form};
     const CameraSession session(options);
     long current, flags;
     ReadValue(id, current, flags);
     const std::optional<Range> range = RangeOf(id);
     if (!range) {
-        throw ToolError{kExitInvalidArgument, "this camera does not have property " + NameOf(id),
+        throw ToolError{ExitCode::InvalidArgument, "this camera does not have property " + NameOf(id),
                         "'camctl props' lists those it has", camInvalidArgument};
     }
     const camResult result = camSetProperty(id, value, isAuto ? CAM_FLAG_AUTO : CAM_FLAG_MANUAL);
     if (result != camOk || value < range->minimum || value > range->maximum) {
         const std::string verdict =
             result == camOk ? " is out of range, and the camera took it all the same" : " was refused";
-        throw ToolError{kExitInvalidArgument, NameOf(id) + "=" + assignment.substr(equals + 1) + verdict,
+        throw ToolError{ExitCode::InvalidArgument, NameOf(id) + "=" + assignment.substr(equals + 1) + verdict,
                         "give " + RangeText(*range) + ", " + FlagsText(range->flags), result};
     }
     const bool hasValue = ReadValue(id, current, flags) == camOk;

@@ -13,7 +13,7 @@ Size ParseSize(const std::string& text) {
     char end = 0;
     if (sscanf(text.c_str(), "%ldx%ld%c", &size.width, &size.height, &end) != 2 || size.width <= 0 ||
         size.height <= 0) {
-        throw ToolError{kExitUsage, "--size '" + text + "' is no size",
+        throw ToolError{ExitCode::Usage, "--size '" + text + "' is no size",
                         "give width and height in pixels: --size 640x480"};
     }
     return size;
@@ -32,7 +32,8 @@ void Snap(const SnapOptions& options, bool asJson) {
     for (const std::string& file : options.files) {
         CheckPictureName(ToWide(file));
         if (isImager && FormatOf(file) == cam::PictureFormat::Tiff) {
-            throw ToolError{kExitInvalidArgument, "the imager camera stores no TIFF, as in '" + file + "'",
+            throw ToolError{ExitCode::InvalidArgument,
+                            "the imager camera stores no TIFF, as in '" + file + "'",
                             "it writes BMP: name it .bmp"};
         }
     }

@@ -62,7 +62,8 @@ Value ValueOf(const char* option, const std::string& name, const Named<Value> (&
         if (name == value.name) return value.value;
         known += (known.empty() ? "" : ", ") + std::string(value.name);
     }
-    throw ToolError{kExitUsage, std::string(option) + " '" + name + "' is not known", "give one of " + known};
+    throw ToolError{ExitCode::Usage, std::string(option) + " '" + name + "' is not known",
+                    "give one of " + known};
 }
 
 COLORREF ParseTextColor(const std::string& name) {
@@ -71,7 +72,7 @@ COLORREF ParseTextColor(const std::string& name) {
     if (name.size() == 7 && sscanf(name.c_str(), "#%2x%2x%2x%c", &red, &green, &blue, &end) == 3)
         return RGB(red, green, blue);
     if (name.starts_with('#'))
-        throw ToolError{kExitUsage, "--text-color '" + name + "' is no colour",
+        throw ToolError{ExitCode::Usage, "--text-color '" + name + "' is no colour",
                         "write #rrggbb in hexadecimal"};
     return ValueOf("--text-color", name, kColors);
 }
@@ -99,13 +100,13 @@ cam::UniqueFont MakeFont(const std::string& text) {
     const std::wstring wideName = ToWide(name);
     valid = valid && wideName.size() < LF_FACESIZE;
     if (!valid) {
-        throw ToolError{kExitUsage, "--font '" + text + "' is no font",
+        throw ToolError{ExitCode::Usage, "--font '" + text + "' is no font",
                         "write NAME,PIXELS and optionally ,bold and ,italic: --font \"DejaVu Sans,18,bold\""};
     }
     std::copy(wideName.begin(), wideName.end(), font.lfFaceName);
     cam::UniqueFont made(CreateFontIndirectW(&font));
     if (!made) {
-        throw ToolError{kExitInvalidArgument, "the system does not make the font '" + text + "'",
+        throw ToolError{ExitCode::InvalidArgument, "the system does not make the font '" + text + "'",
                         "choose another font or a smaller one"};
     }
     return made;
@@ -120,7 +121,7 @@ std::string Now(const std::string& pattern) {
     const time_t now = time(nullptr);
     std::array<char, 256> text;
     if (strftime(text.data(), text.size(), pattern.c_str(), localtime(&now)) == 0) {
-        throw ToolError{kExitUsage, "--stamp '" + pattern + "' gives no text of at most 255 bytes",
+        throw ToolError{ExitCode::Usage, "--stamp '" + pattern + "' gives no text of at most 255 bytes",
                         "write a pattern such as \"%Y-%m-%d %H:%M:%S\""};
     }
     return text.data();

@@ -138,8 +138,10 @@ void PrintError(bool asJson, const ToolError& error) {
     if (!error.remedy.empty()) text += "\n  remedy: " + error.remedy;
     Write(stderr, text + "\n");
     if (!asJson) return;
-    Json value = {
-        {"ok", false}, {"exitCode", error.exitCode}, {"problem", error.problem}, {"remedy", error.remedy}};
+    Json value = {{"ok", false},
+                  {"exitCode", static_cast<int>(error.exitCode)},
+                  {"problem", error.problem},
+                  {"remedy", error.remedy}};
     if (error.result != 0) value["result"] = ResultText(error.result);
     PrintResult(true, value, "");
 }

@@ -5,14 +5,14 @@
 
 namespace camctl {
 
-enum ExitCode {
-    kExitOk = 0,
-    kExitUsage = 2,            // the command line itself
-    kExitNoCamera = 3,         // the camera could not be brought up
-    kExitInvalidArgument = 4,  // a value that the camera or the library refuses
-    kExitCaptureFailed = 5,    // preview or the still picture could not be started
-    kExitTimeout = 6,          // the camera did not answer in time
-    kExitNoValidFile = 7       // the picture was reported, but there is no valid file
+enum class ExitCode : int {
+    Ok = 0,
+    Usage = 2,            // the command line itself
+    NoCamera = 3,         // the camera could not be brought up
+    InvalidArgument = 4,  // a value that the camera or the library refuses
+    CaptureFailed = 5,    // preview or the still picture could not be started
+    Timeout = 6,          // the camera did not answer in time
+    NoValidFile = 7       // the picture was reported, but there is no valid file
 };
 
 struct ToolError {

@@ -7,7 +7,7 @@ namespace {
 
 constexpr COLORREF kColorMask = 0x00FFFFFF;
 constexpr wchar_t kImagerLibrary[] = L"Imvoxa.dll";
-constexpr DWORD kLongestPath = 32768;  // characters
+constexpr DWORD kMaxPath = 32768;  // characters
 
 // The folder of the module that holds this code, with a backslash at its end; empty when the system does not
 // say.
@@ -18,8 +18,8 @@ std::wstring OwnFolder() {
             reinterpret_cast<const wchar_t*>(&LoadImagerLibrary), &module)) {
         return {};
     }
-    std::wstring path(kLongestPath, L'\0');
-    path.resize(GetModuleFileNameW(module, path.data(), kLongestPath));
+    std::wstring path(kMaxPath, L'\0');
+    path.resize(GetModuleFileNameW(module, path.data(), kMaxPath));
     return path.substr(0, path.find_last_of(L'\\') + 1);
 }
 

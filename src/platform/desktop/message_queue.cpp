@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/lock.h"
 #include "base/unique_resource.h"
 #include "platform/platform.h"
 
@@ -21,18 +22,11 @@ struct MessageQueue {
     std::deque<std::vector<BYTE>> messages;
 };
 
-SRWLOCK queuesLock = SRWLOCK_INIT;
-std::vector<std::unique_ptr<MessageQueue>> queues;  // guarded by queuesLock
+using Queues = std::vector<std::unique_ptr<MessageQueue>>;
 
-class Locked {
-  public:
-    Locked() { AcquireSRWLockExclusive(&queuesLock); }
-    ~Locked() { ReleaseSRWLockExclusive(&queuesLock); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
-};
+Guarded<Queues> allQueues;
 
-auto Find(HANDLE handle) {
+auto Find(Queues& queues, HANDLE handle) {
     return std::find_if(queues.begin(), queues.end(),
                         [=](const auto& queue) { return queue->handle == handle; });
 }
@@ -47,18 +41,18 @@ HANDLE CreateMsgQueue(const wchar_t* name, MSGQUEUEOPTIONS* options) {
     }
     UniqueHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     if (!event) return nullptr;
-    const Locked locked;
+    const auto queues = allQueues.Locked();
     // An entry with this number belonged to a queue whose handle was closed with CloseHandle.
-    if (const auto stale = Find(event.get()); stale != queues.end()) queues.erase(stale);
-    queues.push_back(std::make_unique<MessageQueue>(
+    if (const auto stale = Find(*queues, event.get()); stale != queues->end()) queues->erase(stale);
+    queues->push_back(std::make_unique<MessageQueue>(
         MessageQueue{event.get(), options->dwMaxMessages, options->cbMaxMessage, {}}));
     return event.release();
 }
 
 BOOL WriteMsgQueue(HANDLE handle, const void* message, DWORD size) {
-    const Locked locked;
-    const auto found = Find(handle);
-    if (found == queues.end()) return FALSE;
+    const auto queues = allQueues.Locked();
+    const auto found = Find(*queues, handle);
+    if (found == queues->end()) return FALSE;
     MessageQueue& queue = **found;
     if (queue.messages.size() >= queue.maximumMessages || size > queue.maximumSize) return FALSE;
     const auto* bytes = static_cast<const BYTE*>(message);
@@ -70,9 +64,9 @@ BOOL ReadMsgQueue(HANDLE handle, void* buffer, DWORD bufferSize, DWORD* bytesRea
                   DWORD* flags) {
     const DWORD waited = WaitForSingleObject(handle, timeoutMs);
     if (waited == WAIT_FAILED) return FALSE;
-    const Locked locked;
-    const auto found = Find(handle);
-    if (found == queues.end()) {
+    const auto queues = allQueues.Locked();
+    const auto found = Find(*queues, handle);
+    if (found == queues->end()) {
         SetLastError(ERROR_INVALID_HANDLE);
         return FALSE;
     }
@@ -95,13 +89,13 @@ BOOL ReadMsgQueue(HANDLE handle, void* buffer, DWORD bufferSize, DWORD* bytesRea
 }
 
 BOOL CloseMsgQueue(HANDLE handle) {
-    const Locked locked;
-    const auto found = Find(handle);
-    if (found == queues.end()) {
+    const auto queues = allQueues.Locked();
+    const auto found = Find(*queues, handle);
+    if (found == queues->end()) {
         SetLastError(ERROR_INVALID_HANDLE);
         return FALSE;
     }
-    queues.erase(found);
+    queues->erase(found);
     return CloseHandle(handle);
 }
 

@@ -4,8 +4,11 @@
 #include "platform/platform.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 #include <vector>
 
+#include "base/lock.h"
 #include "base/message_wait.h"
 #include "base/unique_resource.h"
 #include "platform/desktop/message_queue.h"
@@ -27,29 +30,21 @@ struct Registration {
     HANDLE queue;
 };
 
-// Held while the window's thread is brought up or taken down; that thread never takes it.
-SRWLOCK threadLock = SRWLOCK_INIT;
-UniqueHandle windowThread;  // guarded by threadLock
-DWORD windowThreadId = 0;   // guarded by threadLock
-
-SRWLOCK registrationsLock = SRWLOCK_INIT;
-std::vector<Registration*> registrations;  // guarded by registrationsLock
-
-class Locked {
-  public:
-    explicit Locked(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }
-    ~Locked() { ReleaseSRWLockExclusive(&lock_); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
-
-  private:
-    SRWLOCK& lock_;
+struct WindowThread {
+    UniqueHandle handle;
+    DWORD id = 0;
 };
+
+// Held while the window's thread is brought up or taken down; that thread never takes it.
+Guarded<WindowThread> theThread;
+
+using Registrations = std::vector<std::unique_ptr<Registration>>;
+Guarded<Registrations> theRegistrations;
 
 void TellEverybody() {
     const PowerBroadcast resume = {kPowerResume, 0, 0, {0}};
-    const Locked locked(registrationsLock);
-    for (const Registration* registration : registrations) {
+    const auto registrations = theRegistrations.Locked();
+    for (const auto& registration : *registrations) {
         WriteMsgQueue(registration->queue, &resume, sizeof resume);
     }
 }
@@ -69,7 +64,7 @@ HINSTANCE OwnModule() {
 
 // Creates the window, reports, and serves it until WM_QUIT. The class goes with the window: the library may
 // be unloaded and loaded elsewhere.
-DWORD WINAPI WindowThread(void* argument) {
+DWORD WINAPI ServeWindow(void* argument) {
     const HANDLE ready = argument;
     WNDCLASSW windowClass = {};
     windowClass.lpfnWndProc = WindowProcedure;
@@ -88,18 +83,18 @@ DWORD WINAPI WindowThread(void* argument) {
     return window ? 0 : 1;
 }
 
-// With threadLock held. False: there is no window.
-bool StartWindowThread() {
+// False: there is no window.
+bool Start(WindowThread& thread) {
     const UniqueHandle ready(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     if (!ready) return false;
-    UniqueHandle thread(CreateThread(nullptr, 0, WindowThread, ready.get(), 0, &windowThreadId));
-    if (!thread) return false;
-    const HANDLE either[] = {ready.get(), thread.get()};
+    UniqueHandle handle(CreateThread(nullptr, 0, ServeWindow, ready.get(), 0, &thread.id));
+    if (!handle) return false;
+    const HANDLE either[] = {ready.get(), handle.get()};
     if (WaitForMultipleObjects(2, either, FALSE, INFINITE) != WAIT_OBJECT_0) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return false;
     }
-    windowThread = std::move(thread);
+    thread.handle = std::move(handle);
     return true;
 }
 
@@ -110,26 +105,26 @@ HANDLE RequestPowerNotifications(HANDLE queue, DWORD flags) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    const Locked starting(threadLock);
-    if (!windowThread && !StartWindowThread()) return nullptr;
-    const Locked locked(registrationsLock);
-    registrations.push_back(new Registration{queue});
-    return registrations.back();
+    const auto thread = theThread.Locked();
+    if (!thread->handle && !Start(*thread)) return nullptr;
+    const auto registrations = theRegistrations.Locked();
+    registrations->push_back(std::make_unique<Registration>(Registration{queue}));
+    return registrations->back().get();
 }
 
 DWORD StopPowerNotifications(HANDLE notification) {
-    const Locked stopping(threadLock);
+    const auto thread = theThread.Locked();
     {
-        const Locked locked(registrationsLock);
-        const auto found = std::find(registrations.begin(), registrations.end(), notification);
-        if (found == registrations.end()) return ERROR_INVALID_HANDLE;
-        delete *found;
-        registrations.erase(found);
-        if (!registrations.empty()) return ERROR_SUCCESS;
+        const auto registrations = theRegistrations.Locked();
+        const auto found = std::find_if(registrations->begin(), registrations->end(),
+                                        [=](const auto& one) { return one.get() == notification; });
+        if (found == registrations->end()) return ERROR_INVALID_HANDLE;
+        registrations->erase(found);
+        if (!registrations->empty()) return ERROR_SUCCESS;
     }
-    PostThreadMessageW(windowThreadId, WM_QUIT, 0, 0);
-    WaitLettingSentMessagesIn(windowThread.get());
-    windowThread.reset();
+    PostThreadMessageW(thread->id, WM_QUIT, 0, 0);
+    WaitLettingSentMessagesIn(thread->handle.get());
+    thread->handle.reset();
     return ERROR_SUCCESS;
 }
 
