@@ -32,9 +32,7 @@ struct TiffKernels {
     EncodeG4Kernel* encodeG4;
 };
 
-extern const KernelTable<TiffKernels> kTiffKernels;
-
-// What stands in the table.
+// What stands in the table below.
 
 ThresholdKernel ThresholdPlain;  // pixel by pixel, over an integral image kept in a ring of rows
 ThresholdKernel ThresholdWord;   // whole numbers only
@@ -49,5 +47,35 @@ ThresholdKernel ThresholdAvx2;
 PackPixelsKernel PackPixelsSse2;
 EncodeG4Kernel EncodeG4Sse2;  // 64-bit processors only
 #endif
+
+inline constexpr uint32_t kAnySide = UINT32_MAX;
+inline constexpr uint32_t kMaxFloatSide = 255;  // every sum is below 2^24, and so the same number as a float
+inline constexpr uint32_t kMaxSignedSide = 2901;  // every sum is below 2^31, and so a signed number
+
+inline constexpr TiffKernels kPlainTiffKernels = {ThresholdPlain, kAnySide, PackPixelsPlain, EncodeG4Plain};
+inline constexpr TiffKernels kWordTiffKernels = {ThresholdWord, kMaxFloatSide, PackPixelsWord, EncodeG4Word};
+
+#ifdef CAM_VECTOR_KERNELS
+// Wider vectors or newer instructions make neither packing nor coding faster; coding wants 64-bit words.
+#ifdef __x86_64__
+inline constexpr EncodeG4Kernel* kVectorEncodeG4 = EncodeG4Sse2;
+#else
+inline constexpr EncodeG4Kernel* kVectorEncodeG4 = EncodeG4Word;
+#endif
+inline constexpr TiffKernels kSse2TiffKernels = {ThresholdSse2, kMaxSignedSide, PackPixelsSse2,
+                                                 kVectorEncodeG4};
+inline constexpr TiffKernels kAvx2TiffKernels = {ThresholdAvx2, kMaxSignedSide, PackPixelsSse2,
+                                                 kVectorEncodeG4};
+#endif
+
+// A constant, so that a build which can choose at compile time holds no kernel but the chosen one.
+inline constexpr KernelTable<TiffKernels> kTiffKernels = {{
+    &kPlainTiffKernels,
+    &kWordTiffKernels,
+#ifdef CAM_VECTOR_KERNELS
+    &kSse2TiffKernels,
+    &kAvx2TiffKernels,
+#endif
+}};
 
 }  // namespace cam::tiff

@@ -23,8 +23,6 @@ struct PixelKernels {
     void (*rgb565RowToRgb888)(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width);
 };
 
-extern const KernelTable<PixelKernels> kPixelKernels;
-
 // The sets of the table. The plain one also does what the others leave over at the end of a row.
 extern const PixelKernels kPlainPixelKernels;
 extern const PixelKernels kWordPixelKernels;
@@ -32,5 +30,15 @@ extern const PixelKernels kWordPixelKernels;
 extern const PixelKernels kSse2PixelKernels;
 extern const PixelKernels kAvx2PixelKernels;
 #endif
+
+// A constant, so that a build which can choose at compile time holds no kernel but the chosen one.
+inline constexpr KernelTable<PixelKernels> kPixelKernels = {{
+    &kPlainPixelKernels,
+    &kWordPixelKernels,
+#ifdef CAM_VECTOR_KERNELS
+    &kSse2PixelKernels,
+    &kAvx2PixelKernels,
+#endif
+}};
 
 }  // namespace cam::still
