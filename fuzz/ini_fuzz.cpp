@@ -89,7 +89,7 @@ void Judge(const uint8_t* data, size_t size) {
     whole.AddBytes({data, size});
     XmlGuard pieces;
     for (size_t i = 0; i < size; i += 3) pieces.AddBytes({data + i, std::min<size_t>(3, size - i)});
-    Require(whole.verdict() == pieces.verdict());
+    Require(whole.Verdict() == pieces.Verdict());
 }
 
 }  // namespace

@@ -27,37 +27,37 @@ class Bstr : public UniqueResource<BSTR, SysFreeString> {
 
 class Variant {
   public:
-    Variant() { VariantInit(&value_); }
+    Variant() { VariantInit(&value); }
     // A string. Throws HresultError.
     explicit Variant(const wchar_t* text) : Variant() { Adopt(Bstr(text)); }
     Variant(const Variant&) = delete;
     Variant& operator=(const Variant&) = delete;
-    ~Variant() { VariantClear(&value_); }
+    ~Variant() { VariantClear(&value); }
 
-    VARIANT& get() { return value_; }
-    const VARIANT& get() const { return value_; }
+    VARIANT& get() { return value; }
+    const VARIANT& get() const { return value; }
 
     // For functions that hand out a value; what was held is freed first.
     VARIANT* put() {
-        VariantClear(&value_);
-        return &value_;
+        VariantClear(&value);
+        return &value;
     }
 
     // Becomes that string.
     void Adopt(Bstr string) {
-        VARIANT& value = *put();
+        put();
         V_BSTR(&value) = string.release();
         V_VT(&value) = VT_BSTR;
     }
 
     // The text of a string, else null.
     const wchar_t* text() const {
-        if (V_VT(&value_) != VT_BSTR) return nullptr;
-        return V_BSTR(&value_) ? V_BSTR(&value_) : L"";
+        if (V_VT(&value) != VT_BSTR) return nullptr;
+        return V_BSTR(&value) ? V_BSTR(&value) : L"";
     }
 
   private:
-    VARIANT value_;
+    VARIANT value;
 };
 
 }  // namespace cam

@@ -12,48 +12,48 @@ class ComPtr {
   public:
     ComPtr() = default;
     ComPtr(std::nullptr_t) {}
-    explicit ComPtr(T* borrowed) : pointer_(borrowed) {
-        if (pointer_) pointer_->AddRef();
+    explicit ComPtr(T* borrowed) : pointer(borrowed) {
+        if (pointer) pointer->AddRef();
     }
-    ComPtr(const ComPtr& other) : ComPtr(other.pointer_) {}
-    ComPtr(ComPtr&& other) noexcept : pointer_(std::exchange(other.pointer_, nullptr)) {}
+    ComPtr(const ComPtr& other) : ComPtr(other.pointer) {}
+    ComPtr(ComPtr&& other) noexcept : pointer(std::exchange(other.pointer, nullptr)) {}
     ~ComPtr() { reset(); }
 
     ComPtr& operator=(ComPtr other) noexcept {
-        std::swap(pointer_, other.pointer_);
+        std::swap(pointer, other.pointer);
         return *this;
     }
 
-    T* get() const { return pointer_; }
-    T* operator->() const { return pointer_; }
-    explicit operator bool() const { return pointer_ != nullptr; }
+    T* get() const { return pointer; }
+    T* operator->() const { return pointer; }
+    explicit operator bool() const { return pointer != nullptr; }
 
     // Empty before the interface is released, so that a callback during Release finds nothing here.
     void reset() {
-        if (T* old = std::exchange(pointer_, nullptr)) old->Release();
+        if (T* old = std::exchange(pointer, nullptr)) old->Release();
     }
 
     // Takes over a reference that the caller owns.
     void attach(T* owned) {
         reset();
-        pointer_ = owned;
+        pointer = owned;
     }
-    T* detach() { return std::exchange(pointer_, nullptr); }
+    T* detach() { return std::exchange(pointer, nullptr); }
 
     // For functions that hand out a reference; what was held is released first.
     T** put() {
         reset();
-        return &pointer_;
+        return &pointer;
     }
     void** putVoid() { return reinterpret_cast<void**>(put()); }
 
     template <typename U>
     HRESULT QueryTo(ComPtr<U>& out) const {
-        return pointer_->QueryInterface(__uuidof(U), out.putVoid());
+        return pointer->QueryInterface(__uuidof(U), out.putVoid());
     }
 
   private:
-    T* pointer_ = nullptr;
+    T* pointer = nullptr;
 };
 
 }  // namespace cam

@@ -25,8 +25,8 @@ class UniqueResource {
     }
 
     UniqueResource() = default;
-    explicit UniqueResource(Type owned) : value_(owned) {}
-    UniqueResource(UniqueResource&& other) noexcept : value_(other.release()) {}
+    explicit UniqueResource(Type owned) : value(owned) {}
+    UniqueResource(UniqueResource&& other) noexcept : value(other.release()) {}
     UniqueResource& operator=(UniqueResource&& other) noexcept {
         if (this != &other) reset(other.release());
         return *this;
@@ -35,12 +35,12 @@ class UniqueResource {
     UniqueResource& operator=(const UniqueResource&) = delete;
     ~UniqueResource() { reset(); }
 
-    Type get() const { return value_; }
-    explicit operator bool() const { return value_ != Empty(); }
-    Type release() { return std::exchange(value_, Empty()); }
+    Type get() const { return value; }
+    explicit operator bool() const { return value != Empty(); }
+    Type release() { return std::exchange(value, Empty()); }
 
     void reset(Type owned = Empty()) {
-        const Type old = std::exchange(value_, owned);
+        const Type old = std::exchange(value, owned);
         if (old == Empty()) return;
         const DWORD error = GetLastError();
         kClose(old);
@@ -50,11 +50,11 @@ class UniqueResource {
     // For functions that hand out a resource; what was held is closed first.
     Type* put() {
         reset();
-        return &value_;
+        return &value;
     }
 
   private:
-    Type value_ = Empty();
+    Type value = Empty();
 };
 
 using UniqueHandle = UniqueResource<HANDLE, CloseHandle>;  // null when absent: events, threads

@@ -56,7 +56,7 @@ XmlGuard JudgeFile(const wchar_t* fileName) {
     // What cannot be read is left to the parser, which has a reason for it.
     unsigned char block[kReadBlock];
     DWORD count = 0;
-    while (file && guard.verdict() == XmlVerdict::Accepted &&
+    while (file && guard.Verdict() == XmlVerdict::Accepted &&
            ReadFile(file.get(), block, kReadBlock, &count, nullptr) && count > 0) {
         guard.AddBytes({block, count});
     }
@@ -65,7 +65,7 @@ XmlGuard JudgeFile(const wchar_t* fileName) {
 
 XmlGuard JudgeText(const wchar_t* text) {
     XmlGuard guard;
-    for (; *text && guard.verdict() == XmlVerdict::Accepted; ++text) guard.AddUnit(*text);
+    for (; *text && guard.Verdict() == XmlVerdict::Accepted; ++text) guard.AddUnit(*text);
     return guard;
 }
 
@@ -93,7 +93,7 @@ ConfigDocument Finish(ConfigDocument document, bool isLoaded, const XmlGuard& gu
         return {};
     }
     // One that the guard did not see slipped through in an encoding of its own.
-    if (HasDocumentType(document.get()) && !guard.hasDtd()) {
+    if (HasDocumentType(document.get()) && !guard.HasDtd()) {
         WriteError(error, format, E_FAIL, DescribeVerdict(XmlVerdict::UnsafeDtd));
         return {};
     }
@@ -129,8 +129,8 @@ ConfigDocument ConfigDocument::LoadXMLDocument(const wchar_t* fileName, std::spa
     ConfigDocument document = CreateDocument();
     if (!document) return {};
     const XmlGuard guard = JudgeFile(fileName);
-    if (guard.verdict() != XmlVerdict::Accepted) {
-        WriteError(error, kFormat, E_FAIL, DescribeVerdict(guard.verdict()));
+    if (guard.Verdict() != XmlVerdict::Accepted) {
+        WriteError(error, kFormat, E_FAIL, DescribeVerdict(guard.Verdict()));
         return {};
     }
     VARIANT_BOOL isLoaded = VARIANT_FALSE;
@@ -146,8 +146,8 @@ ConfigDocument ConfigDocument::LoadXMLString(const wchar_t* text, std::span<wcha
         return {};
     }
     const XmlGuard guard = JudgeText(text ? text : L"");
-    if (guard.verdict() != XmlVerdict::Accepted) {
-        WriteError(error, kFormat, E_FAIL, DescribeVerdict(guard.verdict()));
+    if (guard.Verdict() != XmlVerdict::Accepted) {
+        WriteError(error, kFormat, E_FAIL, DescribeVerdict(guard.Verdict()));
         return {};
     }
     VARIANT_BOOL isLoaded = VARIANT_FALSE;
@@ -177,21 +177,21 @@ bool ConfigDocument::SaveXMLDocument(const wchar_t* fileName, std::span<wchar_t>
         WriteError(error, L"File %ls is read-only", fileName);
         return false;
     }
-    const HRESULT result = document_->save(Variant(fileName).get());
+    const HRESULT result = document->save(Variant(fileName).get());
     if (FAILED(result)) WriteError(error, L"XML Save error %d", result);
     return SUCCEEDED(result);
 }
 
 ConfigNode ConfigDocument::GetDocElement() const {
     ComPtr<IXMLDOMElement> element;
-    if (!document_ || FAILED(document_->get_documentElement(element.put()))) return {};
+    if (!document || FAILED(document->get_documentElement(element.put()))) return {};
     const ConfigNode root(element.get());
     return root.IsConfigDoc() ? root : ConfigNode();
 }
 
 ConfigNode ConfigDocument::InitNewDocument(const wchar_t* name) const {
     ComPtr<IXMLDOMElement> existing;
-    if (!document_ || FAILED(document_->get_documentElement(existing.put())) || existing) return {};
+    if (!document || FAILED(document->get_documentElement(existing.put())) || existing) return {};
     const ConfigNode root = AppendElement(get(), get(), kConfigDocElement, name);
     if (!root) return {};
     const ConfigNode reserved = AppendElement(get(), root.get(), kReservedElement, nullptr);

@@ -13,9 +13,9 @@ class ConfigDocument {
   public:
     ConfigDocument() = default;
 
-    explicit operator bool() const { return static_cast<bool>(document_); }
-    IXMLDOMDocument* get() const { return document_.get(); }
-    IXMLDOMDocument* release() { return document_.detach(); }
+    explicit operator bool() const { return static_cast<bool>(document); }
+    IXMLDOMDocument* get() const { return document.get(); }
+    IXMLDOMDocument* release() { return document.detach(); }
 
     // An empty document, or none. Initialises COM for the process the first time.
     static ConfigDocument CreateDocument();
@@ -28,7 +28,7 @@ class ConfigDocument {
     // In the C library's multibyte encoding.
     static ConfigDocument LoadXMLString(const char* text, std::span<wchar_t> error);
     bool SaveXMLDocument(const wchar_t* fileName, std::span<wchar_t> error) const;
-    void ReleaseDocument() { document_.reset(); }
+    void ReleaseDocument() { document.reset(); }
 
     // The document element if it is a ConfigDoc.
     ConfigNode GetDocElement() const;
@@ -38,9 +38,9 @@ class ConfigDocument {
     ConfigNode InitNewDocument(const wchar_t* name) const;
 
   private:
-    explicit ConfigDocument(ComPtr<IXMLDOMDocument> document) : document_(std::move(document)) {}
+    explicit ConfigDocument(ComPtr<IXMLDOMDocument> owned) : document(std::move(owned)) {}
 
-    ComPtr<IXMLDOMDocument> document_;
+    ComPtr<IXMLDOMDocument> document;
 };
 
 }  // namespace cam::config

@@ -26,8 +26,8 @@ ConfigNode AppendElement(IXMLDOMDocument* owner, IXMLDOMNode* parent, const wcha
 
 // A deleted child of that name, brought back.
 ConfigNode ConfigNode::Revive(const wchar_t* element, const wchar_t* name) const {
-    const ConfigNode node = FindChild(element, name, true);
-    return node && node.Undelete() ? node : ConfigNode();
+    const ConfigNode found = FindChild(element, name, true);
+    return found && found.Undelete() ? found : ConfigNode();
 }
 
 ConfigNode ConfigNode::FirstText() const {
@@ -38,13 +38,13 @@ ConfigNode ConfigNode::FirstText() const {
 
 ConfigNode ConfigNode::FirstChild() const {
     ConfigNode child;
-    if (node_ && FAILED(node_->get_firstChild(child.put()))) return {};
+    if (node && FAILED(node->get_firstChild(child.put()))) return {};
     return child;
 }
 
 ConfigNode ConfigNode::NextSibling() const {
     ConfigNode next;
-    if (node_ && FAILED(node_->get_nextSibling(next.put()))) return {};
+    if (node && FAILED(node->get_nextSibling(next.put()))) return {};
     return next;
 }
 

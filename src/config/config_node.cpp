@@ -27,15 +27,14 @@ bool ReadAttribute(IXMLDOMNode* node, const wchar_t* attribute, Variant* value) 
 
 bool ConfigNode::IsElementNamed(const wchar_t* name) const {
     DOMNodeType type = NODE_INVALID;
-    if (!node_ || FAILED(node_->get_nodeType(&type)) || type != NODE_ELEMENT) return false;
+    if (!node || FAILED(node->get_nodeType(&type)) || type != NODE_ELEMENT) return false;
     Bstr nodeName;
-    return SUCCEEDED(node_->get_nodeName(nodeName.put())) && wcscmp(nodeName.text(), name) == 0;
+    return SUCCEEDED(node->get_nodeName(nodeName.put())) && wcscmp(nodeName.text(), name) == 0;
 }
 
 bool ConfigNode::IsTextNode() const {
     DOMNodeType type = NODE_INVALID;
-    return node_ && SUCCEEDED(node_->get_nodeType(&type)) &&
-           (type == NODE_TEXT || type == NODE_CDATA_SECTION);
+    return node && SUCCEEDED(node->get_nodeType(&type)) && (type == NODE_TEXT || type == NODE_CDATA_SECTION);
 }
 
 UniqueText ConfigNode::GetAttribute(const wchar_t* attribute) const {

@@ -35,13 +35,13 @@ inline constexpr int kFlagField = 0x300;
 class ConfigNode {
   public:
     ConfigNode() = default;
-    explicit ConfigNode(IXMLDOMNode* borrowed) : node_(borrowed) {}
+    explicit ConfigNode(IXMLDOMNode* borrowed) : node(borrowed) {}
 
-    explicit operator bool() const { return static_cast<bool>(node_); }
-    IXMLDOMNode* get() const { return node_.get(); }
+    explicit operator bool() const { return static_cast<bool>(node); }
+    IXMLDOMNode* get() const { return node.get(); }
 
     // For functions that hand out a node.
-    IXMLDOMNode** put() { return node_.put(); }
+    IXMLDOMNode** put() { return node.put(); }
 
     // ---- Questions, in config_node.cpp ----
 
@@ -125,7 +125,7 @@ class ConfigNode {
     ConfigNode Revive(const wchar_t* element, const wchar_t* name) const;
     ConfigNode FirstText() const;
 
-    ComPtr<IXMLDOMNode> node_;
+    ComPtr<IXMLDOMNode> node;
 };
 
 // Appends a new element, with a `name` attribute if one is given.

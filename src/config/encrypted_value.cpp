@@ -66,12 +66,12 @@ bool StoreMultibyte(std::span<const BYTE> bytes, wchar_t* destination, int lengt
 }  // namespace
 
 bool ValueCipher::Open(const wchar_t* passPhrase, DWORD keyBits) {
-    if (!CryptAcquireContextW(provider_.put(), nullptr, kProvider, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT))
+    if (!CryptAcquireContextW(provider.put(), nullptr, kProvider, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT))
         return false;
     if (!DeriveKey(passPhrase, keyBits)) return false;
     DWORD bits = 0;
     DWORD size = sizeof bits;
-    return CryptGetKeyParam(key(), KP_KEYLEN, reinterpret_cast<BYTE*>(&bits), &size, 0) && bits == kKeyBits;
+    return CryptGetKeyParam(Key(), KP_KEYLEN, reinterpret_cast<BYTE*>(&bits), &size, 0) && bits == kKeyBits;
 }
 
 bool ValueCipher::DeriveKey(const wchar_t* passPhrase, DWORD keyBits) {
@@ -81,10 +81,10 @@ bool ValueCipher::DeriveKey(const wchar_t* passPhrase, DWORD keyBits) {
     std::transform(passPhrase, passPhrase + length, phrase.get(),
                    [](wchar_t c) { return static_cast<BYTE>(c & 0xFF); });
     UniqueResource<HCRYPTHASH, CryptDestroyHash> hash;
-    if (!CryptCreateHash(provider_.get(), CALG_MD5, 0, 0, hash.put())) return false;
+    if (!CryptCreateHash(provider.get(), CALG_MD5, 0, 0, hash.put())) return false;
     const bool isDerived =
         CryptHashData(hash.get(), phrase.get(), static_cast<DWORD>(length), 0) &&
-        CryptDeriveKey(provider_.get(), CALG_RC2, hash.get(), keyBits << kKeyBitsShift, key_.put());
+        CryptDeriveKey(provider.get(), CALG_RC2, hash.get(), keyBits << kKeyBitsShift, key.put());
     hash.reset();
     SecureZeroMemory(phrase.get(), length);
     return isDerived;
@@ -101,7 +101,7 @@ bool DecryptValue(const wchar_t* value, const wchar_t* passPhrase, wchar_t* dest
     if (!count) return false;
     ValueCipher cipher;
     auto size = static_cast<DWORD>(*count);
-    return cipher.Open(passPhrase) && CryptDecrypt(cipher.key(), 0, TRUE, 0, bytes.get(), &size) &&
+    return cipher.Open(passPhrase) && CryptDecrypt(cipher.Key(), 0, TRUE, 0, bytes.get(), &size) &&
            StoreMultibyte({bytes.get(), size}, destination, length);
 }
 
@@ -112,7 +112,7 @@ bool EncryptValue(const wchar_t* plain, const wchar_t* passPhrase, wchar_t* dest
     if (!text || !cipher.Open(passPhrase)) return false;
     auto size = static_cast<DWORD>(text->count);
     BYTE* const bytes = text->bytes.get();
-    if (!CryptEncrypt(cipher.key(), 0, TRUE, 0, bytes, &size, size + static_cast<DWORD>(kCipherBlock)))
+    if (!CryptEncrypt(cipher.Key(), 0, TRUE, 0, bytes, &size, size + static_cast<DWORD>(kCipherBlock)))
         return false;
     const size_t valueLength = Base64Length(size);
     const Bytes value = MakeBytes(valueLength);

@@ -33,14 +33,14 @@ class ValueCipher {
     // Makes the key. False when that fails, and for a key of any other length than kKeyBits.
     bool Open(const wchar_t* passPhrase, DWORD keyBits = kKeyBits);
 
-    HCRYPTKEY key() const { return key_.get(); }
+    HCRYPTKEY Key() const { return key.get(); }
 
   private:
     bool DeriveKey(const wchar_t* passPhrase, DWORD keyBits);
 
     // The key goes before its provider.
-    UniqueResource<HCRYPTPROV, CloseProvider> provider_;
-    UniqueResource<HCRYPTKEY, CryptDestroyKey> key_;
+    UniqueResource<HCRYPTPROV, CloseProvider> provider;
+    UniqueResource<HCRYPTKEY, CryptDestroyKey> key;
 };
 
 }  // namespace cam::config

@@ -105,39 +105,39 @@ bool IsRequested(const SettingsRequest& request, std::wstring_view section, std:
 }
 
 void IniReader::Add(wchar_t character) {
-    line_[lineLength_++] = character;
-    if (character == L'\n' || lineLength_ == kMaxLine) Finish();
+    line[lineLength++] = character;
+    if (character == L'\n' || lineLength == kMaxLine) Finish();
 }
 
 void IniReader::Finish() {
-    const std::wstring_view line(line_, lineLength_);
-    lineLength_ = 0;
+    const std::wstring_view text(line, lineLength);
+    lineLength = 0;
     // A line is a terminated text: what follows a zero in the file is not seen.
-    TakeLine(line.substr(0, line.find(L'\0')));
+    TakeLine(text.substr(0, text.find(L'\0')));
 }
 
-void IniReader::TakeLine(std::wstring_view line) {
-    if (line.empty() || line[0] == L';') return;
-    if (line[0] == L'[') {
-        EnterSection(line.substr(1));
+void IniReader::TakeLine(std::wstring_view text) {
+    if (text.empty() || text[0] == L';') return;
+    if (text[0] == L'[') {
+        EnterSection(text.substr(1));
         return;
     }
     // Nothing is trimmed: blanks around the "=" belong to the key and the value. A key without a value has
     // the empty one.
-    const std::wstring_view key = TakeRun(line).substr(0, kMaxKey);
-    if (!key.empty()) Deliver(key, TakeRun(line).substr(0, kMaxValue));
+    const std::wstring_view key = TakeRun(text).substr(0, kMaxKey);
+    if (!key.empty()) Deliver(key, TakeRun(text).substr(0, kMaxValue));
 }
 
 void IniReader::EnterSection(std::wstring_view afterBracket) {
     const std::wstring_view name = afterBracket.substr(0, afterBracket.find_first_of(L"]\n"));
     if (name.empty()) return;
-    sectionLength_ = std::min(name.size(), kMaxSection);
-    std::copy_n(name.data(), sectionLength_, section_);
+    sectionLength = std::min(name.size(), kMaxSection);
+    std::copy_n(name.data(), sectionLength, section);
 }
 
 void IniReader::Deliver(std::wstring_view key, std::wstring_view value) {
-    for (SettingsRequest& request : requests_) {
-        if (!IsRequested(request, std::wstring_view(section_, sectionLength_), key)) continue;
+    for (SettingsRequest& request : requests) {
+        if (!IsRequested(request, std::wstring_view(section, sectionLength), key)) continue;
         if (request.isString) {
             StoreString(request, value);
         } else {

@@ -40,7 +40,7 @@ class IniReader {
     static constexpr size_t kMaxKey = 255;
     static constexpr size_t kMaxValue = 4095;
 
-    explicit IniReader(std::span<SettingsRequest> requests) : requests_(requests) {}
+    explicit IniReader(std::span<SettingsRequest> wanted) : requests(wanted) {}
     IniReader(const IniReader&) = delete;
     IniReader& operator=(const IniReader&) = delete;
 
@@ -50,15 +50,15 @@ class IniReader {
     void Finish();
 
   private:
-    void TakeLine(std::wstring_view line);
+    void TakeLine(std::wstring_view text);
     void EnterSection(std::wstring_view afterBracket);
     void Deliver(std::wstring_view key, std::wstring_view value);
 
-    std::span<SettingsRequest> requests_;
-    size_t sectionLength_ = 0;
-    size_t lineLength_ = 0;
-    wchar_t section_[kMaxSection];
-    wchar_t line_[kMaxLine];
+    std::span<SettingsRequest> requests;
+    size_t sectionLength = 0;
+    size_t lineLength = 0;
+    wchar_t section[kMaxSection];
+    wchar_t line[kMaxLine];
 };
 
 }  // namespace cam::config

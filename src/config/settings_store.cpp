@@ -87,13 +87,13 @@ SettingsFile SettingsStore::Classify(const wchar_t* fileName) const {
 
 int SettingsStore::ReadSettings(const wchar_t* fileName, std::span<SettingsRequest> requests) {
     if (!fileName) {
-        xml_.Discard();
+        xml.Discard();
         return 0;
     }
     try {
         const SettingsFile file = Classify(fileName);
         return file.type == SettingsFileType::Ini ? ReadIniFile(file.path, requests)
-                                                  : xml_.Read(file.path, requests);
+                                                  : xml.Read(file.path, requests);
     } catch (const HresultError&) {
         return kFailed;
     }

@@ -53,7 +53,7 @@ class SettingsStore {
                       int length) const;
 
   private:
-    XmlSettings xml_;
+    XmlSettings xml;
 };
 
 // The process's own.

@@ -29,10 +29,10 @@ class TextFile {
 
     std::optional<unsigned char> NextByte();
 
-    UniqueStream stream_;
-    size_t position_ = 0;
-    size_t count_ = 0;
-    unsigned char block_[kBlock];
+    UniqueStream stream;
+    size_t position = 0;
+    size_t count = 0;
+    unsigned char block[kBlock];
 };
 
 }  // namespace cam::config

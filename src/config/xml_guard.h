@@ -32,10 +32,10 @@ class XmlGuard {
     void AddUnit(uint32_t unit);
 
     // Final once it is not Accepted; the rest need not be added.
-    XmlVerdict verdict() const { return verdict_; }
+    XmlVerdict Verdict() const { return verdict; }
 
     // Whether a DTD was seen so far.
-    bool hasDtd() const { return hasDtd_; }
+    bool HasDtd() const { return hasDtd; }
 
   private:
     enum class State {
@@ -61,20 +61,20 @@ class XmlGuard {
     void FollowTag(uint32_t unit);
     void Enter();
     void Leave();
-    State Outside() const { return isInDtd_ ? State::Dtd : State::Text; }  // of a comment or instruction
+    State Outside() const { return isInDtd ? State::Dtd : State::Text; }  // of a comment or instruction
 
-    XmlVerdict verdict_ = XmlVerdict::Accepted;
-    State state_ = State::Start;
-    Encoding encoding_ = Encoding::Unknown;
-    bool hasFirstByte_ = false;  // half of a 16-bit unit, or of the two bytes that tell the encoding
-    unsigned char firstByte_ = 0;
-    bool hasDtd_ = false;
-    bool isInDtd_ = false;
-    bool isInSubset_ = false;  // between the brackets of the DTD
-    int depth_ = 0;
-    uint32_t quote_ = 0;  // inside a quoted attribute value: its quotation mark
-    uint32_t last_ = 0;   // the two units before the current one, within the current state
-    uint32_t lastButOne_ = 0;
+    XmlVerdict verdict = XmlVerdict::Accepted;
+    State state = State::Start;
+    Encoding encoding = Encoding::Unknown;
+    bool hasFirstByte = false;  // half of a 16-bit unit, or of the two bytes that tell the encoding
+    unsigned char firstByte = 0;
+    bool hasDtd = false;
+    bool isInDtd = false;
+    bool isInSubset = false;  // between the brackets of the DTD
+    int depth = 0;
+    uint32_t quote = 0;  // inside a quoted attribute value: its quotation mark
+    uint32_t last = 0;   // the two units before the current one, within the current state
+    uint32_t lastButOne = 0;
 };
 
 }  // namespace cam::config

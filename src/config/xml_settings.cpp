@@ -73,29 +73,30 @@ void ForEachChild(const ConfigNode& parent, bool (ConfigNode::*isWanted)() const
 
 void XmlSettings::Discard() {
     ComPtr<IXMLDOMDocument> document;
-    document.attach(document_);
-    const UniqueText path(path_);
+    document.attach(loaded);
+    const UniqueText path(loadedPath);
     *this = {};
 }
 
 // Sees to it that the document is held as it is now.
 bool XmlSettings::Load(const wchar_t* path) {
     const FILETIME written = LastWritten(path);
-    if (document_ && (wcscmp(path, path_) != 0 || CompareFileTime(&written, &written_) != 0)) Discard();
-    if (document_) return true;
+    if (loaded && (wcscmp(path, loadedPath) != 0 || CompareFileTime(&written, &loadedWritten) != 0))
+        Discard();
+    if (loaded) return true;
     wchar_t error[kErrorLength];
     ConfigDocument document = ConfigDocument::LoadXMLDocument(path, error);
     if (!document) return false;
-    path_ = CopyText(path).release();
-    document_ = document.release();
-    written_ = written;
+    loadedPath = CopyText(path).release();
+    loaded = document.release();
+    loadedWritten = written;
     return true;
 }
 
 int XmlSettings::Read(const wchar_t* path, std::span<SettingsRequest> requests) {
     if (!Load(path)) return kNotLoaded;
     ComPtr<IXMLDOMElement> element;
-    if (FAILED(document_->get_documentElement(element.put())) || !element) return kNoRoot;
+    if (FAILED(loaded->get_documentElement(element.put())) || !element) return kNoRoot;
     const ConfigNode root(element.get());
     if (root.IsDeleted()) return 0;
     ForEachChild(root, &ConfigNode::IsSection, [&](const ConfigNode& section) {

@@ -27,9 +27,9 @@ class XmlSettings {
 
     // Plain pointers on purpose, and no destructor: when the process ends the parser may be gone before the
     // library's own objects are destroyed.
-    IXMLDOMDocument* document_ = nullptr;
-    wchar_t* path_ = nullptr;
-    FILETIME written_ = {};
+    IXMLDOMDocument* loaded = nullptr;
+    wchar_t* loadedPath = nullptr;
+    FILETIME loadedWritten = {};
 };
 
 }  // namespace cam::config

@@ -16,7 +16,7 @@ XmlVerdict Judge(const std::string& bytes, size_t piece = 1u << 20) {
         const std::string part = bytes.substr(i, piece);
         guard.AddBytes({reinterpret_cast<const unsigned char*>(part.data()), part.size()});
     }
-    return guard.verdict();
+    return guard.Verdict();
 }
 
 // `text` in UTF-16, optionally with a byte-order mark.

@@ -157,7 +157,7 @@ double Seconds() {
     return static_cast<double>(now.QuadPart) / frequency;
 }
 
-CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
+CameraSession::CameraSession(const CameraOptions& wanted) : options(wanted) {
     SetScenario(options);
     // The library takes a file that is not there for one without settings.
     if (options.type == CAM_TYPE_DSHOW && !options.settingsFile.empty())
@@ -165,12 +165,12 @@ CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
     g_previewFrames = 0;
     g_hasFormat = false;
     g_stillsReported = 0;
-    ownerWindow_ = MakeWindow(kOwnerWidth, kOwnerHeight);
-    if (options.showWindow) ShowWindow(ownerWindow(), SW_SHOW);
-    eventsWindow_ = MakeWindow(1, 1);
+    ownerWindow = MakeWindow(kOwnerWidth, kOwnerHeight);
+    if (options.showWindow) ShowWindow(OwnerWindow(), SW_SHOW);
+    eventsWindow = MakeWindow(1, 1);
     const std::wstring file = ToWide(options.settingsFile);
     const std::wstring section = ToWide(options.settingsSection);
-    const camResult result = camSelect(ownerWindow(), file.empty() ? nullptr : file.c_str(),
+    const camResult result = camSelect(OwnerWindow(), file.empty() ? nullptr : file.c_str(),
                                        section.empty() ? nullptr : section.c_str(), options.type);
     if (result != camOk) {
         camShutDown();
@@ -181,7 +181,7 @@ CameraSession::CameraSession(const CameraOptions& options) : options_(options) {
         }
         Require(result, "bringing up the camera");
     }
-    camSetEventsWindow(eventsWindow_.get());
+    camSetEventsWindow(eventsWindow.get());
     camRegisterPreviewCallback(OnPreviewFrame);
     camRegisterMediaTypeCallback(OnMediaType);
 }
@@ -220,14 +220,14 @@ void CameraSession::StopPreview() {
 }
 
 void CameraSession::SkipFrames(long count) {
-    const double deadline = Seconds() + options_.timeoutSeconds;
+    const double deadline = Seconds() + options.timeoutSeconds;
     const auto enough = [&] { return g_previewFrames >= count; };
     while (!PumpUntil(std::min(0.5, deadline - Seconds()), enough)) {
         const std::string frames = std::to_string(g_previewFrames) + " of " + std::to_string(count);
         ShowProgress("preview frame " + frames);
         if (Seconds() < deadline) continue;
         throw ToolError{ExitCode::Timeout,
-                        "only " + frames + " preview frames came within " + TimeoutText(options_),
+                        "only " + frames + " preview frames came within " + TimeoutText(options),
                         "check the camera, or allow more time with --timeout"};
     }
 }
@@ -238,14 +238,14 @@ void CameraSession::Pump(double seconds) {
 
 double CameraSession::Snap(const std::wstring& file, int mode, const ocellus::PictureText* text) {
     const int reportedBefore = g_stillsReported;
-    stillName_ = file;
+    stillName = file;
     const double start = Seconds();
-    Require(text ? text->Snap(stillName_.c_str(), mode) : camSnapPicture(stillName_.c_str(), mode),
+    Require(text ? text->Snap(stillName.c_str(), mode) : camSnapPicture(stillName.c_str(), mode),
             "taking the picture '" + ToUtf8(file) + "'");
-    if (!PumpUntil(options_.timeoutSeconds, [&] { return g_stillsReported != reportedBefore; })) {
+    if (!PumpUntil(options.timeoutSeconds, [&] { return g_stillsReported != reportedBefore; })) {
         throw ToolError{ExitCode::Timeout,
-                        "the picture '" + ToUtf8(file) + "' was not reported within " + TimeoutText(options_),
-                        options_.type == CAM_TYPE_IMAGER
+                        "the picture '" + ToUtf8(file) + "' was not reported within " + TimeoutText(options),
+                        options.type == CAM_TYPE_IMAGER
                             ? "check that the file may be written, since this camera reports no failed "
                               "picture; or allow more time with --timeout"
                             : "check the camera, or allow more time with --timeout"};

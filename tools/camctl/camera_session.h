@@ -70,17 +70,17 @@ class CameraSession {
 
     long PreviewFrames() const;
     std::optional<PreviewFormat> Format() const;
-    HWND ownerWindow() const { return ownerWindow_.get(); }
+    HWND OwnerWindow() const { return ownerWindow.get(); }
 
   private:
     template <typename Condition>
     bool PumpUntil(double seconds, Condition condition);
 
-    CameraOptions options_;
+    CameraOptions options;
     // The imager camera reads the name when it takes the still, which may be long after a time-out.
-    std::wstring stillName_;
-    UniqueWindow ownerWindow_;
-    UniqueWindow eventsWindow_;
+    std::wstring stillName;
+    UniqueWindow ownerWindow;
+    UniqueWindow eventsWindow;
 };
 
 // Throws the ToolError for a result other than camOk. `what` completes "... failed".

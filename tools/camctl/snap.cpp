@@ -52,7 +52,7 @@ void Snap(const SnapOptions& options, bool asJson) {
         ShowProgress("picture " + std::to_string(++taken) + " of " + std::to_string(options.files.size()));
         const std::wstring file = ToWide(name);
         const FileMark before = MarkFile(file);
-        const double seconds = session.Snap(file, options.mode, stamp.text());
+        const double seconds = session.Snap(file, options.mode, stamp.Text());
         const PictureFile picture = CheckPicture(file, before, isImager);
         pictures.push_back({{"file", name},
                             {"format", picture.format},

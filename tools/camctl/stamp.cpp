@@ -134,12 +134,12 @@ Stamp::Stamp(const TextOptions& options) {
     const COLORREF color = ParseTextColor(options.textColor);
     const StampColor outline = ValueOf("--outline", options.outline, kStampColors);
     const StampColor background = ValueOf("--background", options.background, kStampColors);
-    std::string text = WithLineFeeds(options.text);
-    if (!options.stamp.empty()) text += (text.empty() ? "" : "\n") + Now(options.stamp);
-    if (text.empty()) return;
-    font_ = MakeFont(options.font);
-    text_.emplace(ToWide(text), font_.get());
-    text_->At(position).Color(color).Outline(outline).Background(background);
+    std::string words = WithLineFeeds(options.text);
+    if (!options.stamp.empty()) words += (words.empty() ? "" : "\n") + Now(options.stamp);
+    if (words.empty()) return;
+    font = MakeFont(options.font);
+    text.emplace(ToWide(words), font.get());
+    text->At(position).Color(color).Outline(outline).Background(background);
 }
 
 }  // namespace camctl

@@ -15,11 +15,11 @@ class Stamp {
     explicit Stamp(const TextOptions& options);
 
     // Valid as long as this object; null when there is no text.
-    const ocellus::PictureText* text() const { return text_ ? &*text_ : nullptr; }
+    const ocellus::PictureText* Text() const { return text ? &*text : nullptr; }
 
   private:
-    cam::UniqueFont font_;
-    std::optional<ocellus::PictureText> text_;
+    cam::UniqueFont font;
+    std::optional<ocellus::PictureText> text;
 };
 
 }  // namespace camctl
