@@ -76,7 +76,7 @@ void CallLog::Answer(const std::string& call, u32 result) {
 }
 
 void CallLog::Obey(const kit::Verdict& verdict) const {
-    if (verdict.delayMs > 0) scheduler_.Sleep(verdict.delayMs);
+    if (verdict.delayMs > 0) scheduler.Sleep(verdict.delayMs);
     if (verdict.result) throw Refusal{*verdict.result};
 }
 
@@ -96,70 +96,70 @@ u32 HostMemory(Process& process, u32 size) {
     return address;
 }
 
-HostObject::HostObject(Process& process, std::string name)
-    : process_(process), machine_(process.machine), name_(std::move(name)) {
+HostObject::HostObject(Process& owner, std::string objectName)
+    : process(owner), machine(owner.machine), label(std::move(objectName)) {
     process.Attachment<HostObjects>("host objects").all.push_back(this);
 }
 
 u32 HostObject::Interface(const Guid& iid) const {
-    if (iid == kIidUnknown) return first_;
-    const auto found = interfaces_.find(iid);
-    return found == interfaces_.end() ? 0 : found->second.pointer;
+    if (iid == kIidUnknown) return primary;
+    const auto found = interfaces.find(iid);
+    return found == interfaces.end() ? 0 : found->second.pointer;
 }
 
 u32 HostObject::Query(const Guid& iid) {
     const u32 pointer = Interface(iid);
-    if (pointer) ++references_;
+    if (pointer) ++references;
     return pointer;
 }
 
 u32 HostObject::ReleaseReference() {
-    if (references_ <= 0)
-        throw Failure(name_ + " was released more often than referred to\n" + machine_.Backtrace());
-    if (--references_ == 0) OnLastRelease();
-    return static_cast<u32>(references_);
+    if (references <= 0)
+        throw Failure(label + " was released more often than referred to\n" + machine.Backtrace());
+    if (--references == 0) OnLastRelease();
+    return static_cast<u32>(references);
 }
 
 void HostObject::Implement(const Guid& iid, const std::string& interfaceName,
                            std::vector<MethodEntry> methods) {
     std::vector<MethodEntry> all;
     all.push_back(Method("QueryInterface", [this, interfaceName](u32 wanted, u32 out) -> u32 {
-        const Guid wantedId = ReadGuid(machine_, wanted);
-        machine_.Write(out, 0u);
-        if (const auto found = interfaces_.find(wantedId); found != interfaces_.end())
-            Calls(process_).Add(interfaceName + "::QueryInterface " + found->second.name);
+        const Guid wantedId = ReadGuid(machine, wanted);
+        machine.Write(out, 0u);
+        if (const auto found = interfaces.find(wantedId); found != interfaces.end())
+            Calls(process).Add(interfaceName + "::QueryInterface " + found->second.name);
         const u32 pointer = Query(wantedId);
-        machine_.Write(out, pointer);
+        machine.Write(out, pointer);
         return pointer ? kOk : kNoInterface;
     }));
-    all.push_back(Method("AddRef", [this]() -> u32 { return static_cast<u32>(++references_); }));
+    all.push_back(Method("AddRef", [this]() -> u32 { return static_cast<u32>(++references); }));
     all.push_back(Method("Release", [this]() -> u32 { return ReleaseReference(); }));
     for (auto& method : methods) all.push_back(std::move(method));
 
-    const u32 table = HostMemory(process_, 4 * static_cast<u32>(all.size()));
+    const u32 table = HostMemory(process, 4 * static_cast<u32>(all.size()));
     for (size_t i = 0; i < all.size(); ++i) {
         const bool quiet = i < 3;
         const std::string full = interfaceName + "::" + all[i].name;
-        process_.Attachment<std::set<std::string>>("known calls").insert(full);
+        process.Attachment<std::set<std::string>>("known calls").insert(full);
         Handler handler = [this, full, quiet, inner = all[i].handler](Arguments& arguments) -> u64 {
             arguments.Word();  // the object
-            if (references_ <= 0)
-                throw Failure(full + " on " + name_ + ", to which nobody holds a reference\n" +
-                              machine_.Backtrace());
+            if (references <= 0)
+                throw Failure(full + " on " + label + ", to which nobody holds a reference\n" +
+                              machine.Backtrace());
             try {
                 if (quiet) return inner(arguments);
-                Calls(process_).AddOnObject(full);
+                Calls(process).AddOnObject(full);
                 return inner(arguments);
             } catch (const CallLog::Refusal& refusal) {
                 return refusal.result;
             }
         };
-        machine_.Write(table + 4 * static_cast<u32>(i), machine_.AddStub(full, std::move(handler)));
+        machine.Write(table + 4 * static_cast<u32>(i), machine.AddStub(full, std::move(handler)));
     }
-    const u32 pointer = HostMemory(process_, 8);
-    machine_.Write(pointer, table);
-    if (!first_) first_ = pointer;
-    interfaces_[iid] = {pointer, interfaceName};
+    const u32 pointer = HostMemory(process, 8);
+    machine.Write(pointer, table);
+    if (!primary) primary = pointer;
+    interfaces[iid] = {pointer, interfaceName};
 }
 
 std::string ReferencedObjects(Process& process) {

@@ -29,7 +29,7 @@ const Guid kIidClassFactory = ParseGuid("00000001-0000-0000-C000-000000000046");
 // space. A call for which the rules have a result is not carried out but answered with it.
 class CallLog : public kit::CallRules {
   public:
-    explicit CallLog(Scheduler& scheduler) : scheduler_(scheduler) {}
+    explicit CallLog(Scheduler& clock) : scheduler(clock) {}
 
     struct Refusal {
         u32 result;
@@ -47,7 +47,7 @@ class CallLog : public kit::CallRules {
   private:
     void Obey(const kit::Verdict& verdict) const;
 
-    Scheduler& scheduler_;
+    Scheduler& scheduler;
 };
 CallLog& Calls(Process& process);
 
@@ -67,7 +67,7 @@ MethodEntry Unused(std::string name);
 // as long as the process.
 class HostObject {
   public:
-    HostObject(Process& process, std::string name);
+    HostObject(Process& owner, std::string objectName);
     virtual ~HostObject() = default;
     HostObject(const HostObject&) = delete;
 
@@ -75,10 +75,10 @@ class HostObject {
     u32 Interface(const Guid& iid) const;
     // With a reference, as QueryInterface.
     u32 Query(const Guid& iid);
-    void AddReference() { ++references_; }
+    void AddReference() { ++references; }
     u32 ReleaseReference();
-    i32 References() const { return references_ - held_; }
-    const std::string& Name() const { return name_; }
+    i32 References() const { return references - held; }
+    const std::string& Name() const { return label; }
 
   protected:
     // `methods`: those behind IUnknown's, in the table's order. The first interface also answers for
@@ -86,23 +86,23 @@ class HostObject {
     void Implement(const Guid& iid, const std::string& name, std::vector<MethodEntry> methods);
     virtual void OnLastRelease() {}
     // The host itself holds it, so that it can be called while the program has no reference.
-    void HoldByHost() { references_ = held_ = 1; }
+    void HoldByHost() { references = held = 1; }
     // For an object that took a reference in OnLastRelease to see it through.
-    void DropLastReference() { references_ = 0; }
+    void DropLastReference() { references = 0; }
 
-    Process& process_;
-    Machine& machine_;
+    Process& process;
+    Machine& machine;
 
   private:
     struct Facet {
         u32 pointer;
         std::string name;
     };
-    std::string name_;
-    std::map<Guid, Facet> interfaces_;
-    u32 first_ = 0;
-    i32 references_ = 0;
-    i32 held_ = 0;
+    std::string label;
+    std::map<Guid, Facet> interfaces;
+    u32 primary = 0;
+    i32 references = 0;
+    i32 held = 0;
 };
 
 // All host objects of the process that the program still refers to, with their counts; empty when it let go

@@ -34,8 +34,8 @@ std::string Machine::DescribeRegisters() {
 }
 
 void Machine::Fault(uc_err error, u32 pc) {
-    std::string text = fault_;
-    fault_.clear();
+    std::string text = fault;
+    fault.clear();
     const bool ofCode = text.empty();
     if (ofCode)
         text =
@@ -43,19 +43,18 @@ void Machine::Fault(uc_err error, u32 pc) {
                                                                        : std::string(uc_strerror(error))) +
             " at " + Describe(pc);
     const u32 stack = Load().r[kStack];
-    const bool below =
-        (faultAddress_ < stackLow_ && faultAddress_ + 0x10000 >= stackLow_) || stack < stackLow_;
+    const bool below = (faultAddress < stackLow && faultAddress + 0x10000 >= stackLow) || stack < stackLow;
     std::string likely;
-    if (stackLow_ && below) {
+    if (stackLow && below) {
         text = "stack overflow: " + text;
         likely = "endless recursion, or large local variables: a stack has " +
-                 std::to_string((stackHigh_ - stackLow_) / 1024) + " KB";
+                 std::to_string((stackHigh - stackLow) / 1024) + " KB";
     } else if (ofCode) {
         likely = "data run as code, or an instruction that ARMv4T lacks";
-    } else if (likely = LikelyOf(faultAddress_); likely.empty() && text.starts_with("unaligned")) {
+    } else if (likely = LikelyOf(faultAddress); likely.empty() && text.starts_with("unaligned")) {
         likely = "a cast pointer: the processor traps what does not stand on a multiple of its size";
     }
-    faultAddress_ = 0;
+    faultAddress = 0;
     if (!likely.empty()) text += "\n    likely " + likely;
     throw Failure(text + "\n" + DescribeRegisters() + Backtrace());
 }
@@ -67,7 +66,7 @@ std::string Machine::Backtrace() {
     std::string text =
         "    in " + Describe(registers.r[kCounter]) + "\n    from " + Describe(registers.r[kLink]) + "\n";
     int shown = 0;
-    for (u32 at = registers.r[kStack]; at < stackHigh_ && at >= stackLow_ && shown < 12; at += 4) {
+    for (u32 at = registers.r[kStack]; at < stackHigh && at >= stackLow && shown < 12; at += 4) {
         const u32 word = Read<u32>(at);
         if (word % 4 || !places.IsCode(word - 4) || !IsMapped(word - 4, 4)) continue;
         const u32 before = Read<u32>(word - 4);
@@ -83,33 +82,33 @@ std::string Machine::Backtrace() {
 void Machine::OnAccess(uc_engine* engine, uc_mem_type type, u64 address, int size, i64, void* self) {
     auto* machine = static_cast<Machine*>(self);
     const bool aligned = (address & static_cast<u64>(size - 1)) == 0;
-    auto call = machine->calls_.upper_bound(static_cast<u32>(address));
-    const bool past = call != machine->calls_.begin() && address < (--call)->first + kPastArguments;
-    if ((aligned && !past) || !machine->fault_.empty()) return;
+    auto call = machine->calls.upper_bound(static_cast<u32>(address));
+    const bool past = call != machine->calls.begin() && address < (--call)->first + kPastArguments;
+    if ((aligned && !past) || !machine->fault.empty()) return;
     u32 pc = 0;
     uc_reg_read(engine, UC_ARM_REG_PC, &pc);
-    machine->fault_ = std::string(aligned ? "" : "unaligned ") + (type == UC_MEM_WRITE ? "store" : "load") +
-                      " of " + std::to_string(size) + " bytes at " + Hex(static_cast<u32>(address)) + " in " +
-                      machine->Describe(pc);
+    machine->fault = std::string(aligned ? "" : "unaligned ") + (type == UC_MEM_WRITE ? "store" : "load") +
+                     " of " + std::to_string(size) + " bytes at " + Hex(static_cast<u32>(address)) + " in " +
+                     machine->Describe(pc);
     if (past) {
-        machine->fault_ += ", past the arguments of " + machine->Describe(call->second) +
-                           ": another signature or the other calling convention";
+        machine->fault += ", past the arguments of " + machine->Describe(call->second) +
+                          ": another signature or the other calling convention";
     }
-    machine->faultAddress_ = static_cast<u32>(address);
+    machine->faultAddress = static_cast<u32>(address);
     uc_emu_stop(engine);
 }
 
 bool Machine::OnInvalid(uc_engine* engine, uc_mem_type type, u64 address, int size, i64, void* self) {
     auto* machine = static_cast<Machine*>(self);
-    if (!machine->fault_.empty()) return false;
+    if (!machine->fault.empty()) return false;
     u32 pc = 0;
     uc_reg_read(engine, UC_ARM_REG_PC, &pc);
     const char* what = type == UC_MEM_FETCH_UNMAPPED || type == UC_MEM_FETCH_PROT   ? "execution"
                        : type == UC_MEM_WRITE_UNMAPPED || type == UC_MEM_WRITE_PROT ? "store"
                                                                                     : "load";
-    machine->fault_ = std::string("invalid ") + what + " of " + std::to_string(size) + " bytes at " +
-                      Hex(static_cast<u32>(address)) + " in " + machine->Describe(pc);
-    machine->faultAddress_ = static_cast<u32>(address);
+    machine->fault = std::string("invalid ") + what + " of " + std::to_string(size) + " bytes at " +
+                     Hex(static_cast<u32>(address)) + " in " + machine->Describe(pc);
+    machine->faultAddress = static_cast<u32>(address);
     return false;
 }
 

@@ -14,85 +14,85 @@ constexpr u8 kFenceByte = 0xFD, kFreshByte = 0xCD, kFreedByte = 0xDD;
 
 }  // namespace
 
-Heap::Heap(Machine& machine) : machine_(machine), next_(kStart + kFence) {
-    machine_.Map(kStart, kBytes);
+Heap::Heap(Machine& owner) : machine(owner), next(kStart + kFence) {
+    machine.Map(kStart, kBytes);
 }
 
 u32 Heap::Allocate(u32 size, bool zeroed) {
-    if (failAfter_ == 0) {
-        failAfter_ = kSpent;
+    if (failAfter == 0) {
+        failAfter = kSpent;
         return 0;
     }
-    if (failAfter_ > 0) --failAfter_;
+    if (failAfter > 0) --failAfter;
     if (size > kBytes) return 0;
     const u32 room = (size + 7) / 8 * 8;
     u32 address = 0;
-    if (const auto found = free_.find(room); found != free_.end()) {
+    if (const auto found = freeBlocks.find(room); found != freeBlocks.end()) {
         address = found->second;
-        free_.erase(found);
+        freeBlocks.erase(found);
     } else {
-        if (next_ + room + kFence > kStart + kBytes) return 0;
-        address = next_;
-        next_ += room + kFence;
+        if (next + room + kFence > kStart + kBytes) return 0;
+        address = next;
+        next += room + kFence;
     }
-    std::memset(machine_.Bytes(address - kFence, kFence), kFenceByte, kFence);
-    std::memset(machine_.Bytes(address, room), zeroed ? 0 : kFreshByte, room);
+    std::memset(machine.Bytes(address - kFence, kFence), kFenceByte, kFence);
+    std::memset(machine.Bytes(address, room), zeroed ? 0 : kFreshByte, room);
     // What the program may not touch begins right after the last byte.
-    std::memset(machine_.Bytes(address + size, room - size + kFence), kFenceByte, room - size + kFence);
-    bytes_ += size;
-    peakBytes_ = std::max(peakBytes_, bytes_);
-    blocks_[address] = {size, room, ++serial_, machine_.Load().r[14]};
+    std::memset(machine.Bytes(address + size, room - size + kFence), kFenceByte, room - size + kFence);
+    bytes += size;
+    peakBytes = std::max(peakBytes, bytes);
+    blocks[address] = {size, room, ++serial, machine.Load().r[14]};
     return address;
 }
 
 u32 Heap::AllocateSurely(u32 size) {
-    const int count = std::exchange(failAfter_, -1);
+    const int count = std::exchange(failAfter, -1);
     const u32 address = Allocate(size, true);
-    failAfter_ = count;
+    failAfter = count;
     if (!address) throw Failure("the emulated heap is full");
     return address;
 }
 
 void Heap::CheckFences(u32 address, const Block& block) {
-    const u8* before = machine_.Bytes(address - kFence, kFence);
-    const u8* after = machine_.Bytes(address + block.size, block.room - block.size + kFence);
+    const u8* before = machine.Bytes(address - kFence, kFence);
+    const u8* after = machine.Bytes(address + block.size, block.room - block.size + kFence);
     bool whole = true;
     for (u32 i = 0; i < kFence; ++i) whole = whole && before[i] == kFenceByte;
     for (u32 i = 0; i < block.room - block.size + kFence; ++i) whole = whole && after[i] == kFenceByte;
     if (!whole) {
         throw Failure("the block of " + std::to_string(block.size) + " bytes allocated by " +
-                      machine_.Describe(block.caller) + " was written beyond its ends\n" +
-                      machine_.Backtrace());
+                      machine.Describe(block.caller) + " was written beyond its ends\n" +
+                      machine.Backtrace());
     }
 }
 
 void Heap::Free(u32 address) {
     if (address == 0) return;
-    const auto found = blocks_.find(address);
-    if (found == blocks_.end()) throw Failure("freed what is no block of the heap\n" + machine_.Backtrace());
+    const auto found = blocks.find(address);
+    if (found == blocks.end()) throw Failure("freed what is no block of the heap\n" + machine.Backtrace());
     CheckFences(address, found->second);
-    std::memset(machine_.Bytes(address, found->second.room), kFreedByte, found->second.room);
-    bytes_ -= found->second.size;
-    free_.emplace(found->second.room, address);
-    blocks_.erase(found);
+    std::memset(machine.Bytes(address, found->second.room), kFreedByte, found->second.room);
+    bytes -= found->second.size;
+    freeBlocks.emplace(found->second.room, address);
+    blocks.erase(found);
 }
 
 u32 Heap::Size(u32 address) {
-    const auto found = blocks_.find(address);
-    if (found == blocks_.end())
-        throw Failure("asked for the size of what is no block of the heap\n" + machine_.Backtrace());
+    const auto found = blocks.find(address);
+    if (found == blocks.end())
+        throw Failure("asked for the size of what is no block of the heap\n" + machine.Backtrace());
     return found->second.size;
 }
 
 void Heap::Validate() {
-    for (const auto& [address, block] : blocks_) CheckFences(address, block);
+    for (const auto& [address, block] : blocks) CheckFences(address, block);
 }
 
 std::vector<Heap::Share> Heap::Shares() const {
     std::map<u32, Share> byCaller;
-    for (const auto& [address, block] : blocks_) {
+    for (const auto& [address, block] : blocks) {
         Share& share =
-            byCaller.try_emplace(block.caller, Share{machine_.Describe(block.caller), 0, 0}).first->second;
+            byCaller.try_emplace(block.caller, Share{machine.Describe(block.caller), 0, 0}).first->second;
         ++share.blocks;
         share.bytes += block.size;
     }
@@ -103,10 +103,10 @@ std::vector<Heap::Share> Heap::Shares() const {
 
 std::string Heap::LeakedSince(u32 mark) const {
     std::string text;
-    for (const auto& [address, block] : blocks_) {
+    for (const auto& [address, block] : blocks) {
         if (block.serial > mark) {
             text += "  " + std::to_string(block.size) + " bytes allocated by " +
-                    machine_.Describe(block.caller) + "\n";
+                    machine.Describe(block.caller) + "\n";
         }
     }
     return text;

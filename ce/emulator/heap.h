@@ -11,7 +11,7 @@ namespace ce {
 
 class Heap {
   public:
-    explicit Heap(Machine& machine);
+    explicit Heap(Machine& owner);
     // 8-byte aligned, filled with a pattern unless `zeroed`; 0 when there is no room.
     u32 Allocate(u32 size, bool zeroed = false);
     // For what the host hands to the program: never fails on purpose.
@@ -20,8 +20,8 @@ class Heap {
     u32 Size(u32 address);
     // Fences of all blocks are whole, else Failure.
     void Validate();
-    size_t Blocks() const { return blocks_.size(); }
-    u32 PeakBytes() const { return peakBytes_; }
+    size_t Blocks() const { return blocks.size(); }
+    u32 PeakBytes() const { return peakBytes; }
     // The blocks that are still there, by who allocated them.
     struct Share {
         std::string caller;
@@ -29,11 +29,11 @@ class Heap {
     };
     std::vector<Share> Shares() const;
     // Blocks allocated later than the mark that are still there, with who allocated them.
-    u32 Mark() const { return serial_; }
+    u32 Mark() const { return serial; }
     std::string LeakedSince(u32 mark) const;
     // From the next one on, this many allocations succeed, and then one fails; negative: all succeed.
     // Tells whether the failure of the count before has happened.
-    bool FailAfter(int allocations) { return std::exchange(failAfter_, allocations) == kSpent; }
+    bool FailAfter(int allocations) { return std::exchange(failAfter, allocations) == kSpent; }
 
   private:
     struct Block {
@@ -41,14 +41,14 @@ class Heap {
     };
     void CheckFences(u32 address, const Block& block);
 
-    Machine& machine_;
-    std::map<u32, Block> blocks_;
-    std::multimap<u32, u32> free_;  // room → address
-    u32 next_;
-    u32 serial_ = 0;
-    u32 bytes_ = 0, peakBytes_ = 0;
+    Machine& machine;
+    std::map<u32, Block> blocks;
+    std::multimap<u32, u32> freeBlocks;  // room → address
+    u32 next;
+    u32 serial = 0;
+    u32 bytes = 0, peakBytes = 0;
     static constexpr int kSpent = -2;
-    int failAfter_ = -1;
+    int failAfter = -1;
 };
 
 }  // namespace ce

@@ -26,16 +26,16 @@ void Check(uc_err error, const char* what) {
 }  // namespace
 
 u32 Arguments::Word() {
-    const int index = static_cast<int>(taken_.size());
-    const u32 stub = registers_.r[kCounter];
-    const u32 word = index < 4 ? registers_.r[static_cast<size_t>(index)]
-                               : machine_.Read<u32>(registers_.r[kStack] + 4u * static_cast<u32>(index - 4));
+    const int index = static_cast<int>(taken.size());
+    const u32 stub = registers.r[kCounter];
+    const u32 word = index < 4 ? registers.r[static_cast<size_t>(index)]
+                               : machine.Read<u32>(registers.r[kStack] + 4u * static_cast<u32>(index - 4));
     if (word / 16 == kUnset / 16 || word == stub) {
         throw Failure(
-            "the caller of " + machine_.Describe(stub) + " passes nothing in word " + std::to_string(index) +
-            " of its arguments: another signature or the other calling convention\n" + machine_.Backtrace());
+            "the caller of " + machine.Describe(stub) + " passes nothing in word " + std::to_string(index) +
+            " of its arguments: another signature or the other calling convention\n" + machine.Backtrace());
     }
-    taken_.push_back(word);
+    taken.push_back(word);
     return word;
 }
 
@@ -45,40 +45,40 @@ u64 Arguments::Long() {
 }
 
 Machine::Machine() {
-    Check(uc_open(UC_ARCH_ARM, UC_MODE_ARM, &engine_), "the emulator does not start");
-    Check(uc_ctl_set_cpu_model(engine_, UC_CPU_ARM_926), "no such processor");
+    Check(uc_open(UC_ARCH_ARM, UC_MODE_ARM, &engine), "the emulator does not start");
+    Check(uc_ctl_set_cpu_model(engine, UC_CPU_ARM_926), "no such processor");
     Map(kStubBase, kStubBytes);
     for (u32 offset = 0; offset < kStubBytes; offset += 4) Write(kStubBase + offset, kReturnInstruction);
     uc_hook hook;
     // The library takes the callbacks as untyped pointers.
-    Check(uc_hook_add(engine_, &hook, UC_HOOK_CODE, reinterpret_cast<void*>(OnStub), this, kStubBase,
+    Check(uc_hook_add(engine, &hook, UC_HOOK_CODE, reinterpret_cast<void*>(OnStub), this, kStubBase,
                       kStubBase + kStubBytes - 1),
           "hook");
-    Check(uc_hook_add(engine_, &hook, UC_HOOK_MEM_INVALID, reinterpret_cast<void*>(OnInvalid), this, 1, 0),
+    Check(uc_hook_add(engine, &hook, UC_HOOK_MEM_INVALID, reinterpret_cast<void*>(OnInvalid), this, 1, 0),
           "hook");
     CheckAlignment(true);
-    returnStub_ = AddStub("(return to the caller)", nullptr);
+    returnStub = AddStub("(return to the caller)", nullptr);
 }
 
 Machine::~Machine() {
-    uc_close(engine_);
-    for (const Region& region : regions_) munmap(region.bytes, region.size);
+    uc_close(engine);
+    for (const Region& region : regions) munmap(region.bytes, region.size);
 }
 
 void Machine::Map(u32 address, u32 size, bool writable) {
     void* bytes = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (bytes == MAP_FAILED) throw Failure("no memory for the emulated program");
-    regions_.push_back({address, size, static_cast<u8*>(bytes)});
-    Check(uc_mem_map_ptr(engine_, address, size, writable ? UC_PROT_ALL : UC_PROT_READ | UC_PROT_EXEC, bytes),
+    regions.push_back({address, size, static_cast<u8*>(bytes)});
+    Check(uc_mem_map_ptr(engine, address, size, writable ? UC_PROT_ALL : UC_PROT_READ | UC_PROT_EXEC, bytes),
           "mapping");
 }
 
 void Machine::Protect(u32 address, u32 size, u32 permissions) {
-    Check(uc_mem_protect(engine_, address, size, permissions), "protecting");
+    Check(uc_mem_protect(engine, address, size, permissions), "protecting");
 }
 
 const Machine::Region* Machine::Find(u32 address, u32 size) const {
-    for (const Region& region : regions_) {
+    for (const Region& region : regions) {
         if (address >= region.address &&
             static_cast<u64>(address) + size <= static_cast<u64>(region.address) + region.size) {
             return &region;
@@ -105,9 +105,9 @@ std::string Machine::Narrow(u32 address) {
 }
 
 u32 Machine::AddStub(std::string name, Handler handler) {
-    if (stubs_.size() >= kStubBytes / 4) throw Failure("too many stubs");
-    stubs_.push_back({std::move(name), std::move(handler)});
-    return kStubBase + 4 * static_cast<u32>(stubs_.size() - 1);
+    if (stubs.size() >= kStubBytes / 4) throw Failure("too many stubs");
+    stubs.push_back({std::move(name), std::move(handler)});
+    return kStubBase + 4 * static_cast<u32>(stubs.size() - 1);
 }
 
 Registers Machine::Load() {
@@ -115,7 +115,7 @@ Registers Machine::Load() {
     void* words[17];
     for (size_t i = 0; i < 16; ++i) words[i] = &registers.r[i];
     words[16] = &registers.status;
-    uc_reg_read_batch(engine_, const_cast<int*>(kRegisterIds), words, 17);
+    uc_reg_read_batch(engine, const_cast<int*>(kRegisterIds), words, 17);
     return registers;
 }
 
@@ -125,8 +125,8 @@ void Machine::Store(const Registers& registers) {
     for (size_t i = 0; i < 16; ++i) words[i] = &copy.r[i];
     words[16] = &copy.status;
     // The status first: it selects the bank that the others go to.
-    uc_reg_write(engine_, UC_ARM_REG_CPSR, words[16]);
-    uc_reg_write_batch(engine_, const_cast<int*>(kRegisterIds), words, 16);
+    uc_reg_write(engine, UC_ARM_REG_CPSR, words[16]);
+    uc_reg_write_batch(engine, const_cast<int*>(kRegisterIds), words, 16);
 }
 
 u64 Machine::Call(u32 address, const std::vector<u32>& words) {
@@ -145,17 +145,17 @@ u64 Machine::Call(u32 address, const std::vector<u32>& words) {
         }
     }
     call.r[kStack] = stack;
-    call.r[kLink] = returnStub_;
+    call.r[kLink] = returnStub;
     call.r[kCounter] = address;
     Store(call);
-    calls_[end] = address;
+    calls[end] = address;
     try {
         Run();
     } catch (...) {
-        calls_.erase(end);
+        calls.erase(end);
         throw;
     }
-    calls_.erase(end);
+    calls.erase(end);
     const Registers after = Load();
     for (int i = kFirstKept; i <= kLastKept; ++i) {
         const auto index = static_cast<size_t>(i);
@@ -170,22 +170,22 @@ u64 Machine::Call(u32 address, const std::vector<u32>& words) {
 
 void Machine::Run() {
     for (;;) {
-        if (interrupted_) throw Interrupted("the program was interrupted\n" + Backtrace());
-        pendingStub_ = -1;
+        if (interrupted) throw Interrupted("the program was interrupted\n" + Backtrace());
+        pendingStub = -1;
         u32 pc = 0;
-        uc_reg_read(engine_, UC_ARM_REG_PC, &pc);
-        const uc_err error = uc_emu_start(engine_, pc, kNowhere, 0, 0);
-        if (!fault_.empty() || error != UC_ERR_OK) {
-            uc_reg_read(engine_, UC_ARM_REG_PC, &pc);
+        uc_reg_read(engine, UC_ARM_REG_PC, &pc);
+        const uc_err error = uc_emu_start(engine, pc, kNowhere, 0, 0);
+        if (!fault.empty() || error != UC_ERR_OK) {
+            uc_reg_read(engine, UC_ARM_REG_PC, &pc);
             Fault(error, pc);
         }
-        if (pendingStub_ < 0 && interrupted_) continue;
-        if (pendingStub_ < 0) throw Failure("the emulation stopped without a reason\n" + Backtrace());
-        const u32 index = static_cast<u32>(pendingStub_);
-        if (kStubBase + 4 * index == returnStub_) return;
+        if (pendingStub < 0 && interrupted) continue;
+        if (pendingStub < 0) throw Failure("the emulation stopped without a reason\n" + Backtrace());
+        const u32 index = static_cast<u32>(pendingStub);
+        if (kStubBase + 4 * index == returnStub) return;
         const Registers registers = Load();
         Arguments arguments(*this, registers);
-        const u64 result = RunStub(stubs_[index], arguments);
+        const u64 result = RunStub(stubs[index], arguments);
         Registers back = Load();
         back.r[0] = static_cast<u32>(result);
         back.r[1] = static_cast<u32>(result >> 32);
@@ -210,48 +210,48 @@ u64 Machine::RunStub(const Stub& stub, Arguments& arguments) {
 }
 
 void Machine::Interrupt() {
-    interrupted_ = true;
-    uc_emu_stop(engine_);
+    interrupted = true;
+    uc_emu_stop(engine);
 }
 
 void Machine::OnStub(uc_engine* engine, u64 address, u32, void* self) {
-    static_cast<Machine*>(self)->pendingStub_ = static_cast<int>((address - kStubBase) / 4);
+    static_cast<Machine*>(self)->pendingStub = static_cast<int>((address - kStubBase) / 4);
     uc_emu_stop(engine);
 }
 
 void Machine::OnBlock(uc_engine*, u64, u32 size, void* self) {
-    static_cast<Machine*>(self)->instructions_ += size / 4;
+    static_cast<Machine*>(self)->instructions += size / 4;
 }
 
 std::string Machine::Describe(u32 address) const {
-    if (address >= kStubBase && address < kStubBase + 4 * stubs_.size())
-        return stubs_[(address - kStubBase) / 4].name;
+    if (address >= kStubBase && address < kStubBase + 4 * stubs.size())
+        return stubs[(address - kStubBase) / 4].name;
     return places.Describe(address);
 }
 
 void Machine::CheckAlignment(bool on) {
-    if (on == (accessHook_ != 0)) return;
+    if (on == (accessHook != 0)) return;
     if (on) {
-        Check(uc_hook_add(engine_, &accessHook_, UC_HOOK_MEM_READ | UC_HOOK_MEM_WRITE,
+        Check(uc_hook_add(engine, &accessHook, UC_HOOK_MEM_READ | UC_HOOK_MEM_WRITE,
                           reinterpret_cast<void*>(OnAccess), this, 1, 0),
               "hook");
     } else {
-        uc_hook_del(engine_, accessHook_);
-        accessHook_ = 0;
-        uc_ctl_remove_cache(engine_, places.CodeLow(), places.CodeHigh());
+        uc_hook_del(engine, accessHook);
+        accessHook = 0;
+        uc_ctl_remove_cache(engine, places.CodeLow(), places.CodeHigh());
     }
 }
 
 void Machine::StartCounting() {
-    instructions_ = 0;
-    Check(uc_hook_add(engine_, &blockHook_, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnBlock), this, 1, 0),
+    instructions = 0;
+    Check(uc_hook_add(engine, &blockHook, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnBlock), this, 1, 0),
           "hook");
-    uc_ctl_remove_cache(engine_, places.CodeLow(), places.CodeHigh());
+    uc_ctl_remove_cache(engine, places.CodeLow(), places.CodeHigh());
 }
 
 u64 Machine::StopCounting() {
-    uc_hook_del(engine_, blockHook_);
-    return instructions_;
+    uc_hook_del(engine, blockHook);
+    return instructions;
 }
 
 }  // namespace ce

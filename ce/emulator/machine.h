@@ -41,16 +41,15 @@ constexpr u32 kPastArguments = 16;  // bytes of stack that belong to nobody, aft
 // passes its arguments elsewhere.
 class Arguments {
   public:
-    Arguments(class Machine& machine, const Registers& registers)
-        : machine_(machine), registers_(registers) {}
+    Arguments(class Machine& of, const Registers& atCall) : machine(of), registers(atCall) {}
     u32 Word();
     u64 Long();
-    const std::vector<u32>& Taken() const { return taken_; }
+    const std::vector<u32>& Taken() const { return taken; }
 
   private:
-    Machine& machine_;
-    const Registers& registers_;
-    std::vector<u32> taken_;
+    Machine& machine;
+    const Registers& registers;
+    std::vector<u32> taken;
 };
 
 // What a stub does when the program calls it: takes the arguments, returns r0 and r1.
@@ -112,7 +111,7 @@ class Machine {
     void StartCounting();
     u64 StopCounting();
     // The stack that addresses below it belong to, for the texts of faults.
-    void SetStackLimits(u32 low, u32 high) { stackLow_ = low, stackHigh_ = high; }
+    void SetStackLimits(u32 low, u32 high) { stackLow = low, stackHigh = high; }
 
   private:
     struct Region {
@@ -134,20 +133,20 @@ class Machine {
     static void OnAccess(uc_engine*, uc_mem_type, u64 address, int size, i64 value, void* self);
     static bool OnInvalid(uc_engine*, uc_mem_type, u64 address, int size, i64 value, void* self);
 
-    uc_engine* engine_ = nullptr;
-    uc_hook accessHook_ = 0;
-    uc_hook blockHook_ = 0;
-    std::vector<Region> regions_;
-    std::deque<Stub> stubs_;  // one that runs may add others
-    int pendingStub_ = -1;
-    u64 instructions_ = 0;
-    std::string fault_;
-    u32 faultAddress_ = 0;
-    std::atomic<bool> interrupted_ = false;
-    u32 stackLow_ = 0, stackHigh_ = 0;
-    u32 returnStub_ = 0;
+    uc_engine* engine = nullptr;
+    uc_hook accessHook = 0;
+    uc_hook blockHook = 0;
+    std::vector<Region> regions;
+    std::deque<Stub> stubs;  // one that runs may add others
+    int pendingStub = -1;
+    u64 instructions = 0;
+    std::string fault;
+    u32 faultAddress = 0;
+    std::atomic<bool> interrupted = false;
+    u32 stackLow = 0, stackHigh = 0;
+    u32 returnStub = 0;
     // Of the calls under way: the end of the arguments on the stack, and the function.
-    std::map<u32, u32> calls_;
+    std::map<u32, u32> calls;
 };
 
 }  // namespace ce

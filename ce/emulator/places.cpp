@@ -28,8 +28,8 @@ std::string Demangled(const std::string& name) {
 }  // namespace
 
 void Places::AddCode(Address low, Address high) {
-    codeLow_ = std::min(codeLow_, low);
-    codeHigh_ = std::max(codeHigh_, high);
+    codeLow = std::min(codeLow, low);
+    codeHigh = std::max(codeHigh, high);
 }
 
 bool Places::AddSymbols(const std::string& symbolFile, Address base) {
@@ -39,7 +39,7 @@ bool Places::AddSymbols(const std::string& symbolFile, Address base) {
     std::string name;
     bool any = false;
     while (file >> std::hex >> offset >> size >> kind >> name) {
-        symbols_[base + offset] = {size, name};
+        symbols[base + offset] = {size, name};
         any = true;
         if (kind == 'F') AddCode(base + offset, base + offset + size);
     }
@@ -48,25 +48,25 @@ bool Places::AddSymbols(const std::string& symbolFile, Address base) {
 
 void Places::Add(const Module& module, const std::string& symbolFile,
                  const std::map<std::string, Address>& exports) {
-    modules_[module.base] = module;
+    modules[module.base] = module;
     if (AddSymbols(symbolFile, module.base)) return;
     AddCode(module.base, module.base + module.size);
     std::map<Address, std::string> byAddress;
     for (const auto& [name, offset] : exports) byAddress[offset] = name;
     for (auto it = byAddress.begin(); it != byAddress.end(); ++it) {
         const auto next = std::next(it);
-        symbols_[module.base + it->first] = {
-            (next == byAddress.end() ? module.size : next->first) - it->first, it->second};
+        symbols[module.base + it->first] = {(next == byAddress.end() ? module.size : next->first) - it->first,
+                                            it->second};
     }
 }
 
 std::string Places::Describe(Address address) const {
-    const auto after = modules_.upper_bound(address);
-    if (after == modules_.begin()) return Hex(address);
+    const auto after = modules.upper_bound(address);
+    if (after == modules.begin()) return Hex(address);
     const Module& module = std::prev(after)->second;
     if (address - module.base >= module.size) return Hex(address);
-    const auto afterSymbol = symbols_.upper_bound(address);
-    if (afterSymbol != symbols_.begin()) {
+    const auto afterSymbol = symbols.upper_bound(address);
+    if (afterSymbol != symbols.begin()) {
         const auto& [start, symbol] = *std::prev(afterSymbol);
         if (start >= module.base && address - start < symbol.size) {
             const std::string offset = address == start ? "" : "+" + std::to_string(address - start);

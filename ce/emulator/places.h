@@ -20,9 +20,9 @@ class Places {
              const std::map<std::string, Address>& exports);
     // "Function+12 (module.dll, 0x...)", or what is known of it.
     std::string Describe(Address address) const;
-    bool IsCode(Address address) const { return address >= codeLow_ && address < codeHigh_; }
-    Address CodeLow() const { return codeLow_; }
-    Address CodeHigh() const { return codeHigh_; }
+    bool IsCode(Address address) const { return address >= codeLow && address < codeHigh; }
+    Address CodeLow() const { return codeLow; }
+    Address CodeHigh() const { return codeHigh; }
 
   private:
     struct Symbol {
@@ -32,9 +32,9 @@ class Places {
     bool AddSymbols(const std::string& symbolFile, Address base);
     void AddCode(Address low, Address high);
 
-    std::map<Address, Module> modules_;
-    std::map<Address, Symbol> symbols_;
-    Address codeLow_ = 0xFFFFFFFF, codeHigh_ = 0;
+    std::map<Address, Module> modules;
+    std::map<Address, Symbol> symbols;
+    Address codeLow = 0xFFFFFFFF, codeHigh = 0;
 };
 
 std::string Hex(std::uint32_t value);

@@ -44,7 +44,7 @@ Process::Process(std::string root, u32 stackBytes)
     BindWindows(*this);
     BindDrawing(*this);
     scheduler.onThreadEnd = [this](Thread&) {
-        for (const auto& module : modules_) {
+        for (const auto& module : modules) {
             if (module->image.isProgram || !module->toldOfThreads) continue;
             machine.Call(module->base + module->image.entry, {module->base, kThreadDetach, 0});
         }
@@ -59,18 +59,18 @@ Module& Process::Load(const std::string& path) {
     if (module->image.machine != kMachineArm) throw Failure(path + ": no image for ARM");
     for (const ImportSlot& slot : module->image.imports) FindOrLoad(slot.library);
     module->name = FileName(path);
-    module->base = nextBase_;
+    module->base = nextBase;
     const u32 size = (module->image.size + kPage - 1) / kPage * kPage;
     // A gap after each image, so that running past its end is seen.
-    nextBase_ += size + 0x10000;
+    nextBase += size + 0x10000;
     module->image.Relocate(module->base);
     machine.Map(module->base, size);
     std::memcpy(machine.Bytes(module->base, size), module->image.memory.data(), module->image.memory.size());
     machine.places.Add({module->name, module->base, size}, path.substr(0, path.find_last_of('.')) + ".sym",
                        module->image.exports);
     BindImports(*module);
-    modules_.push_back(std::move(module));
-    Module& loaded = *modules_.back();
+    modules.push_back(std::move(module));
+    Module& loaded = *modules.back();
     if (loaded.image.isProgram) return loaded;
     if (!machine.Call(loaded.base + loaded.image.entry, {loaded.base, kProcessAttach, 0})) {
         throw Failure(path + ": the entry point refused to start");
@@ -81,7 +81,7 @@ Module& Process::Load(const std::string& path) {
 void Process::Unload(Module& module) {
     machine.Call(module.base + module.image.entry, {module.base, kProcessDetach, 0});
     machine.Protect(module.base, (module.image.size + kPage - 1) / kPage * kPage, UC_PROT_NONE);
-    std::erase_if(modules_, [&](const auto& loaded) { return loaded.get() == &module; });
+    std::erase_if(modules, [&](const auto& loaded) { return loaded.get() == &module; });
 }
 
 Module* Process::FindOrLoad(const std::string& name) {
@@ -109,7 +109,7 @@ u32 Process::RunProgram(const Module& program, std::u16string_view commandLine) 
 }
 
 void Process::TellProcessEnds() {
-    for (auto module = modules_.rbegin(); module != modules_.rend(); ++module) {
+    for (auto module = modules.rbegin(); module != modules.rend(); ++module) {
         if (!(*module)->image.isProgram)
             machine.Call((*module)->base + (*module)->image.entry, {(*module)->base, kProcessDetach, 1});
     }
@@ -135,17 +135,17 @@ void Process::BindImports(Module& module) {
 
 u32 Process::StubFor(const std::string& library, const std::string& name) {
     const std::string key = Key(library, name);
-    if (const auto known = stubs_.find(key); known != stubs_.end()) return known->second;
-    const auto found = bound_.find(key);
+    if (const auto known = stubs.find(key); known != stubs.end()) return known->second;
+    const auto found = bound.find(key);
     Handler handler;
-    if (found != bound_.end()) {
+    if (found != bound.end()) {
         handler = found->second;
     } else {
         handler = [this, key](Arguments&) -> u64 {
             throw Failure("call to an unbound import: " + key + "\n" + machine.Backtrace());
         };
     }
-    return stubs_[key] = machine.AddStub(key, std::move(handler));
+    return stubs[key] = machine.AddStub(key, std::move(handler));
 }
 
 u32 Process::Address(const Module& module, const std::string& name) {
@@ -156,7 +156,7 @@ u32 Process::Address(const Module& module, const std::string& name) {
 
 Module* Process::Find(const std::string& name) {
     const std::string wanted = FileName(name);
-    for (const auto& module : modules_) {
+    for (const auto& module : modules) {
         if (module->name == wanted) return module.get();
     }
     return nullptr;
@@ -164,24 +164,24 @@ Module* Process::Find(const std::string& name) {
 
 // Values are never used twice: a handle that was closed stays wrong.
 u32 Process::AddHandle(ObjectPtr object) {
-    handles_[nextHandle_] = std::move(object);
-    return std::exchange(nextHandle_, nextHandle_ + 4);
+    handles[nextHandle] = std::move(object);
+    return std::exchange(nextHandle, nextHandle + 4);
 }
 
 ObjectPtr Process::FromHandle(u32 handle) {
-    const auto found = handles_.find(handle);
-    return found == handles_.end() ? nullptr : found->second;
+    const auto found = handles.find(handle);
+    return found == handles.end() ? nullptr : found->second;
 }
 
 bool Process::CloseHandle(u32 handle) {
-    if (handles_.erase(handle)) return true;
+    if (handles.erase(handle)) return true;
     SetLastError(kErrorInvalidHandle);
     return false;
 }
 
 std::string Process::DescribeHandles() const {
     std::string text;
-    for (const auto& [handle, object] : handles_) text += "  " + object->Describe() + "\n";
+    for (const auto& [handle, object] : handles) text += "  " + object->Describe() + "\n";
     return text;
 }
 

@@ -87,7 +87,7 @@ class Process {
     void TellProcessEnds();
     u32 Address(const Module& module, const std::string& name);
     Module* Find(const std::string& name);
-    const std::vector<std::unique_ptr<Module>>& Modules() const { return modules_; }
+    const std::vector<std::unique_ptr<Module>>& Modules() const { return modules; }
 
     // Calls an export with 32-bit words.
     u32 Call(const Module& module, const std::string& name, const std::vector<u32>& words = {}) {
@@ -101,12 +101,12 @@ class Process {
     // ---------------------------------------------------------------------------------------------
     template <typename F>
     void Bind(const std::string& library, const std::string& name, F function) {
-        bound_[library + "!" + name] = MakeHandler(std::function(std::move(function)));
+        bound[library + "!" + name] = MakeHandler(std::function(std::move(function)));
     }
 
     // For variable arguments: the stand-in takes them itself.
     void BindRaw(const std::string& library, const std::string& name, Handler handler) {
-        bound_[library + "!" + name] = std::move(handler);
+        bound[library + "!" + name] = std::move(handler);
     }
 
     // ---- Handles
@@ -118,8 +118,8 @@ class Process {
         return std::dynamic_pointer_cast<T>(FromHandle(handle));
     }
     bool CloseHandle(u32 handle);
-    size_t Handles() const { return handles_.size(); }
-    const std::map<u32, ObjectPtr>& AllHandles() const { return handles_; }
+    size_t Handles() const { return handles.size(); }
+    const std::map<u32, ObjectPtr>& AllHandles() const { return handles; }
     std::string DescribeHandles() const;
 
     void SetLastError(u32 error) { scheduler.Current().lastError = error; }
@@ -151,12 +151,12 @@ class Process {
     void BindImports(Module& module);
     u32 StubFor(const std::string& library, const std::string& name);
 
-    std::vector<std::unique_ptr<Module>> modules_;
-    std::map<std::string, Handler> bound_;
-    std::map<std::string, u32> stubs_;
-    std::map<u32, ObjectPtr> handles_;
-    u32 nextHandle_ = 0x00010004;
-    u32 nextBase_ = 0x30010000;
+    std::vector<std::unique_ptr<Module>> modules;
+    std::map<std::string, Handler> bound;
+    std::map<std::string, u32> stubs;
+    std::map<u32, ObjectPtr> handles;
+    u32 nextHandle = 0x00010004;
+    u32 nextBase = 0x30010000;
 };
 
 // Each file of stand-ins binds its own.

@@ -20,39 +20,39 @@ Scheduler* starting;  // passed to a new context, whose arguments are plain ints
 
 }  // namespace
 
-Scheduler::Scheduler(Machine& machine, u32 stackBytes)
-    : machine_(machine), stackBytes_(stackBytes), nextStack_(kFirstStack) {
-    machine_.Map(kKernelDataPage, 0x1000);
-    machine_.Write(kProcessIdAt, kProcessId);
+Scheduler::Scheduler(Machine& owner, u32 bytesOfStack)
+    : machine(owner), stackBytes(bytesOfStack), nextStack(kFirstStack) {
+    machine.Map(kKernelDataPage, 0x1000);
+    machine.Write(kProcessIdAt, kProcessId);
     auto main = std::make_shared<Thread>();
     main->name = "main";
-    main->id = nextId_++;
+    main->id = nextId++;
     GiveStack(*main);
-    main->registers_.r[13] = main->stackHigh;
-    main->registers_.status = kUserMode;
-    threads_.push_back(main);
-    current_ = main.get();
-    machine_.Store(main->registers_);
-    machine_.SetStackLimits(main->stackLow, main->stackHigh);
-    machine_.Write(kThreadIdAt, main->id);
+    main->registers.r[13] = main->stackHigh;
+    main->registers.status = kUserMode;
+    threads.push_back(main);
+    current = main.get();
+    machine.Store(main->registers);
+    machine.SetStackLimits(main->stackLow, main->stackHigh);
+    machine.Write(kThreadIdAt, main->id);
 }
 
 void Scheduler::GiveStack(Thread& thread) {
-    if (freeStacks_.empty()) {
-        nextStack_ += kStackGap;
-        machine_.Map(nextStack_, stackBytes_);
-        freeStacks_.push_back(nextStack_);
-        nextStack_ += stackBytes_;
+    if (freeStacks.empty()) {
+        nextStack += kStackGap;
+        machine.Map(nextStack, stackBytes);
+        freeStacks.push_back(nextStack);
+        nextStack += stackBytes;
     }
-    thread.stackLow = freeStacks_.back();
-    thread.stackHigh = thread.stackLow + stackBytes_;
-    freeStacks_.pop_back();
-    for (u32 at = thread.stackLow; at < thread.stackHigh; at += 4) machine_.Write(at, kFill);
+    thread.stackLow = freeStacks.back();
+    thread.stackHigh = thread.stackLow + stackBytes;
+    freeStacks.pop_back();
+    for (u32 at = thread.stackLow; at < thread.stackHigh; at += 4) machine.Write(at, kFill);
 }
 
 u32 Scheduler::UsedStack(const Thread& thread) {
     u32 at = thread.stackLow;
-    while (at < thread.stackHigh && machine_.Read<u32>(at) == kFill) at += 4;
+    while (at < thread.stackHigh && machine.Read<u32>(at) == kFill) at += 4;
     return thread.stackHigh - at;
 }
 
@@ -63,8 +63,8 @@ u32 Scheduler::DeepestStack() {
 }
 
 std::vector<Scheduler::StackUse> Scheduler::StackUses() {
-    std::vector<StackUse> uses = endedStacks_;
-    for (const auto& thread : threads_) {
+    std::vector<StackUse> uses = endedStacks;
+    for (const auto& thread : threads) {
         if (!thread->finished) uses.push_back({thread->ShortName(), thread->id, UsedStack(*thread)});
     }
     return uses;
@@ -73,23 +73,23 @@ std::vector<Scheduler::StackUse> Scheduler::StackUses() {
 std::shared_ptr<Thread> Scheduler::Start(std::string name, std::function<u32()> body) {
     auto thread = std::make_shared<Thread>();
     thread->name = std::move(name);
-    thread->id = nextId_++;
-    thread->body_ = std::move(body);
+    thread->id = nextId++;
+    thread->body = std::move(body);
     GiveStack(*thread);
-    thread->registers_.r[13] = thread->stackHigh;
-    thread->registers_.status = kUserMode;
-    thread->hostStack_ = std::make_unique<char[]>(kHostStackBytes);
-    getcontext(&thread->context_);
-    thread->context_.uc_stack.ss_sp = thread->hostStack_.get();
-    thread->context_.uc_stack.ss_size = kHostStackBytes;
-    makecontext(&thread->context_, reinterpret_cast<void (*)()>(Enter), 2, 0, 0);
-    threads_.push_back(thread);
+    thread->registers.r[13] = thread->stackHigh;
+    thread->registers.status = kUserMode;
+    thread->hostStack = std::make_unique<char[]>(kHostStackBytes);
+    getcontext(&thread->context);
+    thread->context.uc_stack.ss_sp = thread->hostStack.get();
+    thread->context.uc_stack.ss_size = kHostStackBytes;
+    makecontext(&thread->context, reinterpret_cast<void (*)()>(Enter), 2, 0, 0);
+    threads.push_back(thread);
     return thread;
 }
 
 void Scheduler::Enter(u32, u32) {
     Scheduler* self = starting;
-    self->RunThread(*self->current_);
+    self->RunThread(*self->current);
 }
 
 namespace {
@@ -101,18 +101,18 @@ struct ThreadExit {
 void Scheduler::RunThread(Thread& thread) {
     try {
         try {
-            thread.exitCode = thread.body_();
+            thread.exitCode = thread.body();
         } catch (const ThreadExit& exit) {
             thread.exitCode = exit.code;
         }
         if (onThreadEnd) onThreadEnd(thread);
-    } catch (const Failure& failure) {
-        failure_ = std::make_exception_ptr(Failure("on thread " + thread.name + ": " + failure.what()));
+    } catch (const Failure& fault) {
+        failure = std::make_exception_ptr(Failure("on thread " + thread.name + ": " + fault.what()));
     } catch (...) {
-        failure_ = std::current_exception();
+        failure = std::current_exception();
     }
-    endedStacks_.push_back({thread.ShortName(), thread.id, UsedStack(thread)});
-    freeStacks_.push_back(thread.stackLow);
+    endedStacks.push_back({thread.ShortName(), thread.id, UsedStack(thread)});
+    freeStacks.push_back(thread.stackLow);
     thread.finished = true;
     SwitchAway();
     std::abort();
@@ -123,33 +123,33 @@ void Scheduler::Exit(u32 code) {
 }
 
 u32 Scheduler::Wait(std::vector<ObjectPtr> objects, bool all, u32 milliseconds) {
-    Thread& thread = *current_;
-    thread.objects_ = std::move(objects);
-    thread.all_ = all;
-    thread.deadline_.reset();
-    if (milliseconds != kInfinite) thread.deadline_ = now_ + milliseconds;
+    Thread& thread = *current;
+    thread.objects = std::move(objects);
+    thread.all = all;
+    thread.deadline.reset();
+    if (milliseconds != kInfinite) thread.deadline = now + milliseconds;
     // Signalled already: no switch. A wait for nothing at all lets others run.
-    if (!thread.objects_.empty() && Satisfied(thread)) return thread.result_;
-    if (!thread.objects_.empty() && milliseconds == 0) return kWaitTimeout;
-    thread.waiting_ = true;
+    if (!thread.objects.empty() && Satisfied(thread)) return thread.result;
+    if (!thread.objects.empty() && milliseconds == 0) return kWaitTimeout;
+    thread.waiting = true;
     SwitchAway();
-    return thread.result_;
+    return thread.result;
 }
 
 bool Scheduler::Satisfied(Thread& thread) {
-    if (thread.objects_.empty()) return false;
-    if (thread.all_) {
-        for (const auto& object : thread.objects_) {
+    if (thread.objects.empty()) return false;
+    if (thread.all) {
+        for (const auto& object : thread.objects) {
             if (!object->Signaled(thread)) return false;
         }
-        for (const auto& object : thread.objects_) object->Consume(thread);
-        thread.result_ = 0;
+        for (const auto& object : thread.objects) object->Consume(thread);
+        thread.result = 0;
         return true;
     }
-    for (size_t i = 0; i < thread.objects_.size(); ++i) {
-        if (!thread.objects_[i]->Signaled(thread)) continue;
-        thread.objects_[i]->Consume(thread);
-        thread.result_ = static_cast<u32>(i);
+    for (size_t i = 0; i < thread.objects.size(); ++i) {
+        if (!thread.objects[i]->Signaled(thread)) continue;
+        thread.objects[i]->Consume(thread);
+        thread.result = static_cast<u32>(i);
         return true;
     }
     return false;
@@ -157,74 +157,74 @@ bool Scheduler::Satisfied(Thread& thread) {
 
 std::shared_ptr<Thread> Scheduler::NextReady() {
     // Round robin, beginning after the current thread.
-    std::erase_if(threads_, [&](const auto& thread) { return thread->finished && thread.get() != current_; });
+    std::erase_if(threads, [&](const auto& thread) { return thread->finished && thread.get() != current; });
     const auto position =
-        std::find_if(threads_.begin(), threads_.end(), [&](const auto& t) { return t.get() == current_; });
-    const size_t start = static_cast<size_t>(position - threads_.begin());
-    for (size_t step = 1; step <= threads_.size(); ++step) {
-        const auto& thread = threads_[(start + step) % threads_.size()];
+        std::find_if(threads.begin(), threads.end(), [&](const auto& t) { return t.get() == current; });
+    const size_t start = static_cast<size_t>(position - threads.begin());
+    for (size_t step = 1; step <= threads.size(); ++step) {
+        const auto& thread = threads[(start + step) % threads.size()];
         if (thread->finished) continue;
-        if (!thread->waiting_ || Satisfied(*thread)) return thread;
-        if (thread->objects_.empty() && thread->deadline_ && *thread->deadline_ <= now_) return thread;
+        if (!thread->waiting || Satisfied(*thread)) return thread;
+        if (thread->objects.empty() && thread->deadline && *thread->deadline <= now) return thread;
     }
     std::shared_ptr<Thread> first;
-    for (const auto& thread : threads_) {
-        if (thread->finished || !thread->deadline_) continue;
-        if (!first || *thread->deadline_ < *first->deadline_) first = thread;
+    for (const auto& thread : threads) {
+        if (thread->finished || !thread->deadline) continue;
+        if (!first || *thread->deadline < *first->deadline) first = thread;
     }
     if (first) {
-        now_ = std::max(now_, *first->deadline_);
-        first->result_ = kWaitTimeout;
+        now = std::max(now, *first->deadline);
+        first->result = kWaitTimeout;
     }
     return first;
 }
 
 void Scheduler::SwitchAway() {
     std::shared_ptr<Thread> next;
-    if (!failure_) {
+    if (!failure) {
         next = NextReady();
         if (!next) {
             try {
                 ReportDeadlock();
             } catch (...) {
-                failure_ = std::current_exception();
+                failure = std::current_exception();
             }
         }
     }
     // A failure ends the process; the main thread tells of it.
-    if (failure_) next = threads_.front();
-    next->waiting_ = false;
+    if (failure) next = threads.front();
+    next->waiting = false;
     SwitchTo(*next);
-    if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
+    if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
 }
 
 void Scheduler::SwitchTo(Thread& next) {
-    if (&next == current_) return;
-    Thread& previous = *current_;
-    previous.registers_ = machine_.Load();
-    current_ = &next;
-    machine_.Store(next.registers_);
-    machine_.SetStackLimits(next.stackLow, next.stackHigh);
-    machine_.Write(kThreadIdAt, next.id);
+    if (&next == current) return;
+    Thread& previous = *current;
+    previous.registers = machine.Load();
+    current = &next;
+    machine.Store(next.registers);
+    machine.SetStackLimits(next.stackLow, next.stackHigh);
+    machine.Write(kThreadIdAt, next.id);
     starting = this;
-    swapcontext(&previous.context_, &next.context_);
+    swapcontext(&previous.context, &next.context);
 }
 
 void Scheduler::ReportDeadlock() {
     std::string text = "deadlock: nobody can run\n";
-    for (const auto& thread : threads_) {
+    for (const auto& thread : threads) {
         if (thread->finished) continue;
         text += "  thread " + thread->name + " waits for";
-        for (const auto& object : thread->objects_) text += " " + object->Describe() + ";";
-        if (thread.get() != current_) {
-            const Registers saved = machine_.Load();
-            machine_.Store(thread->registers_);
-            machine_.SetStackLimits(thread->stackLow, thread->stackHigh);
-            text += "\n" + machine_.Backtrace();
-            machine_.Store(saved);
-            machine_.SetStackLimits(current_->stackLow, current_->stackHigh);
+        for (const auto& object : thread->objects) text += " " + object->Describe() + ";";
+        if (thread.get() != current) {
+            const Registers saved = machine.Load();
+            machine.Store(thread->registers);
+            machine.SetStackLimits(thread->stackLow, thread->stackHigh);
+            text += "\n" + machine.Backtrace();
+            machine.Store(saved);
+            machine.SetStackLimits(current->stackLow, current->stackHigh);
         } else {
-            text += "\n" + machine_.Backtrace();
+            text += "\n" + machine.Backtrace();
         }
     }
     throw Failure(text);

@@ -53,32 +53,32 @@ class Thread final : public Object {
 
   private:
     friend class Scheduler;
-    ucontext_t context_ = {};
-    std::unique_ptr<char[]> hostStack_;
-    std::function<u32()> body_;
-    Registers registers_;
-    std::exception_ptr failure_;
+    ucontext_t context = {};
+    std::unique_ptr<char[]> hostStack;
+    std::function<u32()> body;
+    Registers registers;
+    std::exception_ptr failure;
     // Waiting: for what, and until when. No wait: ready to run.
-    bool waiting_ = false;
-    std::vector<ObjectPtr> objects_;
-    bool all_ = false;
-    std::optional<u64> deadline_;
-    u32 result_ = 0;
+    bool waiting = false;
+    std::vector<ObjectPtr> objects;
+    bool all = false;
+    std::optional<u64> deadline;
+    u32 result = 0;
 };
 
 class Scheduler {
   public:
     // `stackBytes`: of each thread's stack, whole pages.
-    explicit Scheduler(Machine& machine, u32 stackBytes = kStackBytes);
+    explicit Scheduler(Machine& owner, u32 bytesOfStack = kStackBytes);
 
-    Thread& Current() { return *current_; }
-    const std::vector<std::shared_ptr<Thread>>& Threads() const { return threads_; }
+    Thread& Current() { return *current; }
+    const std::vector<std::shared_ptr<Thread>>& Threads() const { return threads; }
     // A thread that runs `body`, which may call into the program; its result is the exit code.
     std::shared_ptr<Thread> Start(std::string name, std::function<u32()> body);
     // Index of the object that ended the wait, kWaitTimeout; an empty list only lets the time pass.
     u32 Wait(std::vector<ObjectPtr> objects, bool all, u32 milliseconds);
     void Sleep(u32 milliseconds) { Wait({}, false, milliseconds); }
-    u64 Now() const { return now_; }
+    u64 Now() const { return now; }
     [[noreturn]] void Exit(u32 code);
 
     // The deepest use of a stack so far, in bytes, of threads that have ended and those that live.
@@ -89,7 +89,7 @@ class Scheduler {
     };
     // Of each thread that there ever was, by its short name.
     std::vector<StackUse> StackUses();
-    bool IsMain(const Thread& thread) const { return &thread == threads_.front().get(); }
+    bool IsMain(const Thread& thread) const { return &thread == threads.front().get(); }
     // Runs once whenever a thread has ended, on that thread.
     std::function<void(Thread&)> onThreadEnd;
 
@@ -104,16 +104,16 @@ class Scheduler {
     void GiveStack(Thread& thread);
     u32 UsedStack(const Thread& thread);
 
-    Machine& machine_;
-    const u32 stackBytes_;
-    std::vector<std::shared_ptr<Thread>> threads_;
-    std::vector<u32> freeStacks_;
-    Thread* current_ = nullptr;
-    u64 now_ = 1000;
-    u32 nextId_ = 0x1000;
-    u32 nextStack_;
-    std::vector<StackUse> endedStacks_;
-    std::exception_ptr failure_;
+    Machine& machine;
+    const u32 stackBytes;
+    std::vector<std::shared_ptr<Thread>> threads;
+    std::vector<u32> freeStacks;
+    Thread* current = nullptr;
+    u64 now = 1000;
+    u32 nextId = 0x1000;
+    u32 nextStack;
+    std::vector<StackUse> endedStacks;
+    std::exception_ptr failure;
 };
 
 }  // namespace ce

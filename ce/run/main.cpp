@@ -26,18 +26,18 @@ constexpr int kDeadlineCode = 124, kFaultCode = 125;
 class Deadline {
   public:
     Deadline(Machine& machine, unsigned seconds)
-        : watch_([this, &machine, seconds](const std::stop_token& stop) {
-              std::unique_lock lock(mutex_);
+        : watch([this, &machine, seconds](const std::stop_token& stop) {
+              std::unique_lock lock(mutex);
               const auto end = [&stop] { return stop.stop_requested(); };
-              if (changed_.wait_for(lock, stop, std::chrono::seconds(seconds), end)) return;
+              if (changed.wait_for(lock, stop, std::chrono::seconds(seconds), end)) return;
               do machine.Interrupt();
-              while (!changed_.wait_for(lock, stop, std::chrono::milliseconds(20), end));
+              while (!changed.wait_for(lock, stop, std::chrono::milliseconds(20), end));
           }) {}
 
   private:
-    std::mutex mutex_;
-    std::condition_variable_any changed_;
-    std::jthread watch_;  // last: it uses the others
+    std::mutex mutex;
+    std::condition_variable_any changed;
+    std::jthread watch;  // last: it uses the others
 };
 
 void ShowOutput(Process::Output to, std::string_view text) {

@@ -88,11 +88,11 @@ std::vector<u8> TextBytes(const std::u16string& text) {
 
 class Reader {
   public:
-    explicit Reader(Process& process) : process_(process) {}
+    explicit Reader(Process& owner) : process(owner) {}
 
     void Line(std::u16string_view line) {
         if (line.starts_with(u'[')) return Key(line);
-        if (key_.empty()) throw Refused{"a value stands before the first key"};
+        if (key.empty()) throw Refused{"a value stands before the first key"};
         std::u16string name;
         if (line.starts_with(u'@')) {
             line = Trimmed(line.substr(1));
@@ -116,18 +116,18 @@ class Reader {
                                        [&](const auto& one) { return one.first == line.substr(0, end); });
         if (root == std::end(kRoots)) throw Refused{"no such root: " + ToUtf8(line.substr(0, end))};
         if (end + 1 >= line.size()) throw Refused{"the root itself is no key that can be written"};
-        key_ = RegistryPath(root->second, line.substr(end + 1));
+        key = RegistryPath(root->second, line.substr(end + 1));
         if (remove) {
-            RemoveRegistryKey(process_, key_);
-            key_.clear();
+            RemoveRegistryKey(process, key);
+            key.clear();
         } else {
-            AddRegistryKey(process_, key_);
+            AddRegistryKey(process, key);
         }
     }
 
     void Value(const std::u16string& name, std::u16string_view text) {
-        auto& registry = process_.Attachment<Registry>("registry");
-        const auto place = std::pair(LowerCase(key_), LowerCase(name));
+        auto& registry = process.Attachment<Registry>("registry");
+        const auto place = std::pair(LowerCase(key), LowerCase(name));
         if (text == u"-") {
             registry.values.erase(place);
         } else if (text.starts_with(u'"')) {
@@ -150,8 +150,8 @@ class Reader {
         }
     }
 
-    Process& process_;
-    std::u16string key_;  // with its root
+    Process& process;
+    std::u16string key;  // with its root
 };
 
 }  // namespace

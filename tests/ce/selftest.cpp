@@ -1,4 +1,5 @@
-// The emulator, the run-time support and the conversion, by a small DLL made for it: what works, and that every fault is reported with its place.
+// The emulator, the run-time support and the conversion, by a small DLL made for it: what works, and that
+// every fault is reported with its place.
 #include "support.h"
 
 #include <doctest/doctest.h>
@@ -39,10 +40,10 @@ struct Fixture {
 const Guid kIidAdder = ParseGuid("11111111-2222-3333-4444-555555555555");
 
 struct HostAdder : HostObject {
-    explicit HostAdder(Process& process) : HostObject(process, "adder") {
+    explicit HostAdder(Process& owner) : HostObject(owner, "adder") {
         Implement(kIidAdder, "IAdder",
                   {Method("Add", [this](i64 one, i64 other, double factor, u32 out) -> u32 {
-                      machine_.Write(out, one + static_cast<i64>(static_cast<double>(other) * factor));
+                      machine.Write(out, one + static_cast<i64>(static_cast<double>(other) * factor));
                       return kOk;
                   })});
     }

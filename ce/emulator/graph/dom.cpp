@@ -77,32 +77,32 @@ class Document;
 
 class Node final : public HostObject {
   public:
-    Node(Process& process, Document& document, pugi::xml_node node);
+    Node(Process& owner, Document& whole, pugi::xml_node element);
 
   private:
     std::vector<MethodEntry> NodeMethods();
     u32 GiveText(u32 out, const std::u16string& text) {
-        const u32 copy = AllocateBstr(process_, text);
-        machine_.Write(out, copy);
+        const u32 copy = AllocateBstr(process, text);
+        machine.Write(out, copy);
         return copy ? kOk : kOutOfMemory;
     }
     u32 GiveNode(u32 out, pugi::xml_node node);
 
-    Document& document_;
-    pugi::xml_node node_;
+    Document& document;
+    pugi::xml_node node;
 };
 
 class ParseError final : public HostObject {
   public:
-    explicit ParseError(Process& process) : HostObject(process, "parse error") {
+    explicit ParseError(Process& owner) : HostObject(owner, "parse error") {
         std::vector<MethodEntry> methods;
         AddUnused(methods, {"GetTypeInfoCount", "GetTypeInfo", "GetIDsOfNames", "Invoke"});
         methods.push_back(
-            Method("get_errorCode", [this](u32 out) -> u32 { return machine_.Write(out, code), kOk; }));
+            Method("get_errorCode", [this](u32 out) -> u32 { return machine.Write(out, code), kOk; }));
         methods.push_back(Unused("get_url"));
         methods.push_back(Method("get_reason", [this](u32 out) -> u32 {
-            const u32 text = AllocateBstr(process_, Wide(reason.c_str()));
-            return machine_.Write(out, text), text ? kOk : kOutOfMemory;
+            const u32 text = AllocateBstr(process, Wide(reason.c_str()));
+            return machine.Write(out, text), text ? kOk : kOutOfMemory;
         }));
         AddUnused(methods, {"get_srcText", "get_line", "get_linepos", "get_filepos"});
         Implement(kIidParseError, "IXMLDOMParseError", std::move(methods));
@@ -113,55 +113,55 @@ class ParseError final : public HostObject {
 
 class Document final : public HostObject {
   public:
-    Document(Process& process, Parser& parser);
+    Document(Process& owner, Parser& home);
     // The node's object, with a reference; 0 for no node.
     u32 Give(pugi::xml_node node, const Guid& iid) {
         if (!node) return 0;
-        auto& object = nodes_[node.hash_value()];
-        if (!object) object = std::make_unique<Node>(process_, *this, node);
+        auto& object = nodes[node.hash_value()];
+        if (!object) object = std::make_unique<Node>(process, *this, node);
         return object->Query(iid);
     }
 
   private:
     u32 Load(u32 out, const pugi::xml_parse_result& result) {
-        error_.code = result ? 0 : 0xC00CE000 + static_cast<u32>(result.status);
-        error_.reason = result ? "" : result.description();
-        machine_.Write(out, result ? kTrue : kNo);
+        error.code = result ? 0 : 0xC00CE000 + static_cast<u32>(result.status);
+        error.reason = result ? "" : result.description();
+        machine.Write(out, result ? kTrue : kNo);
         return result ? kOk : kFalse;
     }
 
-    Parser& parser_;
-    pugi::xml_document document_;
-    ParseError error_;
-    std::map<size_t, std::unique_ptr<Node>> nodes_;
+    Parser& parser;
+    pugi::xml_document document;
+    ParseError error;
+    std::map<size_t, std::unique_ptr<Node>> nodes;
 };
 
-u32 Node::GiveNode(u32 out, pugi::xml_node node) {
-    const u32 pointer = document_.Give(node, kIidNode);
-    machine_.Write(out, pointer);
+u32 Node::GiveNode(u32 out, pugi::xml_node given) {
+    const u32 pointer = document.Give(given, kIidNode);
+    machine.Write(out, pointer);
     return pointer ? kOk : kFalse;
 }
 
 std::vector<MethodEntry> Node::NodeMethods() {
     std::vector<MethodEntry> methods;
     AddUnused(methods, {"GetTypeInfoCount", "GetTypeInfo", "GetIDsOfNames", "Invoke"});
-    methods.push_back(Method("get_nodeName", [this](u32 out) { return GiveText(out, NameOf(node_)); }));
+    methods.push_back(Method("get_nodeName", [this](u32 out) { return GiveText(out, NameOf(node)); }));
     AddUnused(methods, {"get_nodeValue", "put_nodeValue"});
     methods.push_back(
-        Method("get_nodeType", [this](u32 out) -> u32 { return machine_.Write(out, TypeOf(node_)), kOk; }));
+        Method("get_nodeType", [this](u32 out) -> u32 { return machine.Write(out, TypeOf(node)), kOk; }));
     AddUnused(methods, {"get_parentNode", "get_childNodes"});
     methods.push_back(
-        Method("get_firstChild", [this](u32 out) { return GiveNode(out, node_.first_child()); }));
+        Method("get_firstChild", [this](u32 out) { return GiveNode(out, node.first_child()); }));
     AddUnused(methods, {"get_lastChild", "get_previousSibling"});
     methods.push_back(
-        Method("get_nextSibling", [this](u32 out) { return GiveNode(out, node_.next_sibling()); }));
+        Method("get_nextSibling", [this](u32 out) { return GiveNode(out, node.next_sibling()); }));
     AddUnused(methods, {"get_attributes", "insertBefore", "replaceChild", "removeChild", "appendChild"});
     methods.push_back(Method("hasChildNodes", [this](u32 out) -> u32 {
-        machine_.Write(out, node_.first_child() ? kTrue : kNo);
-        return node_.first_child() ? kOk : kFalse;
+        machine.Write(out, node.first_child() ? kTrue : kNo);
+        return node.first_child() ? kOk : kFalse;
     }));
     AddUnused(methods, {"get_ownerDocument", "cloneNode", "get_nodeTypeString"});
-    methods.push_back(Method("get_text", [this](u32 out) { return GiveText(out, Wide(node_.value())); }));
+    methods.push_back(Method("get_text", [this](u32 out) { return GiveText(out, Wide(node.value())); }));
     AddUnused(methods,
               {"put_text", "get_specified", "get_definition", "get_nodeTypedValue", "put_nodeTypedValue",
                "get_dataType", "put_dataType", "get_xml", "transformNode", "selectNodes", "selectSingleNode",
@@ -169,15 +169,15 @@ std::vector<MethodEntry> Node::NodeMethods() {
     return methods;
 }
 
-Node::Node(Process& process, Document& document, pugi::xml_node node)
-    : HostObject(process, std::string("node ") + node.name()), document_(document), node_(node) {
+Node::Node(Process& owner, Document& whole, pugi::xml_node element)
+    : HostObject(owner, std::string("node ") + element.name()), document(whole), node(element) {
     Implement(kIidNode, "IXMLDOMNode", NodeMethods());
     if (node.type() != pugi::node_element) return;
     std::vector<MethodEntry> methods = NodeMethods();
     methods.push_back(Unused("get_tagName"));
     methods.push_back(Method("getAttribute", [this](u32 name, u32 variant) -> u32 {
-        const pugi::xml_attribute attribute = node_.attribute(NarrowText(machine_.Text(name)).c_str());
-        machine_.Write(variant, attribute ? kVariantBstr : kVariantNull);
+        const pugi::xml_attribute attribute = node.attribute(NarrowText(machine.Text(name)).c_str());
+        machine.Write(variant, attribute ? kVariantBstr : kVariantNull);
         return attribute ? GiveText(variant + 8, Wide(attribute.value())) : kFalse;
     }));
     AddUnused(methods, {"setAttribute", "removeAttribute", "getAttributeNode", "setAttributeNode",
@@ -185,8 +185,8 @@ Node::Node(Process& process, Document& document, pugi::xml_node node)
     Implement(kIidElement, "IXMLDOMElement", std::move(methods));
 }
 
-Document::Document(Process& process, Parser& parser)
-    : HostObject(process, "XML document"), parser_(parser), error_(process) {
+Document::Document(Process& owner, Parser& home)
+    : HostObject(owner, "XML document"), parser(home), error(owner) {
     std::vector<MethodEntry> methods;
     AddUnused(methods, {"GetTypeInfoCount", "GetTypeInfo", "GetIDsOfNames", "Invoke"});
     AddUnused(methods, {"get_nodeName",
@@ -227,17 +227,17 @@ Document::Document(Process& process, Parser& parser)
                         "transformNodeToObject"});
     methods.push_back(Method("get_doctype", [this](u32 out) -> u32 {
         pugi::xml_node found;
-        for (const pugi::xml_node child : document_) {
+        for (const pugi::xml_node child : document) {
             if (child.type() == pugi::node_doctype) found = child;
         }
         const u32 pointer = Give(found, kIidNode);
-        machine_.Write(out, pointer);
+        machine.Write(out, pointer);
         return pointer ? kOk : kFalse;
     }));
     methods.push_back(Unused("get_implementation"));
     methods.push_back(Method("get_documentElement", [this](u32 out) -> u32 {
-        const u32 pointer = Give(document_.document_element(), kIidElement);
-        machine_.Write(out, pointer);
+        const u32 pointer = Give(document.document_element(), kIidElement);
+        machine.Write(out, pointer);
         return pointer ? kOk : kFalse;
     }));
     AddUnused(methods,
@@ -246,14 +246,14 @@ Document::Document(Process& process, Parser& parser)
                "createEntityReference", "getElementsByTagName", "createNode", "nodeFromID"});
     // A VARIANT by value: four words, of which the third is the text.
     methods.push_back(Method("load", [this](u32 kind, u32, u32 name, u32, u32 out) -> u32 {
-        ++parser_.loads;
+        ++parser.loads;
         if ((kind & 0xFFFF) != kVariantBstr) return kInvalidArgument;
-        const std::string path = HostPath(process_, machine_.Text(name));
-        return Load(out, document_.load_file(path.c_str(), kParsing));
+        const std::string path = HostPath(process, machine.Text(name));
+        return Load(out, document.load_file(path.c_str(), kParsing));
     }));
     methods.push_back(Unused("get_readyState"));
     methods.push_back(Method("get_parseError", [this](u32 out) -> u32 {
-        return machine_.Write(out, error_.Query(kIidParseError)), kOk;
+        return machine.Write(out, error.Query(kIidParseError)), kOk;
     }));
     AddUnused(methods, {"get_url", "get_async"});
     methods.push_back(Method("put_async", [](u32 on) -> u32 {
@@ -272,12 +272,12 @@ Document::Document(Process& process, Parser& parser)
     Implement(kIidObjectSafety, "IObjectSafety",
               {Method("GetInterfaceSafetyOptions",
                       [this](u32, u32 supported, u32 enabled) -> u32 {
-                          machine_.Write(supported, kSafetyOptions);
-                          machine_.Write(enabled, kSafetyOptions);
+                          machine.Write(supported, kSafetyOptions);
+                          machine.Write(enabled, kSafetyOptions);
                           return kOk;
                       }),
                Method("SetInterfaceSafetyOptions", [this](u32 iid, u32 mask, u32 enabled) -> u32 {
-                   const bool right = ReadGuid(machine_, iid) == kIidDocument && mask == kSafetyOptions;
+                   const bool right = ReadGuid(machine, iid) == kIidDocument && mask == kSafetyOptions;
                    return right && enabled == 0 ? kOk : kInvalidArgument;
                })});
 }

@@ -17,30 +17,30 @@ namespace {
 
 class PinEnumerator final : public HostObject {
   public:
-    PinEnumerator(Process& process, std::vector<HostPin*> pins)
-        : HostObject(process, "pin enumerator"), pins_(std::move(pins)) {
+    PinEnumerator(Process& owner, std::vector<HostPin*> listed)
+        : HostObject(owner, "pin enumerator"), pins(std::move(listed)) {
         Implement(
             kIidEnumPins, "IEnumPins",
             {Method("Next",
                     [this](u32 count, u32 out, u32 fetchedAt) -> u32 {
                         u32 fetched = 0;
-                        while (fetched < count && next_ < pins_.size()) {
-                            machine_.Write(out + 4 * fetched++, pins_[next_++]->Query(kIidPin));
+                        while (fetched < count && next < pins.size()) {
+                            machine.Write(out + 4 * fetched++, pins[next++]->Query(kIidPin));
                         }
-                        if (fetchedAt) machine_.Write(fetchedAt, fetched);
+                        if (fetchedAt) machine.Write(fetchedAt, fetched);
                         return fetched == count ? kOk : kFalse;
                     }),
-             Unused("Skip"), Method("Reset", [this]() -> u32 { return next_ = 0, kOk; }), Unused("Clone")});
+             Unused("Skip"), Method("Reset", [this]() -> u32 { return next = 0, kOk; }), Unused("Clone")});
     }
 
   private:
-    std::vector<HostPin*> pins_;
-    size_t next_ = 0;
+    std::vector<HostPin*> pins;
+    size_t next = 0;
 };
 
 }  // namespace
 
-HostFilter::HostFilter(Process& process, std::string name) : HostObject(process, std::move(name)) {
+HostFilter::HostFilter(Process& owner, std::string filterName) : HostObject(owner, std::move(filterName)) {
     HoldByHost();
     Implement(kIidBaseFilter, "IBaseFilter",
               {Unused("GetClassID"), Method("Stop", [this]() -> u32 { return state = 0, OnStop(), kOk; }),
@@ -52,25 +52,25 @@ HostFilter::HostFilter(Process& process, std::string name) : HostObject(process,
                           return kOk;
                       }),
                Method("Run", [this](i64) -> u32 { return state = 2, OnRun(), kOk; }),
-               Method("GetState", [this](u32, u32 out) -> u32 { return machine_.Write(out, state), kOk; }),
+               Method("GetState", [this](u32, u32 out) -> u32 { return machine.Write(out, state), kOk; }),
                Method("SetSyncSource", [](u32) -> u32 { return kOk; }),
-               Method("GetSyncSource", [this](u32 out) -> u32 { return machine_.Write(out, 0u), kOk; }),
+               Method("GetSyncSource", [this](u32 out) -> u32 { return machine.Write(out, 0u), kOk; }),
                Method("EnumPins",
                       [this](u32 out) -> u32 {
-                          auto* enumerator = new PinEnumerator(process_, pins);
-                          process_.attachments["pins" + std::to_string(process_.attachments.size())] =
+                          auto* enumerator = new PinEnumerator(process, pins);
+                          process.attachments["pins" + std::to_string(process.attachments.size())] =
                               std::shared_ptr<PinEnumerator>(enumerator);
-                          machine_.Write(out, enumerator->Query(kIidEnumPins));
+                          machine.Write(out, enumerator->Query(kIidEnumPins));
                           return kOk;
                       }),
                Unused("FindPin"), Unused("QueryFilterInfo"),
                Method("JoinFilterGraph", [](u32, u32) -> u32 { return kOk; }), Unused("QueryVendorInfo")});
 }
 
-CaptureFilter::CaptureFilter(Process& process)
-    : HostFilter(process, "capture filter"),
-      preview(process, "preview pin", {{kSubtype555, 160, 120}}, true),
-      still(process, "still pin",
+CaptureFilter::CaptureFilter(Process& owner)
+    : HostFilter(owner, "capture filter"),
+      preview(owner, "preview pin", {{kSubtype555, 160, 120}}, true),
+      still(owner, "still pin",
             {{kSubtypeYuy2, 160, 120},
              {kSubtype565, 320, 240},
              {kSubtypeYuy2, 161, -101},
@@ -84,16 +84,16 @@ CaptureFilter::CaptureFilter(Process& process)
               {Unused("GetClassID"), Method("InitNew", []() -> u32 { return kOk; }),
                Method("Load",
                       [this](u32 bag, u32) -> u32 {
-                          const u32 name = process_.NewText(u"VCapName");
-                          const u32 variant = HostMemory(process_, 16);
-                          machine_.Write(variant, u16{0});
-                          const u32 result = CallMethod(process_, bag, 3, {name, variant, 0});  // Read
-                          process_.heap.Free(name);
+                          const u32 name = process.NewText(u"VCapName");
+                          const u32 variant = HostMemory(process, 16);
+                          machine.Write(variant, u16{0});
+                          const u32 result = CallMethod(process, bag, 3, {name, variant, 0});  // Read
+                          process.heap.Free(name);
                           if (result != kOk) return result;
-                          const u32 text = machine_.Read<u32>(variant + 8);
-                          driver = machine_.Text(text);
-                          process_.heap.Free(text - 4);
-                          Calls(process_).Detail(std::string(driver.begin(), driver.end()));
+                          const u32 text = machine.Read<u32>(variant + 8);
+                          driver = machine.Text(text);
+                          process.heap.Free(text - 4);
+                          Calls(process).Detail(std::string(driver.begin(), driver.end()));
                           return kOk;
                       }),
                Unused("Save")});
@@ -113,11 +113,11 @@ void CaptureFilter::ImplementProperties(const Guid& iid, const std::string& name
                                           u32 flags) -> u32 {
                           if (!properties.contains(id)) return kPropertyNotSupported;
                           const Property& property = properties[id];
-                          machine_.Write(minimum, property.minimum);
-                          machine_.Write(maximum, property.maximum);
-                          machine_.Write(step, property.step);
-                          machine_.Write(preset, property.preset);
-                          machine_.Write(flags, property.flags);
+                          machine.Write(minimum, property.minimum);
+                          machine.Write(maximum, property.maximum);
+                          machine.Write(step, property.step);
+                          machine.Write(preset, property.preset);
+                          machine.Write(flags, property.flags);
                           return kOk;
                       }),
                Method("Set",
@@ -131,8 +131,8 @@ void CaptureFilter::ImplementProperties(const Guid& iid, const std::string& name
                       }),
                Method("Get", [this, &properties](u32 id, u32 value, u32 flags) -> u32 {
                    if (!properties.contains(id)) return kPropertyNotSupported;
-                   machine_.Write(value, properties[id].value);
-                   machine_.Write(flags, properties[id].mode);
+                   machine.Write(value, properties[id].value);
+                   machine.Write(flags, properties[id].mode);
                    return kOk;
                })});
 }
@@ -143,28 +143,28 @@ void CaptureFilter::OnPause() {
 }
 
 void CaptureFilter::OnRun() {
-    streams_.push_back(process_.scheduler.Start("preview stream", [this]() -> u32 {
+    streams.push_back(process.scheduler.Start("preview stream", [this]() -> u32 {
         while (state == 2) {
             const u32 number = preview.delivered;
             if (preview.Deliver(
                     [&](u8* bytes, const VideoFormat& format) { scene(bytes, format, number); }) != kOk)
                 break;
             if (onPreviewFrame) onPreviewFrame(preview.delivered);
-            process_.scheduler.Sleep(framePause);
+            process.scheduler.Sleep(framePause);
         }
         return 0;
     }));
 }
 
 void CaptureFilter::OnStop() {
-    for (const auto& stream : streams_) process_.scheduler.Wait({stream}, false, kInfinite);
-    streams_.clear();
+    for (const auto& stream : streams) process.scheduler.Wait({stream}, false, kInfinite);
+    streams.clear();
 }
 
 u32 CaptureFilter::Trigger(u32 pin, u32 mode) {
     if (pin != still.Pointer() || mode != kTriggerMode || state != 2) return kInvalidArgument;
-    streams_.push_back(process_.scheduler.Start("still stream", [this]() -> u32 {
-        process_.scheduler.Sleep(framePause);
+    streams.push_back(process.scheduler.Start("still stream", [this]() -> u32 {
+        process.scheduler.Sleep(framePause);
         return still.Deliver(
             [&](u8* bytes, const VideoFormat& format) { scene(bytes, format, still.delivered); });
     }));

@@ -16,11 +16,11 @@ const Guid kIidStreamConfig = ParseGuid("C6E13340-30AC-11D0-A18C-00A0C9118956");
 // Either end of a connection. The other end may be the program's.
 class HostPin : public HostObject {
   public:
-    HostPin(Process& process, std::string name, bool output, std::vector<VideoFormat> formats);
+    HostPin(Process& owner, std::string pinName, bool isOutput, std::vector<VideoFormat> offered);
     u32 Pointer() const { return Interface(kIidPin); }
-    bool Connected() const { return peer_ != 0; }
+    bool Connected() const { return peer != 0; }
     void Drop();
-    const VideoFormat& Format() const { return format_; }
+    const VideoFormat& Format() const { return format; }
     bool output;
 
   protected:
@@ -29,15 +29,15 @@ class HostPin : public HostObject {
     virtual void Break() {}
     u32 Receive(u32 connector, u32 type);
 
-    std::vector<VideoFormat> formats_;
-    VideoFormat format_;
-    u32 peer_ = 0;
+    std::vector<VideoFormat> formats;
+    VideoFormat format;
+    u32 peer = 0;
 };
 
 // Delivers frames on a thread of its own.
 class SourcePin final : public HostPin {
   public:
-    SourcePin(Process& process, std::string name, std::vector<VideoFormat> formats, bool ownAllocator);
+    SourcePin(Process& owner, std::string pinName, std::vector<VideoFormat> offered, bool ownsAllocator);
     // Tries the formats in their order.
     u32 ConnectTo(u32 receiver, u32 proposal = 0);
     void Commit();
@@ -53,26 +53,26 @@ class SourcePin final : public HostPin {
     u32 Complete() override;
     void Break() override;
 
-    bool ownAllocator_;
-    std::unique_ptr<MemAllocator> own_;
-    u32 receiver_ = 0, allocator_ = 0;
-    const std::vector<VideoFormat> capabilities_;
+    bool ownAllocator;
+    std::unique_ptr<MemAllocator> own;
+    u32 receiver = 0, allocator = 0;
+    const std::vector<VideoFormat> capabilities;
 };
 
 class RendererPin final : public HostPin {
   public:
-    explicit RendererPin(Process& process);
+    explicit RendererPin(Process& owner);
     std::vector<u8> lastFrame;
     u32 frames = 0;
 
   private:
     void Break() override;
-    u32 allocator_ = 0;
+    u32 allocator = 0;
 };
 
 class HostFilter : public HostObject {
   public:
-    HostFilter(Process& process, std::string name);
+    HostFilter(Process& owner, std::string filterName);
     u32 Pointer() const { return Interface(kIidBaseFilter); }
     std::vector<HostPin*> pins;
     int state = 0;  // 0 stopped, 1 paused, 2 running
@@ -85,7 +85,7 @@ class HostFilter : public HostObject {
 
 class CaptureFilter final : public HostFilter {
   public:
-    explicit CaptureFilter(Process& process);
+    explicit CaptureFilter(Process& owner);
     SourcePin preview, still;
     std::u16string driver;  // as the program named it
     struct Property {
@@ -115,14 +115,12 @@ class CaptureFilter final : public HostFilter {
     void OnRun() override;
     u32 Trigger(u32 pin, u32 mode);
     void ImplementProperties(const Guid& iid, const std::string& name, std::map<u32, Property>& properties);
-    std::vector<std::shared_ptr<Thread>> streams_;
+    std::vector<std::shared_ptr<Thread>> streams;
 };
 
 class Renderer final : public HostFilter {
   public:
-    explicit Renderer(Process& process) : HostFilter(process, "video renderer"), input(process) {
-        pins = {&input};
-    }
+    explicit Renderer(Process& owner) : HostFilter(owner, "video renderer"), input(owner) { pins = {&input}; }
     RendererPin input;
 };
 

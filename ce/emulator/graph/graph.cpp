@@ -19,10 +19,10 @@ void AddDispatch(std::vector<MethodEntry>& methods) {
 
 }  // namespace
 
-FilterGraph::FilterGraph(Process& process) : HostObject(process, "filter graph") {
-    signal_->manual = true;
-    signal_->name = u"of the graph";
-    eventHandle_ = process.AddHandle(signal_);
+FilterGraph::FilterGraph(Process& owner) : HostObject(owner, "filter graph") {
+    signal->manual = true;
+    signal->name = u"of the graph";
+    eventHandle = process.AddHandle(signal);
     ImplementGraph();
     ImplementControl();
     ImplementEvents();
@@ -32,15 +32,15 @@ FilterGraph::FilterGraph(Process& process) : HostObject(process, "filter graph")
 void FilterGraph::ImplementGraph() {
     const auto methods = [this] {
         return std::vector<MethodEntry>{
-            Method("AddFilter",
-                   [this](u32 filter, u32 name) -> u32 {
-                       const std::u16string text = machine_.Text(name);
-                       Calls(process_).Detail(std::string(text.begin(), text.end()));
-                       CallMethod(process_, filter, 1);
-                       filters.push_back(filter);
-                       return CallMethod(process_, filter, slot::kFilterJoin,
-                                         {Interface(kIidFilterGraph), name});
-                   }),
+            Method(
+                "AddFilter",
+                [this](u32 filter, u32 name) -> u32 {
+                    const std::u16string text = machine.Text(name);
+                    Calls(process).Detail(std::string(text.begin(), text.end()));
+                    CallMethod(process, filter, 1);
+                    filters.push_back(filter);
+                    return CallMethod(process, filter, slot::kFilterJoin, {Interface(kIidFilterGraph), name});
+                }),
             Unused("RemoveFilter"),
             Unused("EnumFilters"),
             Unused("FindFilterByName"),
@@ -66,18 +66,18 @@ void FilterGraph::ImplementGraph() {
 }
 
 u32 FilterGraph::Disconnect(u32 pin) {
-    return CallMethod(process_, pin, slot::kPinDisconnect);
+    return CallMethod(process, pin, slot::kPinDisconnect);
 }
 
 u32 FilterGraph::ChangeState(int wanted) {
     // Down the stream first, so that nobody receives before he is ready.
     for (auto filter = filters.rbegin(); filter != filters.rend(); ++filter) {
-        if (wanted == 0) CallMethod(process_, *filter, slot::kFilterStop);
-        if (wanted != 0 && state == 0) CallMethod(process_, *filter, slot::kFilterPause);
+        if (wanted == 0) CallMethod(process, *filter, slot::kFilterStop);
+        if (wanted != 0 && state == 0) CallMethod(process, *filter, slot::kFilterPause);
     }
     for (auto filter = filters.rbegin(); filter != filters.rend(); ++filter) {
-        if (wanted == 1 && state == 2) CallMethod(process_, *filter, slot::kFilterPause);
-        if (wanted == 2) CallMethod(process_, *filter, slot::kFilterRun, {1000, 0});
+        if (wanted == 1 && state == 2) CallMethod(process, *filter, slot::kFilterPause);
+        if (wanted == 2) CallMethod(process, *filter, slot::kFilterRun, {1000, 0});
     }
     state = wanted;
     return kOk;
@@ -90,8 +90,8 @@ void FilterGraph::ImplementControl() {
     methods.push_back(Method("Pause", [this]() { return ChangeState(1); }));
     methods.push_back(Method("Stop", [this]() { return ChangeState(0); }));
     methods.push_back(Method("GetState", [this](u32 timeout, u32 out) -> u32 {
-        Calls(process_).Detail(std::to_string(timeout));
-        return machine_.Write(out, state), kOk;
+        Calls(process).Detail(std::to_string(timeout));
+        return machine.Write(out, state), kOk;
     }));
     for (const char* name : {"RenderFile", "AddSourceFilter", "get_FilterCollection",
                              "get_RegFilterCollection", "StopWhenReady"}) {
@@ -101,21 +101,21 @@ void FilterGraph::ImplementControl() {
 }
 
 void FilterGraph::Notify(u32 code, u32 first, u32 second) {
-    events_.push_back({code, first, second});
-    signal_->signaled = true;
+    events.push_back({code, first, second});
+    signal->signaled = true;
 }
 
 void FilterGraph::ImplementEvents() {
     std::vector<MethodEntry> methods;
     AddDispatch(methods);
     methods.push_back(
-        Method("GetEventHandle", [this](u32 out) -> u32 { return machine_.Write(out, eventHandle_), kOk; }));
+        Method("GetEventHandle", [this](u32 out) -> u32 { return machine.Write(out, eventHandle), kOk; }));
     methods.push_back(Method("GetEvent", [this](u32 code, u32 first, u32 second, u32) -> u32 {
-        if (events_.empty()) return signal_->signaled = false, kAbort;
-        machine_.Write(code, events_.front().code);
-        machine_.Write(first, events_.front().first);
-        machine_.Write(second, events_.front().second);
-        events_.pop_front();
+        if (events.empty()) return signal->signaled = false, kAbort;
+        machine.Write(code, events.front().code);
+        machine.Write(first, events.front().first);
+        machine.Write(second, events.front().second);
+        events.pop_front();
         return kOk;
     }));
     for (const char* name : {"WaitForCompletion", "CancelDefaultHandling", "RestoreDefaultHandling"})
@@ -124,7 +124,7 @@ void FilterGraph::ImplementEvents() {
     Implement(kIidMediaEvent, "IMediaEvent", std::move(methods));
     Implement(kIidMediaEventSink, "IMediaEventSink",
               {Method("Notify", [this](u32 code, u32 first, u32 second) -> u32 {
-                  Calls(process_).Detail(std::to_string(code));
+                  Calls(process).Detail(std::to_string(code));
                   Notify(code, first, second);
                   return kOk;
               })});
@@ -139,7 +139,7 @@ void FilterGraph::ImplementWindow() {
     // Logged with the number, or whether there is a window.
     const auto put = [&](const char* name, bool window = false, u32* kept = nullptr) {
         methods.push_back(Method(name, [this, window, kept](i32 value) -> u32 {
-            Calls(process_).Detail(!window ? std::to_string(value) : value ? "set" : "0");
+            Calls(process).Detail(!window ? std::to_string(value) : value ? "set" : "0");
             if (kept) *kept = static_cast<u32>(value);
             return kOk;
         }));
@@ -157,8 +157,8 @@ void FilterGraph::ImplementWindow() {
     unused({"get_MessageDrain", "get_BorderColor", "put_BorderColor", "get_FullScreenMode",
             "put_FullScreenMode", "SetWindowForeground", "NotifyOwnerMessage"});
     methods.push_back(Method("SetWindowPosition", [this](u32 left, u32 top, u32 width, u32 height) -> u32 {
-        Calls(process_).Detail(std::to_string(left) + " " + std::to_string(top) + " " +
-                               std::to_string(width) + " " + std::to_string(height));
+        Calls(process).Detail(std::to_string(left) + " " + std::to_string(top) + " " + std::to_string(width) +
+                              " " + std::to_string(height));
         return kOk;
     }));
     Implement(kIidVideoWindow, "IVideoWindow", std::move(methods));
@@ -169,19 +169,19 @@ void FilterGraph::OnLastRelease() {
     ChangeState(0);
     for (const auto& [pointer, pin] : hostPins) {
         if (!pin->Connected()) continue;
-        const u32 place = HostMemory(process_, 8);
-        CallMethod(process_, pointer, slot::kPinConnectedTo, {place});
-        const u32 peer = machine_.Read<u32>(place);
-        CallMethod(process_, peer, slot::kPinDisconnect);
-        CallMethod(process_, pointer, slot::kPinDisconnect);
-        Release(process_, peer);
+        const u32 place = HostMemory(process, 8);
+        CallMethod(process, pointer, slot::kPinConnectedTo, {place});
+        const u32 peer = machine.Read<u32>(place);
+        CallMethod(process, peer, slot::kPinDisconnect);
+        CallMethod(process, pointer, slot::kPinDisconnect);
+        Release(process, peer);
     }
     for (const u32 filter : filters) {
-        CallMethod(process_, filter, slot::kFilterJoin, {0, 0});
-        Release(process_, filter);
+        CallMethod(process, filter, slot::kFilterJoin, {0, 0});
+        Release(process, filter);
     }
     filters.clear();
-    process_.CloseHandle(eventHandle_);
+    process.CloseHandle(eventHandle);
     // Without the callback for the last reference, which this is already in.
     DropLastReference();
 }

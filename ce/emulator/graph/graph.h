@@ -13,7 +13,7 @@ namespace ce {
 
 class FilterGraph final : public HostObject {
   public:
-    explicit FilterGraph(Process& process);
+    explicit FilterGraph(Process& owner);
     int state = 0;
     std::vector<u32> filters;  // with a reference each
     u32 Disconnect(u32 pin);
@@ -34,14 +34,14 @@ class FilterGraph final : public HostObject {
     struct GraphEvent {
         u32 code, first, second;
     };
-    std::deque<GraphEvent> events_;
-    std::shared_ptr<Event> signal_ = std::make_shared<Event>();
-    u32 eventHandle_ = 0;
+    std::deque<GraphEvent> events;
+    std::shared_ptr<Event> signal = std::make_shared<Event>();
+    u32 eventHandle = 0;
 };
 
 // The platform: what the program can create, and what became of it.
 struct Platform {
-    explicit Platform(Process& process);
+    explicit Platform(Process& owner);
     Process& process;
     CaptureFilter capture;
     Renderer renderer;

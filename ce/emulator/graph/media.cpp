@@ -60,100 +60,100 @@ bool ReadMediaType(Process& process, u32 type, VideoFormat& format) {
     return format.bytesPerPixel == 2;
 }
 
-// ---- Enumerating ---------------------------------------------------------------------------------------------------
+// ---- Enumerating
+// ---------------------------------------------------------------------------------------------------
 
-MediaTypeEnumerator::MediaTypeEnumerator(Process& process, std::vector<VideoFormat> formats, size_t position)
-    : HostObject(process, "media type enumerator"), formats_(std::move(formats)), position_(position) {
+MediaTypeEnumerator::MediaTypeEnumerator(Process& owner, std::vector<VideoFormat> offered, size_t start)
+    : HostObject(owner, "media type enumerator"), formats(std::move(offered)), position(start) {
     Implement(
         kIidEnumMediaTypes, "IEnumMediaTypes",
         {Method("Next", [this](u32 count, u32 out, u32 fetchedAt) { return Next(count, out, fetchedAt); }),
          Method("Skip",
                 [this](u32 count) -> u32 {
-                    return position_ += count, position_ <= formats_.size() ? kOk : kFalse;
+                    return position += count, position <= formats.size() ? kOk : kFalse;
                 }),
-         Method("Reset", [this]() -> u32 { return position_ = 0, kOk; }), Unused("Clone")});
+         Method("Reset", [this]() -> u32 { return position = 0, kOk; }), Unused("Clone")});
 }
 
 u32 MediaTypeEnumerator::Next(u32 count, u32 out, u32 fetchedAt) {
     u32 fetched = 0;
-    for (; fetched < count && position_ < formats_.size(); ++fetched) {
-        machine_.Write(out + 4 * fetched, NewMediaType(process_, formats_[position_++]));
+    for (; fetched < count && position < formats.size(); ++fetched) {
+        machine.Write(out + 4 * fetched, NewMediaType(process, formats[position++]));
     }
-    if (fetchedAt) machine_.Write(fetchedAt, fetched);
+    if (fetchedAt) machine.Write(fetchedAt, fetched);
     return fetched == count ? kOk : kFalse;
 }
 
-// ---- Samples and their allocator -------------------------------------------------------------------------------------
+// ---- Samples and their allocator
+// -------------------------------------------------------------------------------------
 
-MemAllocator::MemAllocator(Process& process) : HostObject(process, "allocator") {
+MemAllocator::MemAllocator(Process& owner) : HostObject(owner, "allocator") {
     Implement(kIidMemAllocator, "IMemAllocator",
               {Method("SetProperties",
                       [this](u32 request, u32 actual) -> u32 {
                           const u32 result =
-                              SetProperties(machine_.Read<u32>(request), machine_.Read<u32>(request + 4));
-                          machine_.Write(actual, count_);
-                          machine_.Write(actual + 4, size_);
-                          machine_.Write(actual + 8, 1u);
-                          machine_.Write(actual + 12, 0u);
+                              SetProperties(machine.Read<u32>(request), machine.Read<u32>(request + 4));
+                          machine.Write(actual, count);
+                          machine.Write(actual + 4, size);
+                          machine.Write(actual + 8, 1u);
+                          machine.Write(actual + 12, 0u);
                           return result;
                       }),
                Method("GetProperties",
                       [this](u32 out) -> u32 {
-                          machine_.Write(out, count_);
-                          machine_.Write(out + 4, size_);
-                          machine_.Write(out + 8, 1u);
-                          machine_.Write(out + 12, 0u);
+                          machine.Write(out, count);
+                          machine.Write(out + 4, size);
+                          machine.Write(out + 8, 1u);
+                          machine.Write(out + 12, 0u);
                           return kOk;
                       }),
                Method("Commit", [this]() -> u32 { return committed = true, kOk; }),
                Method("Decommit", [this]() -> u32 { return committed = false, kOk; }),
                Method("GetBuffer",
                       [this](u32 out, u32, u32, u32) -> u32 {
-                          machine_.Write(out, 0u);
+                          machine.Write(out, 0u);
                           if (!committed) return kNotCommitted;
                           Sample* sample = TakeBuffer();
                           if (!sample) return kTimedOut;
-                          machine_.Write(out, sample->Pointer());
+                          machine.Write(out, sample->Pointer());
                           return kOk;
                       }),
                Method("ReleaseBuffer", [](u32) -> u32 { return kOk; })});
 }
 
-u32 MemAllocator::SetProperties(u32 count, u32 size) {
-    if (count == 0 || size == 0) return kInvalidArgument;
-    count_ = count;
-    size_ = size;
-    free_.clear();
+u32 MemAllocator::SetProperties(u32 buffers, u32 bytes) {
+    if (buffers == 0 || bytes == 0) return kInvalidArgument;
+    count = buffers;
+    size = bytes;
+    freeSamples.clear();
     return kOk;
 }
 
 Sample* MemAllocator::TakeBuffer() {
     if (!committed) return nullptr;
-    std::erase_if(free_, [&](Sample* sample) { return machine_.Read<u32>(sample->Buffer() - 8) != size_; });
-    if (free_.empty()) {
+    std::erase_if(freeSamples,
+                  [&](Sample* sample) { return machine.Read<u32>(sample->Buffer() - 8) != size; });
+    if (freeSamples.empty()) {
         u32 busy = 0;
-        for (const auto& sample : samples_) busy += sample->References() > 0;
-        if (busy >= count_) return nullptr;
-        samples_.push_back(std::make_unique<Sample>(process_, *this, size_));
-        free_.push_back(samples_.back().get());
+        for (const auto& sample : samples) busy += sample->References() > 0;
+        if (busy >= count) return nullptr;
+        samples.push_back(std::make_unique<Sample>(process, *this, size));
+        freeSamples.push_back(samples.back().get());
     }
-    Sample* sample = free_.back();
-    free_.pop_back();
+    Sample* sample = freeSamples.back();
+    freeSamples.pop_back();
     sample->AddReference();
-    sample->length = size_;
+    sample->length = size;
     return sample;
 }
 
-Sample::Sample(Process& process, MemAllocator& allocator, u32 size)
-    : HostObject(process, "sample"),
-      allocator_(allocator),
-      buffer_(HostMemory(process, size + 16) + 8),
-      size_(size) {
+Sample::Sample(Process& owner, MemAllocator& home, u32 bytes)
+    : HostObject(owner, "sample"), allocator(home), buffer(HostMemory(owner, bytes + 16) + 8), size(bytes) {
     // The size in front of the buffer, for the allocator; behind it a mark that the program must not touch.
-    machine_.Write(buffer_ - 8, size);
+    machine.Write(buffer - 8, size);
     std::vector<MethodEntry> methods = {
-        Method("GetPointer", [this](u32 out) -> u32 { return machine_.Write(out, buffer_), kOk; }),
-        Method("GetSize", [this]() -> u32 { return size_; }),
+        Method("GetPointer", [this](u32 out) -> u32 { return machine.Write(out, buffer), kOk; }),
+        Method("GetSize", [this]() -> u32 { return size; }),
         Method("GetTime", [](u32, u32) -> u32 { return 0x80040249; }),  // not set: shown as it comes
         Method("SetTime", [](u32, u32) -> u32 { return kOk; }),
         Method("IsSyncPoint", []() -> u32 { return kOk; }),
@@ -161,8 +161,8 @@ Sample::Sample(Process& process, MemAllocator& allocator, u32 size)
         Method("IsPreroll", []() -> u32 { return kFalse; }),
         Method("SetPreroll", [](u32) -> u32 { return kOk; }),
         Method("GetActualDataLength", [this]() -> u32 { return length; }),
-        Method("SetActualDataLength", [this](u32 bytes) -> u32 { return length = bytes, kOk; }),
-        Method("GetMediaType", [this](u32 out) -> u32 { return machine_.Write(out, 0u), kFalse; }),
+        Method("SetActualDataLength", [this](u32 used) -> u32 { return length = used, kOk; }),
+        Method("GetMediaType", [this](u32 out) -> u32 { return machine.Write(out, 0u), kFalse; }),
         Unused("SetMediaType"),
         Method("IsDiscontinuity", []() -> u32 { return kFalse; }),
         Method("SetDiscontinuity", [](u32) -> u32 { return kOk; }),

@@ -57,45 +57,45 @@ bool ReadMediaType(Process& process, u32 type, VideoFormat& format);
 
 class MediaTypeEnumerator : public HostObject {
   public:
-    MediaTypeEnumerator(Process& process, std::vector<VideoFormat> formats, size_t position = 0);
+    MediaTypeEnumerator(Process& owner, std::vector<VideoFormat> offered, size_t start = 0);
 
   private:
     u32 Next(u32 count, u32 out, u32 fetchedAt);
-    std::vector<VideoFormat> formats_;
-    size_t position_;
+    std::vector<VideoFormat> formats;
+    size_t position;
 };
 
 class Sample;
 
 class MemAllocator : public HostObject {
   public:
-    explicit MemAllocator(Process& process);
+    explicit MemAllocator(Process& owner);
     u32 SetProperties(u32 count, u32 size);
     // With a reference; null when all buffers are out or it is not committed.
     Sample* TakeBuffer();
-    void GiveBack(Sample* sample) { free_.push_back(sample); }
+    void GiveBack(Sample* sample) { freeSamples.push_back(sample); }
     bool committed = false;
-    u32 BufferSize() const { return size_; }
+    u32 BufferSize() const { return size; }
 
   private:
-    u32 count_ = 0, size_ = 0;
-    std::vector<Sample*> free_;
-    std::vector<std::unique_ptr<Sample>> samples_;
+    u32 count = 0, size = 0;
+    std::vector<Sample*> freeSamples;
+    std::vector<std::unique_ptr<Sample>> samples;
 };
 
 class Sample : public HostObject {
   public:
-    Sample(Process& process, MemAllocator& allocator, u32 size);
-    u32 Buffer() const { return buffer_; }
+    Sample(Process& owner, MemAllocator& home, u32 bytes);
+    u32 Buffer() const { return buffer; }
     u32 Pointer() const { return Interface(kIidMediaSample); }
     u32 length = 0;
 
   protected:
-    void OnLastRelease() override { allocator_.GiveBack(this); }
+    void OnLastRelease() override { allocator.GiveBack(this); }
 
   private:
-    MemAllocator& allocator_;
-    u32 buffer_, size_;
+    MemAllocator& allocator;
+    u32 buffer, size;
 };
 
 }  // namespace ce

@@ -5,8 +5,8 @@
 
 namespace ce {
 
-HostPin::HostPin(Process& process, std::string name, bool isOutput, std::vector<VideoFormat> formats)
-    : HostObject(process, std::move(name)), output(isOutput), formats_(std::move(formats)) {
+HostPin::HostPin(Process& owner, std::string pinName, bool isOutput, std::vector<VideoFormat> offered)
+    : HostObject(owner, std::move(pinName)), output(isOutput), formats(std::move(offered)) {
     HoldByHost();
     Implement(
         kIidPin, "IPin",
@@ -15,28 +15,28 @@ HostPin::HostPin(Process& process, std::string name, bool isOutput, std::vector<
          Method("Disconnect", [this]() -> u32 { return Connected() ? (Drop(), kOk) : kFalse; }),
          Method("ConnectedTo",
                 [this](u32 out) -> u32 {
-                    machine_.Write(out, peer_);
-                    if (peer_) CallMethod(process_, peer_, 1);
-                    return peer_ ? kOk : kNotConnected;
+                    machine.Write(out, peer);
+                    if (peer) CallMethod(process, peer, 1);
+                    return peer ? kOk : kNotConnected;
                 }),
          Unused("ConnectionMediaType"), Unused("QueryPinInfo"),
          Method("QueryDirection",
-                [this](u32 out) -> u32 { return machine_.Write(out, output ? 1u : 0u), kOk; }),
+                [this](u32 out) -> u32 { return machine.Write(out, output ? 1u : 0u), kOk; }),
          Unused("QueryId"),
          Method("QueryAccept",
                 [this](u32 type) -> u32 {
-                    VideoFormat format;
-                    return ReadMediaType(process_, type, format) && format.subtype == formats_.front().subtype
+                    VideoFormat wanted;
+                    return ReadMediaType(process, type, wanted) && wanted.subtype == formats.front().subtype
                                ? kOk
                                : kFalse;
                 }),
          Method("EnumMediaTypes",
                 [this](u32 out) -> u32 {
                     // Enumerators live as long as the process; there are few.
-                    auto* types = new MediaTypeEnumerator(process_, formats_);
-                    process_.attachments["enumerator" + std::to_string(process_.attachments.size())] =
+                    auto* types = new MediaTypeEnumerator(process, formats);
+                    process.attachments["enumerator" + std::to_string(process.attachments.size())] =
                         std::shared_ptr<MediaTypeEnumerator>(types);
-                    machine_.Write(out, types->Query(kIidEnumMediaTypes));
+                    machine.Write(out, types->Query(kIidEnumMediaTypes));
                     return kOk;
                 }),
          Unused("QueryInternalConnections"), Method("EndOfStream", []() -> u32 { return kOk; }),
@@ -46,77 +46,78 @@ HostPin::HostPin(Process& process, std::string name, bool isOutput, std::vector<
 
 u32 HostPin::Receive(u32 connector, u32 type) {
     if (Connected()) return kAlreadyConnected;
-    VideoFormat format;
-    if (output || !ReadMediaType(process_, type, format) || format.subtype != formats_.front().subtype)
+    VideoFormat wanted;
+    if (output || !ReadMediaType(process, type, wanted) || wanted.subtype != formats.front().subtype)
         return kTypeNotAccepted;
-    format_ = format;
-    peer_ = connector;
-    CallMethod(process_, peer_, 1);
+    format = wanted;
+    peer = connector;
+    CallMethod(process, peer, 1);
     return Complete();
 }
 
 void HostPin::Drop() {
-    if (!peer_) return;
+    if (!peer) return;
     Break();
-    Release(process_, std::exchange(peer_, 0));
+    Release(process, std::exchange(peer, 0));
 }
 
-SourcePin::SourcePin(Process& process, std::string name, std::vector<VideoFormat> formats, bool ownAllocator)
-    : HostPin(process, std::move(name), true, std::move(formats)),
-      ownAllocator_(ownAllocator),
-      capabilities_(formats_) {
+SourcePin::SourcePin(Process& owner, std::string pinName, std::vector<VideoFormat> offered,
+                     bool ownsAllocator)
+    : HostPin(owner, std::move(pinName), true, std::move(offered)),
+      ownAllocator(ownsAllocator),
+      capabilities(formats) {
     Implement(kIidStreamConfig, "IAMStreamConfig",
               {Method("SetFormat",
                       [this](u32 type) -> u32 {
-                          Calls(process_).Detail(Name() == "still pin" ? "Still" : "Preview");
+                          Calls(process).Detail(Name() == "still pin" ? "Still" : "Preview");
                           VideoFormat wanted;
-                          if (!ReadMediaType(process_, type, wanted)) return kInvalidArgument;
-                          for (size_t i = 0; i < formats_.size(); ++i) {
-                              if (formats_[i] == wanted) return std::swap(formats_[0], formats_[i]), kOk;
+                          if (!ReadMediaType(process, type, wanted)) return kInvalidArgument;
+                          for (size_t i = 0; i < formats.size(); ++i) {
+                              if (formats[i] == wanted) return std::swap(formats[0], formats[i]), kOk;
                           }
                           return kInvalidArgument;
                       }),
                Method("GetFormat",
                       [this](u32 out) -> u32 {
-                          return machine_.Write(out, NewMediaType(process_, formats_.front())), kOk;
+                          return machine.Write(out, NewMediaType(process, formats.front())), kOk;
                       }),
                Method("GetNumberOfCapabilities",
                       [this](u32 countAt, u32 sizeAt) -> u32 {
-                          Calls(process_).Detail(Name() == "still pin" ? "Still" : "Preview");
-                          machine_.Write(countAt, static_cast<u32>(capabilities_.size()));
-                          machine_.Write(sizeAt, capabilityBytes);
+                          Calls(process).Detail(Name() == "still pin" ? "Still" : "Preview");
+                          machine.Write(countAt, static_cast<u32>(capabilities.size()));
+                          machine.Write(sizeAt, capabilityBytes);
                           return kOk;
                       }),
                Method("GetStreamCaps", [this](u32 index, u32 out, u32 capability) -> u32 {
-                   Calls(process_).Detail(std::to_string(index));
-                   if (index >= capabilities_.size()) return kFalse;
+                   Calls(process).Detail(std::to_string(index));
+                   if (index >= capabilities.size()) return kFalse;
                    // The whole record is written: one that is smaller in the program's view is overrun, and
                    // the heap's fences tell.
-                   std::memset(machine_.Bytes(capability, capabilityBytes), 0x11, capabilityBytes);
-                   const u32 type = NewMediaType(process_, capabilities_[index]);
+                   std::memset(machine.Bytes(capability, capabilityBytes), 0x11, capabilityBytes);
+                   const u32 type = NewMediaType(process, capabilities[index]);
                    if (onCapability) onCapability(type);
-                   machine_.Write(out, type);
+                   machine.Write(out, type);
                    return kOk;
                })});
 }
 
-u32 SourcePin::ConnectTo(u32 receiver, u32 proposal) {
+u32 SourcePin::ConnectTo(u32 pin, u32 proposal) {
     if (Connected()) return kAlreadyConnected;
     VideoFormat wanted;
-    if (proposal && !ReadMediaType(process_, proposal, wanted)) return kInvalidArgument;
+    if (proposal && !ReadMediaType(process, proposal, wanted)) return kInvalidArgument;
     u32 result = kNoAcceptableTypes;
-    for (const VideoFormat& format : formats_) {
-        if (proposal && !(format == wanted)) continue;
-        const u32 type = NewMediaType(process_, format);
-        result = CallMethod(process_, receiver, slot::kPinReceiveConnection, {Pointer(), type});
-        DeleteMediaType(process_, type);
+    for (const VideoFormat& one : formats) {
+        if (proposal && !(one == wanted)) continue;
+        const u32 type = NewMediaType(process, one);
+        result = CallMethod(process, pin, slot::kPinReceiveConnection, {Pointer(), type});
+        DeleteMediaType(process, type);
         if (result != kOk) continue;
-        format_ = format;
-        peer_ = receiver;
-        CallMethod(process_, peer_, 1);
+        format = one;
+        peer = pin;
+        CallMethod(process, peer, 1);
         result = Complete();
         if (result != kOk) {
-            CallMethod(process_, receiver, slot::kPinDisconnect);
+            CallMethod(process, pin, slot::kPinDisconnect);
             Drop();
         }
         return result;
@@ -125,82 +126,81 @@ u32 SourcePin::ConnectTo(u32 receiver, u32 proposal) {
 }
 
 u32 SourcePin::Complete() {
-    receiver_ = QueryInterface(process_, peer_, kIidMemInputPin);
-    if (!receiver_) return kNoInterface;
-    const u32 place = HostMemory(process_, 40);
-    if (ownAllocator_) {
-        own_ = std::make_unique<MemAllocator>(process_);
-        allocator_ = own_->Query(kIidMemAllocator);
+    receiver = QueryInterface(process, peer, kIidMemInputPin);
+    if (!receiver) return kNoInterface;
+    const u32 place = HostMemory(process, 40);
+    if (ownAllocator) {
+        own = std::make_unique<MemAllocator>(process);
+        allocator = own->Query(kIidMemAllocator);
     } else {
-        const u32 result = CallMethod(process_, receiver_, slot::kInputGetAllocator, {place});
+        const u32 result = CallMethod(process, receiver, slot::kInputGetAllocator, {place});
         if (result != kOk) return result;
-        allocator_ = machine_.Read<u32>(place);
+        allocator = machine.Read<u32>(place);
     }
-    machine_.Write(place + 8, 1u);
-    machine_.Write(place + 12, format_.Size());
-    machine_.Write(place + 16, 1u);
-    machine_.Write(place + 20, 0u);
-    const u32 result =
-        CallMethod(process_, allocator_, slot::kAllocatorSetProperties, {place + 8, place + 24});
+    machine.Write(place + 8, 1u);
+    machine.Write(place + 12, format.Size());
+    machine.Write(place + 16, 1u);
+    machine.Write(place + 20, 0u);
+    const u32 result = CallMethod(process, allocator, slot::kAllocatorSetProperties, {place + 8, place + 24});
     if (result != kOk) return result;
-    return CallMethod(process_, receiver_, slot::kInputNotifyAllocator, {allocator_, 0});
+    return CallMethod(process, receiver, slot::kInputNotifyAllocator, {allocator, 0});
 }
 
 void SourcePin::Break() {
-    if (allocator_) {
-        CallMethod(process_, allocator_, slot::kAllocatorDecommit);
-        Release(process_, std::exchange(allocator_, 0));
+    if (allocator) {
+        CallMethod(process, allocator, slot::kAllocatorDecommit);
+        Release(process, std::exchange(allocator, 0));
     }
-    if (receiver_) Release(process_, std::exchange(receiver_, 0));
-    if (own_)
-        process_.attachments["allocator" + std::to_string(process_.attachments.size())] =
-            std::shared_ptr<MemAllocator>(std::move(own_));
+    if (receiver) Release(process, std::exchange(receiver, 0));
+    if (own)
+        process.attachments["allocator" + std::to_string(process.attachments.size())] =
+            std::shared_ptr<MemAllocator>(std::move(own));
 }
 
 void SourcePin::Commit() {
-    if (allocator_) CallMethod(process_, allocator_, slot::kAllocatorCommit);
+    if (allocator) CallMethod(process, allocator, slot::kAllocatorCommit);
 }
 
 u32 SourcePin::Deliver(const std::function<void(u8* bytes, const VideoFormat& format)>& paint) {
-    const u32 place = HostMemory(process_, 8);
-    u32 result = CallMethod(process_, allocator_, slot::kAllocatorGetBuffer, {place, 0, 0, 0});
+    const u32 place = HostMemory(process, 8);
+    u32 result = CallMethod(process, allocator, slot::kAllocatorGetBuffer, {place, 0, 0, 0});
     if (result != kOk) return result;
-    const u32 sample = machine_.Read<u32>(place);
-    CallMethod(process_, sample, slot::kSampleGetPointer, {place});
-    const u32 buffer = machine_.Read<u32>(place);
-    paint(machine_.Bytes(buffer, format_.Size()), format_);
-    CallMethod(process_, sample, slot::kSampleSetLength, {format_.Size()});
+    const u32 sample = machine.Read<u32>(place);
+    CallMethod(process, sample, slot::kSampleGetPointer, {place});
+    const u32 buffer = machine.Read<u32>(place);
+    paint(machine.Bytes(buffer, format.Size()), format);
+    CallMethod(process, sample, slot::kSampleSetLength, {format.Size()});
     ++delivered;
-    result = CallMethod(process_, receiver_, slot::kInputReceive, {sample});
-    Release(process_, sample);
+    result = CallMethod(process, receiver, slot::kInputReceive, {sample});
+    Release(process, sample);
     return result;
 }
 
-RendererPin::RendererPin(Process& process) : HostPin(process, "renderer pin", false, {{kSubtype555, 0, 0}}) {
+RendererPin::RendererPin(Process& owner) : HostPin(owner, "renderer pin", false, {{kSubtype555, 0, 0}}) {
     Implement(
         kIidMemInputPin, "IMemInputPin",
         {Method("GetAllocator",
                 [this](u32 out) -> u32 {
-                    auto* allocator = new MemAllocator(process_);
-                    process_.attachments["renderer allocator" + std::to_string(process_.attachments.size())] =
-                        std::shared_ptr<MemAllocator>(allocator);
-                    machine_.Write(out, allocator->Query(kIidMemAllocator));
+                    auto* fresh = new MemAllocator(process);
+                    process.attachments["renderer allocator" + std::to_string(process.attachments.size())] =
+                        std::shared_ptr<MemAllocator>(fresh);
+                    machine.Write(out, fresh->Query(kIidMemAllocator));
                     return kOk;
                 }),
          Method("NotifyAllocator",
-                [this](u32 allocator, u32) -> u32 {
-                    CallMethod(process_, allocator, 1);
-                    if (allocator_) Release(process_, allocator_);
-                    allocator_ = allocator;
+                [this](u32 agreed, u32) -> u32 {
+                    CallMethod(process, agreed, 1);
+                    if (allocator) Release(process, allocator);
+                    allocator = agreed;
                     return kOk;
                 }),
          Unused("GetAllocatorRequirements"),
          Method("Receive",
                 [this](u32 sample) -> u32 {
-                    const u32 place = HostMemory(process_, 8);
-                    CallMethod(process_, sample, slot::kSampleGetPointer, {place});
-                    const u32 size = CallMethod(process_, sample, slot::kSampleGetSize);
-                    const u8* bytes = machine_.Bytes(machine_.Read<u32>(place), size);
+                    const u32 place = HostMemory(process, 8);
+                    CallMethod(process, sample, slot::kSampleGetPointer, {place});
+                    const u32 size = CallMethod(process, sample, slot::kSampleGetSize);
+                    const u8* bytes = machine.Bytes(machine.Read<u32>(place), size);
                     lastFrame.assign(bytes, bytes + size);
                     ++frames;
                     return kOk;
@@ -209,7 +209,7 @@ RendererPin::RendererPin(Process& process) : HostPin(process, "renderer pin", fa
 }
 
 void RendererPin::Break() {
-    if (allocator_) Release(process_, std::exchange(allocator_, 0));
+    if (allocator) Release(process, std::exchange(allocator, 0));
 }
 
 }  // namespace ce

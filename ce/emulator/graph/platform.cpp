@@ -33,75 +33,75 @@ u32 FindPin(Process& process, u32 filter, u32 direction) {
 
 class GraphBuilder final : public HostObject {
   public:
-    GraphBuilder(Process& process, Platform& platform)
-        : HostObject(process, "capture graph builder"), platform_(platform) {
+    GraphBuilder(Process& owner, Platform& creator)
+        : HostObject(owner, "capture graph builder"), platform(creator) {
         Implement(
             kIidCaptureGraphBuilder, "ICaptureGraphBuilder2",
             {Method("SetFiltergraph",
-                    [this](u32 graph) -> u32 {
-                        CallMethod(process_, graph, 1);
-                        graph_ = graph;
+                    [this](u32 given) -> u32 {
+                        CallMethod(process, given, 1);
+                        graph = given;
                         return kOk;
                     }),
              Unused("GetFiltergraph"), Unused("SetOutputFileName"),
              Method("FindInterface",
                     [this](u32 category, u32 type, u32, u32 iid, u32 out) -> u32 {
-                        const bool stream = ReadGuid(machine_, iid) == kIidStreamConfig;
-                        Calls(process_).Detail(Kind(category, type) + (stream ? " IAMStreamConfig" : " ?"));
-                        SourcePin& pin = ReadGuid(machine_, category) == kCategoryStill
-                                             ? platform_.capture.still
-                                             : platform_.capture.preview;
-                        const u32 found = pin.Query(ReadGuid(machine_, iid));
-                        machine_.Write(out, found);
+                        const bool stream = ReadGuid(machine, iid) == kIidStreamConfig;
+                        Calls(process).Detail(Kind(category, type) + (stream ? " IAMStreamConfig" : " ?"));
+                        SourcePin& pin = ReadGuid(machine, category) == kCategoryStill
+                                             ? platform.capture.still
+                                             : platform.capture.preview;
+                        const u32 found = pin.Query(ReadGuid(machine, iid));
+                        machine.Write(out, found);
                         return found ? kOk : kNoInterface;
                     }),
              Method("RenderStream",
                     [this](u32 category, u32 type, u32, u32 middle, u32 sink) {
-                        Calls(process_).Detail(Kind(category, type));
-                        return Render(ReadGuid(machine_, category) == kCategoryStill, middle, sink);
+                        Calls(process).Detail(Kind(category, type));
+                        return Render(ReadGuid(machine, category) == kCategoryStill, middle, sink);
                     }),
              Unused("ControlStream"), Unused("AllocCapFile"), Unused("CopyCaptureFile"),
              Method("FindPin",
                     [this](u32, u32 direction, u32 category, u32 type, u32 unconnected, u32 number,
                            u32 out) -> u32 {
-                        Calls(process_).Detail(std::to_string(direction) + " " + Kind(category, type) + " " +
-                                               std::to_string(unconnected) + " " + std::to_string(number));
-                        if (ReadGuid(machine_, category) != kCategoryStill) return kNotFound;
-                        machine_.Write(out, platform_.capture.still.Query(kIidPin));
+                        Calls(process).Detail(std::to_string(direction) + " " + Kind(category, type) + " " +
+                                              std::to_string(unconnected) + " " + std::to_string(number));
+                        if (ReadGuid(machine, category) != kCategoryStill) return kNotFound;
+                        machine.Write(out, platform.capture.still.Query(kIidPin));
                         return kOk;
                     })});
     }
 
   protected:
     void OnLastRelease() override {
-        if (graph_) Release(process_, std::exchange(graph_, 0));
+        if (graph) Release(process, std::exchange(graph, 0));
     }
 
   private:
     std::string Kind(u32 category, u32 type) {
-        const Guid id = ReadGuid(machine_, category);
+        const Guid id = ReadGuid(machine, category);
         return std::string(id == kCategoryStill     ? "PIN_CATEGORY_STILL "
                            : id == kCategoryPreview ? "PIN_CATEGORY_PREVIEW "
                                                     : "? ") +
-               (ReadGuid(machine_, type) == kMajorVideo ? "MEDIATYPE_Video" : "?");
+               (ReadGuid(machine, type) == kMajorVideo ? "MEDIATYPE_Video" : "?");
     }
     u32 Render(bool still, u32 middle, u32 sink) {
-        SourcePin& source = still ? platform_.capture.still : platform_.capture.preview;
-        const u32 first = FindPin(process_, middle ? middle : sink, 0);
+        SourcePin& source = still ? platform.capture.still : platform.capture.preview;
+        const u32 first = FindPin(process, middle ? middle : sink, 0);
         if (!first) return kFail;
         u32 result = source.ConnectTo(first);
-        Release(process_, first);
+        Release(process, first);
         if (result != kOk || !middle) return result;
-        const u32 output = FindPin(process_, middle, 1);
-        const u32 last = FindPin(process_, sink, 0);
-        result = output && last ? CallMethod(process_, output, slot::kPinConnect, {last, 0}) : kFail;
-        if (output) Release(process_, output);
-        if (last) Release(process_, last);
+        const u32 output = FindPin(process, middle, 1);
+        const u32 last = FindPin(process, sink, 0);
+        result = output && last ? CallMethod(process, output, slot::kPinConnect, {last, 0}) : kFail;
+        if (output) Release(process, output);
+        if (last) Release(process, last);
         return result;
     }
 
-    Platform& platform_;
-    u32 graph_ = 0;
+    Platform& platform;
+    u32 graph = 0;
 };
 
 }  // namespace

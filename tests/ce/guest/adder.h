@@ -1,4 +1,5 @@
-// An interface whose calls differ between the calling conventions, called and implemented: the DLL that includes this exports both.
+// An interface whose calls differ between the calling conventions, called and implemented: the DLL that
+// includes this exports both.
 #pragma once
 
 #include <windows.h>
@@ -8,7 +9,8 @@
 #include <atomic>
 #include <new>
 
-// 64-bit arguments behind a 32-bit one, and on the stack: a register pair that does not begin at an even register.
+// 64-bit arguments behind a 32-bit one, and on the stack: a register pair that does not begin at an even
+// register.
 struct IAdder : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE Add(LONGLONG first, LONGLONG second, double factor, LONGLONG* sum) = 0;
 };
@@ -20,9 +22,9 @@ class Adder final : public IAdder {
         AddRef();
         return S_OK;
     }
-    STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(++references_); }
+    STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(++references); }
     STDMETHODIMP_(ULONG) Release() override {
-        const LONG left = --references_;
+        const LONG left = --references;
         if (left == 0) delete this;
         return static_cast<ULONG>(left);
     }
@@ -32,7 +34,7 @@ class Adder final : public IAdder {
     }
 
   private:
-    std::atomic<LONG> references_{1};
+    std::atomic<LONG> references{1};
 };
 
 extern "C" {
