@@ -1,5 +1,5 @@
-// What is otherwise on a device, which has neither a JSON reader, nor an environment, nor encoders for everybody: in place of scenario.cpp
-// and desktop_output.cpp.
+// In place of scenario.cpp and desktop_output.cpp on a device, which has no JSON reader, no environment and no
+// imaging component.
 #include "picture_output.h"
 #include "scenario.h"
 

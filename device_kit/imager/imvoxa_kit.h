@@ -14,20 +14,21 @@ extern "C" {
 #endif
 
 /* Applies a scenario: a path, or JSON text that starts with "{". Counts and log begin anew. FALSE: nothing
- * changed (so always on a device, which reads no JSON), and `error` (of `errorLength` characters, may be null) says which member has which value and what
- * it should be. */
+ * changed, and `error` (of `errorLength` characters, may be null) says which member has which value and what
+ * it should be. Always FALSE on a device, which reads no JSON. */
 BOOL WINAPI imvKitLoadScenario(const wchar_t* scenario, wchar_t* error, DWORD errorLength);
 
 /* The barcode, no faults, no counts, an empty log, and an imager that was never opened. DEVICEKIT_SCENARIO
  * counts again. */
 void WINAPI imvKitReset(void);
 
-/* The next call of an operation, given by name (L"Acquire") or ordinal (L"81"), or only one with such arguments (L"Acquire 3"), does nothing
- * but return `result`, whatever the scenario says. FALSE: there is no such operation. */
+/* The next call of an operation, given by name (L"Acquire") or ordinal (L"81"), or only one with such
+ * arguments (L"Acquire 3"), does nothing but return `result`, whatever the scenario says. FALSE: there is no
+ * such operation. */
 BOOL WINAPI imvKitAnswerNext(const wchar_t* call, DWORD result);
 
-/* How often an operation came in, by name (L"Acquire") or ordinal (L"81"), perhaps with arguments, since the scenario was loaded; -1:
- * there is none such. */
+/* How often an operation came in, by name (L"Acquire") or ordinal (L"81"), perhaps with arguments, since the
+ * scenario was loaded; -1: there is none such. */
 LONG WINAPI imvKitCallCount(const wchar_t* operation);
 
 /* The calls so far, in their order, one a line, with their arguments ("StampText 6 18 0x00660046 hello").

@@ -1,4 +1,5 @@
-// What the imager library plays: the member "imager" of the device kit's scenario (docs/device-kit.md). A device reads none.
+// What the imager library plays: the member "imager" of the device kit's scenario
+// (docs/device-kit.md). A device reads none.
 #pragma once
 
 #include <optional>
@@ -19,8 +20,8 @@ struct Scenario {
 // is as it was, and `error` names member, value and remedy.
 bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::wstring& error);
 
-// The one that DEVICEKIT_SCENARIO names; nothing if it names none. False: it cannot be used; the reason goes to stderr,
-// where who set it will look.
+// The one that DEVICEKIT_SCENARIO names; nothing if it names none. False: it cannot be used; the reason goes to
+// stderr, where who set it will look.
 bool ReadEnvironment(std::optional<Scenario>& scenario);
 
 }  // namespace imvoxa

@@ -1,4 +1,5 @@
-// Calls that are counted, listed, delayed and answered by rule: one engine for all that plays a camera, an imager or a platform.
+// Calls that are counted, listed, delayed and answered by rule: one engine for all that plays a camera, an
+// imager or a platform.
 #pragma once
 
 #include <cstddef>

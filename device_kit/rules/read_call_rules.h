@@ -1,4 +1,5 @@
-// Rules for calls as scenarios have them: {"<call>": {"at": 2, "times": 1, "result": "0x80004005", "delayMs": 50}}, or a list of such rules.
+// Rules for calls as scenarios have them, one or a list for each call:
+// {"<call>": {"at": 2, "times": 1, "result": "0x80004005", "delayMs": 50}}.
 #pragma once
 
 #include <cstdint>
