@@ -142,3 +142,51 @@ TEST_CASE("RGB888 rows of every width and alignment end where they must") {
         }
     }
 }
+
+TEST_CASE("filtered rows of every length agree and end where they must") {
+    constexpr std::size_t kBefore = 3;
+    for (const NamedKernels& fast : FastKernels()) {
+        CAPTURE(fast.name);
+        for (std::size_t count = 0; count <= 200; ++count) {
+            CAPTURE(count);
+            const auto seed = static_cast<unsigned>(count);
+            const Bytes row = HostileBytes(kBefore + count, seed);
+            const Bytes above = HostileBytes(kBefore + count, seed + 2);
+            for (const auto filter : {&PixelKernels::upFilterRow, &PixelKernels::paethFilterRow}) {
+                Bytes expected(count);
+                (kPlainPixelKernels.*filter)(expected.data(), row.data() + kBefore, above.data() + kBefore,
+                                             count);
+                for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
+                    const GuardedMemory guardedRow(row.data(), row.size(), flush);
+                    const GuardedMemory guardedAbove(above.data(), above.size(), flush);
+                    const GuardedMemory filtered(count, flush);
+                    (fast.pixels->*filter)(filtered.data(), guardedRow.data() + kBefore,
+                                           guardedAbove.data() + kBefore, count);
+                    CHECK(std::memcmp(filtered.data(), expected.data(), count) == 0);
+                }
+            }
+        }
+    }
+}
+
+TEST_CASE("Paeth agrees for every neighbour") {
+    // Left, above and above left take all values that fall on different sides of each other; the byte does not matter.
+    Bytes row, above;
+    for (int a = 0; a < 256; a += 5) {
+        for (int b = 0; b < 256; b += 3) {
+            for (int c = 0; c < 256; c += 3) {
+                row.insert(row.end(), {static_cast<std::uint8_t>(a), 0, 0, 100, 0, 0});
+                above.insert(above.end(),
+                             {static_cast<std::uint8_t>(c), 0, 0, static_cast<std::uint8_t>(b), 0, 0});
+            }
+        }
+    }
+    const std::size_t count = row.size() - 3;
+    Bytes expected(count), actual(count);
+    kPlainPixelKernels.paethFilterRow(expected.data(), row.data() + 3, above.data() + 3, count);
+    for (const NamedKernels& fast : FastKernels()) {
+        CAPTURE(fast.name);
+        fast.pixels->paethFilterRow(actual.data(), row.data() + 3, above.data() + 3, count);
+        CHECK(actual == expected);
+    }
+}

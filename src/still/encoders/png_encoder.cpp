@@ -1,12 +1,20 @@
 #include "still/encoders/png_encoder.h"
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#include <span>
 
 #include <png.h>
+#include <zlib.h>
 
-#include "still/encoders/rgb_row.h"
+#include "still/encoders/deflate.h"
+#include "still/encoders/png_filter.h"
 #include "still/pixels/pixel_kernels.h"
+#include "still/pixels/pixel_tables.h"
 
 namespace cam::still {
 namespace {
@@ -48,32 +56,108 @@ void OnWarning(png_structp, png_const_charp) {}
 
 constexpr int kResumptions = 2;
 
-// Everything that an error leaves by a long jump stands here, and nothing that would have to be destroyed on
-// the way.
-EncodeStatus Write(png_structp png, png_infop info, const ConstFrame& frame, Output& output,
-                   std::uint8_t* rgbRow) {
-    const auto width = static_cast<std::uint32_t>(frame.width);
-    const std::uint32_t rows = frame.rows();
+std::uint32_t WidthOf(const ConstFrame& frame) {
+    return static_cast<std::uint32_t>(frame.width);
+}
+
+// png_write_info() would bring the writers of all chunks into the program, and zlib's own deflate with them.
+void WriteHeader(png_structp png, const ConstFrame& frame) {
+    static constexpr png_byte kIhdr[] = "IHDR";
+    png_byte header[13] =
+        {};  // after the size: depth, kind, and the only compression, filters and order there are
+    png_save_uint_32(header, WidthOf(frame));
+    png_save_uint_32(header + 4, frame.rows());
+    header[8] = 8;
+    header[9] = PNG_COLOR_TYPE_RGB;
+    png_write_chunk(png, kIhdr, header, sizeof header);
+}
+
+void WriteIdat(void* png, const std::uint8_t* bytes, std::size_t count) {
+    static constexpr png_byte kIdat[] = "IDAT";
+    png_write_chunk(static_cast<png_structp>(png), kIdat, bytes, count);
+}
+
+// Two rows of RGB888 in one block of memory, with the pixel of zeros before each that filters ask for.
+class RgbRows {
+  public:
+    explicit RgbRows(std::uint32_t width) : rowBytes(std::size_t{width} * kRgbBytes) {
+        // A size that cannot be expressed is asked for as the largest one, which fails.
+        constexpr std::size_t kLargest = std::numeric_limits<std::size_t>::max();
+        const bool expressible = width <= (kLargest - 2 * kGap - 2 * kAlignment) / 2 / kRgbBytes;
+        step = expressible ? (kGap + rowBytes + kAlignment - 1) & ~(kAlignment - 1) : 0;
+        bytes.reset(new (std::nothrow) std::uint8_t[expressible ? 2 * step : kLargest]);
+    }
+    bool allocated() const { return bytes != nullptr; }
+    void Clear() { std::memset(bytes.get(), 0, 2 * step); }
+    // Of the picture's row `y`; it takes the place of that two above it.
+    std::uint8_t* Row(std::uint32_t y) const { return bytes.get() + (y % 2) * step + kGap; }
+
+    const std::size_t rowBytes;
+
+  private:
+    static constexpr std::size_t kAlignment = 4;
+    static constexpr std::size_t kGap = 4;
+
+    std::size_t step;
+    std::unique_ptr<std::uint8_t[]> bytes;
+};
+
+// The rows, each after the number of its filter, as one zlib stream.
+void WriteRows(const ConstFrame& frame, RgbRows& rgb, Deflate& deflate) {
+    const PixelKernels& kernels = kPixelKernels.Fastest();
+    PngFilterChoice filters;
+    uLong checksum = adler32(0, nullptr, 0);
+    const auto add = [&](std::span<std::uint8_t> bytes) {
+        checksum = adler32(checksum, bytes.data(), static_cast<uInt>(bytes.size()));
+        deflate.Add(bytes.size());
+    };
+    rgb.Clear();
+    for (std::uint32_t y = 0; y < frame.rows(); ++y) {
+        const std::uint8_t* const above = rgb.Row(y + 1);
+        std::uint8_t* const row = rgb.Row(y);
+        kernels.rgb565RowToRgb888(row, frame.Row(y).data(), WidthOf(frame));
+        const PngFilter filter = filters.Next(row, above, rgb.rowBytes, deflate.Room(), kernels);
+        // What is filtered is seldom as it was a row above.
+        deflate.ExpectRepeat(filter == PngFilter::None ? 1 + rgb.rowBytes : 0);
+        const auto room = deflate.Room();
+        room[0] = static_cast<std::uint8_t>(filter);
+        add(room.first(1));
+        for (std::size_t done = 0; done < rgb.rowBytes;) {
+            const auto free = deflate.Room();
+            const auto part = free.first(std::min(free.size(), rgb.rowBytes - done));
+            FilterPngRow(filter, part.data(), row + done, above + done, part.size(), kernels);
+            add(part);
+            done += part.size();
+        }
+    }
+    deflate.Finish(static_cast<std::uint32_t>(checksum));
+}
+
+// Everything that an error leaves by a long jump stands here and in what it calls, and nothing that would have to be
+// destroyed on the way.
+EncodeStatus Write(png_structp png, png_infop info, const ConstFrame& frame, Output& output, RgbRows& rgb,
+                   Deflate& deflate) {
     if (setjmp(png_jmpbuf(png))) return EncodeStatus::Failed;
     png_set_write_fn(png, &output, OnWrite, OnFlush);
-    png_set_IHDR(png, info, width, rows, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+    // Refuses what cannot be a picture.
+    png_set_IHDR(png, info, WidthOf(frame), frame.rows(), 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(png, info);
-    const PixelKernels& pixels = kPixelKernels.Fastest();
-    for (std::uint32_t y = 0; y < rows; ++y) {
-        pixels.rgb565RowToRgb888(rgbRow, frame.Row(y).data(), width);
-        png_write_row(png, rgbRow);
-    }
-    png_write_end(png, info);
+    png_write_sig(png);
+    WriteHeader(png, frame);
+    WriteRows(frame, rgb, deflate);
+    static constexpr png_byte kIend[] = "IEND";
+    png_write_chunk(png, kIend, nullptr, 0);
     return Flush(output) ? EncodeStatus::Done : EncodeStatus::Failed;
 }
 
 // With structures of its own: those of a failed attempt remember what they have written and would leave it
 // out.
-EncodeStatus Attempt(const ConstFrame& frame, Output output, std::uint8_t* rgbRow) {
+EncodeStatus Attempt(const ConstFrame& frame, Output output, RgbRows& rgb) {
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, OnError, OnWarning);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
-    const EncodeStatus status = info ? Write(png, info, frame, output, rgbRow) : EncodeStatus::OutOfMemory;
+    const std::unique_ptr<Deflate> deflate(new (std::nothrow) Deflate({WriteIdat, png}));
+    const EncodeStatus status =
+        info && deflate ? Write(png, info, frame, output, rgb, *deflate) : EncodeStatus::OutOfMemory;
     png_destroy_write_struct(&png, &info);
     return status;
 }
@@ -81,13 +165,13 @@ EncodeStatus Attempt(const ConstFrame& frame, Output output, std::uint8_t* rgbRo
 }  // namespace
 
 EncodeStatus EncodePng(const ConstFrame& frame, ByteSink& out) {
-    const auto rgbRow = MakeRgbRow(static_cast<std::uint32_t>(frame.width));
+    RgbRows rgb(WidthOf(frame));
     const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow) std::uint8_t[kOutputBufferBytes]);
-    if (!rgbRow || !buffer) return EncodeStatus::OutOfMemory;
+    if (!rgb.allocated() || !buffer) return EncodeStatus::OutOfMemory;
     const Output output = {&out, buffer.get(), 0};
-    EncodeStatus status = Attempt(frame, output, rgbRow.get());
+    EncodeStatus status = Attempt(frame, output, rgb);
     for (int left = kResumptions; status == EncodeStatus::Failed && left > 0 && out.Restart(); --left) {
-        status = Attempt(frame, output, rgbRow.get());
+        status = Attempt(frame, output, rgb);
     }
     return status;
 }

@@ -5,7 +5,7 @@
 
 namespace cam::still {
 
-const PixelKernels kAvx2PixelKernels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
-                                        Rgb565RowToRgb888};
+const PixelKernels kAvx2PixelKernels = {Yuy2RowToRgb565,   GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
+                                        Rgb565RowToRgb888, UpFilterRow,   PaethFilterRow};
 
 }  // namespace cam::still

@@ -1,6 +1,7 @@
 #include "still/pixels/pixel_kernels.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "still/pixels/pixel_tables.h"
 
@@ -70,9 +71,27 @@ void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t w
     }
 }
 
+void UpFilterRow(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,
+                 std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) filtered[i] = static_cast<std::uint8_t>(row[i] - above[i]);
+}
+
+void PaethFilterRow(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,
+                    std::size_t count) {
+    const std::uint8_t* const left = row - kRgbBytes;
+    const std::uint8_t* const aboveLeft = above - kRgbBytes;
+    for (std::size_t i = 0; i < count; ++i) {
+        const int a = left[i], b = above[i], c = aboveLeft[i];
+        const int estimate = a + b - c;
+        const int toA = std::abs(estimate - a), toB = std::abs(estimate - b), toC = std::abs(estimate - c);
+        const int nearest = toA <= toB && toA <= toC ? a : toB <= toC ? b : c;
+        filtered[i] = static_cast<std::uint8_t>(row[i] - nearest);
+    }
+}
+
 }  // namespace
 
-const PixelKernels kPlainPixelKernels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
-                                         Rgb565RowToRgb888};
+const PixelKernels kPlainPixelKernels = {Yuy2RowToRgb565,   GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
+                                         Rgb565RowToRgb888, UpFilterRow,   PaethFilterRow};
 
 }  // namespace cam::still

@@ -43,8 +43,8 @@ void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
     for (; left >= 2 * kVectorPixels; left -= 2 * kVectorPixels, row += 2 * kVectorBytes) {
         const Vector first = Load(row);
         const Vector second = Load(row + kVectorBytes);
-        const Vector u = CAM_SIMD(packs_epi32)(And(OddBytes(first), lowWords),
-                                               And(OddBytes(second), lowWords));
+        const Vector u =
+            CAM_SIMD(packs_epi32)(And(OddBytes(first), lowWords), And(OddBytes(second), lowWords));
         const Vector v =
             CAM_SIMD(packs_epi32)(CAM_SIMD(srli_epi32)(first, 24), CAM_SIMD(srli_epi32)(second, 24));
         // 409 E / 2, -50 D - 104 E and 129 D, with the offset of 128 multiplied out.
@@ -173,6 +173,46 @@ void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t w
         StoreRgb(rgb, low, high);
     }
     kPlainPixelKernels.rgb565RowToRgb888(rgb, row, left);
+}
+
+void UpFilterRow(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,
+                 std::size_t count) {
+    std::size_t i = 0;
+    for (; i + kVectorBytes <= count; i += kVectorBytes) {
+        Store(filtered + i, CAM_SIMD(sub_epi8)(Load(row + i), Load(above + i)));
+    }
+    kPlainPixelKernels.upFilterRow(filtered + i, row + i, above + i, count - i);
+}
+
+Vector Distance(Vector a, Vector b) {
+    return Or(CAM_SIMD(subs_epu8)(a, b), CAM_SIMD(subs_epu8)(b, a));
+}
+Vector NotBelow(Vector a, Vector b) {
+    return CAM_SIMD(cmpeq_epi8)(CAM_SIMD(max_epu8)(a, b), a);
+}
+Vector Select(Vector mask, Vector set, Vector clear) {
+    return Or(And(mask, set), CAM_SIMD_BITS(andnot)(mask, clear));
+}
+
+// With a - c and b - c of the same sign the third distance is the sum of the others and never the least; else it is
+// their difference, so that bytes are enough.
+void PaethFilterRow(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,
+                    std::size_t count) {
+    std::size_t i = 0;
+    for (; i + kVectorBytes <= count; i += kVectorBytes) {
+        const Vector a = Load(row + i - kRgbBytes);
+        const Vector b = Load(above + i);
+        const Vector c = Load(above + i - kRgbBytes);
+        const Vector toA = Distance(b, c);
+        const Vector toB = Distance(a, c);
+        const Vector sameSign = CAM_SIMD(cmpeq_epi8)(NotBelow(a, c), NotBelow(b, c));
+        const Vector toC = Or(Distance(toA, toB), sameSign);
+        const Vector least = CAM_SIMD(min_epu8)(toA, CAM_SIMD(min_epu8)(toB, toC));
+        const Vector bOrC = Select(CAM_SIMD(cmpeq_epi8)(least, toB), b, c);
+        const Vector nearest = Select(CAM_SIMD(cmpeq_epi8)(least, toA), a, bOrC);
+        Store(filtered + i, CAM_SIMD(sub_epi8)(Load(row + i), nearest));
+    }
+    kPlainPixelKernels.paethFilterRow(filtered + i, row + i, above + i, count - i);
 }
 
 }  // namespace

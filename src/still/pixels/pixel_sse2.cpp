@@ -4,7 +4,7 @@
 
 namespace cam::still {
 
-const PixelKernels kSse2PixelKernels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
-                                        Rgb565RowToRgb888};
+const PixelKernels kSse2PixelKernels = {Yuy2RowToRgb565,   GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
+                                        Rgb565RowToRgb888, UpFilterRow,   PaethFilterRow};
 
 }  // namespace cam::still

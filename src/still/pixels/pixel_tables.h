@@ -7,6 +7,8 @@
 
 namespace cam::still {
 
+constexpr std::size_t kRgbBytes = 3;  // of a pixel of RGB888
+
 // round(v * 255 / (Levels - 1)), halves upward.
 template <std::size_t Levels>
 constexpr std::array<std::uint8_t, Levels> MakeExpansion() {

@@ -178,9 +178,44 @@ void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t w
     kPlainPixelKernels.rgb565RowToRgb888(rgb, row, width & 3);
 }
 
+void UpFilterRow(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,
+                 std::size_t count) {
+    kPlainPixelKernels.upFilterRow(filtered, row, above, count);
+}
+
+// Where the row above does not change, the nearest is always the one to the left; where the row does not change from
+// the left, always the one above.
+inline std::uint32_t Nearest(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+    if (b == c) return a;
+    if (a == c) return b;
+    const int across = static_cast<int>(b - c), down = static_cast<int>(a - c);
+    const int toA = across < 0 ? -across : across, toB = down < 0 ? -down : down;
+    const int both = across + down, toC = both < 0 ? -both : both;
+    if (toA <= toB) return toA <= toC ? a : c;
+    return toB <= toC ? b : c;
+}
+
+// A pixel at a time, so that what is to the left stays in registers.
+void PaethFilterRow(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,
+                    std::size_t count) {
+    const std::uint8_t* const end = row + count / kRgbBytes * kRgbBytes;
+    std::uint32_t a0 = row[-3], a1 = row[-2], a2 = row[-1];
+    std::uint32_t c0 = above[-3], c1 = above[-2], c2 = above[-1];
+    for (; row != end; row += kRgbBytes, above += kRgbBytes, filtered += kRgbBytes) {
+        const std::uint32_t b0 = above[0], b1 = above[1], b2 = above[2];
+        const std::uint32_t x0 = row[0], x1 = row[1], x2 = row[2];
+        filtered[0] = static_cast<std::uint8_t>(x0 - Nearest(a0, b0, c0));
+        filtered[1] = static_cast<std::uint8_t>(x1 - Nearest(a1, b1, c1));
+        filtered[2] = static_cast<std::uint8_t>(x2 - Nearest(a2, b2, c2));
+        a0 = x0, a1 = x1, a2 = x2;
+        c0 = b0, c1 = b1, c2 = b2;
+    }
+    kPlainPixelKernels.paethFilterRow(filtered, row, above, count % kRgbBytes);
+}
+
 }  // namespace
 
-const PixelKernels kWordPixelKernels = {Yuy2RowToRgb565, GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
-                                        Rgb565RowToRgb888};
+const PixelKernels kWordPixelKernels = {Yuy2RowToRgb565,   GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
+                                        Rgb565RowToRgb888, UpFilterRow,   PaethFilterRow};
 
 }  // namespace cam::still
