@@ -60,7 +60,7 @@ HRESULT CaptureFilter::FindInterface(REFIID iid, void** out) {
     return S_OK;
 }
 
-// ---- IMediaFilter -----------------------------------------------------------------------------------------------------
+// ---- IMediaFilter -----------------------------------------------------------------------------------------
 
 // A lost camera stops as well; it only says that it is lost.
 HRESULT CaptureFilter::Stop() {
@@ -88,7 +88,7 @@ HRESULT CaptureFilter::GetState(DWORD timeoutMs, FILTER_STATE* out) {
     return hr == S_OK && *out == State_Paused ? VFW_S_CANT_CUE : hr;
 }
 
-// ---- IPersistPropertyBag ----------------------------------------------------------------------------------------------
+// ---- IPersistPropertyBag ----------------------------------------------------------------------------------
 
 HRESULT CaptureFilter::Load(IPropertyBag* bag, IErrorLog* errors) {
     cam::Variant name;
@@ -121,7 +121,7 @@ HRESULT CaptureFilter::Save(IPropertyBag* bag, BOOL, BOOL) {
     return bag->Write(kNameProperty, &name.get());
 }
 
-// ---- IAMVideoControl --------------------------------------------------------------------------------------------------
+// ---- IAMVideoControl --------------------------------------------------------------------------------------
 
 HRESULT CaptureFilter::GetCaps(IPin* pin, LONG* flags) {
     if (!pin || !flags) return E_POINTER;
@@ -157,7 +157,7 @@ HRESULT CaptureFilter::GetFrameRateList(IPin*, LONG, SIZE, LONG*, LONGLONG**) {
     return E_NOTIMPL;
 }
 
-// ---- IAMVideoProcAmp, IAMCameraControl --------------------------------------------------------------------------------
+// ---- IAMVideoProcAmp, IAMCameraControl --------------------------------------------------------------------
 
 template <typename Interface, PropertySet kSet>
 HRESULT PropertyFacet<Interface, kSet>::QueryInterface(REFIID iid, void** out) {

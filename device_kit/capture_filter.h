@@ -19,7 +19,8 @@ namespace kit {
 
 class CaptureFilter;
 
-// IAMVideoProcAmp or IAMCameraControl: the two have the same operations, so one object cannot implement both. Part of the filter.
+// IAMVideoProcAmp or IAMCameraControl: the two have the same operations, so one object cannot implement both.
+// Part of the filter.
 template <typename Interface, PropertySet kSet>
 class PropertyFacet final : public Interface {
   public:
@@ -63,7 +64,8 @@ class CaptureFilter final : public CaptureFilterBase {
     unsigned FrameNumber() const { return frameNumber; }
     void NextFrame() { ++frameNumber; }
 
-    // A call on the camera as the scenario wants it; ERROR_NOT_READY as an HRESULT while no device has been loaded.
+    // A call on the camera as the scenario wants it; ERROR_NOT_READY as an HRESULT while no device has been
+    // loaded.
     template <typename Work>
     HRESULT CameraCall(std::wstring_view call, std::wstring_view argument, Work&& work) {
         return DeviceCall(call, argument,

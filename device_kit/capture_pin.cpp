@@ -39,7 +39,7 @@ HRESULT CapturePin::Trigger() {
     return ReleaseSemaphore(triggers.get(), 1, nullptr) ? S_OK : E_FAIL;
 }
 
-// ---- Pin ------------------------------------------------------------------------------------------------------------------
+// ---- Pin --------------------------------------------------------------------------------------------------
 
 HRESULT CapturePin::NonDelegatingQueryInterface(REFIID iid, void** out) {
     if (!out) return E_POINTER;
@@ -53,7 +53,7 @@ HRESULT CapturePin::GetMediaType(int position, MediaType& type) {
     return FillMediaType(format, camera.Played().framesPerSecond, type) ? S_OK : E_OUTOFMEMORY;
 }
 
-// ---- IPin -----------------------------------------------------------------------------------------------------------------
+// ---- IPin -------------------------------------------------------------------------------------------------
 
 HRESULT CapturePin::Connect(IPin* receiver, const AM_MEDIA_TYPE* type) {
     return DeviceCall(L"IPin::Connect", Name(), [&] { return CapturePinBase::Connect(receiver, type); });
@@ -68,7 +68,7 @@ HRESULT CapturePin::EnumMediaTypes(IEnumMediaTypes** out) {
     return DeviceCall(L"IPin::EnumMediaTypes", Name(), [&] { return CapturePinBase::EnumMediaTypes(out); });
 }
 
-// ---- IKsPropertySet -------------------------------------------------------------------------------------------------------
+// ---- IKsPropertySet ---------------------------------------------------------------------------------------
 
 HRESULT CapturePin::Set(REFGUID, ULONG, void*, ULONG, void*, ULONG) {
     return E_NOTIMPL;
@@ -98,7 +98,7 @@ HRESULT CapturePin::QuerySupported(REFGUID set, ULONG id, ULONG* support) {
     return S_OK;
 }
 
-// ---- IAMStreamConfig ------------------------------------------------------------------------------------------------------
+// ---- IAMStreamConfig --------------------------------------------------------------------------------------
 
 HRESULT CapturePin::NewType(const Format& wanted, AM_MEDIA_TYPE** out) const {
     MediaType type;
@@ -161,7 +161,7 @@ HRESULT CapturePin::GetStreamCaps(int index, AM_MEDIA_TYPE** out, BYTE* capabili
     });
 }
 
-// ---- Streaming ------------------------------------------------------------------------------------------------------------
+// ---- Streaming --------------------------------------------------------------------------------------------
 
 HRESULT CapturePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) {
     return RequestBuffers(format, allocator, request);

@@ -16,7 +16,8 @@ namespace kit {
 
 class CaptureFilter;
 
-// Property sets of a kernel streaming pin. The SDK's header of this name is DirectSound's, whose operations stand in another order.
+// Property sets of a kernel streaming pin. The SDK's header of this name is DirectSound's, whose operations
+// stand in another order.
 struct KsPropertySet : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE Set(REFGUID set, ULONG id, void* instance, ULONG instanceSize,
                                           void* data, ULONG size) = 0;
@@ -33,8 +34,9 @@ __CRT_UUID_DECL(kit::KsPropertySet, 0x31EFAC30, 0x515C, 0x11D0, 0xA9, 0xAA, 0x00
 
 namespace kit {
 
-// Preview and capture: frames at the scenario's rate while the graph runs. Still: one sample for every trigger.
-// The streaming thread lives from pause to stop. It never calls the graph and never takes the filter's lock.
+// Preview and capture: frames at the scenario's rate while the graph runs. Still: one sample for every
+// trigger. The streaming thread lives from pause to stop. It never calls the graph and never takes the
+// filter's lock.
 using CapturePinBase =
     cam::filter_base::Implements<cam::filter_base::OutputPin, KsPropertySet, IAMStreamConfig>;
 

@@ -10,14 +10,15 @@ const VIDEOINFOHEADER& Header(const AM_MEDIA_TYPE& type) {
     return *reinterpret_cast<const VIDEOINFOHEADER*>(type.pbFormat);
 }
 
-// 0RRRRRGGGGGBBBBB to RRRRRGGGGGgBBBBB, two pixels at a time; green's new lowest bit repeats its highest, so that white stays white.
+// 0RRRRRGGGGGBBBBB to RRRRRGGGGGgBBBBB, two pixels at a time; green's new lowest bit repeats its highest, so
+// that white stays white.
 std::uint32_t Widen565(std::uint32_t pixels) {
     return (pixels & 0x7FE07FE0) << 1 | (pixels >> 4 & 0x00200020) | (pixels & 0x001F001F);
 }
 
 }  // namespace
 
-// ---- Input ------------------------------------------------------------------------------------------------------------
+// ---- Input ------------------------------------------------------------------------------------------------
 
 ConverterInput::ConverterInput(ColorConverter& filter) : InputPin(filter, L"Input"), converter(filter) {}
 
@@ -53,7 +54,7 @@ HRESULT ConverterInput::Receive(IMediaSample* sample) {
     return converter.Convert(sample);
 }
 
-// ---- Output -----------------------------------------------------------------------------------------------------------
+// ---- Output -----------------------------------------------------------------------------------------------
 
 ConverterOutput::ConverterOutput(ColorConverter& filter) : OutputPin(filter, L"Output"), converter(filter) {}
 
@@ -74,7 +75,7 @@ HRESULT ConverterOutput::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PR
     return RequestBuffers(converter.OutputFormat(), allocator, request);
 }
 
-// ---- Filter -----------------------------------------------------------------------------------------------------------
+// ---- Filter -----------------------------------------------------------------------------------------------
 
 Format ColorConverter::OutputFormat() const {
     const BITMAPINFOHEADER& bitmap = Header(input.Type()).bmiHeader;

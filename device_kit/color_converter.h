@@ -1,4 +1,5 @@
-// A filter that turns RGB 5-5-5 into RGB 5-6-5: what the camera gives into what a desktop's video renderer takes.
+// A filter that turns RGB 5-5-5 into RGB 5-6-5: what the camera gives into what a desktop's video renderer
+// takes.
 #pragma once
 
 #include <mutex>
@@ -69,7 +70,8 @@ class ColorConverter final : public cam::filter_base::Filter {
     }
 
   private:
-    // Stopping waits for the sample in hand; its allocators have been decommitted by then, so that it cannot stay for ever.
+    // Stopping waits for the sample in hand; its allocators have been decommitted by then, so that it cannot
+    // stay for ever.
     void WaitUntilIdle() override { const std::lock_guard guard(converting); }
 
     ConverterInput input{*this};

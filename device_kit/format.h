@@ -22,8 +22,8 @@ struct Format {
     int SampleSize() const { return Stride() * height; }
 };
 
-// VIDEOINFOHEADER and three colour masks. The masks are there for every layout: cameras of this kind always send the
-// longer block, and its readers rely on more than a bare VIDEOINFOHEADER.
+// VIDEOINFOHEADER and three colour masks. The masks are there for every layout: cameras of this kind always
+// send the longer block, and its readers rely on more than a bare VIDEOINFOHEADER.
 struct FormatBlock {
     VIDEOINFOHEADER header;
     DWORD masks[3];
@@ -35,10 +35,12 @@ static_assert(kFormatBlockSize == 100, "as it stands in a media type");
 // Replaces `type` by the format's. False: out of memory.
 bool FillMediaType(const Format& format, int framesPerSecond, cam::filter_base::MediaType& type);
 
-// Whether `type` is `format`: major type, subtype, format type and the bitmap's geometry. The frame rate may differ.
+// Whether `type` is `format`: major type, subtype, format type and the bitmap's geometry. The frame rate may
+// differ.
 bool Matches(const Format& format, const AM_MEDIA_TYPE& type);
 
-// What an output pin of this format asks of its allocator: at least one buffer that holds a sample. Calls SetProperties.
+// What an output pin of this format asks of its allocator: at least one buffer that holds a sample. Calls
+// SetProperties.
 HRESULT RequestBuffers(const Format& format, IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request);
 
 // Packs a picture of exactly the format's size into a sample of SampleSize() bytes, padding included.

@@ -12,7 +12,8 @@ namespace kit {
 // Used by one streaming thread.
 class Look {
   public:
-    // The picture as the camera with these properties sees it; valid until the next call. `isStill`: the flash fires for stills only.
+    // The picture as the camera with these properties sees it; valid until the next call. `isStill`: the
+    // flash fires for stills only.
     const Picture& Apply(const Picture& seen, const PropertyTable& properties, bool isStill);
 
   private:

@@ -46,8 +46,8 @@ class PropertyTable {
 
     long Value(PropertySet set, long number) const { return Find(set, number)->value; }
 
-    // As the driver judges: ERROR_NOT_FOUND as an HRESULT for what there is not, E_INVALIDARG for a value out of range, off its steps,
-    // or flags that the property cannot have.
+    // As the driver judges: ERROR_NOT_FOUND as an HRESULT for what there is not, E_INVALIDARG for a value out
+    // of range, off its steps, or flags that the property cannot have.
     HRESULT Set(PropertySet set, long number, long value, long flags);
 
   private:

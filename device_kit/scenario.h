@@ -1,4 +1,5 @@
-// What the kit plays: devices, scene, formats, properties and faults, read from a JSON text (docs/device-kit.md).
+// What the kit plays: devices, scene, formats, properties and faults, read from a JSON text
+// (docs/device-kit.md).
 #pragma once
 
 #include <windows.h>
@@ -37,7 +38,8 @@ struct Scenario {
     bool WatchesGraph() const;
 };
 
-// A path, or JSON text beginning with "{". False: `scenario` is as it was, and `error` names member, value and remedy. Needs COM.
+// A path, or JSON text beginning with "{". False: `scenario` is as it was, and `error` names member, value
+// and remedy. Needs COM.
 bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::string& error);
 
 }  // namespace kit

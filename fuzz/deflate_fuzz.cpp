@@ -11,8 +11,8 @@
 using namespace cam::still;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    // Two bytes: how far apart repetitions are expected; one: the pieces; one: how often the rest is there, with a byte
-    // changed each time.
+    // Two bytes: how far apart repetitions are expected; one: the pieces; one: how often the rest is there,
+    // with a byte changed each time.
     if (size < 5) return 0;
     const size_t piece = 1 + data[2] * size_t{40};
     std::vector<uint8_t> input;

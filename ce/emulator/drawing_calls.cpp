@@ -1,4 +1,5 @@
-// Drawing into 16-bit bitmaps: solid rectangles, and a font whose glyphs are made from the characters' codes, so that a picture tells what was drawn where.
+// Drawing into 16-bit bitmaps: solid rectangles, and a font whose glyphs are made from the characters' codes,
+// so that a picture tells what was drawn where.
 #include "emulator/drawing.h"
 
 #include <algorithm>

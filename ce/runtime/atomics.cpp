@@ -1,5 +1,5 @@
-// 32-bit atomic operations: the processor has no exclusive loads and stores, the system has its interlocked functions.
-// (Without windows.h, whose interlocked functions are built on what stands here.)
+// 32-bit atomic operations: the processor has no exclusive loads and stores, the system has its interlocked
+// functions. (Without windows.h, whose interlocked functions are built on what stands here.)
 extern "C" {
 
 using Word = unsigned int;

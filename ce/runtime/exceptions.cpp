@@ -1,5 +1,6 @@
-// The ends of the C++ exception machinery that depend on the system. The unwinder and the type matching come with the compiler; its own versions of what stands
-// here assume one thread, a pool of static memory and a C library with files.
+// The ends of the C++ exception machinery that depend on the system. The unwinder and the type matching come
+// with the compiler; its own versions of what stands here assume one thread, a pool of static memory and a C
+// library with files.
 #include <windows.h>
 
 #include <exception>
@@ -16,7 +17,8 @@ constexpr DWORD kTlsAllocate = 0;
 constexpr DWORD kTlsFree = 1;
 DWORD slot = kNoSlot;
 
-// The layout that the compiler's library expects: caught exceptions, count of uncaught ones, and the one being propagated.
+// The layout that the compiler's library expects: caught exceptions, count of uncaught ones, and the one
+// being propagated.
 struct Globals {
     void* caughtExceptions;
     unsigned int uncaughtExceptions;
@@ -24,7 +26,8 @@ struct Globals {
 };
 Globals lastResort;  // shared by threads that find no memory; they are about to end anyway
 
-// Room for the library's header in front of a thrown object. Larger than needed; a multiple of 8, so that both stay aligned.
+// Room for the library's header in front of a thrown object. Larger than needed; a multiple of 8, so that
+// both stay aligned.
 constexpr size_t kHeaderRoom = 192;
 
 [[noreturn]] void EndProcess() {
@@ -112,7 +115,7 @@ extern "C" void __cxa_deleted_virtual() {
 
 }  // namespace __cxxabiv1
 
-// ---- Tables of the unwinder ----------------------------------------------------------------------------------------
+// ---- Tables of the unwinder -------------------------------------------------------------------------------
 
 extern "C" {
 
@@ -130,7 +133,7 @@ const void* __gnu_Unwind_Find_exidx(const void*, int* count) {
 }
 }
 
-// ---- What the standard library's templates call when they must refuse ------------------------------------------------
+// ---- What the standard library's templates call when they must refuse -------------------------------------
 
 namespace std {
 

@@ -1,4 +1,5 @@
-// The identifiers that the system's headers only declare; on a device they come with the system's import libraries.
+// The identifiers that the system's headers only declare; on a device they come with the system's import
+// libraries.
 #include <windows.h>
 
 #include <initguid.h>

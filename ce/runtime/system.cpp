@@ -20,7 +20,8 @@ BOOL PulseEvent(HANDLE event) {
     return EventModify(event, kEventPulse);
 }
 
-// The kernel shows each thread its own handles in a page at a fixed address; the thread's and the process's ids are these handles.
+// The kernel shows each thread its own handles in a page at a fixed address; the thread's and the process's
+// ids are these handles.
 static volatile const DWORD* const kUserKernelData = reinterpret_cast<volatile const DWORD*>(0xFFFFC800);
 static constexpr int kCurrentThread = 2;
 static constexpr int kCurrentProcess = 3;

@@ -12,8 +12,8 @@
 
 namespace imvoxa {
 
-// The operation of that name or ordinal, perhaps with arguments after a space, as it is noted: "Acquire 3" for
-// "81 3". Nothing: there is none such.
+// The operation of that name or ordinal, perhaps with arguments after a space, as it is noted: "Acquire 3"
+// for "81 3". Nothing: there is none such.
 std::optional<std::string> FindOperation(const std::string& call);
 
 cam::Guarded<kit::CallRules>& TheCalls();

@@ -1,5 +1,5 @@
-// In place of scenario.cpp and desktop_output.cpp on a device, which has no JSON reader, no environment and no
-// imaging component.
+// In place of scenario.cpp and desktop_output.cpp on a device, which has no JSON reader, no environment and
+// no imaging component.
 #include "picture_output.h"
 #include "scenario.h"
 

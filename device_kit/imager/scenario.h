@@ -20,8 +20,8 @@ struct Scenario {
 // is as it was, and `error` names member, value and remedy.
 bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::wstring& error);
 
-// The one that DEVICEKIT_SCENARIO names; nothing if it names none. False: it cannot be used; the reason goes to
-// stderr, where who set it will look.
+// The one that DEVICEKIT_SCENARIO names; nothing if it names none. False: it cannot be used; the reason goes
+// to stderr, where who set it will look.
 bool ReadEnvironment(std::optional<Scenario>& scenario);
 
 }  // namespace imvoxa

@@ -1,4 +1,5 @@
-// Where everything stands on the test chart, so that whoever looks at a picture of it knows what it must show.
+// Where everything stands on the test chart, so that whoever looks at a picture of it knows what it must
+// show.
 #pragma once
 
 #include "scene/picture.h"
@@ -9,7 +10,8 @@ namespace kit::chart {
 constexpr int kColumns = 16;
 constexpr int kRows = 12;
 
-// Corner marks of 2 x 2 cells, each of its own colour: a picture that is mirrored or upside down shows them elsewhere.
+// Corner marks of 2 x 2 cells, each of its own colour: a picture that is mirrored or upside down shows them
+// elsewhere.
 constexpr Pixel kTopLeft = Rgb(255, 0, 0);
 constexpr Pixel kTopRight = Rgb(0, 255, 0);
 constexpr Pixel kBottomLeft = Rgb(0, 0, 255);
@@ -32,7 +34,8 @@ constexpr int kMotionTop = 8, kMotionBottom = 10;
 constexpr Pixel kMotionBackground = Rgb(64, 64, 64);
 constexpr Pixel kMotionBar = Rgb(255, 255, 255);
 
-// Rows 10 and 11, columns 2 to 13: the low twelve bits of the frame number, the highest on the left; white is 1.
+// Rows 10 and 11, columns 2 to 13: the low twelve bits of the frame number, the highest on the left; white
+// is 1.
 constexpr int kCounterTop = 10, kCounterBottom = 12, kCounterLeft = 2, kCounterBits = 12;
 constexpr Pixel kBitSet = Rgb(255, 255, 255);
 constexpr Pixel kBitClear = Rgb(0, 0, 0);

@@ -1,4 +1,5 @@
-// What a frame shows of the test chart: the other side of chart.h, for whoever judges what a camera delivered.
+// What a frame shows of the test chart: the other side of chart.h, for whoever judges what a camera
+// delivered.
 #pragma once
 
 #include <windows.h>

@@ -6,7 +6,8 @@
 namespace kit {
 namespace {
 
-// Segments of a digit in the order top, upper right, lower right, bottom, lower left, upper left, middle (lowest bit first).
+// Segments of a digit in the order top, upper right, lower right, bottom, lower left, upper left, middle
+// (lowest bit first).
 constexpr unsigned char kSegments[10] = {0x3F, 0x06, 0x5B, 0x4F, 0x66, 0x6D, 0x7D, 0x07, 0x7F, 0x6F};
 
 class ChartScene final : public Scene {

@@ -45,8 +45,8 @@ struct Picture {
     void Fill(int left, int top, int right, int bottom, Pixel color);  // clipped
 };
 
-// `source` in the size of `target`: every target pixel is the mean of the source pixels it covers, or the nearest one when the
-// picture grows.
+// `source` in the size of `target`: every target pixel is the mean of the source pixels it covers, or the
+// nearest one when the picture grows.
 void Scale(const Picture& source, Picture& target);
 
 }  // namespace kit

@@ -22,7 +22,8 @@ struct SceneSettings {
     std::wstring path;  // of the picture or film
 };
 
-// Null when the file cannot be used; `error` then says why, in words that end a sentence beginning with the path. Needs COM for pictures.
+// Null when the file cannot be used; `error` then says why, in words that end a sentence beginning with the
+// path. Needs COM for pictures.
 std::unique_ptr<Scene> OpenScene(const SceneSettings& settings, std::string& error);
 
 std::unique_ptr<Scene> OpenChart();

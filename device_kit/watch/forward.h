@@ -1,4 +1,5 @@
-// Functions that stand in an interface's table and forward to the real object, made from the interface's own declarations.
+// Functions that stand in an interface's table and forward to the real object, made from the interface's own
+// declarations.
 #pragma once
 
 #include <cstring>
@@ -8,7 +9,7 @@
 
 namespace kit::watch {
 
-// ---- Arguments in the call log: names and numbers; pointers say nothing ------------------------------------------------------
+// ---- Arguments in the call log: names and numbers; pointers say nothing -----------------------------------
 
 inline void Note(std::wstring& text, std::wstring_view word) {
     if (word.empty()) return;
@@ -36,14 +37,15 @@ void Describe(std::wstring& text, const T& argument) {
     }
 }
 
-// Calls whose numbers are handles or addresses, which are others every time: only noted as being there ("set") or not ("0").
+// Calls whose numbers are handles or addresses, which are others every time: only noted as being there
+// ("set") or not ("0").
 bool HasOpaqueNumbers(std::wstring_view call);
 template <typename T>
 void DescribeOpaque(std::wstring& text, const T& argument) {
     if constexpr (std::is_integral_v<T>) Note(text, argument != 0 ? L"set" : L"0");
 }
 
-// ---- Interfaces among the arguments: real ones for the real object, watched ones for the client ------------------------------
+// ---- Interfaces among the arguments: real ones for the real object, watched ones for the client -----------
 
 template <typename T>
 T Real(T argument) {
@@ -64,7 +66,8 @@ void Watch(T argument, const wchar_t* name) {
     if constexpr (kHandsOutInterface<T>) {
         using Interface = std::remove_pointer_t<std::remove_pointer_t<T>>;
         if (!argument) return;
-        // A list of pins is the client's to read; any other object that is handed out is watched if it was before.
+        // A list of pins is the client's to read; any other object that is handed out is watched if it was
+        // before.
         void* const watched = std::is_same_v<Interface, IEnumPins>
                                   ? WatchedObject::Wrap(__uuidof(Interface), *argument, name)
                                   : WatchedObject::WrapIfKnown(__uuidof(Interface), *argument);
@@ -79,7 +82,7 @@ void Clear(T argument) {
     }
 }
 
-// ---- One method ----------------------------------------------------------------------------------------------------------------
+// ---- One method -------------------------------------------------------------------------------------------
 
 template <typename Interface, auto kMethod>
 struct Forward;
@@ -104,7 +107,8 @@ struct Forward<Interface, kMethod> {
         });
     }
 
-    // The place of a virtual function in its table, which the compiler keeps in a pointer to it (plus one, in bytes).
+    // The place of a virtual function in its table, which the compiler keeps in a pointer to it (plus one, in
+    // bytes).
     static std::size_t Slot() {
         const auto method = kMethod;
         std::size_t offset = 0;

@@ -7,8 +7,8 @@
 namespace kit::watch {
 namespace {
 
-// Everything that is watched in this process. Nothing is called on a real object while the lock is held, save AddRef and
-// QueryInterface of its own.
+// Everything that is watched in this process. Nothing is called on a real object while the lock is held, save
+// AddRef and QueryInterface of its own.
 struct Registry {
     std::recursive_mutex lock;
     std::map<IUnknown*, WatchedObject*> objects;  // by the real object's identity

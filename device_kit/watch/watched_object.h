@@ -17,7 +17,8 @@ namespace kit::watch {
 
 class WatchedObject;
 
-// One interface of a watched object as clients hold it: a COM interface pointer points here, and finds the table of functions.
+// One interface of a watched object as clients hold it: a COM interface pointer points here, and finds the
+// table of functions.
 struct Facet {
     void* const* functions;
     void* real;  // the interface of the real object, referenced
@@ -25,7 +26,8 @@ struct Facet {
     const wchar_t* interfaceName;
 };
 
-// What the kit knows of an interface: a complete table of functions that forward each call to the real object after it has been judged.
+// What the kit knows of an interface: a complete table of functions that forward each call to the real object
+// after it has been judged.
 struct InterfaceTable {
     const IID* iid;
     const wchar_t* name;
@@ -42,10 +44,11 @@ std::wstring_view NameOf(REFGUID guid);
 // Stands for one real object: all its watched interfaces share one count and one identity.
 class WatchedObject {
   public:
-    // For a real interface with a reference, which is taken over: the watched one instead, or the same when the interface is not
-    // watched. `name` is that of the object's class, noted with calls on filters.
+    // For a real interface with a reference, which is taken over: the watched one instead, or the same when
+    // the interface is not watched. `name` is that of the object's class, noted with calls on filters.
     static void* Wrap(REFIID iid, void* realInterface, const wchar_t* name);
-    // The watched interface when the real object is watched already (the reference is passed on), else the same pointer.
+    // The watched interface when the real object is watched already (the reference is passed on), else the
+    // same pointer.
     static void* WrapIfKnown(REFIID iid, void* realInterface);
     // The real interface behind a pointer, without a reference; the pointer itself when it is no watched one.
     static void* Unwrap(void* pointer);
@@ -72,7 +75,8 @@ class WatchedObject {
     LiveObject live;
 };
 
-// While one of these lives on a thread, a real object is at work on it: what that creates is its own affair and not watched.
+// While one of these lives on a thread, a real object is at work on it: what that creates is its own affair
+// and not watched.
 class RealAtWork {
   public:
     RealAtWork() { ++depth; }

@@ -9,7 +9,8 @@
 
 namespace cam {
 
-// The first `length` characters of `text` and a terminating zero; null when there is no memory, or never could be.
+// The first `length` characters of `text` and a terminating zero; null when there is no memory, or never
+// could be.
 inline std::unique_ptr<wchar_t[]> CopyText(const wchar_t* text, size_t length) {
     // For more than the language allows an array, new throws, nothrow or not. Half of that is room enough.
     constexpr size_t kMaxLength = PTRDIFF_MAX / sizeof(wchar_t) / 2;

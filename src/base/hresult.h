@@ -15,7 +15,8 @@ inline HRESULT HresultFromLastError() {
     return HresultFromError(GetLastError());
 }
 
-// The last error plus 0x80000000: not the form of other failures, but the one that is settled for picture files.
+// The last error plus 0x80000000: not the form of other failures, but the one that is settled for picture
+// files.
 inline DWORD FileErrorFromLastError() {
     return GetLastError() + 0x80000000;
 }

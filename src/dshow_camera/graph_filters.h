@@ -26,8 +26,8 @@ class GraphFilters {
     // Leaves `count` alone when the driver does not say.
     void CountStillFormats(int* count) const;
 
-    // In pixels; index -1 is the current format. E_INVALIDARG for an index beyond the last, E_UNEXPECTED for a
-    // format that does not say.
+    // In pixels; index -1 is the current format. E_INVALIDARG for an index beyond the last, E_UNEXPECTED for
+    // a format that does not say.
     HRESULT GetStillDimensions(long* height, long* width, int index) const;
 
   private:

@@ -8,12 +8,12 @@
 
 namespace cam::filter_base {
 
-// Goes through what an owner has and keeps the owner alive. When the owner's list changes, everything but Reset
-// answers VFW_E_ENUM_OUT_OF_SYNC until Reset.
+// Goes through what an owner has and keeps the owner alive. When the owner's list changes, everything but
+// Reset answers VFW_E_ENUM_OUT_OF_SYNC until Reset.
 //
 // `List` says of what: Owner and one interface of it, the Interface offered, the Item that Next hands out;
-// Version(owner); whether it Has an item at a position; and Get, the item with whatever its receiver owns, null
-// behind the last or when there is no memory.
+// Version(owner); whether it Has an item at a position; and Get, the item with whatever its receiver owns,
+// null behind the last or when there is no memory.
 template <typename List>
 class Enumerator final : public Implements<ComObject, typename List::Interface> {
   public:

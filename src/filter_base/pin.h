@@ -102,8 +102,8 @@ class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
     const wchar_t* const pinName;
     const PIN_DIRECTION pinDirection;
     ComPtr<IPin> connectedPin;
-    // Guards connectionType alone, against a reader while the *streaming* thread changes it; nothing is called while
-    // it is held.
+    // Guards connectionType alone, against a reader while the *streaming* thread changes it; nothing is
+    // called while it is held.
     Lock typeLock;
     MediaType connectionType CAM_GUARDED_BY(typeLock);
     IQualityControl* qualitySink = nullptr;

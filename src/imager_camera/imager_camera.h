@@ -8,8 +8,8 @@
 namespace cam {
 
 // Threads: every operation runs on the *caller* thread. StartPreview starts a *worker*, the preview
-// thread (preview_thread.h), which alone works the scan engine; the two meet in the session, which lives until both
-// have let go of it.
+// thread (preview_thread.h), which alone works the scan engine; the two meet in the session, which lives
+// until both have let go of it.
 //
 // Where the imager library is missing, Init and every operation that would call the library give
 // HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND), or ERROR_PROC_NOT_FOUND when it lacks one of the operations.

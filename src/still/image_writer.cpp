@@ -47,8 +47,8 @@ void ImageWriter::Convert() {
     }
 }
 
-// The grey plane at the start of the frame becomes words of black and white. A threshold that is refused (it refuses
-// top-down frames, for one) leaves the plane as it was: then all but pure black turns white.
+// The grey plane at the start of the frame becomes words of black and white. A threshold that is refused (it
+// refuses top-down frames, for one) leaves the plane as it was: then all but pure black turns white.
 void ImageWriter::MakeBlackAndWhite() {
     tiff::AdaptiveThreshold(frame.bytes.first(static_cast<std::size_t>(frame.size())),
                             static_cast<std::uint32_t>(frame.width), frame.height,

@@ -12,15 +12,16 @@ enum class PixelFormat : LONG { None = 0, Yuy2 = 2, Rgb565 = 4 };
 
 class ImageWriter {
   public:
-    // `asked` is not owned. The frame's bytes hold |height| rows of its stride, and of whole pairs of pixels (4 bytes
-    // each) should the stride be shorter. The width is not negative.
+    // `asked` is not owned. The frame's bytes hold |height| rows of its stride, and of whole pairs of pixels
+    // (4 bytes each) should the stride be shorter. The width is not negative.
     ImageWriter(StillPicture& asked, const Frame& received, PixelFormat pixelFormat);
 
-    // Turns the frame into RGB565 (for a TIFF picture into the words 0x0000 and 0xFFFF) and stamps the overlay text.
+    // Turns the frame into RGB565 (for a TIFF picture into the words 0x0000 and 0xFFFF) and stamps the
+    // overlay text.
     void Prepare();
 
-    // Encodes the prepared frame into the picture's file, by the extension of its name; 0 and nothing done without a
-    // name. Results are the encoders': 0, or a Win32 number or HRESULT, and then no file is left.
+    // Encodes the prepared frame into the picture's file, by the extension of its name; 0 and nothing done
+    // without a name. Results are the encoders': 0, or a Win32 number or HRESULT, and then no file is left.
     DWORD Store();
 
   private:

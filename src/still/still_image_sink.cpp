@@ -23,8 +23,8 @@ PixelFormat PixelFormatOf(const GUID& subtype) {
 bool HoldsAllRows(const Frame& frame) {
     if (frame.width < 0) return false;
     if (frame.width == 0) return true;
-    // Pixels go in pairs of 4 bytes. Rows that a format of fewer bits a pixel puts closer together overlap, but the
-    // bitmap and the TIFF file read them as if they did not.
+    // Pixels go in pairs of 4 bytes. Rows that a format of fewer bits a pixel puts closer together overlap,
+    // but the bitmap and the TIFF file read them as if they did not.
     const std::uint64_t rowBytes = RowStride(static_cast<std::uint32_t>(frame.width), kBitsPerPixel);
     return frame.rows() * std::max<std::uint64_t>(frame.stride, rowBytes) <= frame.bytes.size();
 }

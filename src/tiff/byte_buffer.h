@@ -7,12 +7,12 @@
 
 namespace cam::tiff {
 
-// Owns its block. Nothing here throws; every failure is a false result, and the contents stay as they were. One thread at a
-// time.
+// Owns its block. Nothing here throws; every failure is a false result, and the contents stay as they were.
+// One thread at a time.
 class ByteBuffer {
   public:
-    // `initialCapacity` in bytes. A buffer that may not grow refuses what does not fit. When the block cannot be allocated,
-    // Data() is null and every write fails.
+    // `initialCapacity` in bytes. A buffer that may not grow refuses what does not fit. When the block cannot
+    // be allocated, Data() is null and every write fails.
     ByteBuffer(uint32_t initialCapacity, bool mayGrow);
     ~ByteBuffer();
     ByteBuffer(const ByteBuffer&) = delete;
@@ -21,11 +21,12 @@ class ByteBuffer {
     // Empties the buffer and sends the bit writer back to its first byte; the block is kept.
     void Clear();
 
-    // Makes room for `required` bytes in all; a request equal to the capacity grows the buffer already. True also when the
-    // growth itself failed: callers compare the capacity.
+    // Makes room for `required` bytes in all; a request equal to the capacity grows the buffer already. True
+    // also when the growth itself failed: callers compare the capacity.
     bool Reserve(uint32_t required);
 
-    // Gives the block room for `newCapacity` bytes; never less than the contents, and less than now only with `allowShrink`.
+    // Gives the block room for `newCapacity` bytes; never less than the contents, and less than now only with
+    // `allowShrink`.
     bool Resize(uint32_t newCapacity, bool allowShrink);
 
     bool AppendBytes(const void* bytes, uint32_t count);
@@ -33,8 +34,8 @@ class ByteBuffer {
     // Appends `value`, least significant byte first, in `width` bytes; bytes past the fourth are 0.
     bool WriteUInt(uint32_t value, uint32_t width);
 
-    // Appends the low `count` (at most 32) bits of `value`, the most significant first. The bit writer owns the contents from byte 0:
-    // it overwrites what the other writers appended.
+    // Appends the low `count` (at most 32) bits of `value`, the most significant first. The bit writer owns
+    // the contents from byte 0: it overwrites what the other writers appended.
     bool PutBits(uint32_t value, uint32_t count);
 
     // Fills a partly written byte with `fillBit`.

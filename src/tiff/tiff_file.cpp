@@ -148,8 +148,8 @@ bool EncodeBilevelTiff(ByteBuffer& out, const ConstFrame& picture, const char* d
     }
     const uint32_t stripBytes = compressed.Length();
     WriteTiffHeader(paddedWidth, rows, stripBytes, false, true, description, out, trailer);
-    // What a buffer of fixed size took is its owner's to see by the length, as after the header. One that should have grown and could
-    // not would make a file that ends in the middle of the picture.
+    // What a buffer of fixed size took is its owner's to see by the length, as after the header. One that
+    // should have grown and could not would make a file that ends in the middle of the picture.
     return out.AppendBytes(compressed.Data(), stripBytes) || !out.IsGrowable();
 }
 

@@ -1,4 +1,5 @@
-// What the tests of the library's DLL begin with: the DLL loaded on ARM code, a capture graph played by the host, and pictures decoded by others.
+// What the tests of the library's DLL begin with: the DLL loaded on ARM code, a capture graph played by the
+// host, and pictures decoded by others.
 #pragma once
 
 #include <doctest/doctest.h>

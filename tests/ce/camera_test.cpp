@@ -1,4 +1,5 @@
-// The library's DLL on ARM code, against a capture graph played by the host: from start-up to files that other decoders read.
+// The library's DLL on ARM code, against a capture graph played by the host: from start-up to files that
+// other decoders read.
 #include "camera_fixture.h"
 
 using namespace ce;
@@ -52,7 +53,8 @@ TEST_CASE_FIXTURE(Fixture, "preview: frames reach the callback and the renderer,
 }
 
 TEST_CASE_FIXTURE(Fixture, "pictures: what other decoders see in the files") {
-    // The pictures are converted and compressed by some ten million instructions; the small ones have been watched for alignment.
+    // The pictures are converted and compressed by some ten million instructions; the small ones have been
+    // watched for alignment.
     Start();
     auto& windows = process.Attachment<Windows>("windows");
     for (u32 resolution = 0; resolution < 4; ++resolution) {

@@ -1,4 +1,5 @@
-// Profiles and persisted settings on ARM code: files on the device's disk, and the system's XML parser played by the host.
+// Profiles and persisted settings on ARM code: files on the device's disk, and the system's XML parser played
+// by the host.
 #include <fstream>
 
 #include "camera_fixture.h"

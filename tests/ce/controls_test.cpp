@@ -1,4 +1,5 @@
-// The camera's properties and resolutions on ARM code: what the driver is asked, in which order, and what happens when it refuses.
+// The camera's properties and resolutions on ARM code: what the driver is asked, in which order, and what
+// happens when it refuses.
 #include "camera_fixture.h"
 #include "tables/arguments.h"
 
@@ -20,7 +21,8 @@ struct Controls : Fixture {
         u64 at;
     };
 
-    // The calls that `call` makes on the platform, with their times; the time at which it returns stands at the end.
+    // The calls that `call` makes on the platform, with their times; the time at which it returns stands at
+    // the end.
     template <typename F>
     std::vector<Step> Watch(F call) {
         auto& log = Calls(process);

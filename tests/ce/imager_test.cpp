@@ -1,4 +1,5 @@
-// The imager camera on ARM code, against an imager library of the same kind: found by its ordinals, driven, and its pictures read by others.
+// The imager camera on ARM code, against an imager library of the same kind: found by its ordinals, driven,
+// and its pictures read by others.
 #include "camera_fixture.h"
 #include "tables/imager_properties.h"
 #include "tables/stamping.h"
@@ -42,7 +43,8 @@ struct WithLibrary : WithoutLibrary {
                      });
         return process.Load(BuiltDll("imvoxa.dll"));
     }
-    // The calls of the operations named, or of all that do more than look at a picture, as the device kit notes them.
+    // The calls of the operations named, or of all that do more than look at a picture, as the device kit
+    // notes them.
     Lines CallsTo(const std::set<std::string>& operations = {}) {
         const u32 size = process.Call(imager, "imvKitCallLog", {0, 0});
         REQUIRE(2 * size <= kLogBytes);

@@ -1,4 +1,5 @@
-// The table of record layouts as numbers in an object file: nothing of it needs to run, so no 32-bit system is needed.
+// The table of record layouts as numbers in an object file: nothing of it needs to run, so no 32-bit system
+// is needed.
 #include "guest/layouts.h"
 
 namespace {

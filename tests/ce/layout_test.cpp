@@ -1,4 +1,5 @@
-// Records that cross a boundary have the same size and the same places on ARM as in a 32-bit desktop build, whose layout is the system's own.
+// Records that cross a boundary have the same size and the same places on ARM as in a 32-bit desktop build,
+// whose layout is the system's own.
 #include "support.h"
 
 #include <doctest/doctest.h>

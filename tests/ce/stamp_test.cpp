@@ -1,4 +1,5 @@
-// Text stamped into pictures on ARM code, with a font whose glyphs are known: every pixel of the picture is compared with what it has to show.
+// Text stamped into pictures on ARM code, with a font whose glyphs are known: every pixel of the picture is
+// compared with what it has to show.
 #include <tiffio.h>
 
 #include "camera_fixture.h"
@@ -257,7 +258,8 @@ TEST_CASE_FIXTURE(Stamping, "in a black and white picture text is black on white
             REQUIRE(Snap(u"\\plain.tif", quality) == 0);
             const Picture plain = ReadTiff(Path("plain.tif"));
             const auto dots = [&](u8 level) { return std::count(plain.rgb.begin(), plain.rgb.end(), level); };
-            // The threshold leaves both, for the stamp to stand out from; a frame from the top down has no threshold and is white.
+            // The threshold leaves both, for the stamp to stand out from; a frame from the top down has no
+            // threshold and is white.
             CHECK((kStills[index].height > 0 ? dots(0) > 300 : dots(0) == 0));
             CHECK(dots(255) > 300);
             for (const u32 position : tables::kPositions) {

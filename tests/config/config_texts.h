@@ -28,7 +28,8 @@ inline std::string ToUtf16(const std::string& ascii, bool withMark) {
     return bytes;
 }
 
-// The example number `index` of a language ("ini", "xml") in the documentation, so that what users copy is what is tested.
+// The example number `index` of a language ("ini", "xml") in the documentation, so that what users copy is
+// what is tested.
 inline std::string DocumentedExample(const std::string& language, int index) {
     const std::string text = ReadBytes(Widen(OCELLUS_CONFIGURATION_DOC));
     const std::string fence = "```" + language + "\n";

@@ -1,4 +1,5 @@
-// The camera in a running graph. The library's own tests see every still format and the converter to the desktop's renderer through it.
+// The camera in a running graph. The library's own tests see every still format and the converter to the
+// desktop's renderer through it.
 #include "device_kit/test_graph.h"
 
 #include <doctest/doctest.h>

@@ -1,4 +1,5 @@
-// The scenario that the environment names. A program of its own: once a scenario has been loaded, the environment no longer counts.
+// The scenario that the environment names. A program of its own: once a scenario has been loaded, the
+// environment no longer counts.
 #include "device_kit/test_graph.h"
 
 #include <doctest/doctest.h>

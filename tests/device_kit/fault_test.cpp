@@ -34,8 +34,8 @@ std::wstring Log() {
 
 }  // namespace
 
-// That a rule reaches each call of the building of a graph, and that a watched graph tells its calls in their order, is seen in the
-// library's own tests.
+// That a rule reaches each call of the building of a graph, and that a watched graph tells its calls in their
+// order, is seen in the library's own tests.
 TEST_CASE("a call is counted for its name, for the name before its argument, and from graph to graph anew") {
     for (const auto& [call, at] : {std::pair<const wchar_t*, int>{L"IPersistPropertyBag::Load CAM1:", 1},
                                    {L"IPersistPropertyBag::Load", 1},

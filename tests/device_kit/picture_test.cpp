@@ -147,7 +147,8 @@ TEST_CASE("pixels are packed as the format says, padding included") {
     const Pixel colors[6] = {Rgb(255, 0, 0),     Rgb(0, 255, 0), Rgb(0, 0, 255),
                              Rgb(255, 255, 255), Rgb(8, 4, 8),   Rgb(0, 0, 0)};
     std::copy(colors, colors + 6, picture.pixels.begin());
-    // Red, green and blue of the upper row: luma 82, 145, 41 (BT.601, studio range); chroma of the first pair is that of both.
+    // Red, green and blue of the upper row: luma 82, 145, 41 (BT.601, studio range); chroma of the first pair
+    // is that of both.
     const std::pair<Format, std::vector<std::uint16_t>> rows[] = {
         {{Layout::Rgb555, 3, 2, true}, {0x7C00, 0x03E0, 0x001F, 0, 0x7FFF, 0x0401, 0, 0}},
         {{Layout::Rgb555, 3, 2, false}, {0x7FFF, 0x0401, 0, 0, 0x7C00, 0x03E0, 0x001F, 0}},

@@ -67,7 +67,8 @@ class NameBag final : public IPropertyBag {
 HRESULT Create(REFCLSID classId, ComPtr<IBaseFilter>& filter);
 HRESULT LoadDevice(IBaseFilter* camera, const wchar_t* name);
 
-// Camera, then preview and still branch, each through a system grabber into a null renderer (or the preview into the system's video renderer).
+// Camera, then preview and still branch, each through a system grabber into a null renderer (or the preview
+// into the system's video renderer).
 class Graph {
   public:
     ~Graph();

@@ -42,7 +42,7 @@ ULONG CountOf(IUnknown* object) {
     return object->Release();
 }
 
-// ---- TestSource -------------------------------------------------------------------------------------------------------
+// ---- TestSource -------------------------------------------------------------------------------------------
 
 TestSourcePin::TestSourcePin(TestSource& source) : OutputPin(source, L"Out") {}
 
@@ -79,7 +79,7 @@ HRESULT TestSource::Push(BYTE mark, const std::function<void(IMediaSample&)>& pr
     return pin.Deliver(sample.get());
 }
 
-// ---- TestSink ---------------------------------------------------------------------------------------------------------
+// ---- TestSink ---------------------------------------------------------------------------------------------
 
 TestSinkPin::TestSinkPin(TestSink& sink) : InputPin(sink, L"In") {}
 
@@ -120,7 +120,7 @@ HRESULT STDMETHODCALLTYPE TestSinkPin::Receive(IMediaSample* sample) {
     return S_OK;
 }
 
-// ---- Graph, clock, allocator, sample --------------------------------------------------------------------------------
+// ---- Graph, clock, allocator, sample ----------------------------------------------------------------------
 
 HRESULT STDMETHODCALLTYPE FakeGraph::Notify(long code, LONG_PTR parameter1, LONG_PTR parameter2) {
     events.push_back({code, parameter1, parameter2});

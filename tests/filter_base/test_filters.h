@@ -1,4 +1,5 @@
-// The surroundings of a filter under test: neighbours, graph, clock, allocator and samples that record what happens to them.
+// The surroundings of a filter under test: neighbours, graph, clock, allocator and samples that record what
+// happens to them.
 #pragma once
 
 #include <atomic>
@@ -47,7 +48,8 @@ class Held {
 // The count that an interface reports.
 ULONG CountOf(IUnknown* object);
 
-// Has nothing of its own but its identity and what an inner object offers. Its count is the test's to look at.
+// Has nothing of its own but its identity and what an inner object offers. Its count is the test's to look
+// at.
 class Outer final : public IUnknown {
   public:
     // IUnknown
@@ -64,7 +66,7 @@ class Outer final : public IUnknown {
     ULONG count = 1;
 };
 
-// ---- Neighbours -----------------------------------------------------------------------------------------------------
+// ---- Neighbours -------------------------------------------------------------------------------------------
 
 class TestSource;
 
@@ -139,7 +141,7 @@ class TestSink final : public Filter {
     TestSinkPin pin{*this};
 };
 
-// ---- Graph and clock --------------------------------------------------------------------------------------------------
+// ---- Graph and clock --------------------------------------------------------------------------------------
 
 struct GraphEvent {
     long code;
@@ -194,7 +196,7 @@ class FakeClock final : public Implements<ComObject, IReferenceClock> {
     HANDLE advisedEvent = nullptr;
 };
 
-// ---- Allocator and sample -----------------------------------------------------------------------------------------------
+// ---- Allocator and sample ---------------------------------------------------------------------------------
 
 class FakeAllocator final : public Implements<ComObject, IMemAllocator> {
   public:

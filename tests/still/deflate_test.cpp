@@ -1,4 +1,5 @@
-// What the compressor makes is judged by zlib: it must find the input again, and its own streams say what size is fair.
+// What the compressor makes is judged by zlib: it must find the input again, and its own streams say what
+// size is fair.
 #include "still/encoders/deflate.h"
 
 #include <doctest/doctest.h>

@@ -170,7 +170,8 @@ TEST_CASE("filtered rows of every length agree and end where they must") {
 }
 
 TEST_CASE("Paeth agrees for every neighbour") {
-    // Left, above and above left take all values that fall on different sides of each other; the byte does not matter.
+    // Left, above and above left take all values that fall on different sides of each other; the byte does
+    // not matter.
     Bytes row, above;
     for (int a = 0; a < 256; a += 5) {
         for (int b = 0; b < 256; b += 3) {

@@ -28,8 +28,8 @@ inline std::unique_ptr<wchar_t[]> Copy(const std::wstring& text) {
     return copy;
 }
 
-// A frame, what the sink would know of it and what an application has set. Frames are kept with a margin of known
-// bytes on both sides.
+// A frame, what the sink would know of it and what an application has set. Frames are kept with a margin of
+// known bytes on both sides.
 struct TestPicture {
     static constexpr std::size_t kMargin = 4096;
     static constexpr std::uint8_t kMarginByte = 0xA5;

@@ -1,4 +1,5 @@
-// Calls of the exported functions with arguments good and bad: which argument is judged first, what reaches the camera, and what its result becomes.
+// Calls of the exported functions with arguments good and bad: which argument is judged first, what reaches
+// the camera, and what its result becomes.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
-// The imager camera's properties, in one run from its start: what each call answers and what it tells the imager library.
+// The imager camera's properties, in one run from its start: what each call answers and what it tells the
+// imager library.
 #pragma once
 
 #include <string>
@@ -43,7 +44,8 @@ inline const std::vector<ImagerStep> kImagerSteps = [] {
              {kRange, id, 0, kNotImplemented, {0, 0, 0, 0, 1}, ""},
              {kSet, id, 1, kNotImplemented, {}, ""}});
     }
-    // A get of the exposure selects the setting that is set and ranged from then on; -1 is the exposure itself, and at first there is none.
+    // A get of the exposure selects the setting that is set and ranged from then on; -1 is the exposure
+    // itself, and at first there is none.
     const std::vector<int> none = {kUntouched, kUntouched, kUntouched, kUntouched, 2};
     add({{kRange, 13, 0, kInvalid, none, "imgGetExposureSettingParms -2"},
          {kSet, 13, 1, kFail, {}, "SetExposureSetting -2=1 8"},

@@ -1,4 +1,5 @@
-// What the camera asks of the platform, as the device kit and the emulator log it: the order of its calls, and what follows when one fails.
+// What the camera asks of the platform, as the device kit and the emulator log it: the order of its calls,
+// and what follows when one fails.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
-// Settings files and what is read from them: for the reader's own tests, and for a camera that is started with such a file.
+// Settings files and what is read from them: for the reader's own tests, and for a camera that is started
+// with such a file.
 #pragma once
 
 #include <string>
@@ -86,7 +87,8 @@ inline const SettingsCase kXmlSettings[] = {
     {kXmlHead + "<ConfigDoc flags='1'><Section name='Camera'><Key name='Zoom'>5</Key></Section></ConfigDoc>",
      kNotSet}};
 
-// The slots of a list: names with blanks between them, "-" for an empty one, and none at the end; "none" when there is no list.
+// The slots of a list: names with blanks between them, "-" for an empty one, and none at the end; "none" when
+// there is no list.
 struct ProfilesCase {
     std::string text;
     const char* slots;

@@ -16,7 +16,8 @@ inline constexpr ImagerPosition kImagerPositions[] = {{0, 0},  {1, 4},  {2, 1}, 
                                                       {5, 6},  {6, 6},  {7, 6},  {8, 3},         {9, 5},
                                                       {10, 2}, {11, 6}, {12, 6}, {0xFFFFFFFF, 6}};
 
-// By the code of a background or an outline, blue in the high byte. 0 is the inverse of the text's colour, and 15 is none.
+// By the code of a background or an outline, blue in the high byte. 0 is the inverse of the text's colour,
+// and 15 is none.
 inline constexpr std::uint32_t kColors[16] = {0,        0x000000, 0x808080, 0xC0C0C0, 0xFFFFFF, 0x0000FF,
                                               0xFF00FF, 0x00A5FF, 0x00FFFF, 0x2A2AA5, 0x00FF00, 0xFF0000,
                                               0xFFFF00, 0xEE82EE, 0x000000, 0x000000};

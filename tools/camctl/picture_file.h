@@ -21,9 +21,9 @@ struct PictureFile {
     unsigned long long bytes = 0;
 };
 
-// Throws a ToolError with ExitCode::NoValidFile unless the file exists, is newer than `before` and is complete,
-// with the header that its extension asks for. With `bmpWhateverExtension` (the imager camera) the header
-// must be a BMP file's.
+// Throws a ToolError with ExitCode::NoValidFile unless the file exists, is newer than `before` and is
+// complete, with the header that its extension asks for. With `bmpWhateverExtension` (the imager camera) the
+// header must be a BMP file's.
 PictureFile CheckPicture(const std::wstring& file, const FileMark& before, bool bmpWhateverExtension);
 
 }  // namespace camctl

@@ -84,8 +84,8 @@ Json PropertyJson(int id, const std::optional<Range>& range, bool hasValue, long
     return json;
 }
 
-// Before the range is asked for or a value set: the imager camera takes from the value it is handed which exposure
-// setting is meant from then on.
+// Before the range is asked for or a value set: the imager camera takes from the value it is handed which
+// exposure setting is meant from then on.
 camResult ReadValue(int id, long& value, long& flags) {
     constexpr long kDirectExposure = -1;
     value = kDirectExposure;

@@ -19,7 +19,8 @@ struct ResultName {
     const char* name;
 };
 
-// Those that a capture graph or a picture decoder is known to answer; the rest is named by the system's own text.
+// Those that a capture graph or a picture decoder is known to answer; the rest is named by the system's own
+// text.
 constexpr ResultName kHresultNames[] = {
     {E_NOTIMPL, "E_NOTIMPL"},
     {E_NOINTERFACE, "E_NOINTERFACE"},

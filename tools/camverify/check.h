@@ -84,7 +84,8 @@ class Row {
 void Measured(const std::string& name, long long value, const char* unit);
 void Measured(const std::string& name, const std::string& text);
 
-// Around each call of the library's: a call that hangs is reported with its name, a failure with the call before it.
+// Around each call of the library's: a call that hangs is reported with its name, a failure with the call
+// before it.
 class CallUnderWay {
   public:
     explicit CallUnderWay(std::string text);

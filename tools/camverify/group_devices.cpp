@@ -1,5 +1,5 @@
-// Which camera driver is opened, none at all, and one that goes away. The list of active devices is the machine's: nothing else may use a
-// camera meanwhile.
+// Which camera driver is opened, none at all, and one that goes away. The list of active devices is the
+// machine's: nothing else may use a camera meanwhile.
 #include "camera.h"
 #include "check.h"
 #include "kit.h"

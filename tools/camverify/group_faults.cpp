@@ -1,5 +1,5 @@
-// Each step that can fail: what it answers, what the camera can still do, and what heals it. And the order of the steps, on which drivers
-// have come to depend.
+// Each step that can fail: what it answers, what the camera can still do, and what heals it. And the order of
+// the steps, on which drivers have come to depend.
 #include "camera.h"
 #include "check.h"
 #include "kit.h"
@@ -73,8 +73,8 @@ Lines ResolutionChange(int index, bool previewing) {
     return calls;
 }
 
-// The calls since the one of that number, without what the system does on its own account and, while the graph runs, without the events that
-// the camera takes from it.
+// The calls since the one of that number, without what the system does on its own account and, while the
+// graph runs, without the events that the camera takes from it.
 Lines CallsFrom(size_t from, bool withEvents = false) {
     const Lines all = Calls();
     Lines calls;

@@ -80,7 +80,8 @@ void SendFromFirst(void*, DWORD, LONG, LONG, DWORD) {
     SendMessageW(askedWindow, kAsk, 0, 0);
 }
 
-// The first frame's callback comes back only when camStopPreview, waiting for the thread, lets its message in.
+// The first frame's callback comes back only when camStopPreview, waiting for the thread, lets its message
+// in.
 void Preview() {
     Imager imager;
     inFirst = CreateEventW(nullptr, FALSE, FALSE, nullptr);
@@ -231,7 +232,8 @@ void FailedStill() {
     for (const char* failing : {"\"Acquire\": {\"at\": 2, \"result\": 7}", "\"SaveBmp\": {\"result\": 7}"}) {
         const Row row(failing);
         Imager imager;
-        // Asked for while the first frame is shown, so that it is taken in the second pass: the library's second acquisition.
+        // Asked for while the first frame is shown, so that it is taken in the second pass: the library's
+        // second acquisition.
         static wchar_t name[MAX_PATH];
         const TestFile file(L"f.bmp");
         wcscpy(name, file.path());
@@ -355,7 +357,8 @@ std::vector<PropertyStep> PropertySteps() {
              {Range, id, 0, true, {0, 0, 0, 0, 1}, ""},
              {Set, id, 1, true, {}, ""}});
     }
-    // A get of the exposure selects the setting that is set and ranged from then on; -1 is the exposure itself, and at first there is none.
+    // A get of the exposure selects the setting that is set and ranged from then on; -1 is the exposure
+    // itself, and at first there is none.
     const std::vector<long> none = {kUntouched, kUntouched, kUntouched, kUntouched, 2};
     add({{Range, 13, 0, true, none, "imgGetExposureSettingParms -2"},
          {Set, 13, 1, true, {}, "SetExposureSetting -2=1 8"},

@@ -124,8 +124,8 @@ void NoOwner() {
     Equal("shut down", cam.ShutDown(), camResult{camOk});
 }
 
-// The owner window's thread is the one that calls: while it waits for the camera, the camera's worker shows, moves and un-owns a child of
-// its window.
+// The owner window's thread is the one that calls: while it waits for the camera, the camera's worker shows,
+// moves and un-owns a child of its window.
 void NeverServed() {
     const Windows windows;
     Need("the camera comes up", cam.Select(windows.owner, nullptr, nullptr, CAM_TYPE_DSHOW),

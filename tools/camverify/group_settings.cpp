@@ -46,7 +46,8 @@ std::wstring Lenient(const std::string& failing = {}) {
     return Wide(text + "}");
 }
 
-// What a camera that is brought up with these settings sets, in its order; its values stay until it is shut down.
+// What a camera that is brought up with these settings sets, in its order; its values stay until it is shut
+// down.
 struct WithSettings {
     Lines set;
 
@@ -272,7 +273,8 @@ std::string Sections(int count) {
     return text;
 }
 
-// The slots: names with blanks between them, "-" for an empty one, and none at the end; "none" when there is no list.
+// The slots: names with blanks between them, "-" for an empty one, and none at the end; "none" when there is
+// no list.
 std::string SlotsOf(const wchar_t* path) {
     wchar_t** slots = nullptr;
     Equal("result", cam.GetProfiles(path, &slots), camResult{camOk});

@@ -1,4 +1,5 @@
-// The device kit, which plays camera and imager in software, through the functions that it exports. All that is used of it stands here.
+// The device kit, which plays camera and imager in software, through the functions that it exports. All that
+// is used of it stands here.
 #pragma once
 
 #include <windows.h>

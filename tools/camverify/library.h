@@ -1,4 +1,5 @@
-// ocellus.dll as its applications see it: one function for each export, which notes the call while it is under way.
+// ocellus.dll as its applications see it: one function for each export, which notes the call while it is
+// under way.
 #pragma once
 
 #include <windows.h>

@@ -19,7 +19,8 @@ Pixel PixelAt(const SeenFrame& frame, Bits bits, int x, int y) {
 }
 
 bool IsNear(Pixel one, Pixel other) {
-    // Room for the rounding to five bits, for the conversion from YUY2 and for the colour that it shares between two pixels.
+    // Room for the rounding to five bits, for the conversion from YUY2 and for the colour that it shares
+    // between two pixels.
     constexpr int kTolerance = 40;
     return std::abs(::kit::Red(one) - ::kit::Red(other)) <= kTolerance &&
            std::abs(::kit::Green(one) - ::kit::Green(other)) <= kTolerance &&

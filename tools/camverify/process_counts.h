@@ -1,5 +1,5 @@
-// What this process holds at the moment, for checks that nothing is lost. The functions that should know do not count
-// on every system: GetProcessHandleCount and GetGuiResources may answer 0.
+// What this process holds at the moment, for checks that nothing is lost. The functions that should know do
+// not count on every system: GetProcessHandleCount and GetGuiResources may answer 0.
 #pragma once
 
 #include <windows.h>
@@ -35,8 +35,8 @@ class ObjectText {
     std::wstring_view text_;
 };
 
-// Of open registry keys only those count that the library opens: the host's own filter mapper leaves some dozens
-// of its own behind for every capture graph.
+// Of open registry keys only those count that the library opens: the host's own filter mapper leaves some
+// dozens of its own behind for every capture graph.
 inline bool IsForeignKey(HANDLE handle) {
     if (ObjectText(handle, ObjectText::kType).get() != L"Key") return false;
     const ObjectText name(handle, ObjectText::kName);
@@ -98,8 +98,9 @@ inline int GdiObjects() {
     return count;
 }
 
-// The system keeps as many device contexts as were ever used at once, each with a region and a bitmap. The streaming thread, the worker and the
-// owner each have one at times, and when all three first do so together is chance.
+// The system keeps as many device contexts as were ever used at once, each with a region and a bitmap. The
+// streaming thread, the worker and the owner each have one at times, and when all three first do so together
+// is chance.
 constexpr int kGdiObjectsKept = 3 * 3;
 
 // What the system itself loses for every filter graph (the host: one handle).

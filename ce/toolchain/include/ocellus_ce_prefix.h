@@ -1,6 +1,6 @@
 /*
- * Included before everything else in a Windows CE build: what the target's own compiler would predefine, and the fundamental types as the ARM
- * compiler has them, declared before the desktop headers choose others.
+ * Included before everything else in a Windows CE build: what the target's own compiler would predefine, and
+ * the fundamental types as the ARM compiler has them, declared before the desktop headers choose others.
  */
 #ifndef OCELLUS_CE_PREFIX_H
 #define OCELLUS_CE_PREFIX_H
@@ -47,8 +47,8 @@ typedef int ssize_t;
 typedef int intptr_t;
 typedef unsigned int uintptr_t;
 
-/* The first declaration decides the alignment: 64-bit members of the system's records stand on 8-byte boundaries, although the calling convention
-   packs 64-bit arguments to 4 bytes. */
+/* The first declaration decides the alignment: 64-bit members of the system's records stand on 8-byte
+   boundaries, although the calling convention packs 64-bit arguments to 4 bytes. */
 typedef long long LONGLONG __attribute__((aligned(8)));
 typedef unsigned long long ULONGLONG __attribute__((aligned(8)));
 typedef unsigned long long DWORDLONG __attribute__((aligned(8)));

@@ -72,7 +72,8 @@ inline unsigned Deflate::Hash(std::uint32_t fourBytes) {
     return fourBytes * 2654435761u >> (32 - kHashBits);
 }
 
-// The longest of: the byte before over and over, the same four bytes where they were seen last, what is expected.
+// The longest of: the byte before over and over, the same four bytes where they were seen last, what is
+// expected.
 inline Deflate::Match Deflate::FindMatch(std::size_t at) {
     const std::uint8_t* const here = window.data() + at;
     const auto most = static_cast<unsigned>(std::min<std::size_t>(filled - at, kMaxMatch));

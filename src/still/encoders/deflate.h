@@ -1,6 +1,6 @@
-// Compresses to a zlib stream (RFC 1950, RFC 1951) in one pass, with memory of a fixed size. Made for the filtered rows
-// of pictures: few candidates for a match, and a match is taken only when it is shorter than its bytes would be. The
-// same calls give the same stream on every processor.
+// Compresses to a zlib stream (RFC 1950, RFC 1951) in one pass, with memory of a fixed size. Made for the
+// filtered rows of pictures: few candidates for a match, and a match is taken only when it is shorter than
+// its bytes would be. The same calls give the same stream on every processor.
 #pragma once
 
 #include <array>
@@ -13,7 +13,8 @@
 
 namespace cam::still {
 
-// About 90 KB: to be made on the heap. Has nothing to be destroyed, so that the output may leave by a long jump.
+// About 90 KB: to be made on the heap. Has nothing to be destroyed, so that the output may leave by a long
+// jump.
 class Deflate {
   public:
     static constexpr std::size_t kMinRoom = 4096;
@@ -26,8 +27,8 @@ class Deflate {
     // The first `count` bytes of the room belong to the input now.
     void Add(std::size_t count);
 
-    // From now on bytes are likely to be those `distance` before; 0: not known. A distance of more than half the
-    // window is of no use and does no harm.
+    // From now on bytes are likely to be those `distance` before; 0: not known. A distance of more than half
+    // the window is of no use and does no harm.
     void ExpectRepeat(std::size_t distance) { repeat = distance; }
 
     // Ends the stream with the Adler-32 of the input. The object is used up.

@@ -8,7 +8,8 @@ namespace {
 constexpr unsigned kMaxCodeBits = 15;
 constexpr unsigned kMaxLengthCodeBits = 7;
 
-// The code lengths are run-length coded with symbols of their own: the lengths themselves and three kinds of runs.
+// The code lengths are run-length coded with symbols of their own: the lengths themselves and three kinds of
+// runs.
 constexpr std::size_t kCodeLengths = 19;
 constexpr std::uint8_t kRepeat = 16;  // of the length before
 constexpr std::uint8_t kFewZeros = 17;
@@ -130,8 +131,8 @@ void Block::WriteTokens(BitWriter& bits) const {
     }
 }
 
-// As if short matches had not been taken: with the codes as they are, each match that was taken would make its bytes
-// rarer, their codes longer, and the next match look better than it is.
+// As if short matches had not been taken: with the codes as they are, each match that was taken would make
+// its bytes rarer, their codes longer, and the next match look better than it is.
 void Block::Estimate() {
     constexpr std::uint32_t kScale = 8;
     for (std::size_t i = 0; i < savedCounts.size(); ++i) literalCounts[i] += savedCounts[i];

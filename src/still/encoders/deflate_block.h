@@ -15,8 +15,8 @@ namespace cam::still::deflate {
 constexpr unsigned kMinMatch = 3;
 constexpr unsigned kMaxMatch = 258;
 
-// How a length or a distance is written (RFC 1951, section 3.2.5): a symbol, and bits that say how far past the
-// symbol's first value.
+// How a length or a distance is written (RFC 1951, section 3.2.5): a symbol, and bits that say how far past
+// the symbol's first value.
 struct Bucket {
     unsigned symbol, extraBits, extra;
 };

@@ -12,9 +12,10 @@ constexpr std::uint32_t kSymbolMask = (1u << kSymbolBits) - 1;
 
 using LengthCounts = std::array<std::uint16_t, kLongest + 1>;
 
-// From counts in rising order, `nodes`, which it overwrites: how many leaves Huffman's tree has at each depth, those
-// that lie too deep counted at the deepest allowed. Inner nodes are made in rising order as well, so they take the
-// places of the leaves that went into them, first as sums, then as the number of the node above, then as depths.
+// From counts in rising order, `nodes`, which it overwrites: how many leaves Huffman's tree has at each
+// depth, those that lie too deep counted at the deepest allowed. Inner nodes are made in rising order as
+// well, so they take the places of the leaves that went into them, first as sums, then as the number of the
+// node above, then as depths.
 LengthCounts LeavesByDepth(std::span<std::uint32_t> nodes, unsigned maxLength) {
     const std::size_t leaves = nodes.size();
     const std::size_t inner = leaves - 1;
@@ -45,8 +46,8 @@ LengthCounts LeavesByDepth(std::span<std::uint32_t> nodes, unsigned maxLength) {
     return counts;
 }
 
-// Leaves that were brought up from below take more of the code than there is. Each step brings one of the deepest
-// beside a leaf from further up, which moves down by one for it.
+// Leaves that were brought up from below take more of the code than there is. Each step brings one of the
+// deepest beside a leaf from further up, which moves down by one for it.
 void MakeFit(LengthCounts& counts, unsigned maxLength) {
     std::uint32_t taken = 0;
     for (unsigned length = 1; length <= maxLength; ++length) taken += counts[length] << (maxLength - length);

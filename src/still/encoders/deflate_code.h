@@ -15,8 +15,8 @@ struct Code {
 constexpr std::size_t kMaxSymbols = 286;
 
 // Gives every symbol that occurs a code of at most `maxLength` bits, the others none; `codes` is as long as
-// `counts`, at most kMaxSymbols, and the counts' sum fits 23 bits. The code is complete, as decoders want it: where
-// fewer than two symbols occur, the first of the others have codes as well.
+// `counts`, at most kMaxSymbols, and the counts' sum fits 23 bits. The code is complete, as decoders want it:
+// where fewer than two symbols occur, the first of the others have codes as well.
 void MakeCodes(std::span<const std::uint32_t> counts, unsigned maxLength, std::span<Code> codes);
 
 }  // namespace cam::still::deflate

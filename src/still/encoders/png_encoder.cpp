@@ -133,8 +133,8 @@ void WriteRows(const ConstFrame& frame, RgbRows& rgb, Deflate& deflate) {
     deflate.Finish(static_cast<std::uint32_t>(checksum));
 }
 
-// Everything that an error leaves by a long jump stands here and in what it calls, and nothing that would have to be
-// destroyed on the way.
+// Everything that an error leaves by a long jump stands here and in what it calls, and nothing that would
+// have to be destroyed on the way.
 EncodeStatus Write(png_structp png, png_infop info, const ConstFrame& frame, Output& output, RgbRows& rgb,
                    Deflate& deflate) {
     if (setjmp(png_jmpbuf(png))) return EncodeStatus::Failed;

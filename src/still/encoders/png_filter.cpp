@@ -17,8 +17,9 @@ std::uint32_t Log2(std::uint32_t value) {
     return (whole << kFractionBits) + (fraction << kFractionBits >> whole);
 }
 
-// About how many bits (with kFractionBits below the point) the bytes take when they are compressed: a fixed price for
-// each stretch that repeats the byte before or, if `above` is given, the row above; the entropy of all others.
+// About how many bits (with kFractionBits below the point) the bytes take when they are compressed: a fixed
+// price for each stretch that repeats the byte before or, if `above` is given, the row above; the entropy of
+// all others.
 std::uint32_t EstimateBits(const std::uint8_t* bytes, const std::uint8_t* above, std::size_t count) {
     constexpr std::uint32_t kStretchBits = 14 << kFractionBits;
     constexpr std::size_t kMinStretch = 4;

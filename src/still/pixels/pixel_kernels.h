@@ -21,8 +21,9 @@ struct PixelKernels {
     void (*expandGreyRow)(std::uint8_t* row, const std::uint8_t* grey, std::size_t width);
     // Bytes R, G, B. The two rows must not overlap.
     void (*rgb565RowToRgb888)(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width);
-    // The filters Up and Paeth of PNG (section 9.2) over `count` bytes of RGB888 rows. `above` is the row above; of
-    // both rows 3 bytes before the first one are read as well by Paeth. `filtered` must not overlap them.
+    // The filters Up and Paeth of PNG (section 9.2) over `count` bytes of RGB888 rows. `above` is the row
+    // above; of both rows 3 bytes before the first one are read as well by Paeth. `filtered` must not overlap
+    // them.
     void (*upFilterRow)(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,
                         std::size_t count);
     void (*paethFilterRow)(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,

@@ -194,8 +194,8 @@ Vector Select(Vector mask, Vector set, Vector clear) {
     return Or(And(mask, set), CAM_SIMD_BITS(andnot)(mask, clear));
 }
 
-// With a - c and b - c of the same sign the third distance is the sum of the others and never the least; else it is
-// their difference, so that bytes are enough.
+// With a - c and b - c of the same sign the third distance is the sum of the others and never the least; else
+// it is their difference, so that bytes are enough.
 void PaethFilterRow(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,
                     std::size_t count) {
     std::size_t i = 0;

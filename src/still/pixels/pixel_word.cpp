@@ -183,8 +183,8 @@ void UpFilterRow(std::uint8_t* filtered, const std::uint8_t* row, const std::uin
     kPlainPixelKernels.upFilterRow(filtered, row, above, count);
 }
 
-// Where the row above does not change, the nearest is always the one to the left; where the row does not change from
-// the left, always the one above.
+// Where the row above does not change, the nearest is always the one to the left; where the row does not
+// change from the left, always the one above.
 inline std::uint32_t Nearest(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
     if (b == c) return a;
     if (a == c) return b;

@@ -30,7 +30,8 @@ class TextLines {
     wchar_t* next;
 };
 
-// What is drawn of a line: all of it but one carriage return at its end, which counts for the width all the same.
+// What is drawn of a line: all of it but one carriage return at its end, which counts for the width all the
+// same.
 std::wstring_view DrawnPart(std::wstring_view line);
 
 // ---- Colours ----------------------------------------------------------------------------------------
@@ -67,18 +68,18 @@ struct TextBox {
     bool isVisible(const ConstFrame& frame) const;
 };
 
-// The box of line `index` (from 0) of `lineCount`; nothing for a position code that is none. Reads the frame's
-// measures only. All arithmetic is that of 32-bit registers: whatever does not fit wraps, and a block of lines that is taller than the
-// picture has no middle but one far outside.
+// The box of line `index` (from 0) of `lineCount`; nothing for a position code that is none. Reads the
+// frame's measures only. All arithmetic is that of 32-bit registers: whatever does not fit wraps, and a block
+// of lines that is taller than the picture has no middle but one far outside.
 std::optional<TextBox> PlaceLine(const ConstFrame& frame, std::uint32_t position, std::uint32_t index,
                                  std::uint32_t lineCount, TextExtent extent);
 
 // ---- Pixels ----------------------------------------------------------------------------------------
 
 // Copy the pixels under a box to its drawing surface and back. The surface is a bottom-up frame of the box's
-// measures: its first row in memory is the lowest one seen, whichever way up the picture is stored. A row that
-// begins outside the picture is left out; one that begins inside is copied as it lies in memory, also where it
-// runs into its neighbour, and never past the picture's end. `box` has a positive width and height.
+// measures: its first row in memory is the lowest one seen, whichever way up the picture is stored. A row
+// that begins outside the picture is left out; one that begins inside is copied as it lies in memory, also
+// where it runs into its neighbour, and never past the picture's end. `box` has a positive width and height.
 void CopyToSurface(const ConstFrame& frame, const TextBox& box, const Frame& surface);
 void CopyFromSurface(const Frame& frame, const TextBox& box, const ConstFrame& surface);
 

@@ -1,5 +1,6 @@
-// Every record that crosses a boundary of the library: to the system, to the capture graph, to the application, into files. Each line gives the record and its
-// members; both targets with 32-bit pointers print it, and the prints must be equal.
+// Every record that crosses a boundary of the library: to the system, to the capture graph, to the
+// application, into files. Each line gives the record and its members; both targets with 32-bit pointers
+// print it, and the prints must be equal.
 #pragma once
 
 #include <windows.h>

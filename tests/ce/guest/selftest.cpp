@@ -1,4 +1,5 @@
-// Code for the emulator to run: one exported function for each thing that the library relies on, and one for each fault that must be reported.
+// Code for the emulator to run: one exported function for each thing that the library relies on, and one for
+// each fault that must be reported.
 #include <windows.h>
 
 #include <setjmp.h>
