@@ -51,7 +51,7 @@ std::vector<u8> MakeChart() {
 class Bench {
   public:
     Bench(const std::string& folder, std::vector<u8> frame)
-        : module(process.Load(folder + "/kernels.dll")), yuy2(std::move(frame)) {
+        : module(LoadCounted(folder + "/kernels.dll")), yuy2(std::move(frame)) {
         process.machine.Map(kFrame, kBytes);
         process.machine.Map(kOut, kBytes);
         process.machine.CheckAlignment(false);
@@ -111,6 +111,10 @@ class Bench {
     bool repeatable = true;
 
   private:
+    Module& LoadCounted(const std::string& path) {
+        process.machine.StartCounting();
+        return process.Load(path);
+    }
     u32 Call(const char* name, const std::vector<u32>& words) { return process.Call(module, name, words); }
     void Put(const std::vector<u8>& bytes) {
         std::memcpy(process.machine.Bytes(kFrame, static_cast<u32>(bytes.size())), bytes.data(),

@@ -242,15 +242,17 @@ void Machine::CheckAlignment(bool on) {
     }
 }
 
+// The hook stays: code is counted from its translation on, and what was translated without it cannot be had
+// again reliably.
 void Machine::StartCounting() {
     instructions = 0;
+    if (blockHook != 0) return;
     Check(uc_hook_add(engine, &blockHook, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnBlock), this, 1, 0),
           "hook");
     uc_ctl_remove_cache(engine, places.CodeLow(), places.CodeHigh());
 }
 
 u64 Machine::StopCounting() {
-    uc_hook_del(engine, blockHook);
     return instructions;
 }
 

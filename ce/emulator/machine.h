@@ -107,7 +107,8 @@ class Machine {
     void Interrupt();
     // Watches every access for its alignment; about ten times slower. On from the start.
     void CheckAlignment(bool on);
-    // Counts the instructions executed from now on. One count at a time.
+    // Counts the instructions executed from now on. One count at a time. Start once before the first module
+    // is loaded: code that ran before is not sure to be counted.
     void StartCounting();
     u64 StopCounting();
     // The stack that addresses below it belong to, for the texts of faults.
