@@ -14,7 +14,7 @@ failed=0
 expect() { # CODE PATTERN PROGRAM ARGUMENTS...: camverify must end with CODE and print something that matches PATTERN
     local code=$1 pattern=$2 output actual
     shift 2
-    output=$("$root/scripts/host.sh" "$@" </dev/null 2>&1)
+    output=$("$root/scripts/host.sh" "$@" </dev/null 2>&1 | tr -d "\r")
     actual=$?
     if [ "$actual" = "$code" ] && grep -qE -- "$pattern" <<<"$output"; then passed=$((passed + 1)); else
         failed=$((failed + 1))
@@ -32,6 +32,7 @@ check() { # WHAT COMMAND...: the command must succeed
 }
 
 camverify=$bin/camverify.exe
+windowsPath() { printf 'Z:%s' "${1//\//\\}"; }
 expect 0 '^Exit code: 0 passed' "$camverify" --help
 expect 0 'needs the device kit' "$camverify" --list
 expect 2 "there is no group 'nonsense'; see camverify --list" "$camverify" --group nonsense
@@ -44,9 +45,9 @@ expect 2 'Bail out! there is no library .*nowhere.dll' "$camverify" --library no
 echo none >text.dll
 expect 2 'Bail out! .*text.dll is no 64-bit library' "$camverify" --library text.dll
 if [ -f "$root/build/ce/bin/ocellus.dll" ]; then
-    expect 2 'Bail out! .*is no 64-bit library' "$camverify" --library "$(winepath -w "$root/build/ce/bin/ocellus.dll" 2>/dev/null)"
+    expect 2 'Bail out! .*is no 64-bit library' "$camverify" --library "$(windowsPath "$root/build/ce/bin/ocellus.dll")"
 fi
-expect 2 'Bail out! .*is no complete ocellus.dll; it lacks camGetDllRevision @1' "$camverify" --library "$(winepath -w "$bin/devicekit.dll" 2>/dev/null)"
+expect 2 'Bail out! .*is no complete ocellus.dll; it lacks camGetDllRevision @1' "$camverify" --library "$(windowsPath "$bin/devicekit.dll")"
 
 # Without the device kit: what needs it is skipped, asked for by name it is an error; and without a driver there is no camera.
 mkdir alone && cp "$bin/camverify.exe" "$bin/ocellus.dll" "$bin/launch.exe" alone/
