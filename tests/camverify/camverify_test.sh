@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Uses camverify as its users do: options, exit codes, what is missing and what to do about it; the pictures that it leaves, judged by others.
+# Uses camverify as its users do: options, exit codes, what is missing and what to do about it.
 #
 #   camverify_test.sh FOLDER    the folder with camverify.exe, ocellus.dll and the device kit
 set -uo pipefail
@@ -49,9 +49,10 @@ if [ -f "$root/build/ce/bin/ocellus.dll" ]; then
 fi
 expect 2 'Bail out! .*is no complete ocellus.dll; it lacks camGetDllRevision @1' "$camverify" --library "$(windowsPath "$bin/devicekit.dll")"
 
-# Without the device kit: what needs it is skipped, asked for by name it is an error; and without a driver there is no camera.
-mkdir alone && cp "$bin/camverify.exe" "$bin/ocellus.dll" "$bin/launch.exe" alone/
-expect 2 'Bail out! group faults needs the device kit: devicekit.dll is not beside ocellus.dll' alone/camverify.exe --group faults
+# Without the device kit: what needs it is skipped, asked for by name it is an error. The library alone lies in another folder than the
+# program, whose own libraries stay registered.
+mkdir alone && cp "$bin/ocellus.dll" alone/
+expect 2 'Bail out! group faults needs the device kit: devicekit.dll is not beside ocellus.dll' "$camverify" --library alone/ocellus.dll --group faults
 expect 0 '^ok .*# SKIP needs the device kit' "$camverify" --no-kit --group properties
 expect 2 'left out by --no-kit' "$camverify" --no-kit --group resume
 
@@ -68,10 +69,6 @@ check 'the report as a file' grep -q '^# 4 checks: 4 passed, 0 failed, 0 skipped
 export DEVICEKIT_SCENARIO='{"calls": {"IPersistPropertyBag::Load": {"delayMs": 20000}}}'
 expect 1 'Bail out! camSelect\(.*\) did not return' "$camverify" --deadline 2 --group preview --no-kit
 unset DEVICEKIT_SCENARIO
-
-# Pictures, judged by programs that nobody here wrote.
-expect 0 '0 failed' "$camverify" --group stills --group imager --pictures pictures
-check 'the pictures' "$root/tools/camverify/judge_pictures.py" pictures
 
 echo "$passed passed, $failed failed"
 [ "$failed" = 0 ]

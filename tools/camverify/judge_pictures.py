@@ -4,9 +4,11 @@
     tools/camverify/judge_pictures.py FOLDER
 
 still-N-WxH.EXTENSION holds the pattern that camverify's callback painted (PatternPixel in picture.cpp), imager-barcode.* the imager's label.
-Ends with 0 when every picture is as it should be, with 1 and a line for each that is not, and with 2 when there are none.
+Ends with 0 when every picture is as it should be, with 1 and a line for each that is not, with 2 when there are none, and with 77 when
+the folder is not there, which camverify makes before anything else: it did not run.
 """
 
+import functools
 import pathlib
 import re
 import subprocess
@@ -23,11 +25,14 @@ def decode(path):
     return width, height, pixels
 
 
-def pattern(x, y, width, height, black_white):
-    light = (x // 8 + y // 8) & 1
-    if black_white:
-        return (255 * light,) * 3
-    return round(x * 31 // width * 255 / 31), round(y * 63 // height * 255 / 63), 255 * light
+@functools.cache
+def pattern_row(green, odd, width, black_white):
+    """The bytes of a row of the pattern: its green, and whether the chequerboard begins with a light field."""
+    row = bytearray()
+    for x in range(width):
+        light = (x // 8 + odd) & 1
+        row += bytes((255 * light,) * 3 if black_white else (round(x * 31 // width * 255 / 31), green, 255 * light))
+    return bytes(row)
 
 
 # How far a component may be from the pattern's: at any pixel, and in the mean. A decoder may widen five bits otherwise than by rounding.
@@ -43,12 +48,12 @@ def judge(path, width, height):
         return f"is {seen_width} x {seen_height}, not {file_width} x {height}"
     worst = total = 0
     for y in range(height):
-        row = pixels[3 * y * seen_width : 3 * (y + 1) * seen_width]
-        for x in range(width):
-            for seen, expected in zip(row[3 * x : 3 * x + 3], pattern(x, y, width, height, black_white)):
-                apart = abs(seen - expected)
-                worst = max(worst, apart)
-                total += apart
+        row = pixels[3 * y * seen_width :][: 3 * width]
+        expected = pattern_row(round(y * 63 // height * 255 / 63), y // 8 & 1, width, black_white)
+        if row != expected:
+            apart = [abs(seen - wanted) for seen, wanted in zip(row, expected)]
+            worst = max(worst, max(apart))
+            total += sum(apart)
     mean = total / (3 * width * height)
     limit, mean_limit = LIMITS[kind]
     return "" if worst <= limit and mean <= mean_limit else f"is {worst} apart from the pattern at worst, {mean:.2f} in the mean"
@@ -64,6 +69,9 @@ def main():
     if len(sys.argv) != 2:
         print(__doc__, file=sys.stderr)
         return 2
+    if not pathlib.Path(sys.argv[1]).is_dir():
+        print(f"there is no folder {sys.argv[1]}; run camverify --pictures {sys.argv[1]} first")
+        return 77
     count = wrong = 0
     for path in sorted(pathlib.Path(sys.argv[1]).iterdir()):
         size = re.fullmatch(r"still-\d+-(\d+)x(\d+)\.\w+", path.name)
