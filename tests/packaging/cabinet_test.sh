@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# The installation for devices: the cabinets are made of what the ce build made, read by programs that nobody here wrote, and what they
+# register is registered in the emulator.
+#
+#   cabinet_test.sh CE_BIN CE_RUN FOLDER
+set -uo pipefail
+ceBin=$1 ceRun=$2 folder=$3
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+cabinet=$root/packaging/ce/cabinet.py
+failed=0
+fail() {
+    echo "FAILED: $*"
+    failed=1
+}
+rm -rf "$folder" && mkdir -p "$folder/unpacked" && cd "$folder" || exit 1
+
+for name in ocellus camverify; do
+    [ -f "$ceBin/$name.dll" ] || [ -f "$ceBin/$name.exe" ] || fail "$ceBin has no $name"
+    "$cabinet" make "$root/packaging/ce/$name.inf" "$ceBin" $name.armv4.cab || fail "$name.armv4.cab is not made"
+    file $name.armv4.cab | grep -q 'WinCE install, .* 2 files' || fail "$(file $name.armv4.cab)"
+    7z t $name.armv4.cab >7z.log 2>&1 || { cat 7z.log; fail "7-Zip does not read $name.armv4.cab"; }
+    cabextract --quiet --directory unpacked $name.armv4.cab || fail "cabextract does not read $name.armv4.cab"
+done
+expect() { # CABINET LINES: what show must print of the cabinet; sizes are left out
+    "$cabinet" show "$1" | sed 's/[0-9]* bytes/N bytes/' >shown || fail "$1 is not shown"
+    diff shown - <<<"$2" || fail "$1 holds something else"
+}
+expect ocellus.armv4.cab 'Camera library (Ocellus), processor 2577, Windows CE 5.0 to 5.99
+file %CE2%\ocellus.dll (N bytes, registers itself)'
+expect camverify.armv4.cab 'Camera check (Ocellus), processor 2577, Windows CE 5.0 to 5.99
+file %CE1%\Camera check\camverify.exe (N bytes)
+shortcut %CE11%\Camera check.lnk to camverify.exe'
+# What is in it is what was built, and registers itself.
+cmp unpacked/0OCELLUS.001 "$ceBin/ocellus.dll" || fail "another ocellus.dll is in the cabinet"
+mkdir device && cp unpacked/0OCELLUS.001 device/ocellus.dll
+"$ceRun" --quiet --save-registry device.reg device/ocellus.dll DllRegisterServer | grep -q '= 0 ' || fail "the library does not register itself"
+[ "$(grep -ci 'InprocServer32' device.reg)" = 2 ] || fail "two classes should be registered: $(cat device.reg)"
+
+# What is wrong is named, and nothing is left.
+refuse() { # MESSAGE SED-COMMAND: the description, changed
+    sed "$2" "$root/packaging/ce/ocellus.inf" >wrong.inf
+    if output=$("$cabinet" make wrong.inf "$ceBin" wrong.cab 2>&1) || ! grep -q "$1" <<<"$output" || [ -e wrong.cab ]; then
+        fail "'$1' expected, not '$output'"
+    fi
+}
+refuse 'wrong.inf:30: there is no .*/other.dll; build it first' 's/^ocellus.dll,.*/other.dll,,,0/'
+refuse 'CESelfRegister names other.dll, which is not copied' 's/^CESelfRegister.*/CESelfRegister = other.dll/'
+refuse "'deletefiles' in \[DefaultInstall\] is not understood" 's/^CESelfRegister/DeleteFiles/'
+refuse 'section \[spare\] is used by nothing' '$a [Spare]\nx = 1'
+refuse "there is no section \[CEDevice\]" '/^\[CEDevice\]/,/^$/d'
+head -c 100 "$ceBin/ocellus.dll" >text.cab
+"$cabinet" show text.cab >/dev/null 2>&1 && fail "a file that is no cabinet is shown"
+[ $failed = 0 ] && echo "passed"
+exit $failed
