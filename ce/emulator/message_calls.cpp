@@ -29,7 +29,9 @@ void AnswerSent(Process& p) {
         const auto sent = input.sent.front();
         input.sent.pop_front();
         const auto& [window, message, first, second] = sent->message;
+        ++input.answering;
         sent->result = CallWindow(p, window, message, first, second);
+        --input.answering;
         sent->answered->signaled = true;
     }
 }
@@ -141,6 +143,8 @@ void BindSending(Process& p) {
     p.Bind(kLibrary, "SendMessageW", [&p](u32 window, u32 message, u32 first, u32 second) {
         return Send(p, window, message, first, second);
     });
+    p.Bind(kLibrary, "InSendMessage",
+           [&p, &windows]() -> u32 { return windows.Of(p.scheduler.Current().id).answering > 0; });
     p.Bind(kLibrary, "PostQuitMessage", [&p, &windows](u32 code) {
         Input& input = windows.Of(p.scheduler.Current().id);
         input.quit = true;

@@ -33,6 +33,7 @@ struct Input final : Object {
     bool Signaled(Thread&) override { return !posted.empty() || !sent.empty() || quit; }
     std::deque<PostedMessage> posted;
     std::deque<std::shared_ptr<SentMessage>> sent;
+    u32 answering = 0;  // sent messages whose procedures are under way
     bool quit = false;
     u32 exitCode = 0;
 };

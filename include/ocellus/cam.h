@@ -14,8 +14,16 @@
  * Threads. All functions are synchronous and may be called from any thread, but not at the same time: the
  * current camera is not guarded by a lock. In particular nothing else may run during camInit, camSelect and
  * camShutDown, and the property and resolution functions must not overlap with any other call. A thread that
- * waits in one of these functions lets messages sent to its windows in, whose handlers must not call the
- * library then; posted messages stay in its queue.
+ * waits in one of these functions lets messages sent to its windows in; posted messages stay in its queue.
+ *
+ * Messages. A window procedure may call any function at any time, and the call returns. While it handles a
+ * message that another thread has sent, or while another call of the same thread is under way, a call that
+ * would have to wait for the camera's thread does not: that thread may be who sent the message. camGetState
+ * then tells the state known last; camStartPreview, camStopPreview, camSnapPicture and camSetResolution are
+ * refused with the result of their failure, after a fifth of a second at most, and nothing has changed;
+ * camShutDown is refused with camFailed and camInit and camSelect with 0x800700AA, and the camera stays. Post
+ * a message to oneself where it has to be done. camShutDown, camInit and camSelect are refused inside any
+ * other call as well.
  *
  * COM. The library registers itself (regsvr32, or DllRegisterServer); camera type 1 finds its own filters
  * that way. Loading it takes the loading thread into the multithreaded apartment, unless it is in another
@@ -160,8 +168,9 @@ camResult WINAPI camInit(HWND ownerWindow, const wchar_t* settingsPath, const wc
  *   cameraType       CAM_TYPE_...
  * Results: camOk; camNotInitialised: unknown type or no memory, and no camera is left; a negative HRESULT: the
  * camera could not be brought up. It stays selected all the same until camShutDown or the next selection.
- * Frequent ones: 0x80070012 no camera driver; 0x80040154 library or capture filter not registered; 0x800401F0
- * no multithreaded apartment; 0x8007007E no imager library.
+ * Frequent ones: 0x800700AA refused inside another call or message, and the camera before it is still there;
+ * 0x80070012 no camera driver; 0x80040154 library or capture filter not registered; 0x800401F0 no
+ * multithreaded apartment; 0x8007007E no imager library.
  */
 camResult WINAPI camSelect(HWND ownerWindow, const wchar_t* settingsPath, const wchar_t* settingsSection,
                            int cameraType);
@@ -170,14 +179,18 @@ camResult WINAPI camSelect(HWND ownerWindow, const wchar_t* settingsPath, const 
  * `cameraType` must not be null. Always camOk. */
 camResult WINAPI camGetSelectedType(int* cameraType);
 
-/* Stops preview, ends the camera's threads and discards the camera. For a still picture that is on its way no
- * message comes any more. camNotInitialised: there is none; camFailed: it could not be shut down and stays. */
+/* Stops preview, ends the camera's threads and discards the camera. No message comes any more, for a still
+ * picture that is on its way or one that has been taken and not yet been told of to the thread that calls.
+ * camNotInitialised: there is none; camFailed: it could not be shut down and stays, or the call came from
+ * inside another one. */
 camResult WINAPI camShutDown(void);
 
 /* Starts preview; camOk at once in CAM_STATE_PREVIEWING. A picture can be taken only after preview has run
  * once. When the device resumes from standby a running preview is stopped and started again by itself.
- * camNotInitialised; camFailed: also when the graph is slow and does not run within 100 ms, in which case it
- * may come to run later while the state stays as it was. Imager camera: a preview that runs already gets
+ * camNotInitialised; camFailed. What counts for the state is what the graph says of itself 100 ms after its
+ * start: one that says that it runs, and is still on its way there, makes the state CAM_STATE_PREVIEWING
+ * with the result camFailed; one that does not run within that time leaves the state as it was, and may come
+ * to run later. Imager camera: a preview that runs already gets
  * another one beside it. */
 camResult WINAPI camStartPreview(void);
 
@@ -225,8 +238,8 @@ camResult WINAPI camGetResolutionDimensions(long* height, long* width, int index
 
 /* Selects still resolution `index`. A running preview is interrupted for about half a second; a still picture
  * that is on its way may be lost. camNotInitialised; camInvalidArgument: no such resolution or the driver
- * refused; a message box then names the step that failed. With the imager camera it counts from the next
- * picture, without interruption or message box. */
+ * refused; a message box then names the step that failed, unless nothing has been tried.
+ * With the imager camera it counts from the next picture, without interruption or message box. */
 camResult WINAPI camSetResolution(int index);
 
 /* ---- Still pictures ---------------------------------------------------------------------------------- */

@@ -52,6 +52,10 @@ class CameraDevice {
     virtual HRESULT GetPropertyB(int id, long* value, long* flags) = 0;
     virtual HRESULT SetPropertyB(int id, long value, long flags) = 0;
     virtual HRESULT GetState(int* state) = 0;
+
+    // Whether the camera can be shut down and destroyed on this thread now: not while the thread answers a
+    // message for which a thread of the camera's own waits, nor inside another operation that uses it.
+    virtual bool CanEnd() = 0;
 };
 
 }  // namespace cam

@@ -1,5 +1,6 @@
 #include "api/current_camera.h"
 
+#include <atomic>
 #include <utility>
 
 #include "api/camera_factory.h"
@@ -12,14 +13,39 @@ namespace {
 CameraDevice* currentCamera = nullptr;
 int selectedType = 0;
 
+// Calls that have the camera in their hands, those of Init's own included.
+std::atomic<LONG> uses = 0;
+std::atomic<bool> isChanging = false;
+
 void DiscardCamera() {
     delete std::exchange(currentCamera, nullptr);
 }
 
+// The right to take the camera away. Not to be had inside another call: that of a message which came in
+// while the other one waits.
+class CameraChange {
+  public:
+    CameraChange() : isMine(!isChanging.exchange(true)) {}
+    ~CameraChange() {
+        if (isMine) isChanging = false;
+    }
+    CameraChange(const CameraChange&) = delete;
+    CameraChange& operator=(const CameraChange&) = delete;
+
+    explicit operator bool() const {
+        return isMine && uses == 0 && (!currentCamera || currentCamera->CanEnd());
+    }
+
+  private:
+    const bool isMine;
+};
+
 }  // namespace
 
-CameraDevice* CurrentCamera() {
-    return currentCamera;
+CameraUse::CameraUse() : camera((++uses, currentCamera)) {}
+
+CameraUse::~CameraUse() {
+    --uses;
 }
 
 int SelectedType() {
@@ -28,6 +54,8 @@ int SelectedType() {
 
 camResult SelectCamera(HWND ownerWindow, const wchar_t* settingsPath, const wchar_t* settingsSection,
                        int cameraType) {
+    const CameraChange change;
+    if (!change) return kCameraInUse;
     DiscardCamera();
     selectedType = cameraType;
     currentCamera = CreateCamera(cameraType);
@@ -39,6 +67,8 @@ camResult SelectCamera(HWND ownerWindow, const wchar_t* settingsPath, const wcha
 
 camResult ShutDownCamera() {
     if (!currentCamera) return camNotInitialised;
+    const CameraChange change;
+    if (!change) return camFailed;
     if (currentCamera->Shutdown() != 0) return camFailed;
     DiscardCamera();
     return camOk;

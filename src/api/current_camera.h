@@ -1,14 +1,31 @@
 // The one current camera: selection, replacement, shutdown.
 //
-// No lock guards it: selection and shutdown must not run while anything else uses the camera.
+// No lock guards it: selection and shutdown must not run while anything else uses the camera. Where they are
+// asked for all the same, from a message that comes in during another call, they are refused.
 #pragma once
 
 #include "api/camera_device.h"
+#include "base/hresult.h"
 
 namespace cam {
 
-// Null when there is none.
-CameraDevice* CurrentCamera();
+// What camSelect answers when it is refused.
+inline constexpr HRESULT kCameraInUse = HresultFromError(ERROR_BUSY);
+
+// The current camera for the length of a call, in which nothing takes it away; none when there is none.
+class CameraUse {
+  public:
+    CameraUse();
+    ~CameraUse();
+    CameraUse(const CameraUse&) = delete;
+    CameraUse& operator=(const CameraUse&) = delete;
+
+    explicit operator bool() const { return camera != nullptr; }
+    CameraDevice* operator->() const { return camera; }
+
+  private:
+    CameraDevice* const camera;
+};
 
 // The type selected last, known or not; 0 before the first selection. Shutting down does not clear it.
 int SelectedType();

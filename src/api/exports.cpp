@@ -9,8 +9,7 @@
 
 namespace {
 
-using cam::CameraDevice;
-using cam::CurrentCamera;
+using cam::CameraUse;
 
 constexpr char kRevision[] = "2.209.30001.0";
 
@@ -61,19 +60,19 @@ camResult WINAPI camShutDown(void) {
 }
 
 camResult WINAPI camStartPreview(void) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     return OkOr(camFailed, camera->StartPreview());
 }
 
 camResult WINAPI camStopPreview(void) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     return OkOr(camFailed, camera->StopPreview());
 }
 
 camResult WINAPI camSetEventsWindow(HWND eventsWindow) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     if (!eventsWindow) return camInvalidArgument;
     camera->SetEventsWindow(eventsWindow);
@@ -82,7 +81,7 @@ camResult WINAPI camSetEventsWindow(HWND eventsWindow) {
 
 camResult WINAPI camGetState(int* state) {
     if (!state) return camInvalidArgument;
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     int current = CAM_STATE_NONE;
     if (camera->GetState(&current) != 0) return camFailed;
@@ -94,7 +93,7 @@ camResult WINAPI camGetState(int* state) {
 
 camResult WINAPI camGetPropertyRange(int id, long* minimum, long* maximum, long* step, long* defaultValue,
                                      long* flags) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     if (!IsProperty(id)) return camInvalidArgument;
     if (!minimum || !maximum || !step || !defaultValue || !flags) return camInvalidArgument;
@@ -104,7 +103,7 @@ camResult WINAPI camGetPropertyRange(int id, long* minimum, long* maximum, long*
 }
 
 camResult WINAPI camGetProperty(int id, long* value, long* flags) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     if (!value || !flags) return camInvalidArgument;
     if (!IsProperty(id) && id != CAM_PROPERTY_CAMERA_ID) return camInvalidArgument;
@@ -113,7 +112,7 @@ camResult WINAPI camGetProperty(int id, long* value, long* flags) {
 }
 
 camResult WINAPI camSetProperty(int id, long value, long flags) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     if (!IsProperty(id)) return camInvalidArgument;
     return OkOr(camInvalidArgument, BelongsToA(id) ? camera->SetPropertyA(id, value, flags)
@@ -130,21 +129,21 @@ camResult WINAPI camGetCameraID(long* cameraId) {
 
 camResult WINAPI camGetResolutionCount(int* count) {
     if (!count) return camInvalidArgument;
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     *count = camera->GetResolutionCount();
     return camOk;
 }
 
 camResult WINAPI camGetResolutionDimensions(long* height, long* width, int index) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     if (!height || !width) return camInvalidArgument;
     return OkOr(camInvalidArgument, camera->GetResolutionDimensions(height, width, index));
 }
 
 camResult WINAPI camSetResolution(int index) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     return OkOr(camInvalidArgument, camera->SetResolution(index));
 }
@@ -157,7 +156,7 @@ camResult WINAPI camSnapPicture(const wchar_t* fileName, int mode) {
 
 camResult WINAPI camSnapPictureWithText(const wchar_t* fileName, int mode, UINT_PTR text, UINT_PTR length,
                                         UINT_PTR position, UINT_PTR color, UINT_PTR font) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     if (mode < 0 || mode > kLastMode) return camInvalidArgument;
     if (fileName && cam::PictureFormatOf(fileName) == cam::PictureFormat::None) return camInvalidArgument;
@@ -165,7 +164,7 @@ camResult WINAPI camSnapPictureWithText(const wchar_t* fileName, int mode, UINT_
 }
 
 camResult WINAPI camGetSnapshot(void* snapshot) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     return OkOr(camInvalidArgument, camera->GetSnapshot(snapshot));
 }
@@ -173,21 +172,21 @@ camResult WINAPI camGetSnapshot(void* snapshot) {
 // ---- Callbacks --------------------------------------------------------------------------
 
 camResult WINAPI camRegisterPreviewCallback(camFrameCallback callback) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     camera->RegisterPreviewCallback(callback);
     return camOk;
 }
 
 camResult WINAPI camRegisterStillImageCallback(camFrameCallback callback) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     camera->RegisterStillImageCallback(callback);
     return camOk;
 }
 
 camResult WINAPI camRegisterMediaTypeCallback(camMediaTypeCallback callback) {
-    CameraDevice* camera = CurrentCamera();
+    const CameraUse camera;
     if (!camera) return camNotInitialised;
     camera->RegisterMediaTypeCallback(callback);
     return camOk;

@@ -15,6 +15,12 @@ inline HRESULT HresultFromLastError() {
     return HresultFromError(GetLastError());
 }
 
+// For a call that has failed, whatever the last error says: not all of the system's set one.
+inline HRESULT FailureFromLastError() {
+    const HRESULT result = HresultFromLastError();
+    return FAILED(result) ? result : E_FAIL;
+}
+
 // The last error plus 0x80000000: not the form of other failures, but the one that is settled for picture
 // files.
 inline DWORD FileErrorFromLastError() {

@@ -113,7 +113,7 @@ HRESULT CaptureGraph::DuplicateEventHandle(UniqueHandle& eventHandle) {
     const HANDLE process = GetCurrentProcess();
     if (!DuplicateHandle(process, reinterpret_cast<HANDLE>(graphsOwn), process, eventHandle.put(), 0, FALSE,
                          DUPLICATE_SAME_ACCESS)) {
-        return HresultFromLastError();
+        return FailureFromLastError();
     }
     return S_OK;
 }

@@ -13,6 +13,10 @@ constexpr DWORD kPowerMessage = 128;    // bytes that are read of a message
 constexpr DWORD kNoGraphSleepMs = 100;
 constexpr DWORD kIdleMs = 4000;  // after which the owner window is asked to paint itself
 
+// How long a caller in the middle of a message waits for the worker to listen. It does after each message
+// that it dispatches, unless the caller's is the one that it waits for.
+constexpr DWORD kListenMs = 200;
+
 }  // namespace
 
 // ---- On the caller --------------------------------------------------------------------------
@@ -54,14 +58,24 @@ HRESULT CameraWorker::TriggerStill(const wchar_t* fileName, BYTE mode) {
     return Send(Command::TriggerStill);
 }
 
-HRESULT CameraWorker::Send(Command toSend) {
-    CheckThread(kCallerThread);
+HRESULT CameraWorker::Send(Command toSend, Patience patience) {
     // A camera whose Init failed early has nobody to do it.
     if (!threadHandle) return E_FAIL;
     command = toSend;
     platform::EventModify(commandEvent.get(), platform::kEventSet);
+    if (patience == Patience::Usual && platform::IsSenderWaiting()) {
+        if (WaitLettingSentMessagesIn(doneEvent.get(), kListenMs) != WAIT_TIMEOUT) return commandResult;
+        // Taken back, unless the worker has it: then it waits for nobody but its own routine.
+        if (command.compare_exchange_strong(toSend, Command::None)) return kNotNow;
+    }
     WaitLettingSentMessagesIn(doneEvent.get());
     return commandResult;
+}
+
+bool CameraWorker::CanEnd() {
+    const GraphAccess access = Graph();
+    if (!access) return false;
+    return !threadHandle || !platform::IsSenderWaiting() || SUCCEEDED(Send(Command::Answer));
 }
 
 void CameraWorker::EndThread() {
@@ -80,7 +94,7 @@ void CameraWorker::End() {
     doneEvent.reset();
     powerNotification.reset();
     powerQueue.reset();
-    graphMutex.IsHeld();  // there is nobody left to share the graph with
+    graphMutex.IsHeld();
     graph.ReleaseIfItRan();
 }
 
@@ -101,13 +115,14 @@ void CameraWorker::Work() {
     bool resumeDeferred = false;
     HandleWait wait;
     wait.Set(kCommandIndex, commandEvent.get());
+    graphMutex.SetWorker();
     while (received != Command::LeaveThread) {
         if (!graphEventHandle) Sleep(kNoGraphSleepMs);
         wait.Set(kGraphEventIndex, graphEventHandle.get());
         wait.Set(kPowerIndex, resumeDeferred ? graphMutex.Handle() : queue);
         switch (wait.Wait(kIdleMs)) {
             case kCommandIndex:
-                received = command;
+                received = command.exchange(Command::None);
                 queue = powerQueue.get();  // made after this thread; the command publishes it
                 Dispatch(received);
                 break;
@@ -115,6 +130,7 @@ void CameraWorker::Work() {
                 HandleGraphEvent();
                 break;
             case kPowerIndex:
+                if (resumeDeferred) graphMutex.TakenByWait();
                 if (resumeDeferred || graphMutex.TryEnter()) {
                     resumeDeferred = false;
                     graphMutex.IsHeld();  // by the wait or by TryEnter
@@ -131,12 +147,14 @@ void CameraWorker::Work() {
     }
 }
 
-// Without the mutex: the caller that sent the command waits, and a window procedure of its that calls in
-// meanwhile must not wait for the command.
+// The caller that waits for the command holds the mutex.
 void CameraWorker::Dispatch(Command received) {
-    graphMutex.IsHeld();  // in effect
+    if (received == Command::None) return;  // taken back
+    graphMutex.IsHeld();
     commandResult = S_OK;
     switch (received) {
+        case Command::Answer:
+            break;
         case Command::BuildGraph:
             commandResult = graph.Build(graphEventHandle);
             break;

@@ -42,11 +42,14 @@ class CaptureGraph {
 
     // capture_graph.cpp
     HRESULT GetState(int* out) const;
-    bool IsPreviewing() const { return state == CameraState::Previewing; }
+    bool IsPreviewing() const { return State() == CameraState::Previewing; }
     void SetState(CameraState now) { state = now; }
 
-    // resolutions.cpp
-    HRESULT SetResolution(int index);
+    // resolutions.cpp. A change of the still pin's format: a graph that runs is interrupted and goes on
+    // afterwards, unless it has been halted or started meanwhile. `isRefused`: the pins would not be joined.
+    void Interrupt();
+    HRESULT ReconnectStillBranch(int index, bool* isRefused);
+    void GoOn();
 
     // ---- Without a worker ------------------------------------------------------------------------
 
@@ -55,6 +58,7 @@ class CaptureGraph {
 
     // ---- At any time -----------------------------------------------------------------------------
 
+    CameraState State() const { return state; }
     const GraphFilters& Filters() const { return filters; }
 
   private:
@@ -78,13 +82,13 @@ class CaptureGraph {
     void TellMediaType();
 
     // resolutions.cpp
-    HRESULT ReconnectStillBranch(int index);
-    HRESULT ConnectStillPins();
+    HRESULT ConnectStillPins(bool* isRefused);
 
     const Application& application;
     // Changed by the *worker* without the lock when a picture has been stored.
     std::atomic<CameraState> state = CameraState::None;
     int currentResolution = 0;  // the index set last
+    bool isInterrupted = false;
     GraphInterfaces graph;
     const GraphFilters filters{graph};
 };

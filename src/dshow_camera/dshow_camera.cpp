@@ -33,40 +33,56 @@ HRESULT DShowCamera::Init(HWND window, const wchar_t* settingsPath, const wchar_
     if (FAILED(result)) return result;
     // No failure here is negative: the camera is up with or without its settings.
     if (settingsPath && settingsSection) result = ApplySettings(settingsPath, settingsSection);
-    worker.Graph()->SetState(CameraState::Initialised);
+    worker.Graph(Patience::Endless)->SetState(CameraState::Initialised);
     return result;
 }
 
 HRESULT DShowCamera::Open() {
-    return worker.BuildGraph();
+    const GraphAccess graph = worker.GraphForCommand();
+    return graph ? worker.BuildGraph() : kNotNow;
 }
 
+bool DShowCamera::CanEnd() {
+    return worker.CanEnd();
+}
+
+// To the end with the graph in hand, and nothing refused: CanEnd has said that this thread can wait.
 HRESULT DShowCamera::Shutdown() {
-    StopPreview();
+    const GraphAccess graph = worker.Graph(Patience::Endless);
+    if (graph->IsPreviewing()) worker.StopPreview(Patience::Endless);
     worker.End();
     application.ownerWindow = nullptr;
-    worker.Graph()->SetState(CameraState::None);
+    graph->SetState(CameraState::None);
     return S_OK;
 }
 
+// Where the graph is not to be had the state is what was told of it last; a camera that is still being built
+// has none.
 HRESULT DShowCamera::GetState(int* state) {
-    return state ? worker.Graph()->GetState(state) : E_POINTER;
+    if (!state) return E_POINTER;
+    if (const GraphAccess graph = worker.Graph()) return graph->GetState(state);
+    *state = static_cast<int>(worker.State());
+    return worker.State() == CameraState::None ? E_FAIL : S_OK;
 }
 
 // A restart after a resume counts as a whole: while it lasts the state says stopped, and a caller that
 // believed it would leave the preview running that it wants stopped. So the graph is held while it is asked.
 HRESULT DShowCamera::StartPreview() {
-    if (worker.Graph()->IsPreviewing()) return S_OK;
-    return worker.StartPreview();
+    const GraphAccess graph = worker.GraphForCommand();
+    if (!graph) return kNotNow;
+    return graph->IsPreviewing() ? S_OK : worker.StartPreview();
 }
 
 HRESULT DShowCamera::StopPreview() {
-    if (!worker.Graph()->IsPreviewing()) return S_OK;
-    return worker.StopPreview();
+    const GraphAccess graph = worker.GraphForCommand();
+    if (!graph) return kNotNow;
+    return graph->IsPreviewing() ? worker.StopPreview(Patience::Usual) : S_OK;
 }
 
 HRESULT DShowCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR text, UINT_PTR length,
                                  UINT_PTR position, UINT_PTR color, UINT_PTR font) {
+    const GraphAccess graph = worker.GraphForCommand();
+    if (!graph) return kNotNow;
     // A text that cannot be kept costs the stamp, not the picture.
     if (IStillImageSinkControl* sink = worker.Filters().Sink())
         sink->SetText(text, length, position, color, font);
@@ -91,8 +107,21 @@ HRESULT DShowCamera::GetResolutionDimensions(long* height, long* width, int inde
     return height && width ? worker.Filters().GetStillDimensions(height, width, index) : E_POINTER;
 }
 
+// A box stays for as long as its user likes, so the graph is given away meanwhile: the camera answers, and
+// may be stopped or resume.
 HRESULT DShowCamera::SetResolution(int index) {
-    const HRESULT result = worker.Graph()->SetResolution(index);
+    GraphAccess graph = worker.Graph();
+    if (!graph) return kNotNow;
+    graph->Interrupt();
+    bool isRefused = false;
+    const HRESULT result = graph->ReconnectStillBranch(index, &isRefused);
+    if (isRefused) {
+        graph.LetGo();
+        platform::ShowMessageBox(GetForegroundWindow(), L"Couldn't reconnect", L"SetStillImageResolution", 0);
+        graph.TakeAgain();
+    }
+    graph->GoOn();
+    graph.LetGo();
     if (FAILED(result)) {
         platform::ShowMessageBox(GetForegroundWindow(), L"Error setting resolution", L"GraphManager", 0);
     }

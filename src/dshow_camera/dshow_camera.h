@@ -22,6 +22,7 @@ class DShowCamera final : public CameraDevice {
     HRESULT Open() override;
     HRESULT Shutdown() override;
     HRESULT GetState(int* state) override;
+    bool CanEnd() override;
     HRESULT StartPreview() override;
     HRESULT StopPreview() override;
 

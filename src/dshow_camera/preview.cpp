@@ -47,6 +47,7 @@ HRESULT CaptureGraph::Run() {
             return placed;
         }
     }
+    isInterrupted = false;
     graph.mediaControl->Run();
     OAFilterState running = State_Stopped;
     const HRESULT result = graph.mediaControl->GetState(kStateTimeoutMs, &running);
@@ -66,7 +67,7 @@ HRESULT CaptureGraph::PlaceVideoWindow() {
     CAM_RETURN_IF_FAILED(video.put_Owner(reinterpret_cast<OAHWND>(owner)));
     CAM_RETURN_IF_FAILED(video.put_MessageDrain(reinterpret_cast<OAHWND>(owner)));
     RECT client = {};
-    if (!GetClientRect(owner, &client)) return HresultFromLastError();
+    if (!GetClientRect(owner, &client)) return FailureFromLastError();
     CAM_RETURN_IF_FAILED(
         video.SetWindowPosition(0, 0, client.right - client.left, client.bottom - client.top));
     CAM_RETURN_IF_FAILED(video.put_WindowStyle(kVideoWindowStyle));
@@ -106,6 +107,7 @@ HRESULT CaptureGraph::Halt() {
         Notify(Notification::StopPreviewFailed, L"Stop preview failed.");
         return result;
     }
+    isInterrupted = false;
     state = CameraState::Stopped;
     return S_OK;
 }

@@ -2,7 +2,6 @@
 #include "dshow_camera/capture_graph.h"
 
 #include "base/hresult.h"
-#include "platform/platform.h"
 
 namespace cam {
 namespace {
@@ -18,30 +17,32 @@ bool CanBeStill(const AM_MEDIA_TYPE& type) {
 
 }  // namespace
 
-HRESULT CaptureGraph::SetResolution(int index) {
+void CaptureGraph::Interrupt() {
     OAFilterState running = State_Stopped;
     if (graph.mediaControl) graph.mediaControl->GetState(kStateTimeoutMs, &running);
-    if (running == State_Running) {
-        if (graph.videoWindow) graph.videoWindow->put_Owner(0);
-        Sleep(kWindowSleepMs);
-        graph.mediaControl->Pause();
-        graph.mediaControl->Stop();
-        Sleep(kHaltSleepMs);
-    }
-    const HRESULT result = ReconnectStillBranch(index);
-    if (running == State_Running) {
-        if (graph.videoWindow)
-            graph.videoWindow->put_Owner(reinterpret_cast<OAHWND>(application.ownerWindow.load()));
-        Sleep(kWindowSleepMs);
-        graph.mediaControl->Run();
-        Sleep(kRunSleepMs);
-    }
-    return result;
+    isInterrupted = running == State_Running;
+    if (!isInterrupted) return;
+    if (graph.videoWindow) graph.videoWindow->put_Owner(0);
+    Sleep(kWindowSleepMs);
+    graph.mediaControl->Pause();
+    graph.mediaControl->Stop();
+    Sleep(kHaltSleepMs);
+}
+
+void CaptureGraph::GoOn() {
+    if (!isInterrupted) return;
+    isInterrupted = false;
+    if (graph.videoWindow)
+        graph.videoWindow->put_Owner(reinterpret_cast<OAHWND>(application.ownerWindow.load()));
+    Sleep(kWindowSleepMs);
+    graph.mediaControl->Run();
+    Sleep(kRunSleepMs);
 }
 
 // With the graph stopped. A failure after the pins have been parted leaves them so; the next successful call
 // joins them again.
-HRESULT CaptureGraph::ReconnectStillBranch(int index) {
+HRESULT CaptureGraph::ReconnectStillBranch(int index, bool* isRefused) {
+    *isRefused = false;
     ComPtr<IAMStreamConfig> config;
     CAM_RETURN_IF_FAILED(filters.FindStillConfig(config));
     int count = 0;
@@ -57,13 +58,13 @@ HRESULT CaptureGraph::ReconnectStillBranch(int index) {
     CAM_RETURN_IF_FAILED(graph.filterGraph->Disconnect(graph.sinkPin.get()));
     CAM_RETURN_IF_FAILED(graph.filterGraph->Disconnect(graph.stillPin.get()));
     CAM_RETURN_IF_FAILED(config->SetFormat(type.get()));
-    CAM_RETURN_IF_FAILED(ConnectStillPins());
+    CAM_RETURN_IF_FAILED(ConnectStillPins(isRefused));
     currentResolution = index;
     return S_OK;
 }
 
 // With the first of the still pin's types that the sink can take, and no other.
-HRESULT CaptureGraph::ConnectStillPins() {
+HRESULT CaptureGraph::ConnectStillPins(bool* isRefused) {
     ComPtr<IEnumMediaTypes> types;
     CAM_RETURN_IF_FAILED(graph.stillPin->EnumMediaTypes(types.put()));
     types->Reset();
@@ -73,7 +74,7 @@ HRESULT CaptureGraph::ConnectStillPins() {
         const HRESULT result =
             graph.filterGraph->ConnectDirect(graph.stillPin.get(), graph.sinkPin.get(), type.get());
         if (SUCCEEDED(result)) return result;
-        platform::ShowMessageBox(GetForegroundWindow(), L"Couldn't reconnect", L"SetStillImageResolution", 0);
+        *isRefused = true;
         break;
     }
     return E_FAIL;

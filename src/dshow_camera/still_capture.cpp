@@ -4,17 +4,19 @@
 
 namespace cam {
 
-// The video control is the last interface that building acquires: a graph that was built in part may well
-// preview, and has no still branch.
+// A graph that was built in part may well preview, and has no still branch: what there is of it is told the
+// name all the same. The quality level is given whatever became of the name; the first failure counts.
 HRESULT CaptureGraph::TriggerStill(const wchar_t* fileName, BYTE mode) {
     CheckThread(kWorkerThread);
     HRESULT result = E_FAIL;
-    if (graph.videoControl && state >= CameraState::Stopped) {
+    if (graph.builder && graph.sinkControl && state >= CameraState::Stopped) {
         result = graph.sinkControl->SetFileName(fileName);
         const PictureFormat format = PictureFormatOf(fileName);
-        if (result == S_OK && (format == PictureFormat::Jpeg || format == PictureFormat::Tiff)) {
-            result = graph.sinkControl->SetQualityLevel(mode);
+        if (format == PictureFormat::Jpeg || format == PictureFormat::Tiff) {
+            const HRESULT levelSet = graph.sinkControl->SetQualityLevel(mode);
+            if (result == S_OK) result = levelSet;
         }
+        if (result == S_OK && !graph.videoControl) result = E_FAIL;
         if (result == S_OK) {
             result = graph.videoControl->SetMode(graph.stillPin.get(), VideoControlFlag_Trigger);
             if (SUCCEEDED(result)) state = CameraState::StillTriggered;

@@ -57,6 +57,7 @@ class ImagerCamera final : public CameraDevice {
     HRESULT GetPropertyB(int id, long* value, long* flags) override;
     HRESULT SetPropertyB(int id, long value, long flags) override;
     HRESULT GetState(int* state) override;
+    bool CanEnd() override { return true; }  // its threads are waited for 5 s at the longest
 
   private:
     void EndPreviewThreads();

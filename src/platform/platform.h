@@ -64,6 +64,11 @@ constexpr DWORD kEventReset = 2;
 constexpr DWORD kEventSet = 3;
 BOOL EventModify(HANDLE event, DWORD function);
 
+// ---- Messages --------------------------------------------------------------------------------------------
+
+// Whether this thread is handling a message that another thread has sent and is waiting to be answered.
+bool IsSenderWaiting();
+
 // ---- What the two systems do differently ----------------------------------------------------------------
 
 // MessageBoxW with an OK button and the given icon flags. With OCELLUS_HEADLESS=1 in the environment

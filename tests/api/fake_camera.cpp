@@ -13,6 +13,7 @@ HRESULT Record(const wchar_t* operation, Arguments... arguments) {
     std::wstring call = operation;
     ((call += L" " + std::to_wstring(arguments)), ...);
     fakeCameras.calls.push_back(call);
+    if (fakeCameras.onCall) fakeCameras.onCall();
     return fakeCameras.result;
 }
 
@@ -84,6 +85,7 @@ class FakeCamera final : public cam::CameraDevice {
     HRESULT SetPropertyB(int id, long value, long flags) override {
         return Record(L"SetPropertyB", id, value, flags);
     }
+    bool CanEnd() override { return fakeCameras.canEnd; }
     HRESULT GetState(int* state) override {
         *state = 3;
         return Record(L"GetState");

@@ -11,6 +11,8 @@ struct FakeCameras {
     HRESULT result = 0;               // what every operation answers
     HRESULT initResult = 0;
     bool outOfMemory = false;  // no camera can be created
+    bool canEnd = true;
+    void (*onCall)() = nullptr;  // at each operation
     int alive = 0;
 };
 extern FakeCameras fakeCameras;

@@ -62,3 +62,39 @@ TEST_CASE("shutting down keeps a camera that refuses, and finds none the second 
     CHECK(SelectedType() == 1);
     ResetFakeCameras();
 }
+
+TEST_CASE("a camera is taken away neither inside another call nor while its own thread waits") {
+    ResetFakeCameras();
+    REQUIRE(camInit(nullptr, nullptr, nullptr) == 0);
+    static camResult shutDown, selected;
+    const auto tryBoth = [] {
+        shutDown = camShutDown();
+        selected = camSelect(nullptr, nullptr, nullptr, 7);
+    };
+    const struct {
+        const char* inside;
+        void (*call)();
+    } cases[] = {{"a preview's start", [] { camStartPreview(); }},
+                 {"a picture", [] { camSnapPicture(nullptr, 0); }},
+                 {"a shutdown", [] { camShutDown(); }},
+                 {"a selection", [] { camSelect(nullptr, nullptr, nullptr, 2); }}};
+    for (const auto& [inside, call] : cases) {
+        CAPTURE(inside);
+        fakeCameras.onCall = tryBoth;
+        shutDown = selected = 0;
+        fakeCameras.result = E_FAIL;  // so that the shutdown keeps the camera
+        call();
+        fakeCameras.onCall = nullptr;
+        CHECK(shutDown == 10);
+        CHECK(selected == HRESULT_FROM_WIN32(ERROR_BUSY));
+        CHECK(fakeCameras.alive == 1);
+    }
+    fakeCameras.result = 0;
+    fakeCameras.canEnd = false;
+    CHECK(camShutDown() == 10);
+    CHECK(camInit(nullptr, nullptr, nullptr) == HRESULT_FROM_WIN32(ERROR_BUSY));
+    fakeCameras.canEnd = true;
+    CHECK(SelectedType() == 2);  // that of the last selection which was carried out
+    CHECK(camShutDown() == 0);
+    ResetFakeCameras();
+}

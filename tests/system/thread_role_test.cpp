@@ -23,5 +23,6 @@ TEST_CASE("child: a command from the worker" * doctest::skip()) {
 TEST_CASE("a command from the worker to itself ends the process in a checked build") {
     const ChildResult result = RunTestCaseAlone(L"child: a command from the worker");
     CHECK(result.exitCode == cam::kWrongThreadExitCode);
-    CHECK(result.errors.find("Send runs on a worker thread; it is for caller threads") != std::string::npos);
+    CHECK(result.errors.find("GraphForCommand runs on a worker thread; it is for caller threads") !=
+          std::string::npos);
 }

@@ -9,6 +9,7 @@ namespace verify {
 int cameraType = CAM_TYPE_DSHOW;
 int cycleCount = 10;
 int captured, asked, ownerPaints;
+void (*onOwnerMessage)();
 FrameCatcher previewFrames, stillFrames;
 ToldType told;
 
@@ -21,6 +22,7 @@ LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
         ++captured;
         return 0;
     }
+    if (onOwnerMessage && GetParent(window)) onOwnerMessage();
     asked += message == kAsk;
     ownerPaints += message == WM_PAINT && GetParent(window) != nullptr;
     return DefWindowProcW(window, message, wParam, lParam);
@@ -48,6 +50,7 @@ int State() {
 
 Windows::Windows() {
     captured = asked = ownerPaints = 0;
+    onOwnerMessage = nullptr;
     WNDCLASSW windowClass = {};
     windowClass.lpfnWndProc = WindowProcedure;
     windowClass.hInstance = GetModuleHandleW(nullptr);

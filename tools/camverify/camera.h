@@ -54,6 +54,8 @@ class Windows {
 constexpr UINT kAsk = WM_APP + 1;  // sent by a callback, to be counted
 // What has come in since the windows were made; there is one set of them at a time.
 extern int captured, asked, ownerPaints;
+// Called on the owner window's thread for each of its messages, before it is handled.
+extern void (*onOwnerMessage)();
 inline bool WaitForCaptured(int pictures) {
     return PumpUntil([=] { return captured >= pictures; });
 }

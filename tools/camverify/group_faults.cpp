@@ -255,6 +255,8 @@ void Still() {
         Equal("result", cam.SnapPicture(L"\\no-folder\\a.jpg", 0), result);
         if (result == camOk) Holds("message 2623 comes", WaitForCaptured(1));
         Equal("state", State(), int{CAM_STATE_PREVIEWING});
+        // The name's fate is no matter to the level.
+        Equal("quality levels set", CountOf("IStillImageSinkControl::SetQualityLevel"), LONG{1});
         session.Snap();
     }
 }

@@ -1,4 +1,6 @@
 // The device sleeps and wakes: a running preview is started again.
+#include <algorithm>
+
 #include "camera.h"
 #include "check.h"
 #include "kit.h"
@@ -91,6 +93,104 @@ void Storm() {
     Equal("message boxes", platform::TakeMessageBoxes(), std::vector<std::string>());
 }
 
+// ---- Calls from the messages that the camera itself sends ----------------------------------------------
+
+constexpr camResult kInUse = static_cast<camResult>(0x800700AA);
+
+struct FromMessage {
+    const char* name;
+    camResult (*call)();
+    std::vector<camResult> answers;  // any of them
+};
+const FromMessage kFromMessages[] = {
+    {"camGetState",
+     [] {
+         int state = 0;
+         return cam.GetState(&state);
+     },
+     {camOk}},
+    {"camGetProperty",
+     [] {
+         long value = 0, flags = 0;
+         return cam.GetProperty(CAM_PROPERTY_BRIGHTNESS, &value, &flags);
+     },
+     {camOk}},
+    {"camGetResolutionDimensions",
+     [] {
+         long height = 0, width = 0;
+         return cam.GetResolutionDimensions(&height, &width, -1);
+     },
+     {camOk}},
+    {"camRegisterStillImageCallback", [] { return cam.RegisterStillImageCallback(nullptr); }, {camOk}},
+    {"camSetResolution", [] { return cam.SetResolution(1); }, {camOk, camInvalidArgument}},
+    {"camSnapPicture", [] { return cam.SnapPicture(nullptr, 0); }, {camCaptureFailed}},
+    {"camStartPreview", [] { return cam.StartPreview(); }, {camFailed, camOk}},
+    {"camStopPreview", [] { return cam.StopPreview(); }, {camFailed}},
+    {"camShutDown", [] { return cam.ShutDown(); }, {camFailed}},
+    {"camSelect", [] { return cam.Select(nullptr, nullptr, nullptr, CAM_TYPE_IMAGER); }, {kInUse}},
+};
+const FromMessage* fromMessage;
+int callsFromMessages;
+
+void CallFromMessage() {
+    if (!InSendMessage() || callsFromMessages > 0) return;
+    ++callsFromMessages;
+    const camResult result = fromMessage->call();
+    const auto& answers = fromMessage->answers;
+    if (std::find(answers.begin(), answers.end(), result) == answers.end())
+        Equal(fromMessage->name, result, answers.front());
+}
+
+// On the camera's thread.
+HWND askedWindow;
+void WINAPI TellAndAsk(LONG height, LONG width, DWORD sampleSize, DWORD stride, LONG formatCode,
+                       LONG framesPerSecond) {
+    TellMediaType(height, width, sampleSize, stride, formatCode, framesPerSecond);
+    SendMessageW(askedWindow, kAsk, 0, 0);
+}
+
+// While the owner window's thread is in the message, the camera's thread waits for it.
+void FromItsMessages() {
+    const struct {
+        const char* name;
+        void (*moment)(const Session& session);
+    } moments[] = {{"while it restarts preview",
+                    [](const Session&) {
+                        kit.resume();
+                        Holds("preview is started again", PumpUntil([] { return callsFromMessages > 0; }));
+                    }},
+                   {"while it starts preview",
+                    [](const Session&) {
+                        Equal("stopped", cam.StopPreview(), camResult{camOk});
+                        Equal("started", cam.StartPreview(), camResult{camOk});
+                    }},
+                   {"while it is idle", [](const Session& session) {
+                        // What the video window does not want to know goes to its parent.
+                        const HWND video = platform::FirstChild(session.windows.owner);
+                        PostMessageW(video, WM_SETCURSOR, reinterpret_cast<WPARAM>(video),
+                                     MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
+                        Holds("it sends a message", PumpUntil([] { return callsFromMessages > 0; }));
+                    }}};
+    for (const auto& [moment, reach] : moments) {
+        Session session(std::wstring(L"{}"));
+        session.NeedPreview();
+        const Callbacks callbacks;
+        cam.RegisterMediaTypeCallback(TellAndAsk);
+        askedWindow = session.windows.owner;
+        for (const FromMessage& one : kFromMessages) {
+            const Row row(std::string(one.name) + " " + moment);
+            fromMessage = &one;
+            callsFromMessages = 0;
+            onOwnerMessage = CallFromMessage;
+            reach(session);
+            onOwnerMessage = nullptr;
+            Equal("calls from a message", callsFromMessages, 1);
+            Need("it runs", PumpUntil([] { return State() == CAM_STATE_PREVIEWING; }));
+        }
+        session.Snap();
+    }
+}
+
 constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
 
 constexpr Check kChecks[] = {
@@ -98,6 +198,8 @@ constexpr Check kChecks[] = {
     {"a preview that is being restarted is stopped when the caller wants it stopped", kKit, WhileRestarting,
      kLibraryFault},
     {"a resume changes nothing while preview does not run", kKit, WhileStopped, kLibraryFault},
+    {"every function returns from a message that the camera's thread sends", kKit | kDesktop, FromItsMessages,
+     kLibraryFault},
     {"a storm of resumes during changes of the resolution harms nobody", kKit, Storm, kLibraryFault},
 };
 

@@ -54,6 +54,10 @@ BOOL EventModify(HANDLE event, DWORD function) {
     return ::EventModify(event, function);
 }
 
+bool IsSenderWaiting() {
+    return InSendMessage();
+}
+
 int ShowMessageBox(HWND owner, const wchar_t* text, const wchar_t* caption, UINT icon) {
     return MessageBoxW(owner, text, caption, MB_OK | icon);
 }

@@ -39,6 +39,10 @@ BOOL EventModify(HANDLE event, DWORD function) {
     }
 }
 
+bool IsSenderWaiting() {
+    return (InSendMessageEx(nullptr) & (ISMEX_SEND | ISMEX_REPLIED)) == ISMEX_SEND;
+}
+
 COLORREF DeviceTextColor(COLORREF color) {
     return color & kColorMask;
 }
