@@ -39,7 +39,11 @@ u32 Unload(Process& p, u32 base) {
     return 1;
 }
 
+// The system's own library is no module here: it stands for what is bound in its name.
+constexpr u32 kSystemLibrary = 0x03F60000;
+
 u32 Procedure(Process& p, u32 base, const std::string& name, u16 ordinal) {
+    if (base == kSystemLibrary && p.IsBound(kLibrary, name)) return p.StubFor(kLibrary, name);
     if (const Module* module = ByBase(p, base)) {
         if (name.empty()) {
             const auto found = module->image.exportsByOrdinal.find(ordinal);
@@ -59,12 +63,17 @@ void BindModules(Process& p) {
     p.Bind(kLibrary, "LoadLibraryW", [&p](u32 name) { return Load(p, name); });
     p.Bind(kLibrary, "LoadLibraryExW", [&p](u32 name, u32, u32) { return Load(p, name); });
     p.Bind(kLibrary, "FreeLibrary", [&p](u32 base) { return Unload(p, base); });
+    p.Bind(kLibrary, "FreeLibraryAndExitThread", [&p](u32 base, u32 code) -> u32 {
+        Unload(p, base);
+        p.scheduler.Exit(code);
+    });
     p.Bind(kLibrary, "DisableThreadLibraryCalls", [&p](u32 base) -> u32 {
         Module* module = ByBase(p, base);
         if (module) module->toldOfThreads = false;
         return module != nullptr;
     });
     p.Bind(kLibrary, "GetModuleHandleW", [&p](u32 name) -> u32 {
+        if (name && LibraryName(p.machine.Text(name)) == kLibrary) return kSystemLibrary;
         const Module* module = name ? p.Find(LibraryName(p.machine.Text(name))) : ByBase(p, 0);
         return module ? module->base : 0;
     });

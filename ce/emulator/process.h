@@ -104,6 +104,12 @@ class Process {
         bound[library + "!" + name] = MakeHandler(std::function(std::move(function)));
     }
 
+    bool IsBound(const std::string& library, const std::string& name) const {
+        return bound.contains(library + "!" + name);
+    }
+    // Where a program calls it.
+    u32 StubFor(const std::string& library, const std::string& name);
+
     // For variable arguments: the stand-in takes them itself.
     void BindRaw(const std::string& library, const std::string& name, Handler handler) {
         bound[library + "!" + name] = std::move(handler);
@@ -149,7 +155,6 @@ class Process {
 
   private:
     void BindImports(Module& module);
-    u32 StubFor(const std::string& library, const std::string& name);
 
     std::vector<std::unique_ptr<Module>> modules;
     std::map<std::string, Handler> bound;

@@ -179,8 +179,9 @@ camResult WINAPI camSelect(HWND ownerWindow, const wchar_t* settingsPath, const 
  * `cameraType` must not be null. Always camOk. */
 camResult WINAPI camGetSelectedType(int* cameraType);
 
-/* Stops preview, ends the camera's threads and discards the camera. No message comes any more, for a still
- * picture that is on its way or one that has been taken and not yet been told of to the thread that calls.
+/* Stops preview, ends the camera's threads and discards the camera. No message comes any more: neither for a
+ * still picture that is on its way nor, where the events window is the calling thread's, for one that has been
+ * taken and whose message waits in the queue. An imager library that hangs is waited for 5 seconds in all.
  * camNotInitialised: there is none; camFailed: it could not be shut down and stays, or the call came from
  * inside another one. */
 camResult WINAPI camShutDown(void);

@@ -15,20 +15,34 @@ int selectedType = 0;
 
 // Calls that have the camera in their hands, those of Init's own included.
 std::atomic<LONG> uses = 0;
-std::atomic<bool> isChanging = false;
+std::atomic<LONG> changes = 0;
 
 void DiscardCamera() {
     delete std::exchange(currentCamera, nullptr);
+}
+
+// Where the camera announces its pictures.
+HWND eventsWindow = nullptr;
+
+// What a camera that is gone has announced waits in the queue no more, if it is this thread's.
+void TakeAnnouncementsBack() {
+    const HWND window = std::exchange(eventsWindow, nullptr);
+    MSG message;
+    while (window && PeekMessageW(&message, window, CAM_MESSAGE_STILL_CAPTURED, CAM_MESSAGE_STILL_CAPTURED,
+                                  PM_REMOVE)) {
+        if (message.message != WM_QUIT) continue;
+        // It comes whatever is asked for.
+        PostQuitMessage(static_cast<int>(message.wParam));
+        return;
+    }
 }
 
 // The right to take the camera away. Not to be had inside another call: that of a message which came in
 // while the other one waits.
 class CameraChange {
   public:
-    CameraChange() : isMine(!isChanging.exchange(true)) {}
-    ~CameraChange() {
-        if (isMine) isChanging = false;
-    }
+    CameraChange() : isMine(++changes == 1) {}
+    ~CameraChange() { --changes; }
     CameraChange(const CameraChange&) = delete;
     CameraChange& operator=(const CameraChange&) = delete;
 
@@ -46,6 +60,10 @@ CameraUse::CameraUse() : camera((++uses, currentCamera)) {}
 
 CameraUse::~CameraUse() {
     --uses;
+}
+
+void NoteEventsWindow(HWND window) {
+    eventsWindow = window;
 }
 
 int SelectedType() {
@@ -71,6 +89,7 @@ camResult ShutDownCamera() {
     if (!change) return camFailed;
     if (currentCamera->Shutdown() != 0) return camFailed;
     DiscardCamera();
+    TakeAnnouncementsBack();
     return camOk;
 }
 

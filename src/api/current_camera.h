@@ -27,6 +27,9 @@ class CameraUse {
     CameraDevice* const camera;
 };
 
+// Which window the camera has been told to announce its pictures to.
+void NoteEventsWindow(HWND window);
+
 // The type selected last, known or not; 0 before the first selection. Shutting down does not clear it.
 int SelectedType();
 

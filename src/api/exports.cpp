@@ -76,6 +76,7 @@ camResult WINAPI camSetEventsWindow(HWND eventsWindow) {
     if (!camera) return camNotInitialised;
     if (!eventsWindow) return camInvalidArgument;
     camera->SetEventsWindow(eventsWindow);
+    cam::NoteEventsWindow(eventsWindow);
     return camOk;
 }
 

@@ -7,6 +7,7 @@
 #include "base/hresult.h"
 #include "com/class_factory.h"
 #include "com/registration.h"
+#include "platform/platform.h"
 
 namespace cam::com {
 
@@ -21,7 +22,9 @@ HINSTANCE ModuleInstance() {
 void ServeModule(HINSTANCE module, DWORD reason) {
     // Threads come and go unnoticed here but not for the C++ run time, which cleans up after each: leave its
     // notices on.
-    if (reason == DLL_PROCESS_ATTACH) moduleInstance = module;
+    if (reason != DLL_PROCESS_ATTACH) return;
+    moduleInstance = module;
+    platform::SetLibraryModule(module);
 }
 
 HRESULT RegisterServer(ClassTable classes) {

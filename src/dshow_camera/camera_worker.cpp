@@ -32,7 +32,7 @@ HRESULT CameraWorker::Start() {
     }
     CAM_RETURN_IF_FAILED(graphMutex.Create());
     if (!threadHandle) {
-        threadHandle.reset(CreateThread(nullptr, 0, Thread, this, 0, &threadId));
+        threadHandle.reset(platform::CreateLibraryThread(Thread, this, &threadId));
         if (!threadHandle) return HresultFromLastError();
     }
     if (!powerQueue) {

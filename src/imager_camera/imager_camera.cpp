@@ -41,12 +41,15 @@ ImagerCamera::~ImagerCamera() {
 // others see `ending` within a pass.
 void ImagerCamera::EndPreviewThreads() {
     if (session->ending == Ending::CutOff) return;
+    const DWORD started = GetTickCount();
     session->ending = Ending::Requested;
     platform::EventModify(session->stopEvent.get(), platform::kEventSet);
     const bool ended = WaitLettingSentMessagesIn(session->threadsEnded.get(), kThreadEndMs) == WAIT_OBJECT_0;
-    session->ending = ended ? Ending::None : Ending::CutOff;
-    // To its very end: an application that has shut the camera down may unload the thread's code.
-    if (ended && previewThread) WaitLettingSentMessagesIn(previewThread.get(), kThreadEndMs);
+    session->End(ended ? Ending::None : Ending::CutOff);
+    // To its very end, so that nothing of the camera is left when it has been shut down.
+    const DWORD gone = GetTickCount() - started;
+    if (ended && previewThread && gone < kThreadEndMs)
+        WaitLettingSentMessagesIn(previewThread.get(), kThreadEndMs - gone);
 }
 
 HRESULT ImagerCamera::SetOwnerWindow(HWND window) {
@@ -99,7 +102,7 @@ HRESULT ImagerCamera::StartPreview() {
     platform::EventModify(session->snapEvent.get(), platform::kEventReset);
     session->CountThreadIn();
     session->AddRef();  // the thread's
-    previewThread.reset(CreateThread(nullptr, 0, ImagerPreviewThread, session.get(), 0, nullptr));
+    previewThread.reset(platform::CreateLibraryThread(ImagerPreviewThread, session.get(), nullptr));
     if (!previewThread) {
         const HRESULT failure = HresultFromLastError();
         session->Release();

@@ -18,6 +18,11 @@ HRESULT ImagerSession::Notify(ImagerNotice notice, const wchar_t* text) const {
     return S_OK;
 }
 
+void ImagerSession::End(Ending how) {
+    const auto held = progress.Locked();
+    ending = how;
+}
+
 void ImagerSession::CountThreadIn() {
     const auto held = progress.Locked();
     ++held->runningThreads;

@@ -56,9 +56,12 @@ class ImagerSession {
     void AddRef() { ++owners; }
     void Release();
 
-    // Posts message 2623 to the events window for a captured still. Any other notice posts nothing, and the
-    // text goes nowhere. E_POINTER for a null or empty text.
+    // Posts message 2623 to the events window for a captured still, with `progress` locked. Any other notice
+    // posts nothing, and the text goes nowhere. E_POINTER for a null or empty text.
     HRESULT Notify(ImagerNotice notice, const wchar_t* text) const;
+
+    // Under the lock of what a thread tells: one that is cut off tells nothing more.
+    void End(Ending how);
 
     // A preview thread is about to be started, and has ended: threadsEnded follows.
     void CountThreadIn();

@@ -158,9 +158,10 @@ bool PreviewRun::TakeStill() {
     }
     Stamp();
     Deliver(session.stillCallback);
-    if (CutOff() || !Save() || CutOff()) return false;
+    if (CutOff() || !Save()) return false;
 
     const auto progress = session.progress.Locked();
+    if (CutOff()) return false;
     session.Notify(ImagerNotice::StillCaptured, L"File captured.");
     progress->state = CameraState::Previewing;
     return true;

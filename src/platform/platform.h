@@ -64,6 +64,16 @@ constexpr DWORD kEventReset = 2;
 constexpr DWORD kEventSet = 3;
 BOOL EventModify(HANDLE event, DWORD function);
 
+// ---- Threads ---------------------------------------------------------------------------------------------
+
+// CreateThread, for a thread that keeps this library loaded until it has ended: an application may let go of
+// the library while the thread is held up in a driver. `threadId` may be null. Null, with the last error,
+// when there is no thread.
+HANDLE CreateLibraryThread(LPTHREAD_START_ROUTINE start, void* parameter, DWORD* threadId);
+
+// On a device: which module this is. The desktop knows it.
+void SetLibraryModule(HINSTANCE module);
+
 // ---- Messages --------------------------------------------------------------------------------------------
 
 // Whether this thread is handling a message that another thread has sent and is waiting to be answered.

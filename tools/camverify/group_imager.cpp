@@ -510,6 +510,48 @@ void WithoutLibrary() {
 
 constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
 
+// A picture that is being stored when the camera is shut down, and one whose message waits in the queue.
+void LateMessage() {
+    for (const bool isStored : {false, true}) {
+        const Row row(isStored ? "stored before the shutdown" : "stored during the shutdown");
+        Imager imager;
+        PlayImager(L"{\"calls\": {\"SaveBmp\": {\"delayMs\": 300}}}");
+        const TestFile file(L"late.bmp");
+        imager.Start();
+        Equal("a picture", cam.SnapPicture(file.path(), 0), camResult{camOk});
+        const DWORD begun = GetTickCount();
+        while (isStored ? State() != CAM_STATE_PREVIEWING : ImagerCountOf("SaveBmp") == 0) {
+            Need("it is stored", GetTickCount() - begun < kLongEnough);
+            Sleep(5);  // no message may be served
+        }
+        Equal("shut down", cam.ShutDown(), camResult{camOk});
+        PumpFor(100);
+        Equal("messages after the shutdown", captured, 0);
+    }
+}
+
+// The preview's thread hangs in the imager library when the camera is shut down and the library unloaded, and
+// comes back afterwards.
+void UnloadedWhileItHangs() {
+    const std::wstring path = cam.Path();
+    const int threads = platform::CountHoldings().threads;
+    {
+        Imager imager;
+        PlayImager(L"{\"calls\": {\"Acquire\": {\"at\": 2, \"delayMs\": 6500}}}");
+        imager.Start();
+        Need("it hangs", PumpUntil([] { return ImagerCountOf("Acquire") == 2; }));
+        const DWORD begun = GetTickCount();
+        Equal("shut down", cam.ShutDown(), camResult{camOk});
+        const DWORD taken = GetTickCount() - begun;
+        Holds("the shutdown waits 5 s in all", taken >= 4900 && taken < 5900);
+    }
+    cam.Unload();
+    Holds("the thread comes to its end",
+          PumpUntil([=] { return platform::CountHoldings().threads <= threads; }));
+    Need("the library is there again", cam.Load(path), DWORD{0});
+    Equal("what it lacks", cam.Lacking(), std::string());
+}
+
 constexpr Check kChecks[] = {
     {"the states of the imager", kImagerKit, States, kLibraryFault},
     {"preview opens the engine, shows frames, and takes one more after a stop request", kImagerKit, Preview,
@@ -525,6 +567,9 @@ constexpr Check kChecks[] = {
     {"shutting down and selecting anew end all previews", kImagerKit, Ends, kLibraryFault},
     {"a library that does not answer holds nobody up for longer than 5 s", kImagerKit, Hanging,
      kLibraryFault},
+    {"no message comes after the shutdown", kImagerKit, LateMessage, kLibraryFault},
+    {"the library can be unloaded while its thread hangs in the imager library", kImagerKit | kDesktop,
+     UnloadedWhileItHangs, kLibraryFault},
     {"without a usable imager library it says so, and everything else goes on", kImagerKit | kDesktop,
      WithoutLibrary, kLibraryFault},
 };

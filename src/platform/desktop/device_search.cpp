@@ -105,7 +105,7 @@ HANDLE FindFirstDevice(DeviceSearchType searchType, const void* searchParameter,
     return search.release();
 }
 
-BOOL FindNextDevice(HANDLE searchHandle, DEVMGR_DEVICE_INFORMATION* information) {
+BOOL FindNextDevice(HANDLE searchHandle, DEVMGR_DEVICE_INFORMATION* information) try {
     auto& search = *static_cast<DeviceSearch*>(searchHandle);
     for (;;) {
         wchar_t name[MAX_PATH];
@@ -120,6 +120,9 @@ BOOL FindNextDevice(HANDLE searchHandle, DEVMGR_DEVICE_INFORMATION* information)
             return TRUE;
         }
     }
+} catch (const std::bad_alloc&) {
+    SetLastError(ERROR_OUTOFMEMORY);
+    return FALSE;
 }
 
 BOOL CloseDeviceSearch(HANDLE search) {

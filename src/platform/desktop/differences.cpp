@@ -1,3 +1,4 @@
+#include <new>
 #include <string>
 
 #include "platform/platform.h"
@@ -47,11 +48,14 @@ COLORREF DeviceTextColor(COLORREF color) {
     return color & kColorMask;
 }
 
-HMODULE LoadImagerLibrary() {
+HMODULE LoadImagerLibrary() try {
     const std::wstring folder = OwnFolder();
     if (folder.empty()) return nullptr;
     // The library's own dependencies are looked for beside it, too.
     return LoadLibraryExW((folder + kImagerLibrary).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+} catch (const std::bad_alloc&) {
+    SetLastError(ERROR_OUTOFMEMORY);
+    return nullptr;
 }
 
 }  // namespace cam::platform

@@ -1,3 +1,4 @@
+#include <new>
 #include <string>
 
 #include "base/unique_resource.h"
@@ -12,6 +13,12 @@ std::wstring Environment(const wchar_t* name) {
     if (!value.empty())
         value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
     return value;
+}
+
+// Without memory that may be missing: a box must not appear where nobody can press its button.
+bool IsHeadless() {
+    wchar_t value[3];
+    return GetEnvironmentVariableW(L"OCELLUS_HEADLESS", value, 3) == 1 && value[0] == L'1';
 }
 
 std::string Utf8(const std::wstring& text) {
@@ -36,9 +43,13 @@ void AppendLine(const std::wstring& path, const std::wstring& line) {
 }  // namespace
 
 int ShowMessageBox(HWND owner, const wchar_t* text, const wchar_t* caption, UINT icon) {
-    if (Environment(L"OCELLUS_HEADLESS") != L"1") return MessageBoxW(owner, text, caption, MB_OK | icon);
-    const std::wstring log = Environment(L"OCELLUS_MESSAGE_BOX_LOG");
-    if (!log.empty()) AppendLine(log, std::wstring(caption) + L"\t" + text + L"\n");
+    if (!IsHeadless()) return MessageBoxW(owner, text, caption, MB_OK | icon);
+    try {
+        const std::wstring log = Environment(L"OCELLUS_MESSAGE_BOX_LOG");
+        if (!log.empty()) AppendLine(log, std::wstring(caption) + L"\t" + text + L"\n");
+    } catch (const std::bad_alloc&) {
+        // Answered all the same; a record is missing.
+    }
     return IDOK;
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <deque>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "base/lock.h"
@@ -33,7 +34,7 @@ auto Find(Queues& queues, HANDLE handle) {
 
 }  // namespace
 
-HANDLE CreateMsgQueue(const wchar_t* name, MSGQUEUEOPTIONS* options) {
+HANDLE CreateMsgQueue(const wchar_t* name, MSGQUEUEOPTIONS* options) try {
     if (name || !options || options->dwSize != sizeof *options || !options->bReadAccess ||
         !options->dwMaxMessages) {
         SetLastError(ERROR_INVALID_PARAMETER);
@@ -47,9 +48,12 @@ HANDLE CreateMsgQueue(const wchar_t* name, MSGQUEUEOPTIONS* options) {
     queues->push_back(std::make_unique<MessageQueue>(
         MessageQueue{event.get(), options->dwMaxMessages, options->cbMaxMessage, {}}));
     return event.release();
+} catch (const std::bad_alloc&) {
+    SetLastError(ERROR_OUTOFMEMORY);
+    return nullptr;
 }
 
-BOOL WriteMsgQueue(HANDLE handle, const void* message, DWORD size) {
+BOOL WriteMsgQueue(HANDLE handle, const void* message, DWORD size) try {
     const auto queues = allQueues.Locked();
     const auto found = Find(*queues, handle);
     if (found == queues->end()) return FALSE;
@@ -58,6 +62,8 @@ BOOL WriteMsgQueue(HANDLE handle, const void* message, DWORD size) {
     const auto* bytes = static_cast<const BYTE*>(message);
     queue.messages.emplace_back(bytes, bytes + size);
     return SetEvent(handle);
+} catch (const std::bad_alloc&) {
+    return FALSE;
 }
 
 BOOL ReadMsgQueue(HANDLE handle, void* buffer, DWORD bufferSize, DWORD* bytesRead, DWORD timeoutMs,

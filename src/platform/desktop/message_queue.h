@@ -5,8 +5,8 @@
 
 namespace cam::platform {
 
-// Appends a copy of the message. FALSE: no such queue, it is full, or the message is longer than its messages
-// may be; the message is lost then. Any thread.
+// Appends a copy of the message. FALSE: no such queue, it is full, the message is longer than its messages
+// may be, or there is no memory for it; the message is lost then. Any thread.
 BOOL WriteMsgQueue(HANDLE queue, const void* message, DWORD size);
 
 }  // namespace cam::platform

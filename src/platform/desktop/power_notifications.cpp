@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -87,7 +88,7 @@ DWORD WINAPI ServeWindow(void* argument) {
 bool Start(WindowThread& thread) {
     const UniqueHandle ready(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     if (!ready) return false;
-    UniqueHandle handle(CreateThread(nullptr, 0, ServeWindow, ready.get(), 0, &thread.id));
+    UniqueHandle handle(CreateLibraryThread(ServeWindow, ready.get(), &thread.id));
     if (!handle) return false;
     const HANDLE either[] = {ready.get(), handle.get()};
     if (WaitForMultipleObjects(2, either, FALSE, INFINITE) != WAIT_OBJECT_0) {
@@ -96,6 +97,22 @@ bool Start(WindowThread& thread) {
     }
     thread.handle = std::move(handle);
     return true;
+}
+
+// The window's thread ends with the last who wants to be told.
+void EndIfUnwanted(WindowThread& thread) {
+    if (!theRegistrations.Locked()->empty()) return;
+    PostThreadMessageW(thread.id, WM_QUIT, 0, 0);
+    WaitLettingSentMessagesIn(thread.handle.get());
+    thread.handle.reset();
+}
+
+HANDLE Add(HANDLE queue) try {
+    const auto registrations = theRegistrations.Locked();
+    registrations->push_back(std::make_unique<Registration>(Registration{queue}));
+    return registrations->back().get();
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 }  // namespace
@@ -107,9 +124,12 @@ HANDLE RequestPowerNotifications(HANDLE queue, DWORD flags) {
     }
     const auto thread = theThread.Locked();
     if (!thread->handle && !Start(*thread)) return nullptr;
-    const auto registrations = theRegistrations.Locked();
-    registrations->push_back(std::make_unique<Registration>(Registration{queue}));
-    return registrations->back().get();
+    const HANDLE notification = Add(queue);
+    if (!notification) {
+        EndIfUnwanted(*thread);
+        SetLastError(ERROR_OUTOFMEMORY);
+    }
+    return notification;
 }
 
 DWORD StopPowerNotifications(HANDLE notification) {
@@ -120,11 +140,8 @@ DWORD StopPowerNotifications(HANDLE notification) {
                                         [=](const auto& one) { return one.get() == notification; });
         if (found == registrations->end()) return ERROR_INVALID_HANDLE;
         registrations->erase(found);
-        if (!registrations->empty()) return ERROR_SUCCESS;
     }
-    PostThreadMessageW(thread->id, WM_QUIT, 0, 0);
-    WaitLettingSentMessagesIn(thread->handle.get());
-    thread->handle.reset();
+    EndIfUnwanted(*thread);
     return ERROR_SUCCESS;
 }
 

@@ -1,0 +1,116 @@
+// The seam when memory runs out: every function fails as it says, and nothing is thrown or lost.
+#include <doctest/doctest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "base/unique_resource.h"
+#include "platform/desktop/message_queue.h"
+#include "platform/owners.h"
+#include "platform/platform.h"
+#include "process_counts.h"
+
+using namespace cam;
+using namespace cam::platform;
+
+namespace {
+
+// How many more allocations succeed, on any thread; below 0: all.
+std::atomic<int> allocationsLeft = -1;
+std::atomic<int> refused = 0;
+
+void* Allocate(std::size_t size) {
+    if (allocationsLeft >= 0 && allocationsLeft-- == 0) {
+        allocationsLeft = 0;
+        ++refused;
+        return nullptr;
+    }
+    return std::malloc(size ? size : 1);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    if (void* block = Allocate(size)) return block;
+    throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return Allocate(size);
+}
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
+
+namespace {
+
+UniqueMessageQueue MakeQueue() {
+    MSGQUEUEOPTIONS options = {sizeof options, 0, 3, 144, TRUE};
+    return UniqueMessageQueue(CreateMsgQueue(nullptr, &options));
+}
+
+// Each answers whether all went well, with the failure's reason left as the last error.
+bool Queue() {
+    const UniqueMessageQueue queue = MakeQueue();
+    return queue && WriteMsgQueue(queue.get(), "text", 5);
+}
+bool Notification() {
+    const UniqueMessageQueue queue = MakeQueue();
+    if (!queue) return false;
+    return static_cast<bool>(UniquePowerNotification(RequestPowerNotifications(queue.get(), kPowerResume)));
+}
+bool Search() {
+    constexpr GUID kNoClass = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+    DEVMGR_DEVICE_INFORMATION found = {};
+    found.dwSize = sizeof found;
+    const UniqueDeviceSearch search(FindFirstDevice(DeviceSearchByGuid, &kNoClass, &found));
+    return GetLastError() == ERROR_NO_MORE_FILES;
+}
+bool Imager() {
+    const UniqueLibrary library(LoadImagerLibrary());
+    return library || GetLastError() == ERROR_MOD_NOT_FOUND;
+}
+DWORD WINAPI Nothing(void*) {
+    return 0;
+}
+bool Thread() {
+    const UniqueHandle thread(CreateLibraryThread(Nothing, nullptr, nullptr));
+    return thread && WaitForSingleObject(thread.get(), INFINITE) == WAIT_OBJECT_0;
+}
+
+}  // namespace
+
+TEST_CASE("whichever allocation fails, a function of the seam says so and leaves nothing behind") {
+    const struct {
+        const char* name;
+        bool (*use)();
+        bool tells;  // why, as the last error
+    } cases[] = {{"a queue", Queue, false},
+                 {"a notification", Notification, true},
+                 {"a search", Search, true},
+                 {"the imager library", Imager, true},
+                 {"a thread", Thread, true}};
+    for (const auto& one : cases) {
+        CAPTURE(one.name);
+        REQUIRE(one.use());  // what the system keeps from the first use on
+        const int handles = counts::Handles();
+        int failures = 0;
+        for (int allocations = 0;; ++allocations) {
+            refused = 0;
+            SetLastError(0);
+            allocationsLeft = allocations;
+            const bool done = one.use();
+            const DWORD error = GetLastError();
+            allocationsLeft = -1;
+            if (refused == 0) break;
+            ++failures;
+            CHECK_FALSE(done);
+            if (one.tells) CHECK((error == ERROR_OUTOFMEMORY || error == ERROR_NOT_ENOUGH_MEMORY));
+        }
+        CHECK(failures > 0);
+        CHECK(counts::Handles() == handles);
+    }
+}
