@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "memory_sink.h"
 #include "pixel_frames.h"
 #include "pixel_peers.h"
 #include "still/encoders/jpeg_encoder.h"
@@ -147,24 +148,6 @@ void RaceConversions(Size size) {
         {"OpenCV, BGR565 to RGB (not rounded)", {}, [&] { return OpenCvRgb565To888(rgb565, size, rgb); }});
     Race("RGB565 to RGB888 rows", size, toRgb888, rounds);
 }
-
-#if defined(CAM_HAVE_JPEG) || defined(CAM_HAVE_PNG)
-class MemorySink final : public ByteSink {
-  public:
-    explicit MemorySink(Bytes& target) : out(target) {}
-    bool Write(std::span<const std::uint8_t> bytes) override {
-        if (bytes.size() > out.size() - used) return false;
-        std::memcpy(out.data() + used, bytes.data(), bytes.size());
-        used += bytes.size();
-        return true;
-    }
-    bool Restart() override { return false; }
-
-  private:
-    Bytes& out;
-    std::size_t used = 0;
-};
-#endif
 
 #ifdef CAM_HAVE_JPEG
 // A file as PictureFile makes it: created anew, written in the encoder's portions, closed.

@@ -120,14 +120,14 @@ bool OpenCvJpegFile(const Bytes&, Size, int, Bytes&, const std::string&) {
 #endif
 
 #ifdef CAM_HAVE_JPEG
-bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out) {
+bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out, std::size_t* used) {
     jpeg_compress_struct compressor;
     jpeg_error_mgr errors;
     compressor.err = jpeg_std_error(&errors);
     jpeg_create_compress(&compressor);
     unsigned char* buffer = out.data();
-    unsigned long used = out.size();
-    jpeg_mem_dest(&compressor, &buffer, &used);
+    unsigned long bytes = out.size();
+    jpeg_mem_dest(&compressor, &buffer, &bytes);
     compressor.image_width = static_cast<unsigned>(size.width);
     compressor.image_height = static_cast<unsigned>(size.height);
     compressor.input_components = 3;
@@ -148,16 +148,17 @@ bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out) {
     jpeg_finish_compress(&compressor);
     jpeg_destroy_compress(&compressor);
     if (buffer != out.data()) std::abort();
+    if (used) *used = bytes;
     return true;
 }
 #else
-bool JpegAlone(const Bytes&, Size, int, Bytes&) {
+bool JpegAlone(const Bytes&, Size, int, Bytes&, std::size_t*) {
     return false;
 }
 #endif
 
 #ifdef CAM_HAVE_PNG
-bool PngAlone(const Bytes& rgb888, Size size, Bytes& out) {
+bool PngAlone(const Bytes& rgb888, Size size, Bytes& out, std::size_t* used) {
     struct Target {
         Bytes* out;
         std::size_t used;
@@ -181,10 +182,11 @@ bool PngAlone(const Bytes& rgb888, Size size, Bytes& out) {
     }
     png_write_end(png, info);
     png_destroy_write_struct(&png, &info);
+    if (used) *used = target.used;
     return true;
 }
 #else
-bool PngAlone(const Bytes&, Size, Bytes&) {
+bool PngAlone(const Bytes&, Size, Bytes&, std::size_t*) {
     return false;
 }
 #endif

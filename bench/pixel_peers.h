@@ -26,8 +26,9 @@ bool OpenCvRgb565To888(const Bytes& rgb565, Size size, Bytes& rgb888);
 // OpenCV: YUY2 to BGR, and that to a JPEG file.
 bool OpenCvJpegFile(const Bytes& yuy2, Size size, int quality, Bytes& bgr, const std::string& path);
 
-// libjpeg-turbo and libpng: from rows that are RGB888 already, into memory.
-bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out);
-bool PngAlone(const Bytes& rgb888, Size size, Bytes& out);
+// libjpeg-turbo and libpng: from rows that are RGB888 already, into memory. `used` (optional): how many
+// bytes.
+bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out, std::size_t* used = nullptr);
+bool PngAlone(const Bytes& rgb888, Size size, Bytes& out, std::size_t* used = nullptr);
 
 }  // namespace cam::bench

@@ -22,12 +22,13 @@ using Bytes = std::vector<std::uint8_t>;
 // In pieces of at most `most` bytes.
 Bytes Compressed(const Bytes& input, std::size_t most, std::size_t repeat = 0) {
     Bytes output;
-    const auto deflate = std::make_unique<Deflate>(deflate::Output{
-        [](void* to, const std::uint8_t* bytes, std::size_t count) {
-            static_cast<Bytes*>(to)->insert(static_cast<Bytes*>(to)->end(), bytes, bytes + count);
-        },
-        &output});
-    deflate->ExpectRepeat(repeat);
+    const auto deflate = std::make_unique<Deflate>(
+        deflate::Output{[](void* to, const std::uint8_t* bytes, std::size_t count) {
+                            static_cast<Bytes*>(to)->insert(static_cast<Bytes*>(to)->end(), bytes,
+                                                            bytes + count);
+                        },
+                        &output},
+        repeat);
     for (std::size_t done = 0; done < input.size();) {
         const auto room = deflate->Room();
         CHECK(room.size() >= Deflate::kMinRoom);

@@ -12,14 +12,28 @@ using deflate::kMaxMatch;
 // A window of 32 KB, no dictionary; with the check bits of the two bytes.
 constexpr std::uint32_t kZlibHeader = 0x5E78;
 
+// Processors with registers of 64 bits can load words from anywhere.
+constexpr bool kLoadsAnywhere = sizeof(std::size_t) == 8;
+
 constexpr unsigned kHashedBytes = 4;  // and the shortest match
+constexpr std::size_t kLongHashBytes = 12;
 
 // Up to this length a match is weighed against its bytes.
 constexpr unsigned kLongestWeighed = 24;
 
+// Up to this length a longer match is looked for at the next byte.
+constexpr unsigned kLongestImproved = 64;
+
 // Where matches are rare, fewer places are tried: after so many misses every second, then every third.
 constexpr unsigned kPatience = 8;
 constexpr unsigned kMaxSkipped = 4;
+
+// From this length on no longer one is looked for far away.
+constexpr unsigned kLongEnough = 128;
+
+// As many bytes at least for a match or a literal, and looking longer makes the stream clearly smaller. Slow
+// processors do it only where it makes the most difference.
+constexpr std::size_t kThoroughBytesPerToken = kLoadsAnywhere ? 7 : 10;
 
 // Byte by byte: the compiler makes one load of it where words may lie anywhere.
 std::uint32_t LoadFour(const std::uint8_t* at) {
@@ -28,8 +42,7 @@ std::uint32_t LoadFour(const std::uint8_t* at) {
 
 unsigned MatchLength(const std::uint8_t* earlier, const std::uint8_t* later, unsigned known, unsigned most) {
     unsigned length = known;
-    // Processors with registers of 64 bits can load them from anywhere.
-    if constexpr (sizeof(std::size_t) == 8) {
+    if constexpr (kLoadsAnywhere) {
         static_assert(std::endian::native == std::endian::little,
                       "the first byte that differs is the lowest");
         for (; length + 8 <= most; length += 8) {
@@ -45,7 +58,7 @@ unsigned MatchLength(const std::uint8_t* earlier, const std::uint8_t* later, uns
 
 }  // namespace
 
-Deflate::Deflate(const deflate::Output& output) : bits(output) {
+Deflate::Deflate(const deflate::Output& output, std::size_t distance) : repeat(distance), bits(output) {
     bits.Put(kZlibHeader, 16);
 }
 
@@ -72,26 +85,53 @@ inline unsigned Deflate::Hash(std::uint32_t fourBytes) {
     return fourBytes * 2654435761u >> (32 - kHashBits);
 }
 
-// The longest of: the byte before over and over, the same four bytes where they were seen last, what is
-// expected.
+inline unsigned Deflate::LongHash(std::uint32_t first, std::uint32_t second, std::uint32_t third) {
+    return (first * 2654435761u ^ second * 2246822519u ^ third * 3266489917u) >> (32 - kLongHashBits);
+}
+
+// The longest of: the byte before over and over, the same four bytes where they were seen last; where it is
+// worth while also what is as far back as the last match or as the row above, and the same twelve bytes where
+// they were seen the last times. Of the same length the first: distances that recur are cheap.
 inline Deflate::Match Deflate::FindMatch(std::size_t at) {
     const std::uint8_t* const here = window.data() + at;
     const auto most = static_cast<unsigned>(std::min<std::size_t>(filled - at, kMaxMatch));
     const auto bytes = LoadFour(here);
-    std::uint16_t& place = latest[Hash(bytes)];
-    const std::size_t before = place;
-    place = static_cast<std::uint16_t>(at);
-
     Match best{};
     const auto consider = [&](std::size_t distance) {
-        if (best.length == most || here[-static_cast<std::ptrdiff_t>(distance)] != *here) return;
-        if (LoadFour(here - distance) != bytes) return;
-        const unsigned length = MatchLength(here - distance, here, kHashedBytes, most);
+        if (distance - 1 >= at || best.length == most) return;
+        const std::uint8_t* const there = here - distance;
+        if (there[best.length] != here[best.length]) return;
+        if (LoadFour(there) != bytes) return;
+        const unsigned length = MatchLength(there, here, kHashedBytes, most);
         if (length > best.length) best = {length, static_cast<unsigned>(distance)};
     };
-    if (at > 0) consider(1);
-    if (before > 0) consider(at - before);
-    if (repeat > 0 && repeat <= at) consider(repeat);
+    const auto distanceTo = [&](std::uint16_t place) {
+        return static_cast<std::uint16_t>(Place(at) - place);
+    };
+
+    consider(1);
+    if (thorough) consider(before);
+    if (thorough || repeatExpected) consider(repeat);
+    std::uint16_t& last = latest[Hash(bytes)];
+    consider(distanceTo(last));
+    last = Place(at);
+    if (thorough && most >= kLongHashBytes && best.length < kLongEnough) {
+        auto& places = latestLong[LongHash(bytes, LoadFour(here + 4), LoadFour(here + 8))];
+        for (const std::uint16_t place : places) consider(distanceTo(place));
+        places[nextWay++ % kWays] = Place(at);
+    }
+    return best;
+}
+
+// As long as the next byte begins a longer match, that is taken, and this byte becomes a literal.
+inline Deflate::Match Deflate::FindBetter(std::size_t& at, const Match& found) {
+    Match best = found;
+    while (best.length <= kLongestImproved && filled - at > kHashedBytes) {
+        const Match next = FindMatch(at + 1);
+        if (next.length <= best.length || !Pays(window.data() + at + 1, next)) break;
+        at = AddLiterals(at, 1);
+        best = next;
+    }
     return best;
 }
 
@@ -106,18 +146,47 @@ inline bool Deflate::Pays(const std::uint8_t* bytes, const Match& match) const {
 std::size_t Deflate::AddMatch(std::size_t at, const Match& match) {
     const std::uint8_t* const bytes = window.data() + at;
     block.AddMatch(match.length, match.distance);
+    ++tokens;
+    before = match.distance;
     if (match.length <= kLongestWeighed) block.AddSaved({bytes, match.length});
     if (block.isFull()) block.Write(bits, false);
     const std::size_t end = at + match.length;
-    if (match.distance > 1) {
-        const std::size_t last = std::min(end, filled - kHashedBytes + 1);
-        for (std::size_t i = at + 1; i < last; ++i)
-            latest[Hash(LoadFour(window.data() + i))] = static_cast<std::uint16_t>(i);
-    }
+    if (match.distance > 1) Remember(at + 1, end);
     return end;
 }
 
+// One byte is loaded for each place, where words cannot be loaded from anywhere.
+inline void Deflate::Remember(std::size_t from, std::size_t to) {
+    const std::uint8_t* const bytes = window.data();
+    const auto move = [&](std::uint32_t& word, std::size_t at) {
+        if constexpr (kLoadsAnywhere) {
+            word = LoadFour(bytes + at);
+        } else {
+            word = word >> 8 | static_cast<std::uint32_t>(bytes[at + 3]) << 24;
+        }
+    };
+    const std::size_t last = std::min(to, filled - kHashedBytes + 1);
+    if (from >= last) return;
+    std::uint32_t first = LoadFour(bytes + from - 1);
+    for (std::size_t at = from; at < last; ++at) {
+        move(first, at);
+        latest[Hash(first)] = Place(at);
+    }
+    if (!thorough || filled < from + kLongHashBytes) return;
+    const std::size_t lastLong = std::min(to, filled - kLongHashBytes + 1);
+    first = LoadFour(bytes + from - 1);
+    std::uint32_t second = LoadFour(bytes + from + 3);
+    std::uint32_t third = LoadFour(bytes + from + 7);
+    for (std::size_t at = from; at < lastLong; ++at) {
+        move(first, at);
+        move(second, at + 4);
+        move(third, at + 8);
+        latestLong[LongHash(first, second, third)][nextWay++ % kWays] = Place(at);
+    }
+}
+
 inline std::size_t Deflate::AddLiterals(std::size_t at, std::size_t count) {
+    tokens += count;
     for (const std::size_t end = at + count; at < end; ++at) {
         block.AddLiteral(window[at]);
         if (block.isFull()) block.Write(bits, false);
@@ -128,27 +197,34 @@ inline std::size_t Deflate::AddLiterals(std::size_t at, std::size_t count) {
 void Deflate::Compress(std::size_t end) {
     std::size_t at = done;
     while (at < end) {
-        const Match match = filled - at < kHashedBytes ? Match{} : FindMatch(at);
+        Match match = filled - at < kHashedBytes ? Match{} : FindMatch(at);
         if (match.length > 0 && Pays(window.data() + at, match)) {
             misses = 0;
+            if (thorough) match = FindBetter(at, match);
             at = AddMatch(at, match);
         } else {
             const std::size_t step = 1 + std::min(misses++ / kPatience, kMaxSkipped);
             at = AddLiterals(at, std::min(step, filled - at));
         }
     }
+    judged += at - done;
     done = at;
+    if (judged >= kSpan) ChooseEffort();
+}
+
+void Deflate::ChooseEffort() {
+    thorough = judged > kThoroughBytesPerToken * tokens;
+    judged = 0;
+    tokens = 0;
 }
 
 void Deflate::DropOldest() {
     // By whole words, which is faster to move.
-    const std::size_t dropped = (done - kKeptBytes) & ~std::size_t{7};
-    std::memmove(window.data(), window.data() + dropped, filled - dropped);
-    filled -= dropped;
-    done -= dropped;
-    for (std::uint16_t& place : latest) {
-        place = static_cast<std::uint16_t>(place > dropped ? place - dropped : 0);
-    }
+    const std::size_t count = (done - kKeptBytes) & ~std::size_t{7};
+    std::memmove(window.data(), window.data() + count, filled - count);
+    filled -= count;
+    done -= count;
+    dropped += count;
 }
 
 }  // namespace cam::still

@@ -116,9 +116,10 @@ void WriteRows(const ConstFrame& frame, RgbRows& rgb, Deflate& deflate) {
         const std::uint8_t* const above = rgb.Row(y + 1);
         std::uint8_t* const row = rgb.Row(y);
         kernels.rgb565RowToRgb888(row, frame.Row(y).data(), WidthOf(frame));
-        const PngFilter filter = filters.Next(row, above, rgb.rowBytes, deflate.Room(), kernels);
-        // What is filtered is seldom as it was a row above.
-        deflate.ExpectRepeat(filter == PngFilter::None ? 1 + rgb.rowBytes : 0);
+        PngFilter filter = filters.Next(row, above, rgb.rowBytes, deflate.Room(), kernels);
+        // One byte over and over is what takes the least room.
+        if (std::memcmp(row, above, rgb.rowBytes) == 0) filter = PngFilter::Up;
+        deflate.ExpectRepeat(filter == PngFilter::None);
         const auto room = deflate.Room();
         room[0] = static_cast<std::uint8_t>(filter);
         add(room.first(1));
@@ -155,7 +156,7 @@ EncodeStatus Write(png_structp png, png_infop info, const ConstFrame& frame, Out
 EncodeStatus Attempt(const ConstFrame& frame, Output output, RgbRows& rgb) {
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, OnError, OnWarning);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
-    const std::unique_ptr<Deflate> deflate(new (std::nothrow) Deflate({WriteIdat, png}));
+    const std::unique_ptr<Deflate> deflate(new (std::nothrow) Deflate({WriteIdat, png}, 1 + rgb.rowBytes));
     const EncodeStatus status =
         info && deflate ? Write(png, info, frame, output, rgb, *deflate) : EncodeStatus::OutOfMemory;
     png_destroy_write_struct(&png, &info);

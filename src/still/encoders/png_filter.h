@@ -6,6 +6,7 @@
 #include <span>
 
 #include "still/pixels/pixel_kernels.h"
+#include "still/pixels/pixel_tables.h"
 
 namespace cam::still {
 
@@ -26,7 +27,8 @@ class PngFilterChoice {
 
   private:
     static constexpr unsigned kGroupRows = 8;
-    static constexpr std::size_t kLookedAt = 4096;  // bytes of the row, those further right in the next group
+    static constexpr std::size_t kLookedAt =
+        4095;  // bytes of the row: whole pixels; those further right in the next group
 
     unsigned rowOfGroup = 0;
     std::size_t start = 0;
