@@ -1,6 +1,8 @@
 #include "com/registration.h"
 
 #include <cwchar>
+#include <memory>
+#include <new>
 
 #include "base/hresult.h"
 #include "base/unique_resource.h"
@@ -9,6 +11,7 @@ namespace cam::com {
 
 namespace {
 constexpr wchar_t kServerKey[] = L"InprocServer32";
+constexpr wchar_t kModelValue[] = L"ThreadingModel";
 constexpr int kGuidLength = 39;  // {8-4-4-4-12} and the terminating zero
 
 // "CLSID\{...}"
@@ -36,9 +39,75 @@ LONG AddClass(HKEY root, const wchar_t* modulePath, const ComClass& entry) {
     if (error == ERROR_SUCCESS) error = SetText(classKey.get(), nullptr, entry.name);
     if (error == ERROR_SUCCESS) error = CreateKey(classKey.get(), kServerKey, serverKey);
     if (error == ERROR_SUCCESS) error = SetText(serverKey.get(), nullptr, modulePath);
-    if (error == ERROR_SUCCESS) error = SetText(serverKey.get(), L"ThreadingModel", entry.threadingModel);
+    if (error == ERROR_SUCCESS) error = SetText(serverKey.get(), kModelValue, entry.threadingModel);
     return error;
 }
+
+// A value as it was, to be put back.
+class FormerValue {
+  public:
+    void Save(HKEY key, const wchar_t* valueName) {
+        name = valueName;
+        size = sizeof bytes;
+        isThere = RegQueryValueExW(key, name, nullptr, &type, bytes, &size) == ERROR_SUCCESS;
+    }
+    void PutBack(HKEY key) const {
+        if (isThere) {
+            RegSetValueExW(key, name, 0, type, bytes, size);
+        } else {
+            RegDeleteValueW(key, name ? name : L"");
+        }
+    }
+
+  private:
+    static constexpr DWORD kMaxSize = (MAX_PATH + 1) * sizeof(wchar_t);
+
+    const wchar_t* name = nullptr;
+    bool isThere = false;
+    DWORD type = 0;
+    DWORD size = 0;
+    BYTE bytes[kMaxSize];
+};
+
+// What AddClass may change of one class.
+struct FormerClass {
+    bool hasClass = false, hasServer = false;
+    FormerValue name, path, model;
+
+    void Save(HKEY root, const ComClass& entry) {
+        UniqueRegistryKey classKey, serverKey;
+        hasClass = Open(root, ClassKeyName(entry.id).text, KEY_READ, classKey);
+        if (!hasClass) return;
+        name.Save(classKey.get(), nullptr);
+        hasServer = Open(classKey.get(), kServerKey, KEY_READ, serverKey);
+        if (!hasServer) return;
+        path.Save(serverKey.get(), nullptr);
+        model.Save(serverKey.get(), kModelValue);
+    }
+
+    void PutBack(HKEY root, const ComClass& entry) const {
+        const ClassKeyName key(entry.id);
+        UniqueRegistryKey classKey, serverKey;
+        if (!Open(root, key.text, KEY_READ | KEY_WRITE, classKey)) return;
+        if (!hasServer) {
+            RegDeleteKeyW(classKey.get(), kServerKey);
+        } else if (Open(classKey.get(), kServerKey, KEY_READ | KEY_WRITE, serverKey)) {
+            path.PutBack(serverKey.get());
+            model.PutBack(serverKey.get());
+        }
+        if (hasClass) {
+            name.PutBack(classKey.get());
+        } else {
+            classKey.reset();
+            RegDeleteKeyW(root, key.text);
+        }
+    }
+
+  private:
+    static bool Open(HKEY parent, const wchar_t* name, REGSAM rights, UniqueRegistryKey& key) {
+        return RegOpenKeyExW(parent, name, 0, rights, key.put()) == ERROR_SUCCESS;
+    }
+};
 
 LONG RemoveClass(HKEY root, const ComClass& entry) {
     const ClassKeyName name(entry.id);
@@ -54,10 +123,13 @@ LONG RemoveClass(HKEY root, const ComClass& entry) {
 }  // namespace
 
 HRESULT RegisterClasses(HKEY root, const wchar_t* modulePath, ClassTable classes) {
-    for (const ComClass& entry : classes) {
-        const LONG error = AddClass(root, modulePath, entry);
+    const std::unique_ptr<FormerClass[]> former(new (std::nothrow) FormerClass[classes.size()]);
+    if (!former) return E_OUTOFMEMORY;
+    for (size_t i = 0; i < classes.size(); ++i) {
+        former[i].Save(root, classes[i]);
+        const LONG error = AddClass(root, modulePath, classes[i]);
         if (error == ERROR_SUCCESS) continue;
-        UnregisterClasses(root, classes);
+        for (size_t changed = i + 1; changed-- > 0;) former[changed].PutBack(root, classes[changed]);
         return HresultFromError(static_cast<DWORD>(error));
     }
     return S_OK;

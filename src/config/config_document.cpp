@@ -8,6 +8,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include "base/hresult.h"
 #include "base/unique_resource.h"
 #include "config/dom_ids.h"
 #include "config/xml_guard.h"
@@ -49,24 +50,31 @@ void SwitchSafetyOptionsOff(IXMLDOMDocument* document) {
     safety->SetInterfaceSafetyOptions(kIidDomDocument, supported, 0);
 }
 
-XmlGuard JudgeFile(const wchar_t* fileName) {
-    XmlGuard guard;
-    const UniqueFileHandle file(CreateFileW(fileName, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                            nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    // What cannot be read is left to the parser, which has a reason for it.
+// As long as it is open nobody changes the file: the parser reads what has been judged.
+UniqueFileHandle OpenUnchanging(const wchar_t* fileName) {
+    return UniqueFileHandle(CreateFileW(fileName, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+// False, with the last error, when the file cannot be read to its end.
+bool JudgeFile(HANDLE file, XmlGuard& guard) {
     unsigned char block[kReadBlock];
-    DWORD count = 0;
-    while (file && guard.Verdict() == XmlVerdict::Accepted &&
-           ReadFile(file.get(), block, kReadBlock, &count, nullptr) && count > 0) {
+    for (DWORD count = kReadBlock; count > 0 && guard.Verdict() == XmlVerdict::Accepted;) {
+        if (!ReadFile(file, block, kReadBlock, &count, nullptr)) return false;
         guard.AddBytes({block, count});
     }
-    return guard;
+    return true;
 }
 
 XmlGuard JudgeText(const wchar_t* text) {
     XmlGuard guard;
     for (; *text && guard.Verdict() == XmlVerdict::Accepted; ++text) guard.AddUnit(*text);
     return guard;
+}
+
+// A DTD is not fetched to compare the document with it.
+void FetchNothing(IXMLDOMDocument* document, const XmlGuard& guard) {
+    if (guard.HasDtd()) document->put_validateOnParse(VARIANT_FALSE);
 }
 
 bool HasDocumentType(IXMLDOMDocument* document) {
@@ -128,11 +136,17 @@ ConfigDocument ConfigDocument::LoadXMLDocument(const wchar_t* fileName, std::spa
     }
     ConfigDocument document = CreateDocument();
     if (!document) return {};
-    const XmlGuard guard = JudgeFile(fileName);
+    const UniqueFileHandle file = OpenUnchanging(fileName);
+    XmlGuard guard;
+    if (!file || !JudgeFile(file.get(), guard)) {
+        WriteError(error, kFormat, HresultFromLastError(), L"The file cannot be read.");
+        return {};
+    }
     if (guard.Verdict() != XmlVerdict::Accepted) {
         WriteError(error, kFormat, E_FAIL, DescribeVerdict(guard.Verdict()));
         return {};
     }
+    FetchNothing(document.get(), guard);
     VARIANT_BOOL isLoaded = VARIANT_FALSE;
     const HRESULT result = document.get()->load(Variant(fileName).get(), &isLoaded);
     return Finish(std::move(document), SUCCEEDED(result) && isLoaded, guard, kFormat, error);
@@ -150,6 +164,7 @@ ConfigDocument ConfigDocument::LoadXMLString(const wchar_t* text, std::span<wcha
         WriteError(error, kFormat, E_FAIL, DescribeVerdict(guard.Verdict()));
         return {};
     }
+    FetchNothing(document.get(), guard);
     VARIANT_BOOL isLoaded = VARIANT_FALSE;
     const HRESULT result = document.get()->loadXML(Bstr(text).get(), &isLoaded);
     return Finish(std::move(document), SUCCEEDED(result) && isLoaded, guard, kFormat, error);

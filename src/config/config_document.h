@@ -21,8 +21,10 @@ class ConfigDocument {
     static ConfigDocument CreateDocument();
 
     // Loading and saving write a reason to `error`, cut to fit with its terminator; `error` may be empty. A
-    // document with quoted text in its DTD (an entity, a default value, a name outside the document) or with
-    // elements nested more than 256 deep is refused like one with an error.
+    // document whose DTD declares entities, one with elements nested more than 256 deep, and one in an
+    // encoding other than UTF-8, UTF-16, US-ASCII, ISO 8859 or a Windows code page of one byte a character
+    // are refused like one with an error; what a DTD names outside the document is not fetched. A file that
+    // somebody else has open for writing cannot be read.
     static ConfigDocument LoadXMLDocument(const wchar_t* fileName, std::span<wchar_t> error);
     static ConfigDocument LoadXMLString(const wchar_t* text, std::span<wchar_t> error);
     // In the C library's multibyte encoding.

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <limits>
 
+#include "config/small_letter.h"
+
 namespace cam::config {
 namespace {
 
@@ -100,8 +102,11 @@ const wchar_t* SplitAt(int32_t* destination, const wchar_t* source, wchar_t sepa
 }
 
 bool IsRequested(const SettingsRequest& request, std::wstring_view section, std::wstring_view key) {
-    return (!request.section || EqualsIgnoringCase(request.section, section)) &&
-           EqualsIgnoringCase(request.key, key);
+    const auto isSame = [](std::wstring_view name, std::wstring_view other) {
+        return std::equal(name.begin(), name.end(), other.begin(), other.end(),
+                          [](wchar_t a, wchar_t b) { return a == b || SmallLetter(a) == SmallLetter(b); });
+    };
+    return (!request.section || isSame(request.section, section)) && isSame(request.key, key);
 }
 
 void IniReader::Add(wchar_t character) {

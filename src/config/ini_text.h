@@ -11,8 +11,8 @@
 
 namespace cam::config {
 
-// Whether two texts are the same without regard to the case of their ASCII letters. Other letters count as
-// they are, so that the answer depends on no locale.
+// Whether two texts are the same without regard to the case of their ASCII letters: for words that are
+// laid down. Other letters count as they are.
 bool EqualsIgnoringCase(std::wstring_view text, std::wstring_view other);
 
 // The number at the start of `text` as the C library's conversion to a 32-bit long has it: leading white
@@ -28,7 +28,8 @@ const wchar_t* SplitAt(wchar_t* destination, const wchar_t* source, wchar_t sepa
 // The same for a number in base 10.
 const wchar_t* SplitAt(int32_t* destination, const wchar_t* source, wchar_t separator);
 
-// Whether `request` asks for `key` of `section`.
+// Whether `request` asks for `key` of `section`. Letters of every alphabet are compared without regard to
+// their case, as the system folds them.
 bool IsRequested(const SettingsRequest& request, std::wstring_view section, std::wstring_view key);
 
 // Takes the characters of an INI file one after another and fills the requests. No request is copied: they

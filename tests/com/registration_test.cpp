@@ -60,8 +60,8 @@ TEST_CASE("registration writes what COM looks for and takes all of it away again
     }
 }
 
-TEST_CASE("a registration that fails half-way is undone") {
-    const Root root;
+namespace {
+void CheckFailedRegistration(const Root& root) {
     // Below a volatile key no lasting one can be made, so the second class gets no server key.
     UniqueRegistryKey obstacle;
     UniqueRegistryKey classes;
@@ -72,8 +72,24 @@ TEST_CASE("a registration that fails half-way is undone") {
     obstacle.reset();
     CHECK(com::RegisterClasses(root.key.get(), L"C:\\library.dll", com::LibraryClasses()) ==
           static_cast<HRESULT>(0x80070000 | ERROR_CHILD_MUST_BE_VOLATILE));
-    CHECK_FALSE(root.Has(kGrabber));
-    CHECK_FALSE(root.Has(kSink));
+}
+}  // namespace
+
+TEST_CASE("a registration that fails half-way leaves everything as it was") {
+    const Root root;
+    for (const bool isOlder : {false, true}) {
+        CAPTURE(isOlder);
+        if (isOlder)
+            REQUIRE(com::RegisterClasses(root.key.get(), L"C:\\old.dll", com::LibraryClasses().first(1)) ==
+                    S_OK);
+        CheckFailedRegistration(root);
+        CHECK(root.Has(kGrabber) == isOlder);
+        const std::wstring server = std::wstring(kGrabber) + L"\\InprocServer32";
+        CHECK(root.Text(server, nullptr) == (isOlder ? L"C:\\old.dll" : L"(none)"));
+        CHECK(root.Text(server, L"ThreadingModel") == (isOlder ? L"Both" : L"(none)"));
+        CHECK(root.Has(kSink));  // the obstacle
+        CHECK(root.Text(kSink, nullptr) == L"(none)");
+    }
 }
 
 TEST_CASE("a class that cannot be removed does not keep the others") {

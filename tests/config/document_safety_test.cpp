@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "base/unique_resource.h"
 #include "config/config_document.h"
 #include "config/dom_ids.h"
 #include "config/config_texts.h"
@@ -52,6 +53,9 @@ TEST_CASE("hostile documents are refused, from a file and from memory") {
         kHead + Nested(257),
         kHead + "<ConfigDoc>" + std::string(100, '<'),
         std::string("\0\0\0\0", 4),
+        // Their quotation marks and brackets are other characters.
+        "<?xml version=\"1.0\" encoding=\"UTF-7\"?>+ADwAIQ-DOCTYPE a+AD4APA-a/+AD4-",
+        "<?xml version=\"1.0\" encoding=\"ISO-2022-JP\"?><ConfigDoc/>",
     };
     for (const std::string& document : documents) {
         CAPTURE(document.substr(0, 100));
@@ -71,6 +75,8 @@ TEST_CASE("deep and large documents are read, and those whose DTD does no harm")
         kHead +
             "<!DOCTYPE ConfigDoc [<!ELEMENT ConfigDoc ANY><!ATTLIST ConfigDoc name CDATA #IMPLIED>]>"
             "<ConfigDoc name='a'/>",
+        kHead +
+            "<!DOCTYPE ConfigDoc SYSTEM \"nowhere.dtd\" [<!ATTLIST ConfigDoc name CDATA 'a'>]><ConfigDoc/>",
     };
     for (const std::string& document : documents) {
         CAPTURE(document.substr(0, 100));
@@ -78,6 +84,20 @@ TEST_CASE("deep and large documents are read, and those whose DTD does no harm")
         CHECK(ConfigDocument::LoadXMLDocument(file.path(), {}));
         CHECK(ConfigDocument::LoadXMLString(Widen(document).c_str(), {}));
     }
+}
+
+TEST_CASE("a file that somebody may still change is not read") {
+    const TestFile file(L"open.xml", kHead + "<ConfigDoc/>");
+    wchar_t error[200] = L"";
+    {
+        const cam::UniqueFileHandle writer(CreateFileW(file.path(), GENERIC_WRITE,
+                                                       FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                       OPEN_EXISTING, 0, nullptr));
+        REQUIRE(writer);
+        CHECK_FALSE(ConfigDocument::LoadXMLDocument(file.path(), error));
+        CHECK(std::wstring(error) == L"Error -2147024864 : The file cannot be read.");
+    }
+    CHECK(ConfigDocument::LoadXMLDocument(file.path(), error));
 }
 
 // The parser itself is told as well, in case a DTD reaches it in an encoding of its own.

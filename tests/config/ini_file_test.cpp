@@ -4,6 +4,7 @@
 #include <string>
 
 #include "config/config_texts.h"
+#include "config/ini_text.h"
 
 using namespace cam::config;
 
@@ -34,6 +35,14 @@ std::wstring ReadName(const std::string& bytes) {
 }
 
 }  // namespace
+
+TEST_CASE("names are compared without regard to the case of letters, in every alphabet") {
+    int32_t value = 0;
+    SettingsRequest request = Integer(L"K\u00C4STEN", L"\u0416\u03A3z", &value);
+    CHECK(IsRequested(request, L"k\u00E4sten", L"\u0436\u03C3Z"));
+    CHECK_FALSE(IsRequested(request, L"kasten", L"\u0436\u03C3Z"));
+    CHECK_FALSE(IsRequested(request, L"k\u00E4sten", L"\u0437\u03C3Z"));
+}
 
 TEST_CASE("files are read in text mode") {
     CHECK(ReadZoom("[Camera]\r\nZoom=0x10\r\n") == 16);
