@@ -67,6 +67,11 @@ void BindWide(Process& p) {
     p.Bind(kLibrary, "towupper", [](u32 unit) -> u32 {
         return unit < 0x80 ? static_cast<u32>(std::toupper(static_cast<int>(unit))) : unit;
     });
+    // A single character, or the address of a text that is changed in its place.
+    p.Bind(kLibrary, "CharLowerW", [&m](u32 text) -> u32 {
+        if (text < 0x10000) return LowerCase(static_cast<char16_t>(text));
+        return WriteText(m, text, LowerCase(m.Text(text))), text;
+    });
     p.Bind(kLibrary, "_wcslwr", [&m](u32 text) { return WriteText(m, text, LowerCase(m.Text(text))), text; });
     p.Bind(kLibrary, "wcscmp",
            [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), false); });
