@@ -25,10 +25,11 @@
  * a message to oneself where it has to be done. camShutDown, camInit and camSelect are refused inside any
  * other call as well.
  *
- * COM. The library registers itself (regsvr32, or DllRegisterServer); camera type 1 finds its own filters
- * that way. Loading it takes the loading thread into the multithreaded apartment, unless it is in another
- * one. Some thread of the process must be in the multithreaded apartment as long as the camera is up. Call
- * camShutDown before you unload the library: nothing else ends its threads.
+ * COM. The library registers itself (regsvr32, or DllRegisterServer); on a device camera type 1 finds its own
+ * filters that way. On the desktop it works without, wherever it lies. Loading it takes the loading thread
+ * into the multithreaded apartment, unless it is in another one. While a camera of type 1 is selected the
+ * process has a multithreaded apartment (on Windows 7, which lacks the means, some thread of the application
+ * must be in one). Call camShutDown before you unload the library: nothing else ends its threads.
  *
  * Strings are UTF-16. Paths longer than MAX_PATH are the system's to accept or refuse.
  */
@@ -169,8 +170,8 @@ camResult WINAPI camInit(HWND ownerWindow, const wchar_t* settingsPath, const wc
  * Results: camOk; camNotInitialised: unknown type or no memory, and no camera is left; a negative HRESULT: the
  * camera could not be brought up. It stays selected all the same until camShutDown or the next selection.
  * Frequent ones: 0x800700AA refused inside another call or message, and the camera before it is still there;
- * 0x80070012 no camera driver; 0x80040154 library or capture filter not registered; 0x800401F0 no
- * multithreaded apartment; 0x8007007E no imager library.
+ * 0x80070012 no camera driver; 0x80040154 library (on a device) or capture filter not registered; 0x800401F0
+ * no multithreaded apartment; 0x8007007E no imager library.
  */
 camResult WINAPI camSelect(HWND ownerWindow, const wchar_t* settingsPath, const wchar_t* settingsSection,
                            int cameraType);

@@ -11,6 +11,7 @@
 #include "dshow_camera/frame_callbacks.h"
 #include "dshow_camera/identifiers.h"
 #include "dshow_camera/memory_property_bag.h"
+#include "platform/platform.h"
 
 namespace cam {
 namespace {
@@ -20,6 +21,11 @@ constexpr wchar_t kDeviceNameProperty[] = L"VCapName";
 template <typename Interface>
 HRESULT Create(const CLSID& classId, DWORD context, ComPtr<Interface>& out) {
     return CoCreateInstance(classId, nullptr, context, __uuidof(Interface), out.putVoid());
+}
+
+// One of the library's own filters.
+HRESULT CreateOwn(const CLSID& classId, DWORD context, ComPtr<IBaseFilter>& out) {
+    return platform::CreateOwnFilter(classId, context, __uuidof(IBaseFilter), out.putVoid());
 }
 
 // The first pin of the filter, whatever the enumerator says on the way.
@@ -55,7 +61,7 @@ HRESULT CaptureGraph::BuildSteps(UniqueHandle& eventHandle) {
 
     CAM_RETURN_IF_FAILED(Create(CLSID_VideoRenderer, CLSCTX_INPROC_SERVER, graph.videoRenderer));
     CAM_RETURN_IF_FAILED(graph.filterGraph->AddFilter(graph.videoRenderer.get(), L"Video Renderer"));
-    CAM_RETURN_IF_FAILED(Create(kClsidSampleGrabber, CLSCTX_INPROC, graph.grabber));
+    CAM_RETURN_IF_FAILED(CreateOwn(kClsidSampleGrabber, CLSCTX_INPROC, graph.grabber));
     CAM_RETURN_IF_FAILED(graph.filterGraph->AddFilter(graph.grabber.get(), L"SampleGrabber"));
     CAM_RETURN_IF_FAILED(graph.grabber.QueryTo(graph.grabberControl));
     CAM_RETURN_IF_FAILED(graph.grabberControl->SetCallback(PreviewCallback()));
@@ -65,7 +71,7 @@ HRESULT CaptureGraph::BuildSteps(UniqueHandle& eventHandle) {
     ComPtr<IMediaEventSink> eventSink;  // asked for, not used
     graph.filterGraph.QueryTo(eventSink);
 
-    CAM_RETURN_IF_FAILED(Create(kClsidStillImageSink, CLSCTX_INPROC_SERVER, graph.sink));
+    CAM_RETURN_IF_FAILED(CreateOwn(kClsidStillImageSink, CLSCTX_INPROC_SERVER, graph.sink));
     CAM_RETURN_IF_FAILED(graph.filterGraph->AddFilter(graph.sink.get(), L"Still image sink"));
     CAM_RETURN_IF_FAILED(graph.builder->RenderStream(&PIN_CATEGORY_STILL, &MEDIATYPE_Video,
                                                      graph.captureFilter.get(), nullptr, graph.sink.get()));

@@ -9,6 +9,7 @@
 #include "base/unique_resource.h"
 #include "dshow_camera/graph_access.h"
 #include "platform/owners.h"
+#include "platform/platform.h"
 
 namespace cam {
 
@@ -104,6 +105,7 @@ class CameraWorker {
     BYTE stillMode = 2;                            // encoding option, 0 to 2
     HRESULT commandResult = 0;
 
+    const platform::ApartmentUse apartment;
     platform::UniquePowerNotification powerNotification;
     CaptureGraph graph CAM_GUARDED_BY(graphMutex);
 };

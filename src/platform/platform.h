@@ -79,6 +79,27 @@ void SetLibraryModule(HINSTANCE module);
 // Whether this thread is handling a message that another thread has sent and is waiting to be answered.
 bool IsSenderWaiting();
 
+// ---- COM ------------------------------------------------------------------------------------------------
+
+// Creates one of the library's own filters: by its class, as the system has it registered. On the desktop a
+// class that is registered for another file, or not at all, is taken from this library without the registry,
+// so that the library works wherever it lies.
+HRESULT CreateOwnFilter(REFCLSID id, DWORD context, REFIID interfaceId, void** out);
+
+// While one lives the process has a multithreaded apartment, in which threads are that have not initialised
+// COM: a camera's worker, in a program whose own threads are all single-threaded for COM. On a device every
+// thread is multithreaded, and this does nothing.
+class ApartmentUse {
+  public:
+    ApartmentUse();
+    ~ApartmentUse();
+    ApartmentUse(const ApartmentUse&) = delete;
+    ApartmentUse& operator=(const ApartmentUse&) = delete;
+
+  private:
+    void* cookie = nullptr;
+};
+
 // ---- What the two systems do differently ----------------------------------------------------------------
 
 // MessageBoxW with an OK button and the given icon flags. With OCELLUS_HEADLESS=1 in the environment

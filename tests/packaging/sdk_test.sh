@@ -35,6 +35,21 @@ for program in by_package by_pkg_config by_lib take_pictures; do
     identify -regard-warnings $program.jpg
 done
 
+# Nothing registered, and a program in the other kind of apartment: the library works as it lies there. The program stands elsewhere, since what
+# stands beside one is registered.
+case $target in
+x64) prefix=$OCELLUS_WINE_PREFIX ;;
+x86) prefix=$OCELLUS_WINE_PREFIX32 ;;
+esac
+library=$(printf 'Z:%s' "${PWD//\//\\}\\ocellus.dll")
+mkdir "$folder/elsewhere"
+cp "$build/bin/launch.exe" "$build/bin/unregistered.exe" "$prefix/drive_c/windows/system32/regsvr32.exe" "$folder/elsewhere/"
+cd "$folder/elsewhere"
+"$run" "$PWD/regsvr32.exe" /s /u "$library"
+rm "$prefix/.registered-ocellus"
+"$run" "$PWD/unregistered.exe" "$library" unregistered.png
+identify -regard-warnings unregistered.png
+
 # A build that is not for Windows, and an installation for another width: said so.
 refuse() { # MESSAGE OPTIONS...
     local message=$1

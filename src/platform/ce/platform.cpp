@@ -1,6 +1,8 @@
 // On a device all of this is the system's own.
 #include "platform/platform.h"
 
+#include <objbase.h>
+
 extern "C" {
 HANDLE FindFirstDevice(int searchType, const void* searchParameter, void* information);
 BOOL FindNextDevice(HANDLE search, void* information);
@@ -57,6 +59,14 @@ BOOL EventModify(HANDLE event, DWORD function) {
 bool IsSenderWaiting() {
     return InSendMessage();
 }
+
+HRESULT CreateOwnFilter(REFCLSID id, DWORD context, REFIID interfaceId, void** out) {
+    return CoCreateInstance(id, nullptr, context, interfaceId, out);
+}
+
+ApartmentUse::ApartmentUse() {}
+
+ApartmentUse::~ApartmentUse() {}
 
 int ShowMessageBox(HWND owner, const wchar_t* text, const wchar_t* caption, UINT icon) {
     return MessageBoxW(owner, text, caption, MB_OK | icon);

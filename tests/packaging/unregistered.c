@@ -1,0 +1,41 @@
+/* Takes a picture with a library that is registered nowhere, from a thread that is single-threaded for COM.
+ *     unregistered.exe LIBRARY PICTURE */
+#include <ocellus/cam.h>
+
+#include <objbase.h>
+#include <stdio.h>
+
+int wmain(int count, wchar_t** arguments) {
+    HMODULE library;
+    HWND window;
+    MSG message;
+    DWORD start;
+    camResult result;
+    int taken = 0;
+    if (count != 3) return 2;
+    CoInitializeEx(NULL, COINIT_APARTMENTTHREADED);
+    library = LoadLibraryW(arguments[1]);
+    if (!library) {
+        printf("the library is not loaded: %lu\n", GetLastError());
+        return 1;
+    }
+#define CALL(name) ((__typeof__(&name))(void*)GetProcAddress(library, #name))
+    window = CreateWindowW(L"STATIC", NULL, 0, 0, 0, 0, 0, NULL, NULL, NULL, NULL);
+    result = CALL(camInit)(window, NULL, NULL);
+    printf("camInit: 0x%08lX\n", (unsigned long)result);
+    if (result != camOk) return 1;
+    CALL(camSetEventsWindow)(window);
+    printf("camStartPreview: %ld\n", (long)CALL(camStartPreview)());
+    printf("camSnapPicture: %ld\n", (long)CALL(camSnapPicture)(arguments[2], 0));
+    for (start = GetTickCount(); !taken && GetTickCount() - start < 10000;) {
+        MsgWaitForMultipleObjects(0, NULL, FALSE, 100, QS_ALLINPUT);
+        while (PeekMessageW(&message, NULL, 0, 0, PM_REMOVE)) {
+            if (message.message == CAM_MESSAGE_STILL_CAPTURED) taken = 1;
+            DispatchMessageW(&message);
+        }
+    }
+    printf("camShutDown: %ld\n", (long)CALL(camShutDown)());
+    FreeLibrary(library);
+    CoUninitialize();
+    return taken ? 0 : 1;
+}
