@@ -28,7 +28,7 @@ Holdings CountHoldings() {
 }
 
 Holdings HoldingsLostToSystem(int graphs) {
-    return {graphs * counts::HandlesLostPerGraph(), 0, counts::kGdiObjectsKept, 0};
+    return {graphs * counts::HandlesLostPerGraph() + counts::kHandlesKept, 0, counts::kGdiObjectsKept, 0};
 }
 
 std::vector<std::string> TakeMessageBoxes() {

@@ -103,6 +103,11 @@ inline int GdiObjects() {
 // is chance.
 constexpr int kGdiObjectsKept = 3 * 3;
 
+// What the system makes once and keeps: a lock of its own that two threads want at the same moment for the
+// first time gets a handle, and when that is is chance. What a cycle loses is lost in each of them, which is
+// more.
+constexpr int kHandlesKept = 2;
+
 // What the system itself loses for every filter graph (the host: one handle).
 inline int HandlesLostPerGraph() {
     constexpr int kGraphs = 8;
