@@ -31,7 +31,7 @@ std::u16string TextOf(const Registry::Value& value) {
 }
 
 // A class that a DLL registered, from that DLL's class factory.
-u32 CreateRegistered(Process& process, const Guid& clsid, const Guid& iid, u32& result) {
+u32 CreateRegistered(Process& process, const Guid& clsid, u32 outer, const Guid& iid, u32& result) {
     auto& values = process.Attachment<Registry>("registry").values;
     const std::u16string key = LowerCase(RegistryPath(kClassesRoot, FromUtf8("CLSID\\" + FormatGuid(clsid))));
     const auto server = values.find({key + u"\\inprocserver32", u""});
@@ -42,10 +42,10 @@ u32 CreateRegistered(Process& process, const Guid& clsid, const Guid& iid, u32& 
     const std::u16string path = TextOf(server->second);
     const Module* module = process.FindOrLoad(ToUtf8(path.substr(path.find_last_of(u'\\') + 1)));
     result = kModuleNotFound;
-    return module ? CreateFromModule(process, *module, clsid, iid, result) : 0;
+    return module ? CreateFromModule(process, *module, clsid, iid, result, outer) : 0;
 }
 
-u32 Create(Process& process, u32 clsid, u32 iid, u32 out) {
+u32 Create(Process& process, u32 clsid, u32 outer, u32 iid, u32 out) {
     process.machine.Write(out, 0u);
     const Guid wanted = ReadGuid(process.machine, clsid);
     auto& classes = process.Attachment<Classes>("classes");
@@ -55,7 +55,7 @@ u32 Create(Process& process, u32 clsid, u32 iid, u32 out) {
         u32 result = kNoInterface;
         u32 pointer = 0;
         if (found == classes.end()) {
-            pointer = CreateRegistered(process, wanted, interface, result);
+            pointer = CreateRegistered(process, wanted, outer, interface, result);
         } else {
             Calls(process).Add("CoCreateInstance " + found->second.name);
             pointer = found->second.create(interface, result);
@@ -104,8 +104,8 @@ void BindVariants(Process& p) {
 
 }  // namespace
 
-u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, const Guid& iid,
-                     u32& result) {
+u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, const Guid& iid, u32& result,
+                     u32 outer) {
     constexpr u32 kCreateInstance = 3;
     const u32 getClass = process.Address(module, "DllGetClassObject");
     const u32 place = HostMemory(process, 48);
@@ -115,7 +115,7 @@ u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, 
     if (result != kOk) return 0;
     const u32 factory = process.machine.Read<u32>(place);
     WriteGuid(process.machine, place + 24, iid);
-    result = CallMethod(process, factory, kCreateInstance, {0, place + 24, place});
+    result = CallMethod(process, factory, kCreateInstance, {outer, place + 24, place});
     Release(process, factory);
     return result == kOk ? process.machine.Read<u32>(place) : 0;
 }
@@ -136,7 +136,9 @@ void BindCom(Process& p) {
         }
     });
     p.Bind(kOle, "CoCreateInstance",
-           [&p](u32 clsid, u32, u32, u32 iid, u32 out) { return Create(p, clsid, iid, out); });
+           [&p](u32 clsid, u32 outer, u32, u32 iid, u32 out) { return Create(p, clsid, outer, iid, out); });
+    // DLLs that COM has loaded stay to the end of the process.
+    p.Bind(kOle, "CoFreeUnusedLibraries", [] {});
     p.Bind(kOle, "CoTaskMemAlloc", [&p](u32 size) { return p.heap.Allocate(size); });
     p.Bind(kOle, "CoTaskMemFree", [&p](u32 block) { p.heap.Free(block); });
     p.Bind(kOle, "StringFromGUID2", [&p](u32 guid, u32 out, u32 room) -> u32 {

@@ -123,7 +123,8 @@ using Creator = std::function<u32(const Guid& iid, u32& result)>;
 void RegisterClass(Process& process, const Guid& clsid, const std::string& name, Creator creator);
 
 // An object from the class factory of a module of the program's, with a reference; 0 and the reason.
-u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, const Guid& iid, u32& result);
+u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, const Guid& iid, u32& result,
+                     u32 outer = 0);
 
 // BSTRs.
 u32 AllocateBstr(Process& process, std::u16string_view text);

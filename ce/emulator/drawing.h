@@ -26,6 +26,11 @@ struct Brush final : Drawable {
     u32 color = 0;
 };
 
+// All fonts look like the one below.
+struct Font final : Drawable {
+    std::string Describe() const override { return "font"; }
+};
+
 struct DeviceContext final : Object {
     std::string Describe() const override { return "device context"; }
     std::shared_ptr<Bitmap> bitmap;

@@ -15,6 +15,7 @@ namespace {
 
 const std::string kLibrary = "coredll.dll";
 constexpr u32 kBitFields = 3;
+constexpr u32 kStockObjects = 0x000C0000;
 
 u16 To565(u32 color) {
     return static_cast<u16>((color & 0xF8) << 8 | (color >> 8 & 0xFC) << 3 | (color >> 16 & 0xF8) >> 3);
@@ -57,6 +58,21 @@ u32 CreateDeviceBitmap(Process& p, i32 width, i32 height, u32 planes, u32 depth,
     return p.AddHandle(bitmap);
 }
 
+// Bitmaps only: type, width, height, bytes a row, planes, bits a pixel, pixels.
+u32 DescribeObject(Process& p, u32 handle, u32 size, u32 out) {
+    constexpr u32 kRecordBytes = 24;
+    const auto bitmap = p.FromHandle<Bitmap>(handle);
+    if (!bitmap || size < kRecordBytes) return 0;
+    const u32 words[] = {0,
+                         static_cast<u32>(bitmap->width),
+                         static_cast<u32>(std::abs(bitmap->height)),
+                         bitmap->stride,
+                         16u << 16 | 1u,
+                         bitmap->bits};
+    for (const u32 word : words) p.machine.Write(std::exchange(out, out + 4), word);
+    return kRecordBytes;
+}
+
 void BindObjects(Process& p) {
     p.Bind(kLibrary, "CreateCompatibleDC",
            [&p](u32) { return p.AddHandle(std::make_shared<DeviceContext>()); });
@@ -71,6 +87,10 @@ void BindObjects(Process& p) {
         brush->color = color;
         return p.AddHandle(brush);
     });
+    p.Bind(kLibrary, "CreateFontIndirectW", [&p](u32) { return p.AddHandle(std::make_shared<Font>()); });
+    p.Bind(kLibrary, "GetStockObject", [](u32 kind) { return kStockObjects + kind; });
+    p.Bind(kLibrary, "GetObjectW",
+           [&p](u32 handle, u32 size, u32 out) { return DescribeObject(p, handle, size, out); });
     p.Bind(kLibrary, "CreateDIBSection",
            [&p](u32, u32 info, u32, u32 bitsAt, u32, u32) { return CreateSection(p, info, bitsAt); });
     p.Bind(kLibrary, "CreateBitmap", [&p](i32 width, i32 height, u32 planes, u32 depth, u32 bits) {

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "emulator/devices.h"
+#include "emulator/graph/dom.h"
 #include "emulator/graph/graph.h"
 #include "emulator/text.h"
 #include "run/options.h"
@@ -122,6 +123,7 @@ int ExitCode(const Outcome& outcome) {
 int RunWith(const Options& options) {
     Process process(std::filesystem::canonical(options.folder).string(), options.stackKilobytes * 1024);
     Platform platform(process);
+    RegisterParser(process);
     process.Attachment<Devices>("devices") = {{kCameraClass, u"CAM1:"}};
     process.libraryFolders = {process.folder, std::filesystem::path(options.image).parent_path().string()};
     process.onOutput = ShowOutput;

@@ -165,6 +165,6 @@ int Main(int count, wchar_t** arguments) {
 
 }  // namespace verify
 
-int wmain(int count, wchar_t** arguments) {
+extern "C" int wmain(int count, wchar_t** arguments) {
     return verify::Main(count, arguments);
 }
