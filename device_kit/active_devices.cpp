@@ -3,6 +3,7 @@
 
 #include "base/hresult.h"
 #include "base/unique_resource.h"
+#include "text.h"
 
 namespace kit {
 namespace {
@@ -57,7 +58,7 @@ HRESULT RecordDevices(const std::vector<Device>& devices) {
         const std::wstring driver = L"Drivers\\Builtin\\Camera" + std::to_wstring(next + 1);
         const Device& device = devices[next];
         ++next;
-        if (ours && GetText(active.get(), name, L"Name") == device.name &&
+        if (ours && GetText(active.get(), name, L"Name") == Widen(device.name) &&
             GetText(active.get(), name, L"Key") == driver)
             continue;
         cam::UniqueRegistryKey record, driverKey;
@@ -66,7 +67,7 @@ HRESULT RecordDevices(const std::vector<Device>& devices) {
         if (FAILED(hr)) return hr;
         SetText(driverKey, L"IClass", kCameraClass);
         SetText(record, kOwnerValue, kOwner);
-        SetText(record, L"Name", device.name);
+        SetText(record, L"Name", Widen(device.name));
         SetText(record, L"Key", driver);
         const DWORD handle = kFirstHandle + static_cast<DWORD>(next) - 1;
         RegSetValueExW(record.get(), L"Hnd", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&handle),

@@ -4,6 +4,7 @@
 #include <vfwmsgs.h>
 
 #include "base/automation.h"
+#include "text.h"
 
 namespace kit {
 namespace {
@@ -101,7 +102,7 @@ HRESULT CaptureFilter::Load(IPropertyBag* bag, IErrorLog* errors) {
 
 HRESULT CaptureFilter::OpenDevice(const std::wstring& name) {
     for (const Device& device : scenario->devices) {
-        if (device.name != name) continue;
+        if (Widen(device.name) != name) continue;
         for (CapturePin* pin : pins) {
             const HRESULT hr = pin->OpenScene();
             if (FAILED(hr)) return hr;
@@ -185,8 +186,6 @@ constexpr bool IsCameraId(PropertySet set, LONG number) {
     return set == PropertySet::VideoProcAmp && number == kPropertyCameraId;
 }
 
-constexpr HRESULT kNoSuchProperty = static_cast<HRESULT>(0x80070490);  // ERROR_NOT_FOUND
-
 }  // namespace
 
 template <typename Interface, PropertySet kSet>
@@ -211,7 +210,7 @@ template <typename Interface, PropertySet kSet>
 HRESULT PropertyFacet<Interface, kSet>::Set(LONG number, LONG value, LONG flags) {
     return filter.CameraCall(CallOf(kSet, L"Set"), std::to_wstring(number), [&] {
         return filter.WithProperties(
-            [&](PropertyTable& table) { return table.Set(kSet, number, value, flags); });
+            [&](PropertyTable& table) -> HRESULT { return table.Set(kSet, number, value, flags); });
     });
 }
 

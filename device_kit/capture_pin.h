@@ -8,7 +8,7 @@
 
 #include "base/unique_resource.h"
 #include "filter_base/output_pin.h"
-#include "format.h"
+#include "media_format.h"
 #include "look.h"
 #include "scenario.h"
 

@@ -8,7 +8,7 @@
 #include "filter_base/filter.h"
 #include "filter_base/input_pin.h"
 #include "filter_base/output_pin.h"
-#include "format.h"
+#include "media_format.h"
 
 namespace kit {
 

@@ -5,6 +5,7 @@
 
 #include "devicekit.h"
 #include "filter_base/com_object.h"
+#include "read_scenario.h"
 #include "text.h"
 #include "watch/class_watch.h"
 
@@ -71,7 +72,7 @@ HRESULT PrepareScenario() {
             return E_INVALIDARG;
         }
         // The graph exists already when the camera is created; half a graph cannot be watched.
-        if (scenario.WatchesGraph()) {
+        if (WatchesGraph(scenario)) {
             std::fprintf(stderr,
                          "devicekit: DEVICEKIT_SCENARIO: \"watchGraph\" and calls on the graph are seen only "
                          "in a scenario that "
@@ -166,14 +167,14 @@ BOOL WINAPI kitLoadScenario(const wchar_t* scenario, wchar_t* error, DWORD error
     kit::Scenario read;
     std::string reason = "no scenario is given; give a path or JSON text beginning with \"{\"";
     bool good = scenario && kit::ReadScenario(scenario, read, reason);
-    if (good && read.WatchesGraph() && FAILED(kit::watch::WatchClasses())) {
+    if (good && kit::WatchesGraph(read) && FAILED(kit::watch::WatchClasses())) {
         reason =
             "the graph cannot be watched from this thread; call CoInitializeEx with COINIT_MULTITHREADED "
             "first";
         good = false;
     }
     if (good) {
-        if (!read.WatchesGraph()) kit::watch::UnwatchClasses();
+        if (!kit::WatchesGraph(read)) kit::watch::UnwatchClasses();
         kit::KeepScenario();
         kit::PlayScenario(std::move(read));
         return TRUE;

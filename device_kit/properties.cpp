@@ -93,16 +93,16 @@ Property* PropertyTable::Find(std::string_view name) {
     return Find(PropertySet::CameraControl, number);
 }
 
-HRESULT PropertyTable::Set(PropertySet set, long number, long value, long flags) {
+std::int32_t PropertyTable::Set(PropertySet set, long number, long value, long flags) {
     Property* property = Find(set, number);
-    if (!property || !property->supported) return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
-    if (flags == 0 || (flags & ~property->capabilities) != 0 || flags == kBoth) return E_INVALIDARG;
+    if (!property || !property->supported) return kNoSuchProperty;
+    if (flags == 0 || (flags & ~property->capabilities) != 0 || flags == kBoth) return kRefused;
     Property changed = *property;
     changed.value = value;
     changed.flags = flags;
-    if (Fault(changed)) return E_INVALIDARG;
+    if (Fault(changed)) return kRefused;
     *property = changed;
-    return S_OK;
+    return 0;
 }
 
 const char* Fault(const Property& property) {

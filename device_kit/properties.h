@@ -1,15 +1,17 @@
 // The camera's properties: which there are, what values they take, and what they hold.
 #pragma once
 
-#include <windows.h>
-
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 namespace kit {
 
 // The two property sets of the capture filter: IAMVideoProcAmp and IAMCameraControl.
 enum class PropertySet { VideoProcAmp, CameraControl };
+
+constexpr auto kNoSuchProperty = static_cast<std::int32_t>(0x80070490);  // ERROR_NOT_FOUND
+constexpr auto kRefused = static_cast<std::int32_t>(0x80070057);         // E_INVALIDARG
 
 constexpr long kFlagAuto = 1;
 constexpr long kFlagManual = 2;
@@ -46,9 +48,9 @@ class PropertyTable {
 
     long Value(PropertySet set, long number) const { return Find(set, number)->value; }
 
-    // As the driver judges: ERROR_NOT_FOUND as an HRESULT for what there is not, E_INVALIDARG for a value out
-    // of range, off its steps, or flags that the property cannot have.
-    HRESULT Set(PropertySet set, long number, long value, long flags);
+    // As the driver judges, an HRESULT: 0, kNoSuchProperty, or kRefused for a value out of range, off its
+    // steps, or flags that the property cannot have.
+    std::int32_t Set(PropertySet set, long number, long value, long flags);
 
   private:
     Property* Find(int id);

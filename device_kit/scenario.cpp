@@ -1,16 +1,11 @@
 #include "scenario.h"
 
-#include <algorithm>
-#include <optional>
+#include <cstdint>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
 #include "rules/json_values.h"
-#include "rules/read_call_rules.h"
-#include "scenario_text.h"
-#include "text.h"
-#include "watch/call_names.h"
 
 namespace kit {
 namespace {
@@ -41,9 +36,9 @@ void ReadDevices(const std::string& path, const Json& list, Scenario& scenario) 
         Device device;
         device.cameraId = static_cast<long>(index) + 1;
         const auto readName = [&](const std::string& member, const Json& value) {
-            device.name = Widen(Text(member, value));
-            if (device.name.size() != 5 || device.name[3] < L'0' || device.name[3] > L'9' ||
-                device.name[4] != L':')
+            device.name = Text(member, value);
+            if (device.name.size() != 5 || device.name[3] < '0' || device.name[3] > '9' ||
+                device.name[4] != ':')
                 Refuse(member, value, "give three letters, a digit and a colon, such as \"CAM1:\"");
         };
         if (list[index].is_string()) {
@@ -54,7 +49,7 @@ void ReadDevices(const std::string& path, const Json& list, Scenario& scenario) 
                            if (name == "name") {
                                readName(member, value);
                            } else if (name == "cameraId") {
-                               device.cameraId = Integer(member, value, 0, LONG_MAX);
+                               device.cameraId = Integer(member, value, 0, INT32_MAX);
                            } else {
                                return false;
                            }
@@ -69,18 +64,19 @@ void ReadDevices(const std::string& path, const Json& list, Scenario& scenario) 
     }
 }
 
-void ReadScene(const std::string& path, const Json& value, const std::wstring& folder, Scenario& scenario) {
+void ReadScene(const std::string& path, const Json& value, const std::string& folder, const Player& player,
+               Scenario& scenario) {
     const std::string remedy = "give \"chart\", {\"picture\": \"<path>\"} or {\"film\": \"<path>\"}";
     SceneSettings scene;
     if (value.is_object() && value.size() == 1 && value.begin()->is_string() &&
         (value.contains("picture") || value.contains("film"))) {
         scene.kind = value.contains("film") ? SceneSettings::Kind::Film : SceneSettings::Kind::Picture;
-        scene.path = Widen(value.begin()->get<std::string>());
+        scene.path = value.begin()->get<std::string>();
         const bool absolute =
-            scene.path.find(L':') != std::wstring::npos || scene.path.find_first_of(L"\\/") == 0;
+            scene.path.find(':') != std::string::npos || scene.path.find_first_of("\\/") == 0;
         if (!absolute) scene.path = folder + scene.path;
         std::string error;
-        if (!OpenScene(scene, error)) Refuse(path + "." + value.begin().key(), *value.begin(), "it " + error);
+        if (!player.shows(scene, error)) Refuse(path + "." + value.begin().key(), *value.begin(), "it " + error);
     } else if (value != "chart") {
         Refuse(path, value, remedy);
     }
@@ -154,7 +150,7 @@ void ReadProperty(const std::string& path, const Json& object, Property& propert
                                   : name == "value"   ? &property.value
                                                       : nullptr;
                    if (!target) return false;
-                   *target = Integer(member, value, LONG_MIN, LONG_MAX);
+                   *target = Integer(member, value, INT32_MIN, INT32_MAX);
                    hasValue = hasValue || name == "value";
                    return true;
                });
@@ -172,15 +168,7 @@ void ReadProperties(const std::string& path, const Json& object, Scenario& scena
                });
 }
 
-std::optional<std::string> FindCall(const std::string& call) {
-    return IsKnownCall(Widen(call)) ? std::optional(call) : std::nullopt;
-}
-
-constexpr CallForm kCallForm = {"{\"IGraphBuilder::AddFilter\": {\"result\": \"0x80004005\"}}",
-                                "the kit sees no such call; docs/device-kit.md lists those it sees", FindCall,
-                                ReadHresult};
-
-Scenario Interpret(const Json& document, const std::wstring& folder) {
+Scenario Interpret(const Json& document, const std::string& folder, const Player& player) {
     Scenario scenario;
     const Json* stillFormat = nullptr;
     const std::string known =
@@ -191,7 +179,7 @@ Scenario Interpret(const Json& document, const std::wstring& folder) {
         if (name == "devices") {
             ReadDevices(path, value, scenario);
         } else if (name == "scene") {
-            ReadScene(path, value, folder, scenario);
+            ReadScene(path, value, folder, player, scenario);
         } else if (name == "framesPerSecond") {
             scenario.framesPerSecond = static_cast<int>(Integer(path, value, 1, kMaxFramesPerSecond));
         } else if (name == "preview") {
@@ -205,11 +193,11 @@ Scenario Interpret(const Json& document, const std::wstring& folder) {
         } else if (name == "watchGraph") {
             scenario.watchGraph = Boolean(path, value);
         } else if (name == "calls") {
-            scenario.calls = ReadCallRules(path, value, kCallForm);
+            scenario.calls = ReadCallRules(path, value, player.calls);
         } else if (name == "loseDeviceAfterFrames") {
-            scenario.loseDeviceAfterFrames = Integer(path, value, 1, LONG_MAX);
+            scenario.loseDeviceAfterFrames = Integer(path, value, 1, INT32_MAX);
         } else if (name == "resumeAfterFrames") {
-            scenario.resumeAfterFrames = Integer(path, value, 1, LONG_MAX);
+            scenario.resumeAfterFrames = Integer(path, value, 1, INT32_MAX);
         } else {
             return name == "imager";  // read by the imager library
         }
@@ -224,7 +212,7 @@ Scenario Interpret(const Json& document, const std::wstring& folder) {
 
 }  // namespace
 
-Scenario::Scenario() : devices{{L"CAM1:", 1}}, preview{Layout::Rgb555, 640, 480, false}, stillFormat(1) {
+Scenario::Scenario() : devices{{"CAM1:", 1}}, preview{Layout::Rgb555, 640, 480, false}, stillFormat(1) {
     for (const Layout layout : {Layout::Yuy2, Layout::Rgb565}) {
         stillFormats.push_back({layout, 320, 240, false});
         stillFormats.push_back({layout, 640, 480, false});
@@ -235,28 +223,15 @@ Scenario::Scenario() : devices{{L"CAM1:", 1}}, preview{Layout::Rgb555, 640, 480,
     }
 }
 
-bool Scenario::WatchesGraph() const {
-    return watchGraph || std::any_of(calls.begin(), calls.end(),
-                                     [](const CallRule& rule) { return IsGraphCall(Widen(rule.call)); });
-}
-
-bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::string& error) {
+Scenario InterpretScenario(const std::string& json, const std::string& folder, const Player& player) {
+    Json document;
     try {
-        const ScenarioText text = ReadScenarioText(pathOrText);
-        Json document;
-        try {
-            document = Json::parse(text.json);
-        } catch (const Json::parse_error& failure) {
-            throw std::runtime_error("the scenario is no JSON text (at character " +
-                                     std::to_string(failure.byte) +
-                                     "); look for a missing comma, quote or bracket there");
-        }
-        scenario = Interpret(document, text.folder);
-        return true;
-    } catch (const std::exception& failure) {
-        error = failure.what();
-        return false;
+        document = Json::parse(json);
+    } catch (const Json::parse_error& failure) {
+        throw std::runtime_error("the scenario is no JSON text (at character " + std::to_string(failure.byte) +
+                                 "); look for a missing comma, quote or bracket there");
     }
+    return Interpret(document, folder, player);
 }
 
 }  // namespace kit

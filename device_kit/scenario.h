@@ -2,20 +2,19 @@
 // (docs/device-kit.md).
 #pragma once
 
-#include <windows.h>
-
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "format.h"
 #include "properties.h"
-#include "rules/call_rules.h"
+#include "rules/read_call_rules.h"
 #include "scene/scene.h"
 
 namespace kit {
 
 struct Device {
-    std::wstring name;  // legacy name, "CAM1:"
+    std::string name;  // legacy name, "CAM1:"
     long cameraId = 1;
 };
 
@@ -31,15 +30,20 @@ struct Scenario {
     PropertyTable properties;
     bool watchGraph = false;
     std::vector<CallRule> calls;     // named "Interface::Method", perhaps with an argument after a space
-    LONG loseDeviceAfterFrames = 0;  // 0: never
-    LONG resumeAfterFrames = 0;      // 0: never
-
-    // Whether calls on the graph and its helpers are to be seen: asked for, or needed by a rule.
-    bool WatchesGraph() const;
+    long loseDeviceAfterFrames = 0;  // 0: never
+    long resumeAfterFrames = 0;      // 0: never
 };
 
-// A path, or JSON text beginning with "{". False: `scenario` is as it was, and `error` names member, value
-// and remedy. Needs COM.
-bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::string& error);
+// What differs between who plays scenarios.
+struct Player {
+    CallForm calls;
+    // Whether a scene of this kind and path can be shown; else `error` says why not, in words that end a
+    // sentence that begins with the path.
+    std::function<bool(const SceneSettings& scene, std::string& error)> shows;
+};
+
+// Reads a JSON text; paths in it are relative to the folder, which ends in a separator or is empty. Throws
+// std::runtime_error with member, value and remedy.
+Scenario InterpretScenario(const std::string& json, const std::string& folder, const Player& player);
 
 }  // namespace kit

@@ -78,16 +78,4 @@ std::unique_ptr<Scene> OpenChart() {
     return std::make_unique<ChartScene>();
 }
 
-std::unique_ptr<Scene> OpenScene(const SceneSettings& settings, std::string& error) {
-    switch (settings.kind) {
-        case SceneSettings::Kind::Picture:
-            return OpenPicture(settings.path, error);
-        case SceneSettings::Kind::Film:
-            return OpenFilm(settings.path, error);
-        case SceneSettings::Kind::Chart:
-            break;
-    }
-    return OpenChart();
-}
-
 }  // namespace kit

@@ -19,7 +19,7 @@ class Scene {
 struct SceneSettings {
     enum class Kind { Chart, Picture, Film };
     Kind kind = Kind::Chart;
-    std::wstring path;  // of the picture or film
+    std::string path;  // of the picture or film, UTF-8
 };
 
 // Null when the file cannot be used; `error` then says why, in words that end a sentence beginning with the

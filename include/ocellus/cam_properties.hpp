@@ -4,7 +4,7 @@
 //     ocellus::FindProperty(CAM_PROPERTY_PAN)->unit // "degrees"
 #pragma once
 
-#include <ocellus/cam.h>
+#include <ocellus/cam_property_ids.h>
 
 #include <string_view>
 
