@@ -21,6 +21,7 @@ struct Apartments {
 struct Class {
     std::string name;
     Creator create;
+    Listed listed;
 };
 using Classes = std::map<Guid, Class>;
 
@@ -38,11 +39,15 @@ u32 CreateRegistered(Process& process, const Guid& clsid, u32 outer, const Guid&
     const auto name = values.find({key, u""});
     result = kClassNotRegistered;
     if (server == values.end()) return 0;
-    if (name != values.end()) Calls(process).Add("CoCreateInstance " + ToUtf8(TextOf(name->second)));
+    const std::string className = name == values.end() ? "" : ToUtf8(TextOf(name->second));
+    // What becomes part of another object is the program's alone.
+    if (!outer) Calls(process).Add("CoCreateInstance", className, Listed::WhileWatched);
     const std::u16string path = TextOf(server->second);
     const Module* module = process.FindOrLoad(ToUtf8(path.substr(path.find_last_of(u'\\') + 1)));
     result = kModuleNotFound;
-    return module ? CreateFromModule(process, *module, clsid, iid, result, outer) : 0;
+    const u32 pointer = module ? CreateFromModule(process, *module, clsid, iid, result, outer) : 0;
+    const auto& wrap = process.Attachment<Wrapper>("wrapper");
+    return pointer && !outer && wrap ? wrap(className, iid, pointer) : pointer;
 }
 
 u32 Create(Process& process, u32 clsid, u32 outer, u32 iid, u32 out) {
@@ -57,7 +62,7 @@ u32 Create(Process& process, u32 clsid, u32 outer, u32 iid, u32 out) {
         if (found == classes.end()) {
             pointer = CreateRegistered(process, wanted, outer, interface, result);
         } else {
-            Calls(process).Add("CoCreateInstance " + found->second.name);
+            Calls(process).Add("CoCreateInstance", found->second.name, found->second.listed);
             pointer = found->second.create(interface, result);
         }
         process.machine.Write(out, pointer);
@@ -120,8 +125,9 @@ u32 CreateFromModule(Process& process, const Module& module, const Guid& clsid, 
     return result == kOk ? process.machine.Read<u32>(place) : 0;
 }
 
-void RegisterClass(Process& process, const Guid& clsid, const std::string& name, Creator creator) {
-    process.Attachment<Classes>("classes")[clsid] = {name, std::move(creator)};
+void RegisterClass(Process& process, const Guid& clsid, const std::string& name, Creator creator,
+                   Listed listed) {
+    process.Attachment<Classes>("classes")[clsid] = {name, std::move(creator), listed};
 }
 
 void BindCom(Process& p) {

@@ -1,5 +1,6 @@
 #include "emulator/com_object.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 
@@ -7,17 +8,23 @@ namespace ce {
 
 namespace {
 
-constexpr u32 kArena = 0x50000000, kArenaBytes = 0x02000000;
+constexpr u32 kArena = 0x50000000, kArenaBytes = 0x04000000;
 
 struct Arena {
     u32 next = 0;
 };
 
-struct HostObjects {
-    std::vector<HostObject*> all;
-};
+using KeptObjects = std::vector<std::unique_ptr<HostObject>>;
 
 }  // namespace
+
+// Shared by all objects of a process, the last of which may outlive it.
+struct HostObjects {
+    std::vector<HostObject*> all;
+    std::map<u32, std::pair<HostObject*, HostObject::Facet*>> facets;  // by their addresses
+    std::map<std::string, u32> tables;                                 // of methods, by their interface
+    std::multimap<u32, u32> freeBlocks;                                // addresses by size
+};
 
 Guid ParseGuid(std::string_view text) {
     std::array<u8, 16> digits{};
@@ -57,18 +64,23 @@ CallLog& Calls(Process& process) {
     return *log;
 }
 
-void CallLog::Add(const std::string& call) {
-    Obey(Note(call));
+void CallLog::Add(const std::string& call, const std::string& arguments, Listed listed) {
+    Obey(Note(call, arguments, Lists(listed)));
 }
 
-void CallLog::AddOnObject(const std::string& call) {
-    const kit::Verdict verdict = Note(call);
+void CallLog::AddOnObject(const std::string& call, Listed listed, bool tells) {
+    const kit::Verdict verdict = Note(call, {}, Lists(listed));
     if (onCall) onCall(call);
-    Obey(verdict);
+    untold = tells ? verdict : kit::Verdict();
+    if (!tells) Obey(verdict);
 }
 
 void CallLog::Detail(const std::string& text) {
-    Obey(NoteArguments(text));
+    kit::Verdict verdict = NoteArguments(text);
+    verdict.delayMs += untold.delayMs;
+    if (untold.result) verdict.result = untold.result;
+    untold = {};
+    Obey(verdict);
 }
 
 void CallLog::Answer(const std::string& call, u32 result) {
@@ -96,9 +108,52 @@ u32 HostMemory(Process& process, u32 size) {
     return address;
 }
 
-HostObject::HostObject(Process& owner, std::string objectName)
-    : process(owner), machine(owner.machine), label(std::move(objectName)) {
-    process.Attachment<HostObjects>("host objects").all.push_back(this);
+namespace {
+
+std::shared_ptr<HostObjects> ObjectsOf(Process& process) {
+    auto& slot = process.attachments["host objects"];
+    if (!slot) slot = std::make_shared<HostObjects>();
+    return std::static_pointer_cast<HostObjects>(slot);
+}
+
+}  // namespace
+
+HostObject::HostObject(Process& owner, std::string objectName, Listed isListed)
+    : process(owner),
+      machine(owner.machine),
+      label(std::move(objectName)),
+      listed(isListed),
+      objects(ObjectsOf(owner)) {
+    objects->all.push_back(this);
+}
+
+HostObject::~HostObject() {
+    std::erase(objects->all, this);
+    for (const auto& [iid, facet] : interfaces) objects->facets.erase(facet.pointer);
+}
+
+u32 HostObject::TakeBlock(u32 size) {
+    const auto found = objects->freeBlocks.find(size);
+    if (found == objects->freeBlocks.end()) return HostMemory(process, size);
+    const u32 block = found->second;
+    objects->freeBlocks.erase(found);
+    return block;
+}
+
+void HostObject::GiveBackBlock(u32 block, u32 size) {
+    objects->freeBlocks.emplace(size, block);
+}
+
+HostObject* HostObject::At(Process& process, u32 pointer) {
+    const auto& facets = ObjectsOf(process)->facets;
+    const auto found = facets.find(pointer);
+    return found == facets.end() ? nullptr : found->second.first;
+}
+
+void Keep(Process& process, std::unique_ptr<HostObject> object) {
+    auto& kept = process.Attachment<KeptObjects>("kept objects");
+    std::erase_if(kept, [](const auto& one) { return one->Idle(); });
+    kept.push_back(std::move(object));
 }
 
 u32 HostObject::Interface(const Guid& iid) const {
@@ -116,59 +171,97 @@ u32 HostObject::Query(const Guid& iid) {
 u32 HostObject::ReleaseReference() {
     if (references <= 0)
         throw Failure(label + " was released more often than referred to\n" + machine.Backtrace());
-    if (--references == 0) OnLastRelease();
+    if (--references == 0) {
+        leaving = true;
+        OnLastRelease();
+        leaving = false;
+    }
     return static_cast<u32>(references);
+}
+
+u32 HostObject::AnswerQuery(const Facet& facet, u32 wanted, u32 out) {
+    const Guid wantedId = ReadGuid(machine, wanted);
+    machine.Write(out, 0u);
+    if (const auto found = interfaces.find(wantedId); found != interfaces.end())
+        Calls(process).Add(facet.name + "::QueryInterface", found->second.name, facet.listed);
+    u32 pointer = Query(wantedId);
+    if (!pointer) pointer = QueryElsewhere(wantedId);
+    machine.Write(out, pointer);
+    return pointer ? kOk : kNoInterface;
+}
+
+u64 HostObject::Call(const Facet& facet, size_t index, Arguments& arguments) {
+    constexpr size_t kUnknownMethods = 3;
+    const MethodEntry& method = facet.methods[index];
+    const std::string name = facet.name + "::" + method.name;
+    if (references <= 0)
+        throw Failure(name + " on " + label + ", to which nobody holds a reference\n" + machine.Backtrace());
+    try {
+        if (index >= kUnknownMethods && facet.listed != Listed::Unseen) {
+            Calls(process).AddOnObject(name, facet.listed, method.tells);
+            if (const u32 refusal = Refusal(name)) return refusal;
+        }
+        return method.handler(arguments);
+    } catch (const CallLog::Refusal& refusal) {
+        return refusal.result;
+    }
 }
 
 void HostObject::Implement(const Guid& iid, const std::string& interfaceName,
                            std::vector<MethodEntry> methods) {
+    Implement(iid, interfaceName, std::move(methods), listed);
+}
+
+// All objects with an interface share its table: the stubs tell them apart by the object's address.
+void HostObject::Implement(const Guid& iid, const std::string& interfaceName,
+                           std::vector<MethodEntry> methods, Listed isListed) {
+    Facet& facet = interfaces[iid];
     std::vector<MethodEntry> all;
-    all.push_back(Method("QueryInterface", [this, interfaceName](u32 wanted, u32 out) -> u32 {
-        const Guid wantedId = ReadGuid(machine, wanted);
-        machine.Write(out, 0u);
-        if (const auto found = interfaces.find(wantedId); found != interfaces.end())
-            Calls(process).Add(interfaceName + "::QueryInterface " + found->second.name);
-        const u32 pointer = Query(wantedId);
-        machine.Write(out, pointer);
-        return pointer ? kOk : kNoInterface;
-    }));
+    all.push_back(Method("QueryInterface",
+                         [this, &facet](u32 wanted, u32 out) { return AnswerQuery(facet, wanted, out); }));
     all.push_back(Method("AddRef", [this]() -> u32 { return static_cast<u32>(++references); }));
     all.push_back(Method("Release", [this]() -> u32 { return ReleaseReference(); }));
     for (auto& method : methods) all.push_back(std::move(method));
 
-    const u32 table = HostMemory(process, 4 * static_cast<u32>(all.size()));
+    u32& table = objects->tables[interfaceName];
+    if (!table) table = HostMemory(process, 4 * static_cast<u32>(all.size()));
     for (size_t i = 0; i < all.size(); ++i) {
-        const bool quiet = i < 3;
+        const u32 entry = table + 4 * static_cast<u32>(i);
         const std::string full = interfaceName + "::" + all[i].name;
+        facet.methods.push_back(std::move(all[i]));
+        if (machine.Read<u32>(entry)) continue;
         process.Attachment<std::set<std::string>>("known calls").insert(full);
-        Handler handler = [this, full, quiet, inner = all[i].handler](Arguments& arguments) -> u64 {
-            arguments.Word();  // the object
-            if (references <= 0)
-                throw Failure(full + " on " + label + ", to which nobody holds a reference\n" +
-                              machine.Backtrace());
-            try {
-                if (quiet) return inner(arguments);
-                Calls(process).AddOnObject(full);
-                return inner(arguments);
-            } catch (const CallLog::Refusal& refusal) {
-                return refusal.result;
-            }
-        };
-        machine.Write(table + 4 * static_cast<u32>(i), machine.AddStub(full, std::move(handler)));
+        Process& owner = process;
+        machine.Write(entry, machine.AddStub(full, [&owner, full, i](Arguments& arguments) -> u64 {
+            const auto& facets = ObjectsOf(owner)->facets;
+            const auto found = facets.find(arguments.Word());
+            if (found == facets.end())
+                throw Failure(full + " on an object that is gone\n" + owner.machine.Backtrace());
+            const auto& [object, called] = found->second;
+            return object->Call(*called, i, arguments);
+        }));
     }
-    const u32 pointer = HostMemory(process, 8);
-    machine.Write(pointer, table);
-    if (!primary) primary = pointer;
-    interfaces[iid] = {pointer, interfaceName};
+    facet.pointer = HostMemory(process, 8);
+    facet.name = interfaceName;
+    facet.listed = isListed;
+    machine.Write(facet.pointer, table);
+    if (!primary) primary = facet.pointer;
+    objects->facets[facet.pointer] = {this, &facet};
 }
 
 std::string ReferencedObjects(Process& process) {
     std::string text;
-    for (const HostObject* object : process.Attachment<HostObjects>("host objects").all) {
+    for (const HostObject* object : ObjectsOf(process)->all) {
         if (object->References())
             text += "  " + object->Name() + " (" + std::to_string(object->References()) + ")\n";
     }
     return text;
+}
+
+u32 CountReferencedObjects(Process& process) {
+    const auto& all = ObjectsOf(process)->all;
+    return static_cast<u32>(
+        std::count_if(all.begin(), all.end(), [](const HostObject* one) { return one->References() != 0; }));
 }
 
 u32 CallMethod(Process& process, u32 pointer, u32 index, std::vector<u32> words) {

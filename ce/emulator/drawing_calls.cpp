@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "emulator/windows.h"
+
 namespace ce {
 
 bool GlyphDot(u16 character, u32 x, u32 y) {
@@ -76,7 +78,9 @@ u32 DescribeObject(Process& p, u32 handle, u32 size, u32 out) {
 void BindObjects(Process& p) {
     p.Bind(kLibrary, "CreateCompatibleDC",
            [&p](u32) { return p.AddHandle(std::make_shared<DeviceContext>()); });
-    p.Bind(kLibrary, "GetDC", [&p](u32) { return p.AddHandle(std::make_shared<DeviceContext>()); });
+    p.Bind(kLibrary, "GetDC", [&p](u32 window) -> u32 {
+        return IsGone(p, window) ? 0 : p.AddHandle(std::make_shared<DeviceContext>());
+    });
     p.Bind(kLibrary, "ReleaseDC", [&p](u32, u32 handle) -> u32 {
         return p.FromHandle<DeviceContext>(handle) && p.CloseHandle(handle);
     });
@@ -143,6 +147,11 @@ void BindPainting(Process& p) {
         }
         return 1;
     });
+    // Into windows only, which show nothing.
+    p.Bind(kLibrary, "StretchDIBits",
+           [&p](u32 handle, u32, u32, u32, u32, u32, u32, u32, i32 rows, u32, u32, u32, u32) -> i32 {
+               return p.FromHandle<DeviceContext>(handle) ? rows : 0;
+           });
     p.Bind(kLibrary, "ExtTextOutW",
            [&p](u32 handle, i32 left, i32 top, u32 options, u32, u32 text, u32 count, u32) -> u32 {
                const auto context = p.FromHandle<DeviceContext>(handle);

@@ -86,7 +86,9 @@ void BindEvents(Process& p) {
     p.Bind(kLibrary, "ReleaseMutex", [&p](u32 handle) -> u32 {
         const auto mutex = p.FromHandle<CriticalSection>(handle);
         if (!mutex || mutex->owner != &p.scheduler.Current()) return p.SetLastError(kErrorInvalidHandle), 0;
-        if (--mutex->depth == 0) mutex->owner = nullptr;
+        if (--mutex->depth > 0) return 1;
+        mutex->owner = nullptr;
+        p.scheduler.HandOver(*mutex);
         return 1;
     });
     p.Bind(kLibrary, "EventModify",

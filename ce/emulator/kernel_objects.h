@@ -59,7 +59,7 @@ using PowerRequests = std::vector<std::weak_ptr<PowerRequest>>;
 u32 WaitFor(Process& process, const std::vector<u32>& handles, bool all, u32 milliseconds);
 std::vector<u32> ReadHandles(Process& process, u32 count, u32 array);
 
-// Sends a power notification of this kind to everybody who asked for it.
-void PostPowerMessage(Process& process, u32 kind);
+// Sends a power notification of this kind to everybody who asked for it; whether there is one.
+bool PostPowerMessage(Process& process, u32 kind);
 
 }  // namespace ce

@@ -95,6 +95,22 @@ Module* Process::FindOrLoad(const std::string& name) {
     return nullptr;
 }
 
+// A played DLL is a page with nothing in it: its functions are stubs, given relative to the page.
+void Process::Offer(const std::string& library, const std::string& name, Handler handler) {
+    Module* module = Find(library);
+    if (!module) {
+        modules.push_back(std::make_unique<Module>());
+        module = modules.back().get();
+        module->name = FileName(library);
+        module->image.path = module->name;
+        module->base = std::exchange(nextPlayed, nextPlayed + 2 * kPage);
+        module->toldOfThreads = false;
+        machine.Map(module->base, kPage, false);
+        module->image.entry = machine.AddStub(module->name, [](Arguments&) -> u64 { return 1; }) - module->base;
+    }
+    module->image.exports[name] = machine.AddStub(module->name + "!" + name, std::move(handler)) - module->base;
+}
+
 u32 Process::RunProgram(const Module& program, std::u16string_view commandLine) {
     constexpr u32 kShowNormal = 1;
     const u32 text = HostMemory(*this, static_cast<u32>(2 * commandLine.size() + 2));

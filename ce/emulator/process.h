@@ -81,12 +81,14 @@ class Process {
     std::vector<std::string> libraryFolders;
     // The loaded DLL, or one from those folders; null when there is none.
     Module* FindOrLoad(const std::string& name);
+    // A function of a DLL that the host plays: found by name whenever the program loads that DLL.
+    void Offer(const std::string& library, const std::string& name, Handler handler);
     // Runs a loaded program to the end of its process; the exit code.
     u32 RunProgram(const Module& program, std::u16string_view commandLine);
     // The last that DLLs hear of the process, those loaded last first.
     void TellProcessEnds();
     u32 Address(const Module& module, const std::string& name);
-    Module* Find(const std::string& name);
+    Module* Find(const std::string& name);  // loaded, or played
     const std::vector<std::unique_ptr<Module>>& Modules() const { return modules; }
 
     // Calls an export with 32-bit words.
@@ -162,6 +164,7 @@ class Process {
     std::map<u32, ObjectPtr> handles;
     u32 nextHandle = 0x00010004;
     u32 nextBase = 0x30010000;
+    u32 nextPlayed = 0x70000000;  // of DLLs that the host plays
 };
 
 // Each file of stand-ins binds its own.

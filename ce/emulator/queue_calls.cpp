@@ -59,15 +59,19 @@ void BindQueues(Process& p) {
     p.Bind(kLibrary, "StopPowerNotifications", [&p](u32 handle) -> u32 { return p.CloseHandle(handle); });
 }
 
-void PostPowerMessage(Process& process, u32 kind) {
+bool PostPowerMessage(Process& process, u32 kind) {
+    bool listens = false;
     for (const auto& weak : process.Attachment<PowerRequests>("power")) {
         const auto request = weak.lock();
         const auto queue = request ? request->queue.lock() : nullptr;
-        if (!queue || !(request->flags & kind) || queue->messages.size() >= queue->maximum) continue;
+        if (!queue || !(request->flags & kind)) continue;
+        listens = true;
+        if (queue->messages.size() >= queue->maximum) continue;
         std::vector<u8> message(12);
         std::copy_n(reinterpret_cast<const u8*>(&kind), 4, message.begin());
         queue->messages.push_back(std::move(message));
     }
+    return listens;
 }
 
 }  // namespace ce

@@ -136,6 +136,17 @@ u32 Scheduler::Wait(std::vector<ObjectPtr> objects, bool all, u32 milliseconds) 
     return thread.result;
 }
 
+void Scheduler::HandOver(const Object& object) {
+    for (const auto& thread : threads) {
+        const bool waits =
+            thread->waiting && std::any_of(thread->objects.begin(), thread->objects.end(),
+                                           [&](const ObjectPtr& one) { return one.get() == &object; });
+        if (!waits || !Satisfied(*thread)) continue;
+        thread->waiting = false;
+        return;
+    }
+}
+
 bool Scheduler::Satisfied(Thread& thread) {
     if (thread.objects.empty()) return false;
     if (thread.all) {

@@ -77,6 +77,8 @@ class Scheduler {
     std::shared_ptr<Thread> Start(std::string name, std::function<u32()> body);
     // Index of the object that ended the wait, kWaitTimeout; an empty list only lets the time pass.
     u32 Wait(std::vector<ObjectPtr> objects, bool all, u32 milliseconds);
+    // The object has become free: whoever waits for it has it from now on, before anybody else can take it.
+    void HandOver(const Object& object);
     void Sleep(u32 milliseconds) { Wait({}, false, milliseconds); }
     u64 Now() const { return now; }
     [[noreturn]] void Exit(u32 code);

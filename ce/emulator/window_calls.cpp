@@ -164,6 +164,7 @@ void BindLooks(Process& p) {
            [&p](u32, u32 record) -> u32 { return p.CloseHandle(p.machine.Read<u32>(record)); });
     p.Bind(kLibrary, "GetClientRect", [&p, &windows](u32 window, u32 rectangle) -> u32 {
         const Window* found = windows.Find(window);
+        if (IsGone(p, window)) return p.SetLastError(kErrorInvalidWindow), 0;
         WriteRectangle(p, rectangle, 0, 0, found ? found->width : static_cast<i32>(windows.clientWidth),
                        found ? found->height : static_cast<i32>(windows.clientHeight));
         return 1;
@@ -213,6 +214,11 @@ void BindLooks(Process& p) {
 }
 
 }  // namespace
+
+bool IsGone(Process& process, u32 window) {
+    auto& windows = process.Attachment<Windows>("windows");
+    return window >= kFirstWindow && window < windows.nextWindow && !windows.Find(window);
+}
 
 u32 DefaultProcedure(Process& p, u32 window, u32 message, u32, u32) {
     if (message == message::kClose) Destroy(p, window);

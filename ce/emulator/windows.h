@@ -53,6 +53,8 @@ struct Timer {
     u64 due;
 };
 
+constexpr u32 kFirstWindow = 0x00D00010;
+
 struct Windows {
     std::vector<PostedMessage> posted;
     std::vector<std::pair<std::u16string, std::u16string>> boxes;  // text, caption
@@ -64,12 +66,14 @@ struct Windows {
     std::map<u32, Window> windows;
     std::map<u32, std::shared_ptr<Input>> inputs;  // by thread
     std::vector<Timer> timers;
-    u32 nextWindow = 0x00D00010;
+    u32 nextWindow = kFirstWindow;
 
     Window* Find(u32 window);
     Input& Of(u32 thread);
 };
 constexpr u32 kFirstAtom = 0xC000;
+// Whether the window has been destroyed.
+bool IsGone(Process& process, u32 window);
 
 // Runs the window procedure on the calling thread.
 u32 CallWindow(Process& process, u32 window, u32 message, u32 first, u32 second);

@@ -6,7 +6,6 @@
 #include <mutex>
 #include <thread>
 
-#include "emulator/devices.h"
 #include "emulator/graph/dom.h"
 #include "emulator/graph/graph.h"
 #include "emulator/text.h"
@@ -124,11 +123,10 @@ int RunWith(const Options& options) {
     Process process(std::filesystem::canonical(options.folder).string(), options.stackKilobytes * 1024);
     Platform platform(process);
     RegisterParser(process);
-    process.Attachment<Devices>("devices") = {{kCameraClass, u"CAM1:"}};
     process.libraryFolders = {process.folder, std::filesystem::path(options.image).parent_path().string()};
     process.onOutput = ShowOutput;
     if (!options.registry.empty()) ReadRegistryFile(process, options.registry);
-    if (!options.scenario.empty()) PlayScenario(process, platform, options.scenario);
+    OfferScenario(process, platform, options.scenario);
     if (options.fast) process.machine.CheckAlignment(false);
     if (options.trace) TraceCalls(process);
 

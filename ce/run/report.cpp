@@ -62,9 +62,11 @@ std::string ToText(const Report& report) {
     out << "ce-run: " << report.image << " " << Ending(report) << " after " << report.milliseconds
         << " ms of the device's time\n";
     out << "  instructions     " << report.outcome.instructions << "\n";
+    std::map<std::string, u32> stacks;
+    for (const auto& use : report.stacks) stacks[use.thread] = std::max(stacks[use.thread], use.bytes);
     out << "  deepest stacks  ";
-    for (const auto& use : report.stacks)
-        out << (&use == report.stacks.data() ? "" : ",") << " " << use.thread << " " << use.bytes;
+    for (const auto& [thread, bytes] : stacks)
+        out << (thread == stacks.begin()->first ? "" : ",") << " " << thread << " " << bytes;
     out << " bytes\n";
     out << "  peak heap        " << report.peakHeap << " bytes\n";
     out << "  messages posted  " << report.messages << "\n";

@@ -1,4 +1,4 @@
-// Scenarios of the device kit, as far as the emulated device can play them.
+// What the device's camera and imager play.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace ce {
 
-// Sets up the devices, the camera and the rules for its calls. Throws std::runtime_error with the file, and
-// with what cannot be played or is wrong.
-void PlayScenario(Process& process, Platform& platform, const std::string& path);
+// Plays the scenario of that file (none: an empty path), and offers the program the kit's library. Throws
+// std::runtime_error with the file, and with what cannot be played or is wrong.
+void OfferScenario(Process& process, Platform& platform, const std::string& path);
 
 }  // namespace ce

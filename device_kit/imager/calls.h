@@ -3,7 +3,6 @@
 
 #include <windows.h>
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,10 +10,6 @@
 #include "rules/call_rules.h"
 
 namespace imvoxa {
-
-// The operation of that name or ordinal, perhaps with arguments after a space, as it is noted: "Acquire 3"
-// for "81 3". Nothing: there is none such.
-std::optional<std::string> FindOperation(const std::string& call);
 
 cam::Guarded<kit::CallRules>& TheCalls();
 

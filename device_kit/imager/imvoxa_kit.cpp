@@ -6,6 +6,7 @@
 
 #include "calls.h"
 #include "library.h"
+#include "operations.h"
 #include "text.h"
 
 namespace imvoxa {

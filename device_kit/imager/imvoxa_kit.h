@@ -15,7 +15,7 @@ extern "C" {
 
 /* Applies a scenario: a path, or JSON text that starts with "{". Counts and log begin anew. FALSE: nothing
  * changed, and `error` (of `errorLength` characters, may be null) says which member has which value and what
- * it should be. Always FALSE on a device, which reads no JSON. */
+ * it should be. On a device the kit reads the scenario, which is there in the emulator only. */
 BOOL WINAPI imvKitLoadScenario(const wchar_t* scenario, wchar_t* error, DWORD errorLength);
 
 /* The barcode, no faults, no counts, an empty log, and an imager that was never opened. DEVICEKIT_SCENARIO

@@ -1,17 +1,12 @@
 #include "scenario.h"
 
-#include <windows.h>
-
-#include <cstdio>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
-#include "calls.h"
+#include "operations.h"
 #include "rules/json_values.h"
 #include "rules/read_call_rules.h"
-#include "scenario_text.h"
-#include "text.h"
 
 namespace imvoxa {
 namespace {
@@ -43,27 +38,10 @@ Scenario Interpret(const Json& document) {
 
 }  // namespace
 
-bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::wstring& error) {
-    try {
-        const Json document = Json::parse(kit::ReadScenarioText(pathOrText).json, nullptr, false);
-        if (document.is_discarded()) throw std::runtime_error("the scenario is no JSON text");
-        scenario = Interpret(document);
-        return true;
-    } catch (const std::exception& failure) {
-        error = kit::Widen(failure.what());
-        return false;
-    }
-}
-
-bool ReadEnvironment(std::optional<Scenario>& scenario) {
-    constexpr DWORD kMaxLength = 32767;
-    std::wstring text(kMaxLength, L'\0');
-    text.resize(GetEnvironmentVariableW(L"DEVICEKIT_SCENARIO", text.data(), kMaxLength));
-    if (text.empty()) return true;
-    std::wstring error;
-    if (ReadScenario(text, scenario.emplace(), error)) return true;
-    std::fwprintf(stderr, L"Imvoxa.dll: DEVICEKIT_SCENARIO: %ls\n", error.c_str());
-    return false;
+Scenario InterpretScenario(const std::string& json) {
+    const Json document = Json::parse(json, nullptr, false);
+    if (document.is_discarded()) throw std::runtime_error("the scenario is no JSON text");
+    return Interpret(document);
 }
 
 }  // namespace imvoxa

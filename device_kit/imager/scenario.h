@@ -1,5 +1,4 @@
-// What the imager library plays: the member "imager" of the device kit's scenario
-// (docs/device-kit.md). A device reads none.
+// What the imager library plays: the member "imager" of the device kit's scenario (docs/device-kit.md).
 #pragma once
 
 #include <optional>
@@ -16,7 +15,11 @@ struct Scenario {
     std::vector<kit::CallRule> calls;
 };
 
-// A path, or JSON text beginning with "{"; members other than "imager" are the camera's. False: `scenario`
+// Reads a JSON text, in which members other than "imager" are the camera's. Throws std::runtime_error with
+// member, value and remedy. Not on a device.
+Scenario InterpretScenario(const std::string& json);
+
+// A path, or JSON text beginning with "{". False: `scenario`
 // is as it was, and `error` names member, value and remedy.
 bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::wstring& error);
 

@@ -199,7 +199,9 @@ class Scenarios(Device):
     def test_played(self):
         for scenario, exit_code in (
             ({}, 0),
-            ({"devices": ["CAM3:", "CAM1:"], "framesPerSecond": 10}, 0),
+            ({"devices": ["CAM3:", {"name": "CAM1:", "cameraId": 7}], "framesPerSecond": 10, "watchGraph": True}, 0),
+            ({"scene": "chart", "preview": {"width": 160, "height": 120}, "stillFormats": [{"width": 32, "height": 24}], "stillFormat": 0}, 0),
+            ({"loseDeviceAfterFrames": 1, "resumeAfterFrames": 2, "properties": {"zoom": {"supported": False}}, "imager": {"scene": "page"}}, 1),
             ({"devices": []}, 1),
             ({"calls": {"IGraphBuilder::AddFilter": {"at": 2, "result": "0x80004005"}}}, 1),
             ({"calls": {"CoCreateInstance StillImageSink": {"result": "0x80040154"}}}, 1),
@@ -213,10 +215,12 @@ class Scenarios(Device):
 
     def test_refused_by_name(self):
         for scenario, reason in (
-            ({"scene": "chart"}, '"scene" is "chart"; only the device kit plays it'),
+            ({"scene": {"picture": "a.png"}}, '"scene.picture" is "a.png"; it is not shown by the emulated camera'),
             ({"calls": {"IGraphBuilder::Fly": {"result": "0x80004005"}}}, '"calls.IGraphBuilder::Fly"'),
             ({"calls": {"IMediaControl::Run": {"result": "0x00000001"}}}, "failures only"),
-            ({"devices": [{"name": "CAM1:", "cameraId": 7}]}, '"devices[0]"'),
+            ({"devices": ["CAM1"]}, '"devices[0]"'),
+            ({"imager": {"calls": {"Fly": {"result": 1}}}}, '"imager.calls.Fly"'),
+            ({"preview": {"width": 160}}, 'give both "width" and "height"'),
             ({"colour": 1}, '"colour" is 1; there is no such member'),
         ):
             with self.subTest(scenario):

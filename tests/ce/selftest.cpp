@@ -40,7 +40,7 @@ struct Fixture {
 const Guid kIidAdder = ParseGuid("11111111-2222-3333-4444-555555555555");
 
 struct HostAdder : HostObject {
-    explicit HostAdder(Process& owner) : HostObject(owner, "adder") {
+    explicit HostAdder(Process& owner) : HostObject(owner, "adder", Listed::Always) {
         Implement(kIidAdder, "IAdder",
                   {Method("Add", [this](i64 one, i64 other, double factor, u32 out) -> u32 {
                       machine.Write(out, one + static_cast<i64>(static_cast<double>(other) * factor));

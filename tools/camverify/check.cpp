@@ -195,6 +195,7 @@ void RunOne(Outcome& outcome) {
 void Failed(const char* what, const std::string& seen, const std::string& expected) {
     const Locked locked;
     constexpr size_t kMaxFailures = 8;  // of one check; more tell nothing new
+    if (run.outcomes.empty()) return Write("# " + std::string(what) + ": " + seen + "\n");
     std::vector<Failure>& failures = run.outcomes.back().failures;
     if (failures.size() < kMaxFailures) failures.push_back({run.row, what, seen, expected, run.call});
 }
@@ -260,9 +261,13 @@ void Say(const std::string& text) {
 LONG TryCamera() {
     run.since = GetTickCount();
     run.checking = true;
-    ResetKit();
-    const LONG result = cam.Select(nullptr, nullptr, nullptr, cameraType);
-    cam.ShutDown();
+    LONG result = E_FAIL;
+    try {
+        ResetKit();
+        result = cam.Select(nullptr, nullptr, nullptr, cameraType);
+        cam.ShutDown();
+    } catch (const Ended&) {
+    }
     const Locked locked;
     run.checking = false;
     return result;

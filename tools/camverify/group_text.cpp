@@ -197,7 +197,7 @@ void BlackAndWhite() {
     Stamping stamping(kKitFormats);
     const TestFile file(L"text.tif");
     const SeenFrame plain = stamping.Snap(L"", 5, 0, file.path());
-    const SeenFrame& frame = stamping.Snap(L"####", 5, 0xFF000000 | kMagenta, file.path());
+    const SeenFrame& frame = stamping.Snap(L"########", 5, 0xFF000000 | kMagenta, file.path());
     int black = 0, white = 0, other = 0;
     for (LONG y = 90; y < 150; ++y) {
         for (LONG x = 100; x < 220; ++x) {

@@ -3,7 +3,7 @@
 
     tools/camverify/judge_pictures.py FOLDER
 
-still-N-WxH.EXTENSION holds the pattern that camverify's callback painted (PatternPixel in picture.cpp), imager-barcode.* the imager's label.
+still-N-WxH.EXTENSION holds the pattern that camverify's callback painted (Paint in picture.cpp), imager-barcode.* the imager's label.
 Ends with 0 when every picture is as it should be, with 1 and a line for each that is not, with 2 when there are none, and with 77 when
 the folder is not there, which camverify makes before anything else: it did not run.
 """

@@ -23,22 +23,6 @@ void Load(decltype(&kitLoadScenario) load, const std::wstring& scenario) {
     throw Ended();
 }
 
-Lines Split(DWORD(WINAPI* log)(wchar_t*, DWORD)) {
-    std::wstring text(log(nullptr, 0), L'\0');
-    log(text.data(), static_cast<DWORD>(text.size()));
-    Lines lines;
-    std::wstring line;
-    for (const wchar_t unit : text) {
-        if (unit != L'\n' && unit != L'\0') {
-            line += unit;
-        } else if (!line.empty()) {
-            lines.push_back(Utf8(line));
-            line.clear();
-        }
-    }
-    return lines;
-}
-
 }  // namespace
 
 std::string FindKit(const std::wstring& folder) {
@@ -77,12 +61,28 @@ std::wstring Failing(const std::string& call, const char* result, const char* mo
                 more + "}}}");
 }
 
+Lines ReadLines(DWORD(WINAPI* write)(wchar_t* buffer, DWORD length)) {
+    std::wstring text(write(nullptr, 0), L'\0');
+    write(text.data(), static_cast<DWORD>(text.size()));
+    Lines lines;
+    std::wstring line;
+    for (const wchar_t unit : text) {
+        if (unit != L'\n' && unit != L'\0') {
+            line += unit;
+        } else if (!line.empty()) {
+            lines.push_back(Utf8(line));
+            line.clear();
+        }
+    }
+    return lines;
+}
+
 Lines Calls() {
-    return Split(kit.callLog);
+    return ReadLines(kit.callLog);
 }
 
 Lines ImagerCalls() {
-    return Split(imagerKit.callLog);
+    return ReadLines(imagerKit.callLog);
 }
 
 LONG CountOf(const std::string& call) {

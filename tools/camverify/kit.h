@@ -47,6 +47,8 @@ std::wstring Failing(const std::string& call, const char* result, const char* mo
 
 // The calls since the scenario began, in their order.
 using Lines = std::vector<std::string>;
+// What a function of the kit's writes as text.
+Lines ReadLines(DWORD(WINAPI* write)(wchar_t* buffer, DWORD length));
 Lines Calls();
 Lines ImagerCalls();
 LONG CountOf(const std::string& call);

@@ -126,7 +126,7 @@ int Main(int count, wchar_t** arguments) {
     setting.kitIsMissing = options.noKit ? "left out by --no-kit" : FindKit(FolderOf(cam.Path()));
     cameraType = options.type;
     cycleCount = static_cast<int>(options.cycles);
-    setting.present = platform::kPresent | (options.type == CAM_TYPE_IMAGER ? kImager : kDShow) |
+    setting.present = platform::Present() | (options.type == CAM_TYPE_IMAGER ? kImager : kDShow) |
                       (kit.there ? kKit : 0U) | (imagerKit.there ? kImagerKit : 0U);
     Say("# ocellus.dll " + setting.revision + " at " + Utf8(cam.Path()) + ", " +
         (kit.there ? "camera played by the device kit"

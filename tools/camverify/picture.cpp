@@ -55,20 +55,19 @@ int FrameNumber(const SeenFrame& frame, Bits bits) {
     return number;
 }
 
-WORD PatternPixel(LONG x, LONG y, LONG width, LONG height, bool blackWhite) {
-    const bool light = ((x / 8 + y / 8) & 1) != 0;
-    if (blackWhite) return light ? 0xFFFF : 0;
-    return static_cast<WORD>((x * 31 / width) << 11 | (y * 63 / height) << 5 | (light ? 31 : 0));
-}
-
 namespace {
 
 void Paint(void* frame, LONG height, LONG width, DWORD stride, bool blackWhite) {
     const LONG rows = height < 0 ? -height : height;
+    std::vector<WORD> reds;
+    for (LONG x = 0; x < width; ++x) reds.push_back(static_cast<WORD>((x * 31 / width) << 11));
     for (LONG y = 0; y < rows; ++y) {
         BYTE* row = static_cast<BYTE*>(frame) + static_cast<size_t>(height > 0 ? rows - 1 - y : y) * stride;
+        const LONG green = (y * 63 / rows) << 5;
         for (LONG x = 0; x < width; ++x) {
-            const WORD pixel = PatternPixel(x, y, width, rows, blackWhite);
+            const bool light = ((x / 8 + y / 8) & 1) != 0;
+            const auto colored = static_cast<WORD>(reds[static_cast<size_t>(x)] | green | (light ? 31 : 0));
+            const WORD pixel = blackWhite ? static_cast<WORD>(light ? 0xFFFF : 0) : colored;
             memcpy(row + 2 * x, &pixel, sizeof pixel);
         }
     }

@@ -14,10 +14,8 @@ bool ShowsChart(const SeenFrame& frame, Bits bits);
 // The number that the chart carries, 0 to 4095.
 int FrameNumber(const SeenFrame& frame, Bits bits);
 
-// The pattern's pixel in RGB 5-6-5: red grows to the right, green downwards, and blue is a chequerboard; in
-// black and white only the chequerboard. judge_pictures.py knows it.
-WORD PatternPixel(LONG x, LONG y, LONG width, LONG height, bool blackWhite);
-// For FrameCatcher::onFrame.
+// For FrameCatcher::onFrame. In the pattern red grows to the right, green downwards, and blue is a
+// chequerboard; in black and white there is only the chequerboard. judge_pictures.py knows it.
 void PaintPattern(void* frame, DWORD size, LONG height, LONG width, DWORD stride);
 void PaintBlackWhitePattern(void* frame, DWORD size, LONG height, LONG width, DWORD stride);
 

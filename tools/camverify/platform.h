@@ -8,7 +8,7 @@
 
 namespace verify::platform {
 
-extern const unsigned kPresent;  // Needs
+unsigned Present();  // Needs, once the kit has been looked for
 
 // To standard output, which a device may not have.
 void Print(const std::string& text);

@@ -4,21 +4,40 @@
 #include <cstdio>
 
 #include "check.h"
+#include "kit.h"
 #include "library.h"
 #include "platform.h"
 
 namespace verify::platform {
 
-const unsigned kPresent = 0;
+namespace {
+
+// What the emulated device's kit library has beyond the desktop's; null on a real device.
+template <typename Function>
+Function OfEmulator(const char* name) {
+    const HMODULE kit = GetModuleHandleW(L"devicekit.dll");
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(kit ? GetProcAddress(kit, name) : nullptr));
+}
+
+using KitHoldings = void(WINAPI*)(int counts[4]);
+using KitMessageBoxes = DWORD(WINAPI*)(wchar_t* buffer, DWORD length);
+
+}  // namespace
+
+unsigned Present() {
+    return OfEmulator<KitMessageBoxes>("kitMessageBoxes") ? unsigned{kMessageBoxes} : 0;
+}
 
 void Print(const std::string& text) {
     fwrite(text.data(), 1, text.size(), stdout);
     fflush(stdout);
 }
 
-// The system does not tell; in the emulator ce-run does, at the end.
+// A real device does not tell.
 Holdings CountHoldings() {
-    return {};
+    int counts[4] = {};
+    if (const auto count = OfEmulator<KitHoldings>("kitHoldings")) count(counts);
+    return {counts[0], counts[1], counts[2], counts[3]};
 }
 
 Holdings HoldingsLostToSystem(int) {
@@ -26,7 +45,8 @@ Holdings HoldingsLostToSystem(int) {
 }
 
 std::vector<std::string> TakeMessageBoxes() {
-    return {};
+    const auto take = OfEmulator<KitMessageBoxes>("kitMessageBoxes");
+    return take ? ReadLines(take) : std::vector<std::string>();
 }
 
 // There is one registration only: what a check takes away is put back.

@@ -10,7 +10,9 @@
 
 namespace verify::platform {
 
-const unsigned kPresent = kDesktop | kMessageBoxes;
+unsigned Present() {
+    return kDesktop | kMessageBoxes;
+}
 
 void Print(const std::string& text) {
     fwrite(text.data(), 1, text.size(), stdout);

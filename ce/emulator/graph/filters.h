@@ -1,10 +1,10 @@
 // The filters of the platform, played by the host: the camera's capture filter and the video renderer.
 #pragma once
 
-#include <map>
-#include <optional>
-
 #include "emulator/graph/media.h"
+#include "look.h"
+#include "scenario.h"
+#include "scene/scene.h"
 
 namespace ce {
 
@@ -16,7 +16,8 @@ const Guid kIidStreamConfig = ParseGuid("C6E13340-30AC-11D0-A18C-00A0C9118956");
 // Either end of a connection. The other end may be the program's.
 class HostPin : public HostObject {
   public:
-    HostPin(Process& owner, std::string pinName, bool isOutput, std::vector<VideoFormat> offered);
+    HostPin(Process& owner, std::string pinName, bool isOutput, std::vector<VideoFormat> offered,
+            Listed isListed = Listed::Never);
     u32 Pointer() const { return Interface(kIidPin); }
     bool Connected() const { return peer != 0; }
     void Drop();
@@ -34,16 +35,17 @@ class HostPin : public HostObject {
     u32 peer = 0;
 };
 
-// Delivers frames on a thread of its own.
+// Delivers frames on a thread of its own. `isGone`: the camera has been lost.
 class SourcePin final : public HostPin {
   public:
-    SourcePin(Process& owner, std::string pinName, std::vector<VideoFormat> offered, bool ownsAllocator);
-    // Tries the formats in their order.
+    SourcePin(Process& owner, std::string pinName, std::string shortName, bool ownsAllocator,
+              const bool& isGone);
+    // What it can have, and the one of them that it has. Not while it is connected.
+    void Offer(std::vector<VideoFormat> all, size_t first);
     u32 ConnectTo(u32 receiver, u32 proposal = 0);
     void Commit();
     // One frame, painted and passed on; the receiver's result.
     u32 Deliver(const std::function<void(u8* bytes, const VideoFormat& format)>& paint);
-    u32 delivered = 0;
     // The size of a capability record that the driver claims.
     u32 capabilityBytes = 128;
     // Changes a capability's media type before it is handed out.
@@ -52,11 +54,14 @@ class SourcePin final : public HostPin {
   private:
     u32 Complete() override;
     void Break() override;
+    u32 Refusal(const std::string& call) override;
 
-    bool ownAllocator;
+    const std::string part;
+    const bool& gone;
+    const bool ownAllocator;
     std::unique_ptr<MemAllocator> own;
     u32 receiver = 0, allocator = 0;
-    const std::vector<VideoFormat> capabilities;
+    std::vector<VideoFormat> capabilities;
 };
 
 class RendererPin final : public HostPin {
@@ -70,9 +75,10 @@ class RendererPin final : public HostPin {
     u32 allocator = 0;
 };
 
+// `logName`: what its calls are told apart by.
 class HostFilter : public HostObject {
   public:
-    HostFilter(Process& owner, std::string filterName);
+    HostFilter(Process& owner, std::string filterName, std::string logName, Listed isListed);
     u32 Pointer() const { return Interface(kIidBaseFilter); }
     std::vector<HostPin*> pins;
     int state = 0;  // 0 stopped, 1 paused, 2 running
@@ -86,50 +92,50 @@ class HostFilter : public HostObject {
 class CaptureFilter final : public HostFilter {
   public:
     explicit CaptureFilter(Process& owner);
+    // What it plays from the next time on that it is created.
+    kit::Scenario scenario;
+    bool lost = false;
     SourcePin preview, still;
     std::u16string driver;  // as the program named it
-    struct Property {
-        i32 minimum, maximum, step, preset, value;
-        u32 flags;     // what the driver can do
-        u32 mode = 2;  // as set last
-    };
-    std::map<u32, Property> videoProperties, cameraProperties;
-    // What was set, also in vain, with the property's number in its set.
-    struct Setting {
-        std::string interface;
-        u32 number;
-        i32 value;
-        u32 mode;
-        bool operator==(const Setting&) const = default;
-    };
-    std::vector<Setting> settings;
-    u32 framePause = 33;  // ms between two frames
-    // Told after each preview frame how many there have been.
-    std::function<void(u32 frames)> onPreviewFrame;
-    // What the next frames show.
-    std::function<void(u8* bytes, const VideoFormat& format, u32 number)> scene;
+    kit::PropertyTable properties;
+    u32 previewFrames = 0, stillPictures = 0;
+    // Told after each preview frame.
+    std::function<void()> onPreviewFrame;
+    // As a camera is that has just been created; nothing when the program has it already.
+    void Begin();
 
   private:
+    // What a stream shows.
+    struct View {
+        std::unique_ptr<kit::Scene> scene = kit::OpenChart();
+        kit::Look look;
+    };
+    u32 Show(SourcePin& pin, View& view, bool isStill);
     void OnStop() override;
-    void OnPause() override;
     void OnRun() override;
+    void OnPause() override;
+    u32 Refusal(const std::string& call) override;
+    u32 Load(u32 bag);
     u32 Trigger(u32 pin, u32 mode);
-    void ImplementProperties(const Guid& iid, const std::string& name, std::map<u32, Property>& properties);
+    void StreamPreview();
+    void StreamStills();
+    void ImplementProperties(const Guid& iid, const std::string& name, kit::PropertySet set);
+
     std::vector<std::shared_ptr<Thread>> streams;
+    View previewView, stillView;
+    u32 frame = 0;  // the next preview frame's number
+    u32 triggers = 0;
+    i32 cameraId = 0;
+    bool loaded = false;
 };
 
 class Renderer final : public HostFilter {
   public:
-    explicit Renderer(Process& owner) : HostFilter(owner, "video renderer"), input(owner) { pins = {&input}; }
+    explicit Renderer(Process& owner)
+        : HostFilter(owner, "video renderer", "VideoRenderer", Listed::Unseen), input(owner) {
+        pins = {&input};
+    }
     RendererPin input;
 };
-
-// A chart whose every pixel is known: used by tests for what they expect.
-u16 ChartWord(i32 x, i32 row);
-struct ChartYuv {
-    u8 y, u, v;
-};
-ChartYuv ChartLuma(i32 x, i32 row);
-void PaintChart(u8* bytes, const VideoFormat& format, u32 number);
 
 }  // namespace ce

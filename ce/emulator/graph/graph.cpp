@@ -1,5 +1,8 @@
 #include "emulator/graph/graph.h"
 
+#include "emulator/graph/watch.h"
+#include "emulator/windows.h"
+
 namespace ce {
 
 namespace {
@@ -19,7 +22,7 @@ void AddDispatch(std::vector<MethodEntry>& methods) {
 
 }  // namespace
 
-FilterGraph::FilterGraph(Process& owner) : HostObject(owner, "filter graph") {
+FilterGraph::FilterGraph(Process& owner) : HostObject(owner, "filter graph", Listed::WhileWatched) {
     signal->manual = true;
     signal->name = u"of the graph";
     eventHandle = process.AddHandle(signal);
@@ -32,11 +35,12 @@ FilterGraph::FilterGraph(Process& owner) : HostObject(owner, "filter graph") {
 void FilterGraph::ImplementGraph() {
     const auto methods = [this] {
         return std::vector<MethodEntry>{
-            Method(
+            Told(
                 "AddFilter",
                 [this](u32 filter, u32 name) -> u32 {
                     const std::u16string text = machine.Text(name);
                     Calls(process).Detail(std::string(text.begin(), text.end()));
+                    filter = Unwatched(process, filter);
                     CallMethod(process, filter, 1);
                     filters.push_back(filter);
                     return CallMethod(process, filter, slot::kFilterJoin, {Interface(kIidFilterGraph), name});
@@ -62,7 +66,7 @@ void FilterGraph::ImplementGraph() {
             Unused("ShouldOperationContinue")};
     };
     Implement(kIidGraphBuilder, "IGraphBuilder", methods());
-    Implement(kIidFilterGraph, "IFilterGraph", methods());
+    Implement(kIidFilterGraph, "IFilterGraph", methods(), Listed::Never);  // the filters' own
 }
 
 u32 FilterGraph::Disconnect(u32 pin) {
@@ -89,7 +93,7 @@ void FilterGraph::ImplementControl() {
     methods.push_back(Method("Run", [this]() { return ChangeState(2); }));
     methods.push_back(Method("Pause", [this]() { return ChangeState(1); }));
     methods.push_back(Method("Stop", [this]() { return ChangeState(0); }));
-    methods.push_back(Method("GetState", [this](u32 timeout, u32 out) -> u32 {
+    methods.push_back(Told("GetState", [this](u32 timeout, u32 out) -> u32 {
         Calls(process).Detail(std::to_string(timeout));
         return machine.Write(out, state), kOk;
     }));
@@ -123,7 +127,7 @@ void FilterGraph::ImplementEvents() {
     methods.push_back(Method("FreeEventParams", [](u32, u32, u32) -> u32 { return kOk; }));
     Implement(kIidMediaEvent, "IMediaEvent", std::move(methods));
     Implement(kIidMediaEventSink, "IMediaEventSink",
-              {Method("Notify", [this](u32 code, u32 first, u32 second) -> u32 {
+              {Told("Notify", [this](u32 code, u32 first, u32 second) -> u32 {
                   Calls(process).Detail(std::to_string(code));
                   Notify(code, first, second);
                   return kOk;
@@ -138,8 +142,9 @@ void FilterGraph::ImplementWindow() {
     };
     // Logged with the number, or whether there is a window.
     const auto put = [&](const char* name, bool window = false, u32* kept = nullptr) {
-        methods.push_back(Method(name, [this, window, kept](i32 value) -> u32 {
+        methods.push_back(Told(name, [this, window, kept](i32 value) -> u32 {
             Calls(process).Detail(!window ? std::to_string(value) : value ? "set" : "0");
+            if (window && IsGone(process, static_cast<u32>(value))) return kInvalidArgument;
             if (kept) *kept = static_cast<u32>(value);
             return kOk;
         }));
@@ -156,7 +161,7 @@ void FilterGraph::ImplementWindow() {
     put("put_MessageDrain", true);
     unused({"get_MessageDrain", "get_BorderColor", "put_BorderColor", "get_FullScreenMode",
             "put_FullScreenMode", "SetWindowForeground", "NotifyOwnerMessage"});
-    methods.push_back(Method("SetWindowPosition", [this](u32 left, u32 top, u32 width, u32 height) -> u32 {
+    methods.push_back(Told("SetWindowPosition", [this](u32 left, u32 top, u32 width, u32 height) -> u32 {
         Calls(process).Detail(std::to_string(left) + " " + std::to_string(top) + " " + std::to_string(width) +
                               " " + std::to_string(height));
         return kOk;

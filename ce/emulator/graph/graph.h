@@ -45,15 +45,15 @@ struct Platform {
     Process& process;
     CaptureFilter capture;
     Renderer renderer;
-    FilterGraph* graph = nullptr;  // the one created last
-    // Graphs and builders, also those that the program has let go of: a call on one of them is to be noticed.
-    std::vector<std::unique_ptr<HostObject>> created;
+    FilterGraph* graph = nullptr;  // the one created last, as long as it is needed
+    // From now on; counts and list of the calls begin anew.
+    void Play(kit::Scenario scenario);
     // The library's own filter classes come from this module's class factory.
     void RegisterFilters(const Module& module);
 };
 
 // The calls on the platform's objects that are seen, as "IMediaControl::Run".
-std::set<std::string> KnownCalls();
+const std::set<std::string>& KnownCalls();
 
 const Guid kClsidGrabber = ParseGuid("B62F694E-0593-4E60-AA1C-16AF6496AC39");
 const Guid kClsidSink = ParseGuid("BCEED521-A101-45A9-8B7D-1583466FD57C");

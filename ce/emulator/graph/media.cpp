@@ -1,5 +1,6 @@
 #include "emulator/graph/media.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace ce {
@@ -39,6 +40,8 @@ u32 NewMediaType(Process& process, const VideoFormat& format) {
                          : format.subtype == kSubtype565 ? kBitFields
                                                          : 0);
     m.Write(bitmap + 20, format.Size());
+    constexpr u32 kMasks[] = {0xF800, 0x07E0, 0x001F};
+    for (u32 i = 0; i < 3 && format.subtype == kSubtype565; ++i) m.Write(bitmap + 40 + 4 * i, kMasks[i]);
     return type;
 }
 
@@ -129,6 +132,11 @@ u32 MemAllocator::SetProperties(u32 buffers, u32 bytes) {
     return kOk;
 }
 
+bool MemAllocator::Idle() const {
+    return HostObject::Idle() && std::all_of(samples.begin(), samples.end(),
+                                             [](const auto& sample) { return sample->Idle(); });
+}
+
 Sample* MemAllocator::TakeBuffer() {
     if (!committed) return nullptr;
     std::erase_if(freeSamples,
@@ -148,7 +156,10 @@ Sample* MemAllocator::TakeBuffer() {
 }
 
 Sample::Sample(Process& owner, MemAllocator& home, u32 bytes)
-    : HostObject(owner, "sample"), allocator(home), buffer(HostMemory(owner, bytes + 16) + 8), size(bytes) {
+    : HostObject(owner, "sample"),
+      allocator(home),
+      buffer(TakeBlock(bytes + 16) + 8),
+      size(bytes) {
     // The size in front of the buffer, for the allocator; behind it a mark that the program must not touch.
     machine.Write(buffer - 8, size);
     std::vector<MethodEntry> methods = {
@@ -170,6 +181,10 @@ Sample::Sample(Process& owner, MemAllocator& home, u32 bytes)
         Method("SetMediaTime", [](u32, u32) -> u32 { return kOk; }),
     };
     Implement(kIidMediaSample, "IMediaSample", std::move(methods));
+}
+
+Sample::~Sample() {
+    GiveBackBlock(buffer - 8, size + 16);
 }
 
 }  // namespace ce

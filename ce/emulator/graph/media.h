@@ -74,6 +74,7 @@ class MemAllocator : public HostObject {
     // With a reference; null when all buffers are out or it is not committed.
     Sample* TakeBuffer();
     void GiveBack(Sample* sample) { freeSamples.push_back(sample); }
+    bool Idle() const override;
     bool committed = false;
     u32 BufferSize() const { return size; }
 
@@ -86,6 +87,7 @@ class MemAllocator : public HostObject {
 class Sample : public HostObject {
   public:
     Sample(Process& owner, MemAllocator& home, u32 bytes);
+    ~Sample() override;
     u32 Buffer() const { return buffer; }
     u32 Pointer() const { return Interface(kIidMediaSample); }
     u32 length = 0;

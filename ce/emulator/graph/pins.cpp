@@ -5,8 +5,9 @@
 
 namespace ce {
 
-HostPin::HostPin(Process& owner, std::string pinName, bool isOutput, std::vector<VideoFormat> offered)
-    : HostObject(owner, std::move(pinName)), output(isOutput), formats(std::move(offered)) {
+HostPin::HostPin(Process& owner, std::string pinName, bool isOutput, std::vector<VideoFormat> offered,
+                 Listed isListed)
+    : HostObject(owner, std::move(pinName), isListed), output(isOutput), formats(std::move(offered)) {
     HoldByHost();
     Implement(
         kIidPin, "IPin",
@@ -32,12 +33,9 @@ HostPin::HostPin(Process& owner, std::string pinName, bool isOutput, std::vector
                 }),
          Method("EnumMediaTypes",
                 [this](u32 out) -> u32 {
-                    // Enumerators live as long as the process; there are few.
-                    auto* types = new MediaTypeEnumerator(process, formats);
-                    process.attachments["enumerator" + std::to_string(process.attachments.size())] =
-                        std::shared_ptr<MediaTypeEnumerator>(types);
+                    auto types = std::make_unique<MediaTypeEnumerator>(process, formats);
                     machine.Write(out, types->Query(kIidEnumMediaTypes));
-                    return kOk;
+                    return Keep(process, std::move(types)), kOk;
                 }),
          Unused("QueryInternalConnections"), Method("EndOfStream", []() -> u32 { return kOk; }),
          Method("BeginFlush", []() -> u32 { return kOk; }), Method("EndFlush", []() -> u32 { return kOk; }),
@@ -61,19 +59,21 @@ void HostPin::Drop() {
     Release(process, std::exchange(peer, 0));
 }
 
-SourcePin::SourcePin(Process& owner, std::string pinName, std::vector<VideoFormat> offered,
-                     bool ownsAllocator)
-    : HostPin(owner, std::move(pinName), true, std::move(offered)),
-      ownAllocator(ownsAllocator),
-      capabilities(formats) {
+SourcePin::SourcePin(Process& owner, std::string pinName, std::string shortName, bool ownsAllocator,
+                     const bool& isGone)
+    : HostPin(owner, std::move(pinName), true, {}, Listed::Always),
+      part(std::move(shortName)),
+      gone(isGone),
+      ownAllocator(ownsAllocator) {
     Implement(kIidStreamConfig, "IAMStreamConfig",
-              {Method("SetFormat",
+              {Told("SetFormat",
                       [this](u32 type) -> u32 {
-                          Calls(process).Detail(Name() == "still pin" ? "Still" : "Preview");
+                          Calls(process).Detail(part);
+                          if (Connected()) return kAlreadyConnected;
                           VideoFormat wanted;
                           if (!ReadMediaType(process, type, wanted)) return kInvalidArgument;
-                          for (size_t i = 0; i < formats.size(); ++i) {
-                              if (formats[i] == wanted) return std::swap(formats[0], formats[i]), kOk;
+                          for (const VideoFormat& one : capabilities) {
+                              if (one == wanted) return formats = {one}, kOk;
                           }
                           return kInvalidArgument;
                       }),
@@ -81,14 +81,14 @@ SourcePin::SourcePin(Process& owner, std::string pinName, std::vector<VideoForma
                       [this](u32 out) -> u32 {
                           return machine.Write(out, NewMediaType(process, formats.front())), kOk;
                       }),
-               Method("GetNumberOfCapabilities",
+               Told("GetNumberOfCapabilities",
                       [this](u32 countAt, u32 sizeAt) -> u32 {
-                          Calls(process).Detail(Name() == "still pin" ? "Still" : "Preview");
+                          Calls(process).Detail(part);
                           machine.Write(countAt, static_cast<u32>(capabilities.size()));
                           machine.Write(sizeAt, capabilityBytes);
                           return kOk;
                       }),
-               Method("GetStreamCaps", [this](u32 index, u32 out, u32 capability) -> u32 {
+               Told("GetStreamCaps", [this](u32 index, u32 out, u32 capability) -> u32 {
                    Calls(process).Detail(std::to_string(index));
                    if (index >= capabilities.size()) return kFalse;
                    // The whole record is written: one that is smaller in the program's view is overrun, and
@@ -101,27 +101,28 @@ SourcePin::SourcePin(Process& owner, std::string pinName, std::vector<VideoForma
                })});
 }
 
+void SourcePin::Offer(std::vector<VideoFormat> all, size_t first) {
+    capabilities = std::move(all);
+    formats = {capabilities.at(first)};
+}
+
 u32 SourcePin::ConnectTo(u32 pin, u32 proposal) {
     if (Connected()) return kAlreadyConnected;
+    const VideoFormat one = formats.front();
     VideoFormat wanted;
     if (proposal && !ReadMediaType(process, proposal, wanted)) return kInvalidArgument;
-    u32 result = kNoAcceptableTypes;
-    for (const VideoFormat& one : formats) {
-        if (proposal && !(one == wanted)) continue;
-        const u32 type = NewMediaType(process, one);
-        result = CallMethod(process, pin, slot::kPinReceiveConnection, {Pointer(), type});
-        DeleteMediaType(process, type);
-        if (result != kOk) continue;
-        format = one;
-        peer = pin;
-        CallMethod(process, peer, 1);
-        result = Complete();
-        if (result != kOk) {
-            CallMethod(process, pin, slot::kPinDisconnect);
-            Drop();
-        }
-        return result;
-    }
+    if (proposal && !(one == wanted)) return kNoAcceptableTypes;
+    const u32 type = NewMediaType(process, one);
+    u32 result = CallMethod(process, pin, slot::kPinReceiveConnection, {Pointer(), type});
+    DeleteMediaType(process, type);
+    if (result != kOk) return result;
+    format = one;
+    peer = pin;
+    CallMethod(process, peer, 1);
+    result = Complete();
+    if (result == kOk) return kOk;
+    CallMethod(process, pin, slot::kPinDisconnect);
+    Drop();
     return result;
 }
 
@@ -152,9 +153,7 @@ void SourcePin::Break() {
         Release(process, std::exchange(allocator, 0));
     }
     if (receiver) Release(process, std::exchange(receiver, 0));
-    if (own)
-        process.attachments["allocator" + std::to_string(process.attachments.size())] =
-            std::shared_ptr<MemAllocator>(std::move(own));
+    if (own) Keep(process, std::move(own));
 }
 
 void SourcePin::Commit() {
@@ -170,7 +169,6 @@ u32 SourcePin::Deliver(const std::function<void(u8* bytes, const VideoFormat& fo
     const u32 buffer = machine.Read<u32>(place);
     paint(machine.Bytes(buffer, format.Size()), format);
     CallMethod(process, sample, slot::kSampleSetLength, {format.Size()});
-    ++delivered;
     result = CallMethod(process, receiver, slot::kInputReceive, {sample});
     Release(process, sample);
     return result;
@@ -181,11 +179,9 @@ RendererPin::RendererPin(Process& owner) : HostPin(owner, "renderer pin", false,
         kIidMemInputPin, "IMemInputPin",
         {Method("GetAllocator",
                 [this](u32 out) -> u32 {
-                    auto* fresh = new MemAllocator(process);
-                    process.attachments["renderer allocator" + std::to_string(process.attachments.size())] =
-                        std::shared_ptr<MemAllocator>(fresh);
+                    auto fresh = std::make_unique<MemAllocator>(process);
                     machine.Write(out, fresh->Query(kIidMemAllocator));
-                    return kOk;
+                    return Keep(process, std::move(fresh)), kOk;
                 }),
          Method("NotifyAllocator",
                 [this](u32 agreed, u32) -> u32 {

@@ -1,5 +1,10 @@
 // The capture graph builder, and the classes that the program can create.
+#include <algorithm>
+
+#include "emulator/devices.h"
 #include "emulator/graph/graph.h"
+#include "emulator/graph/watch.h"
+#include "emulator/text.h"
 
 namespace ce {
 
@@ -34,7 +39,7 @@ u32 FindPin(Process& process, u32 filter, u32 direction) {
 class GraphBuilder final : public HostObject {
   public:
     GraphBuilder(Process& owner, Platform& creator)
-        : HostObject(owner, "capture graph builder"), platform(creator) {
+        : HostObject(owner, "capture graph builder", Listed::WhileWatched), platform(creator) {
         Implement(
             kIidCaptureGraphBuilder, "ICaptureGraphBuilder2",
             {Method("SetFiltergraph",
@@ -44,7 +49,7 @@ class GraphBuilder final : public HostObject {
                         return kOk;
                     }),
              Unused("GetFiltergraph"), Unused("SetOutputFileName"),
-             Method("FindInterface",
+             Told("FindInterface",
                     [this](u32 category, u32 type, u32, u32 iid, u32 out) -> u32 {
                         const bool stream = ReadGuid(machine, iid) == kIidStreamConfig;
                         Calls(process).Detail(Kind(category, type) + (stream ? " IAMStreamConfig" : " ?"));
@@ -55,13 +60,14 @@ class GraphBuilder final : public HostObject {
                         machine.Write(out, found);
                         return found ? kOk : kNoInterface;
                     }),
-             Method("RenderStream",
+             Told("RenderStream",
                     [this](u32 category, u32 type, u32, u32 middle, u32 sink) {
                         Calls(process).Detail(Kind(category, type));
-                        return Render(ReadGuid(machine, category) == kCategoryStill, middle, sink);
+                        return Render(ReadGuid(machine, category) == kCategoryStill,
+                                      Unwatched(process, middle), Unwatched(process, sink));
                     }),
              Unused("ControlStream"), Unused("AllocCapFile"), Unused("CopyCaptureFile"),
-             Method("FindPin",
+             Told("FindPin",
                     [this](u32, u32 direction, u32 category, u32 type, u32 unconnected, u32 number,
                            u32 out) -> u32 {
                         Calls(process).Detail(std::to_string(direction) + " " + Kind(category, type) + " " +
@@ -111,47 +117,91 @@ Platform::Platform(Process& owner) : process(owner), capture(owner), renderer(ow
         result = kNoInterface;
         return object.Query(iid);
     };
-    RegisterClass(process, kClsidFilterGraph, "FilterGraph", [this, make](const Guid& iid, u32& result) {
-        auto fresh = std::make_unique<FilterGraph>(process);
-        graph = fresh.get();
-        created.push_back(std::move(fresh));
-        graph->hostPins = {{capture.preview.Pointer(), &capture.preview},
-                           {capture.still.Pointer(), &capture.still},
-                           {renderer.input.Pointer(), &renderer.input}};
-        return make(*graph, iid, result);
-    });
-    RegisterClass(process, kClsidCaptureGraphBuilder, "CaptureGraphBuilder",
-                  [this, make](const Guid& iid, u32& result) {
-                      created.push_back(std::make_unique<GraphBuilder>(process, *this));
-                      return make(*created.back(), iid, result);
-                  });
-    RegisterClass(process, kClsidVideoCapture, "CaptureFilter",
-                  [this, make](const Guid& iid, u32& result) { return make(capture, iid, result); });
-    RegisterClass(process, kClsidVideoRenderer, "VideoRenderer",
-                  [this, make](const Guid& iid, u32& result) { return make(renderer, iid, result); });
+    const auto keep = [this, make](std::unique_ptr<HostObject> object, const Guid& iid, u32& result) {
+        const u32 pointer = make(*object, iid, result);
+        Keep(process, std::move(object));
+        return pointer;
+    };
     RegisterClass(
-        process, kClsidMemoryAllocator, "MemoryAllocator", [this, make](const Guid& iid, u32& result) {
-            auto allocator = std::make_shared<MemAllocator>(process);
-            process.attachments["allocator" + std::to_string(process.attachments.size())] = allocator;
-            return make(*allocator, iid, result);
-        });
+        process, kClsidFilterGraph, "FilterGraph",
+        [this, keep](const Guid& iid, u32& result) {
+            auto fresh = std::make_unique<FilterGraph>(process);
+            graph = fresh.get();
+            graph->hostPins = {{capture.preview.Pointer(), &capture.preview},
+                               {capture.still.Pointer(), &capture.still},
+                               {renderer.input.Pointer(), &renderer.input}};
+            return keep(std::move(fresh), iid, result);
+        },
+        Listed::WhileWatched);
+    RegisterClass(
+        process, kClsidCaptureGraphBuilder, "CaptureGraphBuilder",
+        [this, keep](const Guid& iid, u32& result) {
+            return keep(std::make_unique<GraphBuilder>(process, *this), iid, result);
+        },
+        Listed::WhileWatched);
+    RegisterClass(
+        process, kClsidVideoCapture, "CaptureFilter",
+        [this, make](const Guid& iid, u32& result) {
+            capture.Begin();
+            return make(capture, iid, result);
+        },
+        Listed::Always);
+    RegisterClass(
+        process, kClsidVideoRenderer, "VideoRenderer",
+        [this, make](const Guid& iid, u32& result) { return make(renderer, iid, result); },
+        Listed::WhileWatched);
+    RegisterClass(process, kClsidMemoryAllocator, "MemoryAllocator",
+                  [this, keep](const Guid& iid, u32& result) {
+                      return keep(std::make_unique<MemAllocator>(process), iid, result);
+                  });
+    process.Attachment<Wrapper>("wrapper") = [this](const std::string& name, const Guid& iid, u32 pointer) {
+        return Calls(process).watchesGraph ? WatchFilter(process, name, iid, pointer) : pointer;
+    };
+    Play({});
+}
+
+void Platform::Play(kit::Scenario scenario) {
+    constexpr u32 kResume = 2;  // the power manager's kind of notification
+    auto& devices = process.Attachment<Devices>("devices");
+    devices.clear();
+    for (const kit::Device& device : scenario.devices) devices.push_back({kCameraClass, FromUtf8(device.name)});
+    Calls(process).watchesGraph =
+        scenario.watchGraph || std::any_of(scenario.calls.begin(), scenario.calls.end(),
+                                           [](const kit::CallRule& rule) { return !IsCameraCall(rule.call); });
+    Calls(process).Play(scenario.calls);
+    capture.lost = false;
+    capture.previewFrames = capture.stillPictures = 0;
+    capture.onPreviewFrame = [this, loses = scenario.loseDeviceAfterFrames,
+                              resumes = scenario.resumeAfterFrames] {
+        const long frames = capture.previewFrames;
+        if (frames == resumes) PostPowerMessage(process, kResume);
+        if (frames == loses) capture.lost = true;
+    };
+    capture.scenario = std::move(scenario);
 }
 
 void Platform::RegisterFilters(const Module& module) {
     for (const Guid& clsid : {kClsidGrabber, kClsidSink}) {
-        RegisterClass(process, clsid, clsid == kClsidSink ? "StillImageSink" : "SampleGrabber",
-                      [this, clsid, &module](const Guid& iid, u32& result) {
-                          return CreateFromModule(process, module, clsid, iid, result);
-                      });
+        RegisterClass(
+            process, clsid, clsid == kClsidSink ? "StillImageSink" : "SampleGrabber",
+            [this, clsid, &module](const Guid& iid, u32& result) {
+                return CreateFromModule(process, module, clsid, iid, result);
+            },
+            Listed::WhileWatched);
     }
 }
 
-std::set<std::string> KnownCalls() {
-    Process process;
-    Platform platform(process);
-    const FilterGraph graph(process);
-    const GraphBuilder builder(process, platform);
-    return process.Attachment<std::set<std::string>>("known calls");
+const std::set<std::string>& KnownCalls() {
+    static const std::set<std::string> known = [] {
+        Process process;
+        Platform platform(process);
+        const FilterGraph graph(process);
+        const GraphBuilder builder(process, platform);
+        auto calls = process.Attachment<std::set<std::string>>("known calls");
+        calls.merge(WatchedCalls());
+        return calls;
+    }();
+    return known;
 }
 
 }  // namespace ce
