@@ -18,7 +18,8 @@ void PackRow565(const Pixel* in, int width, Word* out) {
 
 // BT.601, studio range (luma 16 to 235).
 std::uint8_t Luma(Pixel pixel) {
-    return static_cast<std::uint8_t>(((66 * Red(pixel) + 129 * Green(pixel) + 25 * Blue(pixel) + 128) >> 8) + 16);
+    return static_cast<std::uint8_t>(((66 * Red(pixel) + 129 * Green(pixel) + 25 * Blue(pixel) + 128) >> 8) +
+                                     16);
 }
 
 // Two pixels share their chroma; the last pixel of an odd row is its own neighbour.

@@ -22,10 +22,10 @@ bool Shows(const SceneSettings& scene, std::string& error) {
 }  // namespace
 
 bool ReadScenario(const std::wstring& pathOrText, Scenario& scenario, std::string& error) {
-    static const Player player = {{"{\"IGraphBuilder::AddFilter\": {\"result\": \"0x80004005\"}}",
-                                   "the kit sees no such call; docs/device-kit.md lists those it sees",
-                                   FindCall, ReadHresult},
-                                  Shows};
+    static const Player player = {
+        {"{\"IGraphBuilder::AddFilter\": {\"result\": \"0x80004005\"}}",
+         "the kit sees no such call; docs/device-kit.md lists those it sees", FindCall, ReadHresult},
+        Shows};
     try {
         const ScenarioText text = ReadScenarioText(pathOrText);
         scenario = InterpretScenario(text.json, Narrow(text.folder), player);

@@ -76,7 +76,8 @@ void ReadScene(const std::string& path, const Json& value, const std::string& fo
             scene.path.find(':') != std::string::npos || scene.path.find_first_of("\\/") == 0;
         if (!absolute) scene.path = folder + scene.path;
         std::string error;
-        if (!player.shows(scene, error)) Refuse(path + "." + value.begin().key(), *value.begin(), "it " + error);
+        if (!player.shows(scene, error))
+            Refuse(path + "." + value.begin().key(), *value.begin(), "it " + error);
     } else if (value != "chart") {
         Refuse(path, value, remedy);
     }
@@ -228,7 +229,8 @@ Scenario InterpretScenario(const std::string& json, const std::string& folder, c
     try {
         document = Json::parse(json);
     } catch (const Json::parse_error& failure) {
-        throw std::runtime_error("the scenario is no JSON text (at character " + std::to_string(failure.byte) +
+        throw std::runtime_error("the scenario is no JSON text (at character " +
+                                 std::to_string(failure.byte) +
                                  "); look for a missing comma, quote or bracket there");
     }
     return Interpret(document, folder, player);

@@ -26,8 +26,8 @@ const Guid kIidUnknown = ParseGuid("00000000-0000-0000-C000-000000000046");
 const Guid kIidClassFactory = ParseGuid("00000001-0000-0000-C000-000000000046");
 
 // Which calls on an object are listed: those on the camera always, those on the graph and its helpers only
-// while it is watched, and those on what belongs to neither never. All are counted and obey the rules, but for
-// those that are unseen.
+// while it is watched, and those on what belongs to neither never. All are counted and obey the rules, but
+// for those that are unseen.
 enum class Listed { Unseen, Never, WhileWatched, Always };
 
 // The calls on host objects in their order, "IMediaControl::Run", with what matters of the arguments behind a

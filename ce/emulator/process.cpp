@@ -106,9 +106,11 @@ void Process::Offer(const std::string& library, const std::string& name, Handler
         module->base = std::exchange(nextPlayed, nextPlayed + 2 * kPage);
         module->toldOfThreads = false;
         machine.Map(module->base, kPage, false);
-        module->image.entry = machine.AddStub(module->name, [](Arguments&) -> u64 { return 1; }) - module->base;
+        module->image.entry =
+            machine.AddStub(module->name, [](Arguments&) -> u64 { return 1; }) - module->base;
     }
-    module->image.exports[name] = machine.AddStub(module->name + "!" + name, std::move(handler)) - module->base;
+    module->image.exports[name] =
+        machine.AddStub(module->name + "!" + name, std::move(handler)) - module->base;
 }
 
 u32 Process::RunProgram(const Module& program, std::u16string_view commandLine) {

@@ -1,5 +1,5 @@
-// In place of scenario.cpp, read_scenario.cpp and desktop_output.cpp on a device, which has no JSON reader, no
-// environment and no imaging component. The emulated device's devicekit.dll reads scenarios for it.
+// In place of scenario.cpp, read_scenario.cpp and desktop_output.cpp on a device, which has no JSON reader,
+// no environment and no imaging component. The emulated device's devicekit.dll reads scenarios for it.
 #include "picture_output.h"
 #include "scenario.h"
 #include "text.h"

@@ -318,12 +318,12 @@ TEST_CASE_FIXTURE(Fixture, "a settings document is read once, and let go when an
 
 TEST_CASE_FIXTURE(Fixture, "the imager's frames come every 40 ms, drawn in the window's size") {
     u32 drawn = 0;
-    process.Bind("coredll.dll", "StretchDIBits",
-                 [&](u32 context, u32, u32, u32 width, u32 height, u32, u32, u32, u32 rows, u32, u32, u32,
-                     u32) {
-                     drawn += context && width == windows.clientWidth && height == windows.clientHeight;
-                     return rows;
-                 });
+    process.Bind(
+        "coredll.dll", "StretchDIBits",
+        [&](u32 context, u32, u32, u32 width, u32 height, u32, u32, u32, u32 rows, u32, u32, u32, u32) {
+            drawn += context && width == windows.clientWidth && height == windows.clientHeight;
+            return rows;
+        });
     process.Load(BuiltDll("imvoxa.dll"));
     REQUIRE(Select(kImager) == 0);
     REQUIRE(Cam("StartPreview") == 0);

@@ -18,6 +18,7 @@ std::vector<int> Numbers(const platform::Holdings& holdings) {
 // Threads that ended are gone from the counts a little later.
 void CheckReturned(const platform::Holdings& before, const platform::Holdings& lost) {
     std::vector<int> allowed = Numbers(before);
+    if (allowed == std::vector<int>(allowed.size())) Measured("what the process holds", "not told here");
     const std::vector<int> more = Numbers(lost);
     for (size_t i = 0; i < allowed.size(); ++i) allowed[i] += more[i];
     const auto returned = [&] {

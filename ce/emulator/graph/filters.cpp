@@ -45,33 +45,33 @@ HostFilter::HostFilter(Process& owner, std::string filterName, std::string logNa
     const auto tell = [this, logName, isListed] {
         if (isListed != Listed::Unseen) Calls(process).Detail(logName);
     };
-    Implement(kIidBaseFilter, "IBaseFilter",
-              {Unused("GetClassID"),
-               Told("Stop", [this, tell]() -> u32 { return tell(), state = 0, OnStop(), kOk; }),
-               Told("Pause",
-                      [this, tell]() -> u32 {
-                          tell();
-                          const int before = std::exchange(state, 1);
-                          if (before == 0) OnPause();
-                          if (before == 2) OnStop();
-                          return kOk;
-                      }),
-               Told("Run", [this, tell](i64) -> u32 { return tell(), state = 2, OnRun(), kOk; }),
-               Told("GetState",
-                      [this, tell](u32, u32 out) -> u32 { return tell(), machine.Write(out, state), kOk; }),
-               Told("SetSyncSource", [tell](u32) -> u32 { return tell(), kOk; }),
-               Told("GetSyncSource",
-                      [this, tell](u32 out) -> u32 { return tell(), machine.Write(out, 0u), kOk; }),
-               Told("EnumPins",
-                      [this, tell](u32 out) -> u32 {
-                          tell();
-                          auto enumerator = std::make_unique<PinEnumerator>(process, pins);
-                          machine.Write(out, enumerator->Query(kIidEnumPins));
-                          return Keep(process, std::move(enumerator)), kOk;
-                      }),
-               Unused("FindPin"), Unused("QueryFilterInfo"),
-               Told("JoinFilterGraph", [tell](u32, u32) -> u32 { return tell(), kOk; }),
-               Unused("QueryVendorInfo")});
+    Implement(
+        kIidBaseFilter, "IBaseFilter",
+        {Unused("GetClassID"),
+         Told("Stop", [this, tell]() -> u32 { return tell(), state = 0, OnStop(), kOk; }),
+         Told("Pause",
+              [this, tell]() -> u32 {
+                  tell();
+                  const int before = std::exchange(state, 1);
+                  if (before == 0) OnPause();
+                  if (before == 2) OnStop();
+                  return kOk;
+              }),
+         Told("Run", [this, tell](i64) -> u32 { return tell(), state = 2, OnRun(), kOk; }),
+         Told("GetState",
+              [this, tell](u32, u32 out) -> u32 { return tell(), machine.Write(out, state), kOk; }),
+         Told("SetSyncSource", [tell](u32) -> u32 { return tell(), kOk; }),
+         Told("GetSyncSource", [this, tell](u32 out) -> u32 { return tell(), machine.Write(out, 0u), kOk; }),
+         Told("EnumPins",
+              [this, tell](u32 out) -> u32 {
+                  tell();
+                  auto enumerator = std::make_unique<PinEnumerator>(process, pins);
+                  machine.Write(out, enumerator->Query(kIidEnumPins));
+                  return Keep(process, std::move(enumerator)), kOk;
+              }),
+         Unused("FindPin"), Unused("QueryFilterInfo"),
+         Told("JoinFilterGraph", [tell](u32, u32) -> u32 { return tell(), kOk; }),
+         Unused("QueryVendorInfo")});
 }
 
 CaptureFilter::CaptureFilter(Process& owner)
@@ -139,20 +139,20 @@ void CaptureFilter::ImplementProperties(const Guid& iid, const std::string& name
     constexpr auto kNone = static_cast<u32>(kit::kNoSuchProperty);
     Implement(iid, name,
               {Told("GetRange",
-                      [=](i32 number, u32 minimum, u32 maximum, u32 step, u32 preset, u32 flags) -> u32 {
-                          const kit::Property* property = find(number);
-                          if (!property) return kNone;
-                          write(minimum, property->minimum);
-                          write(maximum, property->maximum);
-                          write(step, property->step);
-                          write(preset, property->initial);
-                          return write(flags, property->capabilities), kOk;
-                      }),
+                    [=](i32 number, u32 minimum, u32 maximum, u32 step, u32 preset, u32 flags) -> u32 {
+                        const kit::Property* property = find(number);
+                        if (!property) return kNone;
+                        write(minimum, property->minimum);
+                        write(maximum, property->maximum);
+                        write(step, property->step);
+                        write(preset, property->initial);
+                        return write(flags, property->capabilities), kOk;
+                    }),
                Told("Set",
-                      [=, this](i32 number, i32 value, u32 flags) {
-                          find(number);
-                          return static_cast<u32>(properties.Set(set, number, value, flags));
-                      }),
+                    [=, this](i32 number, i32 value, u32 flags) {
+                        find(number);
+                        return static_cast<u32>(properties.Set(set, number, value, flags));
+                    }),
                Told("Get", [=, this](i32 number, u32 value, u32 flags) -> u32 {
                    const kit::Property* property = find(number);
                    const bool isId =

@@ -65,8 +65,8 @@ std::string ImagerScenario(Process& process, u32 scenario, const std::string& st
 void CountHoldings(Process& process, u32 counts) {
     u32 handles = 0, drawn = 0, threads = 0;
     for (const auto& [handle, object] : process.AllHandles()) {
-        const bool isDrawn = dynamic_cast<const Drawable*>(object.get()) ||
-                             dynamic_cast<const DeviceContext*>(object.get());
+        const bool isDrawn =
+            dynamic_cast<const Drawable*>(object.get()) || dynamic_cast<const DeviceContext*>(object.get());
         ++(isDrawn ? drawn : handles);
     }
     for (const auto& thread : process.scheduler.Threads()) threads += !thread->finished;

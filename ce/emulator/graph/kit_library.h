@@ -1,5 +1,5 @@
-// devicekit.dll as a program on the emulated device finds it: the functions of device_kit/devicekit.h, answered
-// by the emulated platform, and these beyond them:
+// devicekit.dll as a program on the emulated device finds it: the functions of device_kit/devicekit.h,
+// answered by the emulated platform, and these beyond them:
 //
 //     // What the process holds: handles, threads, GDI objects, windows.
 //     void kitHoldings(int counts[4]);

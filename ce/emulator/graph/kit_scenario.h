@@ -7,7 +7,8 @@
 
 namespace ce {
 
-// Of a JSON text. Throws std::runtime_error with what cannot be played or is wrong, also in the imager's part.
+// Of a JSON text. Throws std::runtime_error with what cannot be played or is wrong, also in the imager's
+// part.
 kit::Scenario ReadScenario(const std::string& json);
 
 }  // namespace ce

@@ -133,8 +133,8 @@ u32 MemAllocator::SetProperties(u32 buffers, u32 bytes) {
 }
 
 bool MemAllocator::Idle() const {
-    return HostObject::Idle() && std::all_of(samples.begin(), samples.end(),
-                                             [](const auto& sample) { return sample->Idle(); });
+    return HostObject::Idle() &&
+           std::all_of(samples.begin(), samples.end(), [](const auto& sample) { return sample->Idle(); });
 }
 
 Sample* MemAllocator::TakeBuffer() {
@@ -156,10 +156,7 @@ Sample* MemAllocator::TakeBuffer() {
 }
 
 Sample::Sample(Process& owner, MemAllocator& home, u32 bytes)
-    : HostObject(owner, "sample"),
-      allocator(home),
-      buffer(TakeBlock(bytes + 16) + 8),
-      size(bytes) {
+    : HostObject(owner, "sample"), allocator(home), buffer(TakeBlock(bytes + 16) + 8), size(bytes) {
     // The size in front of the buffer, for the allocator; behind it a mark that the program must not touch.
     machine.Write(buffer - 8, size);
     std::vector<MethodEntry> methods = {

@@ -67,27 +67,27 @@ SourcePin::SourcePin(Process& owner, std::string pinName, std::string shortName,
       ownAllocator(ownsAllocator) {
     Implement(kIidStreamConfig, "IAMStreamConfig",
               {Told("SetFormat",
-                      [this](u32 type) -> u32 {
-                          Calls(process).Detail(part);
-                          if (Connected()) return kAlreadyConnected;
-                          VideoFormat wanted;
-                          if (!ReadMediaType(process, type, wanted)) return kInvalidArgument;
-                          for (const VideoFormat& one : capabilities) {
-                              if (one == wanted) return formats = {one}, kOk;
-                          }
-                          return kInvalidArgument;
-                      }),
+                    [this](u32 type) -> u32 {
+                        Calls(process).Detail(part);
+                        if (Connected()) return kAlreadyConnected;
+                        VideoFormat wanted;
+                        if (!ReadMediaType(process, type, wanted)) return kInvalidArgument;
+                        for (const VideoFormat& one : capabilities) {
+                            if (one == wanted) return formats = {one}, kOk;
+                        }
+                        return kInvalidArgument;
+                    }),
                Method("GetFormat",
                       [this](u32 out) -> u32 {
                           return machine.Write(out, NewMediaType(process, formats.front())), kOk;
                       }),
                Told("GetNumberOfCapabilities",
-                      [this](u32 countAt, u32 sizeAt) -> u32 {
-                          Calls(process).Detail(part);
-                          machine.Write(countAt, static_cast<u32>(capabilities.size()));
-                          machine.Write(sizeAt, capabilityBytes);
-                          return kOk;
-                      }),
+                    [this](u32 countAt, u32 sizeAt) -> u32 {
+                        Calls(process).Detail(part);
+                        machine.Write(countAt, static_cast<u32>(capabilities.size()));
+                        machine.Write(sizeAt, capabilityBytes);
+                        return kOk;
+                    }),
                Told("GetStreamCaps", [this](u32 index, u32 out, u32 capability) -> u32 {
                    Calls(process).Detail(std::to_string(index));
                    if (index >= capabilities.size()) return kFalse;
@@ -175,33 +175,32 @@ u32 SourcePin::Deliver(const std::function<void(u8* bytes, const VideoFormat& fo
 }
 
 RendererPin::RendererPin(Process& owner) : HostPin(owner, "renderer pin", false, {{kSubtype555, 0, 0}}) {
-    Implement(
-        kIidMemInputPin, "IMemInputPin",
-        {Method("GetAllocator",
-                [this](u32 out) -> u32 {
-                    auto fresh = std::make_unique<MemAllocator>(process);
-                    machine.Write(out, fresh->Query(kIidMemAllocator));
-                    return Keep(process, std::move(fresh)), kOk;
-                }),
-         Method("NotifyAllocator",
-                [this](u32 agreed, u32) -> u32 {
-                    CallMethod(process, agreed, 1);
-                    if (allocator) Release(process, allocator);
-                    allocator = agreed;
-                    return kOk;
-                }),
-         Unused("GetAllocatorRequirements"),
-         Method("Receive",
-                [this](u32 sample) -> u32 {
-                    const u32 place = HostMemory(process, 8);
-                    CallMethod(process, sample, slot::kSampleGetPointer, {place});
-                    const u32 size = CallMethod(process, sample, slot::kSampleGetSize);
-                    const u8* bytes = machine.Bytes(machine.Read<u32>(place), size);
-                    lastFrame.assign(bytes, bytes + size);
-                    ++frames;
-                    return kOk;
-                }),
-         Unused("ReceiveMultiple"), Method("ReceiveCanBlock", []() -> u32 { return kFalse; })});
+    Implement(kIidMemInputPin, "IMemInputPin",
+              {Method("GetAllocator",
+                      [this](u32 out) -> u32 {
+                          auto fresh = std::make_unique<MemAllocator>(process);
+                          machine.Write(out, fresh->Query(kIidMemAllocator));
+                          return Keep(process, std::move(fresh)), kOk;
+                      }),
+               Method("NotifyAllocator",
+                      [this](u32 agreed, u32) -> u32 {
+                          CallMethod(process, agreed, 1);
+                          if (allocator) Release(process, allocator);
+                          allocator = agreed;
+                          return kOk;
+                      }),
+               Unused("GetAllocatorRequirements"),
+               Method("Receive",
+                      [this](u32 sample) -> u32 {
+                          const u32 place = HostMemory(process, 8);
+                          CallMethod(process, sample, slot::kSampleGetPointer, {place});
+                          const u32 size = CallMethod(process, sample, slot::kSampleGetSize);
+                          const u8* bytes = machine.Bytes(machine.Read<u32>(place), size);
+                          lastFrame.assign(bytes, bytes + size);
+                          ++frames;
+                          return kOk;
+                      }),
+               Unused("ReceiveMultiple"), Method("ReceiveCanBlock", []() -> u32 { return kFalse; })});
 }
 
 void RendererPin::Break() {

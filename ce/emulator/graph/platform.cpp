@@ -50,32 +50,32 @@ class GraphBuilder final : public HostObject {
                     }),
              Unused("GetFiltergraph"), Unused("SetOutputFileName"),
              Told("FindInterface",
-                    [this](u32 category, u32 type, u32, u32 iid, u32 out) -> u32 {
-                        const bool stream = ReadGuid(machine, iid) == kIidStreamConfig;
-                        Calls(process).Detail(Kind(category, type) + (stream ? " IAMStreamConfig" : " ?"));
-                        SourcePin& pin = ReadGuid(machine, category) == kCategoryStill
-                                             ? platform.capture.still
-                                             : platform.capture.preview;
-                        const u32 found = pin.Query(ReadGuid(machine, iid));
-                        machine.Write(out, found);
-                        return found ? kOk : kNoInterface;
-                    }),
+                  [this](u32 category, u32 type, u32, u32 iid, u32 out) -> u32 {
+                      const bool stream = ReadGuid(machine, iid) == kIidStreamConfig;
+                      Calls(process).Detail(Kind(category, type) + (stream ? " IAMStreamConfig" : " ?"));
+                      SourcePin& pin = ReadGuid(machine, category) == kCategoryStill
+                                           ? platform.capture.still
+                                           : platform.capture.preview;
+                      const u32 found = pin.Query(ReadGuid(machine, iid));
+                      machine.Write(out, found);
+                      return found ? kOk : kNoInterface;
+                  }),
              Told("RenderStream",
-                    [this](u32 category, u32 type, u32, u32 middle, u32 sink) {
-                        Calls(process).Detail(Kind(category, type));
-                        return Render(ReadGuid(machine, category) == kCategoryStill,
-                                      Unwatched(process, middle), Unwatched(process, sink));
-                    }),
+                  [this](u32 category, u32 type, u32, u32 middle, u32 sink) {
+                      Calls(process).Detail(Kind(category, type));
+                      return Render(ReadGuid(machine, category) == kCategoryStill, Unwatched(process, middle),
+                                    Unwatched(process, sink));
+                  }),
              Unused("ControlStream"), Unused("AllocCapFile"), Unused("CopyCaptureFile"),
              Told("FindPin",
-                    [this](u32, u32 direction, u32 category, u32 type, u32 unconnected, u32 number,
-                           u32 out) -> u32 {
-                        Calls(process).Detail(std::to_string(direction) + " " + Kind(category, type) + " " +
-                                              std::to_string(unconnected) + " " + std::to_string(number));
-                        if (ReadGuid(machine, category) != kCategoryStill) return kNotFound;
-                        machine.Write(out, platform.capture.still.Query(kIidPin));
-                        return kOk;
-                    })});
+                  [this](u32, u32 direction, u32 category, u32 type, u32 unconnected, u32 number,
+                         u32 out) -> u32 {
+                      Calls(process).Detail(std::to_string(direction) + " " + Kind(category, type) + " " +
+                                            std::to_string(unconnected) + " " + std::to_string(number));
+                      if (ReadGuid(machine, category) != kCategoryStill) return kNotFound;
+                      machine.Write(out, platform.capture.still.Query(kIidPin));
+                      return kOk;
+                  })});
     }
 
   protected:
@@ -164,10 +164,12 @@ void Platform::Play(kit::Scenario scenario) {
     constexpr u32 kResume = 2;  // the power manager's kind of notification
     auto& devices = process.Attachment<Devices>("devices");
     devices.clear();
-    for (const kit::Device& device : scenario.devices) devices.push_back({kCameraClass, FromUtf8(device.name)});
+    for (const kit::Device& device : scenario.devices)
+        devices.push_back({kCameraClass, FromUtf8(device.name)});
     Calls(process).watchesGraph =
-        scenario.watchGraph || std::any_of(scenario.calls.begin(), scenario.calls.end(),
-                                           [](const kit::CallRule& rule) { return !IsCameraCall(rule.call); });
+        scenario.watchGraph ||
+        std::any_of(scenario.calls.begin(), scenario.calls.end(),
+                    [](const kit::CallRule& rule) { return !IsCameraCall(rule.call); });
     Calls(process).Play(scenario.calls);
     capture.lost = false;
     capture.previewFrames = capture.stillPictures = 0;

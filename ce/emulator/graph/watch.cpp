@@ -87,7 +87,7 @@ class WatchedObject final : public HostObject {
             words.push_back(arguments.Word());
             if (*kind == '-') continue;
             if (!text.empty()) text += ' ';
-            text += *kind == 'n'  ? std::to_string(static_cast<i32>(words.back()))
+            text += *kind == 'n'   ? std::to_string(static_cast<i32>(words.back()))
                     : *kind == 'o' ? std::string(words.back() ? "set" : "0")
                     : words.back() ? ToUtf8(machine.Text(words.back()))
                                    : "null";
@@ -145,7 +145,8 @@ bool IsCameraCall(const std::string& call) {
     const std::string method = call.substr(0, call.find(' '));
     if (method == "CoCreateInstance") return call == "CoCreateInstance CaptureFilter";
     if (method == "IBaseFilter::QueryInterface")
-        return call.find(" IPersistPropertyBag") != std::string::npos || call.find(" IAM") != std::string::npos;
+        return call.find(" IPersistPropertyBag") != std::string::npos ||
+               call.find(" IAM") != std::string::npos;
     if (method.starts_with("IBaseFilter::")) return call == method + " CaptureFilter";
     return method.starts_with("IPersistPropertyBag::") || method.starts_with("IAM") ||
            method.starts_with("IPin::");

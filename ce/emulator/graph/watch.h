@@ -1,5 +1,5 @@
-// The program's own filters as it uses them itself: every call that it makes on one is seen. The graph has the
-// filters as they are.
+// The program's own filters as it uses them itself: every call that it makes on one is seen. The graph has
+// the filters as they are.
 #pragma once
 
 #include <set>
