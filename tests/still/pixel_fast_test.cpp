@@ -192,3 +192,37 @@ TEST_CASE("Paeth agrees for every neighbour") {
         CHECK(actual == expected);
     }
 }
+
+TEST_CASE("luma and colour differences agree for every word, and end where they must") {
+    constexpr std::size_t kWidth = 1024;
+    Bytes words;
+    for (unsigned p = 0; p < 0x10000; ++p) {
+        words.push_back(static_cast<std::uint8_t>(p));
+        words.push_back(static_cast<std::uint8_t>(p >> 8));
+    }
+    const Bytes noise = HostileBytes(2 * kWidth, 0);
+    struct Ycc {
+        explicit Ycc(std::size_t width, Flush flush)
+            : upper(width, flush), lower(width, flush), cb(width / 2, flush), cr(width / 2, flush) {}
+        YccRows Rows() const { return {{upper.data(), lower.data()}, cb.data(), cr.data()}; }
+        GuardedMemory upper, lower, cb, cr;
+    };
+    for (const NamedKernels& fast : FastKernels()) {
+        CAPTURE(fast.name);
+        for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
+            for (std::size_t first = 0; first < words.size(); first += 2 * kWidth) {
+                // The largest width, and one run less.
+                const std::size_t width = first % (4 * kWidth) ? kWidth : kWidth - kYccPixels;
+                const GuardedMemory upper(words.data() + first, 2 * width, flush);
+                const GuardedMemory lower(noise.data(), 2 * width, flush);
+                const Ycc expected(width, flush), actual(width, flush);
+                kPlainPixelKernels.rgb565RowsToYcc(expected.Rows(), upper.data(), lower.data(), width);
+                fast.pixels->rgb565RowsToYcc(actual.Rows(), upper.data(), lower.data(), width);
+                CHECK(std::memcmp(actual.upper.data(), expected.upper.data(), width) == 0);
+                CHECK(std::memcmp(actual.lower.data(), expected.lower.data(), width) == 0);
+                CHECK(std::memcmp(actual.cb.data(), expected.cb.data(), width / 2) == 0);
+                CHECK(std::memcmp(actual.cr.data(), expected.cr.data(), width / 2) == 0);
+            }
+        }
+    }
+}

@@ -8,6 +8,14 @@
 
 namespace cam::still {
 
+// Where two rows go as luma, and their squares of four pixels as blue and red difference.
+struct YccRows {
+    std::uint8_t* luma[2];
+    std::uint8_t* cb;
+    std::uint8_t* cr;
+};
+constexpr std::size_t kYccPixels = 16;  // whole runs of so many
+
 // Rows of `width` pixels. 16-bit pixels are little-endian words; YUY2 is Y0 U Y1 V for each pair of pixels.
 // No alignment is asked for. A kernel touches the bytes of its pixels only: 2 * width bytes of an RGB565 row
 // (a YUY2 row has whole pairs), width bytes of grey, 3 * width bytes of RGB888.
@@ -28,6 +36,11 @@ struct PixelKernels {
                         std::size_t count);
     void (*paethFilterRow)(std::uint8_t* filtered, const std::uint8_t* row, const std::uint8_t* above,
                            std::size_t count);
+    // Bit for bit what libjpeg makes of RGB888 rows: the colours of each pixel rounded (JFIF 1.02), then the
+    // mean of four with halves rounded up in every second column. `width` is a multiple of kYccPixels; both
+    // rows may be the same one.
+    void (*rgb565RowsToYcc)(const YccRows& to, const std::uint8_t* upper, const std::uint8_t* lower,
+                            std::size_t width);
 };
 
 // The sets of the table. The plain one also does what the others leave over at the end of a row.

@@ -89,9 +89,33 @@ void PaethFilterRow(std::uint8_t* filtered, const std::uint8_t* row, const std::
     }
 }
 
+int YccOf(const YccFactors& factors, unsigned p) {
+    return (factors.red * kExpand5[p >> 11] + factors.green * kExpand6[(p >> 5) & 63] +
+            factors.blue * kExpand5[p & 31] + factors.offset) >>
+           kYccShift;
+}
+
+void Rgb565RowsToYcc(const YccRows& to, const std::uint8_t* upper, const std::uint8_t* lower,
+                     std::size_t width) {
+    for (std::size_t x = 0; x < width; x += 2) {
+        int cb = 1 + static_cast<int>(x / 2 % 2), cr = cb;
+        const std::uint8_t* const rows[] = {upper + 2 * x, lower + 2 * x};
+        for (std::size_t row = 0; row < 2; ++row) {
+            for (std::size_t i = 0; i < 2; ++i) {
+                const unsigned p = LoadWord(rows[row] + 2 * i);
+                to.luma[row][x + i] = static_cast<std::uint8_t>(YccOf(kLumaFactors, p));
+                cb += YccOf(kCbFactors, p);
+                cr += YccOf(kCrFactors, p);
+            }
+        }
+        to.cb[x / 2] = static_cast<std::uint8_t>(cb >> 2);
+        to.cr[x / 2] = static_cast<std::uint8_t>(cr >> 2);
+    }
+}
+
 }  // namespace
 
 const PixelKernels kPlainPixelKernels = {Yuy2RowToRgb565,   GatherLumaRow, Rgb565RowToGrey, ExpandGreyRow,
-                                         Rgb565RowToRgb888, UpFilterRow,   PaethFilterRow};
+                                         Rgb565RowToRgb888, UpFilterRow,   PaethFilterRow,  Rgb565RowsToYcc};
 
 }  // namespace cam::still

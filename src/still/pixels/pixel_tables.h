@@ -41,4 +41,14 @@ constexpr bool ExpansionsAgree() {
 }
 static_assert(ExpansionsAgree(), "arithmetic and tables give the same bytes");
 
+// Luma and colour differences of red, green and blue with 16 fractional bits, as libjpeg rounds them. The two
+// differences are 128 higher, and a little less than halves are added to them.
+struct YccFactors {
+    int red, green, blue, offset;
+};
+constexpr int kYccShift = 16;
+constexpr YccFactors kLumaFactors = {19595, 38470, 7471, 1 << 15};
+constexpr YccFactors kCbFactors = {-11059, -21709, 32768, (128 << kYccShift) + (1 << 15) - 1};
+constexpr YccFactors kCrFactors = {32768, -27439, -5329, (128 << kYccShift) + (1 << 15) - 1};
+
 }  // namespace cam::still
