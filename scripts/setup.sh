@@ -203,6 +203,23 @@ if [ "$goal" != run ]; then
     fetchProgram dotnet-2.1-win-ia32 2.1.1007 5f1e8b8d031e781efc9e6bc1977223e5fae1b5f3f413e024ff5b15cc6079a4ae
 fi
 
+# ---- Wine's tests of the platform's filters --------------------------------------------------------------------------
+
+# What platform_filter_test compiles, from Debian's source package of Wine; that test is skipped without it.
+if [ "$goal" != run ] && [ ! -f "$deps/filter-tests/.complete" ]; then
+    wineFile=wine_8.0~repack.orig.tar.xz
+    if (fetchSource wine "$wineFile" 537c6889647a528ee9092b109e65b0fde288ba55d535044907cf168ca6f6e745); then
+        rm -rf "$deps/filter-tests"
+        mkdir -p "$deps/filter-tests"
+        tar -xf "$deps/src/$wineFile" -C "$deps/filter-tests" --strip-components=1 --wildcards '*/COPYING.LIB' '*/libs/strmbase/*' \
+            '*/dlls/qedit/tests/samplegrabber.c' '*/dlls/qedit/tests/nullrenderer.c' \
+            '*/include/wine/'{strmbase,test,list,debug,heap}.h
+        touch "$deps/filter-tests/.complete"
+    else
+        say "Without the source of Wine's filter tests: platform_filter_test will be skipped"
+    fi
+fi
+
 # ---- A real photograph and a real film ----------------------------------------------------------------------------------
 
 # From a Debian package, which is unpacked and not installed.

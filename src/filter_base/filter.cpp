@@ -124,7 +124,7 @@ HRESULT STDMETHODCALLTYPE Filter::FindPin(LPCWSTR id, IPin** out) {
     if (!id || !out) return E_POINTER;
     const LockGuard lock(StateLock());
     for (int i = 0; i < PinCount(); ++i) {
-        if (std::wcscmp(PinAt(i)->Name(), id) != 0) continue;
+        if (std::wcscmp(PinAt(i)->Id(), id) != 0) continue;
         *out = PinAt(i);
         (*out)->AddRef();
         return S_OK;

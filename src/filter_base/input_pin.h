@@ -37,7 +37,8 @@ class InputPin : public Implements<Pin, IMemInputPin> {
     HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override;
 
   protected:
-    InputPin(Filter& filter, const wchar_t* name) : Implements(filter, PINDIR_INPUT, name) {}
+    InputPin(Filter& filter, const wchar_t* name, const wchar_t* id = nullptr)
+        : Implements(filter, PINDIR_INPUT, name, id ? id : name) {}
 
     // Whether samples are welcome: S_OK; S_FALSE while flushing; else why not (not connected, stopped, a type
     // was refused).

@@ -36,7 +36,8 @@ class OutputPin : public Pin {
     HRESULT STDMETHODCALLTYPE Connect(IPin* receiver, const AM_MEDIA_TYPE* proposal) override;
 
   protected:
-    OutputPin(Filter& filter, const wchar_t* name) : Pin(filter, PINDIR_OUTPUT, name) {}
+    OutputPin(Filter& filter, const wchar_t* name, const wchar_t* id = nullptr)
+        : Pin(filter, PINDIR_OUTPUT, name, id ? id : name) {}
 
     IMemInputPin* Receiver() const { return receiverInput.get(); }
     void SetAllocator(IMemAllocator* allocator) { sampleAllocator = ComPtr<IMemAllocator>(allocator); }

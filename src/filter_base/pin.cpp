@@ -34,8 +34,8 @@ HRESULT PinUnknown::NonDelegatingQueryInterface(REFIID, void** out) {
     return E_NOINTERFACE;
 }
 
-Pin::Pin(Filter& filter, PIN_DIRECTION direction, const wchar_t* name)
-    : Implements(filter), pinName(name), pinDirection(direction) {}
+Pin::Pin(Filter& filter, PIN_DIRECTION direction, const wchar_t* name, const wchar_t* id)
+    : Implements(filter), pinName(name), pinId(id), pinDirection(direction) {}
 
 HRESULT Pin::NonDelegatingQueryInterface(REFIID id, void** out) {
     return Implements::NonDelegatingQueryInterface(id == __uuidof(IUnknown) ? __uuidof(IPin) : id, out);
@@ -127,10 +127,10 @@ HRESULT STDMETHODCALLTYPE Pin::QueryDirection(PIN_DIRECTION* direction) {
 
 HRESULT STDMETHODCALLTYPE Pin::QueryId(LPWSTR* id) {
     if (!id) return E_POINTER;
-    const size_t bytes = (std::wcslen(pinName) + 1) * sizeof(wchar_t);
+    const size_t bytes = (std::wcslen(pinId) + 1) * sizeof(wchar_t);
     *id = static_cast<wchar_t*>(CoTaskMemAlloc(bytes));
     if (!*id) return E_OUTOFMEMORY;
-    std::memcpy(*id, pinName, bytes);
+    std::memcpy(*id, pinId, bytes);
     return S_OK;
 }
 

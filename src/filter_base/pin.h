@@ -36,8 +36,9 @@ class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
     bool IsConnected() const { return static_cast<bool>(connectedPin); }
     IPin* Peer() const { return connectedPin.get(); }
     PIN_DIRECTION Direction() const { return pinDirection; }
-    // Its name and, unique in the filter, its id.
     const wchar_t* Name() const { return pinName; }
+    // Unique in the filter; the name, unless the pin has one besides.
+    const wchar_t* Id() const { return pinId; }
     // For the thread that may change it: under StateLock() while stopped, else *streaming*.
     const MediaType& Type() const CAM_UNCHECKED { return connectionType; }
     // A copy of the connection's type, and whether it is that one. Any thread.
@@ -90,7 +91,7 @@ class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
 
   protected:
     // `name` must live as long as the pin.
-    Pin(Filter& filter, PIN_DIRECTION direction, const wchar_t* name);
+    Pin(Filter& filter, PIN_DIRECTION direction, const wchar_t* name, const wchar_t* id);
 
     // Where quality messages go, not owned; null: to whom the filter thinks right.
     IQualityControl* QualitySink() const { return qualitySink; }
@@ -100,6 +101,7 @@ class Pin : public Implements<PinUnknown, IPin, IQualityControl> {
 
   private:
     const wchar_t* const pinName;
+    const wchar_t* const pinId;
     const PIN_DIRECTION pinDirection;
     ComPtr<IPin> connectedPin;
     // Guards connectionType alone, against a reader while the *streaming* thread changes it; nothing is

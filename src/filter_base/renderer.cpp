@@ -17,8 +17,13 @@ HRESULT STDMETHODCALLTYPE RendererFilter::Pause() {
 
 HRESULT STDMETHODCALLTYPE RendererFilter::Run(REFERENCE_TIME start) {
     const LockGuard lock(StateLock());
+    const bool ranBefore = State() == State_Running;
     const HRESULT result = Implements::Run(start);
     if (FAILED(result)) return result;
+    // To a renderer that nobody sends to, nothing is left to come.
+    if (!input.IsConnected() && !ranBefore) {
+        NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(this)));
+    }
     ++runs;
     SetEvent(running.get());
     CompleteIfEnded();

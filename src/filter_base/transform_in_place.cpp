@@ -87,6 +87,13 @@ HRESULT TransformInPlaceFilter::InPin::CompleteConnect(IPin*) {
     return graph ? graph->Reconnect(&output) : VFW_E_NOT_IN_GRAPH;
 }
 
+// Whatever the receiver takes can come in; nobody knows without one.
+HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EnumMediaTypes(IEnumMediaTypes** out) {
+    if (!out) return E_POINTER;
+    const LockGuard lock(owner.StateLock());
+    return owner.output.IsConnected() ? owner.output.Peer()->EnumMediaTypes(out) : VFW_E_NOT_CONNECTED;
+}
+
 HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::EndOfStream() {
     const ThreadRoleScope role(kStreamingThread);
     const LockGuard lock(owner.receiveLock);
@@ -144,9 +151,15 @@ HRESULT STDMETHODCALLTYPE TransformInPlaceFilter::InPin::Receive(IMediaSample* s
 
 // ---- Output pin ----------------------------------------------------------------------------------
 
+// What goes out has come in: the sender is asked whether it could send that. While samples are copied on
+// their way nothing can change.
 HRESULT TransformInPlaceFilter::OutPin::CheckMediaType(const AM_MEDIA_TYPE& type) {
     if (!owner.input.IsConnected()) return VFW_E_NOT_CONNECTED;
-    return owner.input.HasType(type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+    if (owner.input.HasType(type)) return S_OK;
+    if (!owner.IsStopped() && !SharesAllocator()) return VFW_E_TYPE_NOT_ACCEPTED;
+    const HRESULT result = owner.CheckInputType(type);
+    if (result != S_OK) return result;
+    return owner.input.Peer()->QueryAccept(&type) == S_OK ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
 }
 
 HRESULT TransformInPlaceFilter::OutPin::SetMediaType(const AM_MEDIA_TYPE& type) {
@@ -186,18 +199,17 @@ HRESULT TransformInPlaceFilter::OutPin::DecideAllocator() {
     return SUCCEEDED(result) ? result : OutputPin::DecideAllocator();
 }
 
+// What goes out must come in.
+HRESULT TransformInPlaceFilter::OutPin::CompleteConnect(IPin* peer) {
+    const HRESULT result = OutputPin::CompleteConnect(peer);
+    if (FAILED(result) || owner.input.HasType(Type())) return result;
+    IFilterGraph* graph = owner.Graph();
+    return graph ? graph->Reconnect(&owner.input) : VFW_E_NOT_IN_GRAPH;
+}
+
 HRESULT TransformInPlaceFilter::OutPin::FollowAllocator() {
     if (SharesAllocator()) return Receiver()->NotifyAllocator(Allocator(), owner.input.IsReadOnly());
     return DecideAllocator();
-}
-
-// A shared allocator is committed by the sender.
-HRESULT TransformInPlaceFilter::OutPin::Active() {
-    return SharesAllocator() ? S_OK : OutputPin::Active();
-}
-
-void TransformInPlaceFilter::OutPin::Inactive() {
-    if (!SharesAllocator()) OutputPin::Inactive();
 }
 
 // The receiver is late or early: whoever makes the samples should know.

@@ -38,13 +38,14 @@ class TransformInPlaceFilter : public Filter {
   private:
     class InPin final : public InputPin {
       public:
-        explicit InPin(TransformInPlaceFilter& filter) : InputPin(filter, L"In"), owner(filter) {}
+        explicit InPin(TransformInPlaceFilter& filter) : InputPin(filter, L"Input", L"In"), owner(filter) {}
 
         HRESULT CheckMediaType(const AM_MEDIA_TYPE& type) override;
         HRESULT SetMediaType(const AM_MEDIA_TYPE& type) override;
         HRESULT CompleteConnect(IPin* peer) override;
 
         // IPin
+        HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** out) override;
         HRESULT STDMETHODCALLTYPE EndOfStream() override;
         HRESULT STDMETHODCALLTYPE BeginFlush() override;
         HRESULT STDMETHODCALLTYPE EndFlush() override;
@@ -62,7 +63,8 @@ class TransformInPlaceFilter : public Filter {
 
     class OutPin final : public OutputPin {
       public:
-        explicit OutPin(TransformInPlaceFilter& filter) : OutputPin(filter, L"Out"), owner(filter) {}
+        explicit OutPin(TransformInPlaceFilter& filter)
+            : OutputPin(filter, L"Output", L"Out"), owner(filter) {}
 
         // Samples of the input connection go out as they are.
         bool SharesAllocator() const { return Allocator() && Allocator() == owner.input.Allocator(); }
@@ -78,8 +80,7 @@ class TransformInPlaceFilter : public Filter {
         HRESULT GetMediaType(int position, MediaType& type) override;
         HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override;
         HRESULT DecideAllocator() override;
-        HRESULT Active() override;
-        void Inactive() override;
+        HRESULT CompleteConnect(IPin* peer) override;
 
         // IQualityControl
         HRESULT STDMETHODCALLTYPE Notify(IBaseFilter* sender, Quality quality) override;

@@ -101,6 +101,37 @@ TEST_CASE("the output offers the input's type once the input is connected") {
     CHECK(chain.filter->Out().QueryInternalConnections(nullptr, &count) == E_POINTER);
 }
 
+TEST_CASE("the pins answer for their neighbours") {
+    const NoLeaks noLeaks;
+    Chain chain;
+    ComPtr<IEnumMediaTypes> types;
+    REQUIRE(chain.source->pin.Connect(&chain.filter->In(), nullptr) == S_OK);
+    CHECK(chain.filter->In().EnumMediaTypes(types.put()) == VFW_E_NOT_CONNECTED);
+    // What may go out is what the sender could send.
+    CHECK(chain.filter->Out().QueryAccept(&chain.source->pin.types[1]) == S_OK);
+    const MediaType other = VideoType(MEDIASUBTYPE_RGB565, 320, 240, 16);
+    CHECK(chain.filter->Out().QueryAccept(&other) == S_FALSE);
+    REQUIRE(chain.filter->Out().Connect(&chain.sink->pin, nullptr) == S_OK);
+    CHECK(chain.filter->In().EnumMediaTypes(types.put()) == S_OK);
+
+    PIN_INFO info = {};
+    CHECK(chain.filter->In().QueryPinInfo(&info) == S_OK);
+    info.pFilter->Release();
+    CHECK(std::wstring(info.achName) == L"Input");
+    LPWSTR id = nullptr;
+    CHECK(chain.filter->Out().QueryId(&id) == S_OK);
+    CHECK(std::wstring(id) == L"Out");
+    CoTaskMemFree(id);
+
+    // Whoever sends may take buffers as soon as the filter is paused.
+    ComPtr<IMediaSample> sample;
+    IMemAllocator* const allocator = chain.filter->In().Allocator();
+    CHECK(allocator->GetBuffer(sample.put(), nullptr, nullptr, 0) == VFW_E_NOT_COMMITTED);
+    CHECK(chain.filter->Pause() == S_OK);
+    CHECK(allocator->GetBuffer(sample.put(), nullptr, nullptr, 0) == S_OK);
+    sample.reset();
+}
+
 TEST_CASE("samples pass in their own buffer, or are copied when the allocator cannot be shared") {
     const NoLeaks noLeaks;
     Chain chain;
