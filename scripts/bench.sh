@@ -2,7 +2,7 @@
 # Sets up, builds, measures, and prints every table of docs/performance.md, then what is aimed at beside what was reached.
 #
 #   scripts/bench.sh             everything; about ten minutes on an idle machine
-#   scripts/bench.sh TABLE...    only some of: pixel kernels files latency arm bilevel
+#   scripts/bench.sh TABLE...    only some of: pixel png kernels files latency arm bilevel
 #   scripts/bench.sh --build-only [TABLE...]    sets up and builds what they need, and measures nothing
 #
 # Each table stays in build/bench/TABLE.txt. Times are ratios within one run, best of many rounds; others on the machine disturb them
@@ -11,7 +11,7 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-tables=(pixel kernels files latency arm bilevel)
+tables=(pixel png kernels files latency arm bilevel)
 buildOnly=
 if [ "${1:-}" = --build-only ]; then
     buildOnly=yes
@@ -32,6 +32,7 @@ say() { printf '== %s\n' "$*" >&2; }
 
 native=() host=() ce=()
 if wanted pixel; then native+=(pixel_bench); fi
+if wanted png; then native+=(png_bench); fi
 if wanted bilevel; then native+=(bilevel_bench); fi
 if wanted kernels; then native+=(kernel_bench) host+=(kernel_bench); fi
 if wanted files; then host+=(picture_bench); fi
@@ -82,6 +83,7 @@ measureKernels() {
 measure() { # TABLE
     case $1 in
     pixel) build/native/bin/pixel_bench ;;
+    png) build/native/bin/png_bench ;;
     kernels) measureKernels ;;
     files) scripts/host.sh build/host/bin/picture_bench.exe | tr -d '\r' ;;
     latency) scripts/host.sh build/host/bin/latency_bench.exe "$previewSeconds" | tr -d '\r' ;;
@@ -94,7 +96,7 @@ measure() { # TABLE
     esac
 }
 
-declare -A titles=([pixel]="Pixels and encoders, against other libraries" [kernels]="Windows build (under Wine) against the native build"
+declare -A titles=([pixel]="Pixels and encoders, against other libraries" [png]="PNG files, scene by scene" [kernels]="Windows build (under Wine) against the native build"
     [files]="Picture files and stamped text (Wine)" [latency]="The camera as an application sees it (Wine, device kit)"
     [arm]="Instructions on ARM v4T" [bilevel]="Black and white TIFF, against other libraries")
 printf '%s, %d cores, %s, %s\n' "$(sed -n 's/^model name\t*: //p' /proc/cpuinfo | head -n 1)" "$(nproc)" "$(date +%F)" "$(gcc --version | head -n 1)"

@@ -1,9 +1,10 @@
 // Instructions for each pixel on ARM code: exact, and the same in every run. Cycles depend on the device's
 // memory; see docs/targets.md.
 //
-//   ce_instructions [FOLDER]    of kernels.dll; default: the ce build's
+//   ce_instructions [--chart] [FOLDER]    of kernels.dll; default: the ce build's
 //
-// The picture is a frame of the real film when scripts/setup.sh has put it into build/media, else a chart.
+// The picture is a frame of the real film when scripts/setup.sh has put it into build/media, else, or with
+// --chart, a chart, which is the same on every machine.
 // Ends with 1 when a second run counts otherwise.
 #include <cstdio>
 #include <cstring>
@@ -166,7 +167,9 @@ class Bench {
 }  // namespace
 
 int main(int count, char** arguments) {
-    const std::string folder = count > 1 ? arguments[1] : OCELLUS_CE_BIN;
+    const bool wantsChart = count > 1 && std::strcmp(arguments[1], "--chart") == 0;
+    const int next = wantsChart ? 2 : 1;
+    const std::string folder = count > next ? arguments[next] : OCELLUS_CE_BIN;
     if (!std::ifstream(folder + "/kernels.dll")) {
         std::printf(
             "%s/kernels.dll: the ce build is missing; make it with: cmake --preset ce && cmake --build "
@@ -174,9 +177,11 @@ int main(int count, char** arguments) {
             folder.c_str());
         return 77;
     }
-    std::vector<u8> frame = ReadFilm(OCELLUS_MEDIA "/film.y4m");
-    std::printf("Picture: %s\n", frame.empty() ? "a chart (run scripts/setup.sh for a real one)"
-                                               : "a frame of build/media/film.y4m");
+    std::vector<u8> frame;
+    if (!wantsChart) frame = ReadFilm(OCELLUS_MEDIA "/film.y4m");
+    std::printf("Picture: %s\n", wantsChart      ? "a chart"
+                                 : frame.empty() ? "a chart (run scripts/setup.sh for a real one)"
+                                                 : "a frame of build/media/film.y4m");
     if (frame.empty()) frame = MakeChart();
     try {
         Bench bench(folder, std::move(frame));
