@@ -14,32 +14,9 @@
 #include "filter_base/filter.h"
 #include "kit.h"
 #include "properties.h"
+#include "property_facet.h"
 
 namespace kit {
-
-class CaptureFilter;
-
-// IAMVideoProcAmp or IAMCameraControl: the two have the same operations, so one object cannot implement both.
-// Part of the filter.
-template <typename Interface, PropertySet kSet>
-class PropertyFacet final : public Interface {
-  public:
-    explicit PropertyFacet(CaptureFilter& owner) : filter(owner) {}
-    virtual ~PropertyFacet() = default;
-
-    // IUnknown
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
-    // IAMVideoProcAmp, IAMCameraControl
-    HRESULT STDMETHODCALLTYPE GetRange(LONG number, LONG* minimum, LONG* maximum, LONG* step, LONG* initial,
-                                       LONG* flags) override;
-    HRESULT STDMETHODCALLTYPE Set(LONG number, LONG value, LONG flags) override;
-    HRESULT STDMETHODCALLTYPE Get(LONG number, LONG* value, LONG* flags) override;
-
-  private:
-    CaptureFilter& filter;
-};
 
 using CaptureFilterBase =
     cam::filter_base::Implements<cam::filter_base::Filter, IPersistPropertyBag, IAMVideoControl>;
@@ -105,8 +82,8 @@ class CaptureFilter final : public CaptureFilterBase {
     const std::shared_ptr<const Scenario> scenario;
     mutable std::mutex propertyLock;
     PropertyTable properties;
-    PropertyFacet<IAMVideoProcAmp, PropertySet::VideoProcAmp> videoProcAmp{*this};
-    PropertyFacet<IAMCameraControl, PropertySet::CameraControl> cameraControl{*this};
+    PropertyFacet<IAMVideoProcAmp, PropertySet::VideoProcAmp, CaptureFilter> videoProcAmp{*this};
+    PropertyFacet<IAMCameraControl, PropertySet::CameraControl, CaptureFilter> cameraControl{*this};
     std::wstring deviceName;
     std::atomic<long> cameraId = kNotLoaded;
     std::atomic<unsigned> frameNumber = 0;

@@ -14,8 +14,16 @@ using cam::filter_base::MediaType;
 
 static_assert(sizeof(VIDEO_STREAM_CONFIG_CAPS) == 128, "the size that cameras are checked for");
 
+namespace {
+const GUID& CategoryOf(CapturePin::Role role) {
+    return role == CapturePin::Role::Preview ? PIN_CATEGORY_PREVIEW
+           : role == CapturePin::Role::Still ? PIN_CATEGORY_STILL
+                                             : PIN_CATEGORY_CAPTURE;
+}
+}  // namespace
+
 CapturePin::CapturePin(CaptureFilter& owner, Role part, const wchar_t* name, const Format& first)
-    : CapturePinBase(owner, name),
+    : CapturePinBase(owner, name, CategoryOf(part)),
       camera(owner),
       role(part),
       format(first),
@@ -70,32 +78,11 @@ HRESULT CapturePin::EnumMediaTypes(IEnumMediaTypes** out) {
 
 // ---- IKsPropertySet ---------------------------------------------------------------------------------------
 
-HRESULT CapturePin::Set(REFGUID, ULONG, void*, ULONG, void*, ULONG) {
-    return E_NOTIMPL;
-}
-
-HRESULT CapturePin::Get(REFGUID set, ULONG id, void*, ULONG, void* data, ULONG size, ULONG* returned) {
+HRESULT CapturePin::Get(REFGUID set, ULONG id, void* instance, ULONG instanceSize, void* data, ULONG size,
+                        ULONG* returned) {
     const HRESULT wanted = Judge(L"IKsPropertySet::Get", Name(), true);
-    if (FAILED(wanted)) return wanted;
-    if (set != AMPROPSETID_Pin) return E_PROP_SET_UNSUPPORTED;
-    if (id != AMPROPERTY_PIN_CATEGORY) return E_PROP_ID_UNSUPPORTED;
-    if (!data && !returned) return E_POINTER;
-    if (returned) *returned = sizeof(GUID);
-    if (!data) return S_OK;
-    if (size < sizeof(GUID)) return E_UNEXPECTED;
-    const GUID& category = role == Role::Preview ? PIN_CATEGORY_PREVIEW
-                           : role == Role::Still ? PIN_CATEGORY_STILL
-                                                 : PIN_CATEGORY_CAPTURE;
-    std::memcpy(data, &category, sizeof category);
-    return S_OK;
-}
-
-HRESULT CapturePin::QuerySupported(REFGUID set, ULONG id, ULONG* support) {
-    constexpr ULONG kSupportsGet = 1;
-    if (set != AMPROPSETID_Pin) return E_PROP_SET_UNSUPPORTED;
-    if (id != AMPROPERTY_PIN_CATEGORY) return E_PROP_ID_UNSUPPORTED;
-    if (support) *support = kSupportsGet;
-    return S_OK;
+    return FAILED(wanted) ? wanted
+                          : CapturePinBase::Get(set, id, instance, instanceSize, data, size, returned);
 }
 
 // ---- IAMStreamConfig --------------------------------------------------------------------------------------

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "base/unique_resource.h"
-#include "filter_base/output_pin.h"
+#include "filter_base/category_pin.h"
 #include "media_format.h"
 #include "look.h"
 #include "scenario.h"
@@ -16,29 +16,10 @@ namespace kit {
 
 class CaptureFilter;
 
-// Property sets of a kernel streaming pin. The SDK's header of this name is DirectSound's, whose operations
-// stand in another order.
-struct KsPropertySet : IUnknown {
-    virtual HRESULT STDMETHODCALLTYPE Set(REFGUID set, ULONG id, void* instance, ULONG instanceSize,
-                                          void* data, ULONG size) = 0;
-    virtual HRESULT STDMETHODCALLTYPE Get(REFGUID set, ULONG id, void* instance, ULONG instanceSize,
-                                          void* data, ULONG size, ULONG* returned) = 0;
-    virtual HRESULT STDMETHODCALLTYPE QuerySupported(REFGUID set, ULONG id, ULONG* support) = 0;
-};
-
-}  // namespace kit
-
-// {31EFAC30-515C-11D0-A9AA-00AA0061BE93}
-__CRT_UUID_DECL(kit::KsPropertySet, 0x31EFAC30, 0x515C, 0x11D0, 0xA9, 0xAA, 0x00, 0xAA, 0x00, 0x61, 0xBE,
-                0x93)
-
-namespace kit {
-
 // Preview and capture: frames at the scenario's rate while the graph runs. Still: one sample for every
 // trigger. The streaming thread lives from pause to stop. It never calls the graph and never takes the
 // filter's lock.
-using CapturePinBase =
-    cam::filter_base::Implements<cam::filter_base::OutputPin, KsPropertySet, IAMStreamConfig>;
+using CapturePinBase = cam::filter_base::Implements<cam::filter_base::CategoryPin, IAMStreamConfig>;
 
 class CapturePin final : public CapturePinBase {
   public:
@@ -69,11 +50,8 @@ class CapturePin final : public CapturePinBase {
     HRESULT STDMETHODCALLTYPE Disconnect() override;
     HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** out) override;
     // IKsPropertySet
-    HRESULT STDMETHODCALLTYPE Set(REFGUID set, ULONG id, void* instance, ULONG instanceSize, void* data,
-                                  ULONG size) override;
     HRESULT STDMETHODCALLTYPE Get(REFGUID set, ULONG id, void* instance, ULONG instanceSize, void* data,
                                   ULONG size, ULONG* returned) override;
-    HRESULT STDMETHODCALLTYPE QuerySupported(REFGUID set, ULONG id, ULONG* support) override;
     // IAMStreamConfig, of the still pin
     HRESULT STDMETHODCALLTYPE SetFormat(AM_MEDIA_TYPE* type) override;
     HRESULT STDMETHODCALLTYPE GetFormat(AM_MEDIA_TYPE** out) override;

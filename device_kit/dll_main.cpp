@@ -9,6 +9,7 @@
 #include "devicekit.h"
 #include "kit.h"
 #include "registration.h"
+#include "webcam/webcam_filter.h"
 
 namespace kit {
 namespace {
@@ -28,6 +29,21 @@ cam::filter_base::ComObject* CreateCaptureFilter(IUnknown*, HRESULT* result) {
     return filter;
 }
 
+cam::filter_base::ComObject* CreateWebcam(IUnknown*, HRESULT* result) {
+    *result = PrepareScenario();
+    if (FAILED(*result)) return nullptr;
+    WebcamFilter* filter = nullptr;
+    try {
+        *result = Call(L"CoCreateInstance", L"Webcam", [&] {
+            filter = new WebcamFilter(CurrentScenario());
+            return S_OK;
+        });
+    } catch (const std::bad_alloc&) {
+        *result = E_OUTOFMEMORY;
+    }
+    return filter;
+}
+
 cam::filter_base::ComObject* CreateColorConverter(IUnknown*, HRESULT* result) {
     ColorConverter* const filter = new (std::nothrow) ColorConverter;
     if (!filter) *result = E_OUTOFMEMORY;
@@ -37,6 +53,7 @@ cam::filter_base::ComObject* CreateColorConverter(IUnknown*, HRESULT* result) {
 const cam::com::ComClass kClasses[] = {
     {kClsidCaptureFilter, L"Device Kit Camera", cam::com::kBothThreadingModels, false, CreateCaptureFilter},
     {kClsidColorConverter, kConverterName, cam::com::kBothThreadingModels, false, CreateColorConverter},
+    {kClsidWebcam, L"Device Kit Webcam", cam::com::kBothThreadingModels, false, CreateWebcam},
 };
 
 }  // namespace
@@ -61,6 +78,12 @@ HRESULT WINAPI DllCanUnloadNow() {
 HRESULT WINAPI DllRegisterServer() {
     const HRESULT hr = cam::com::RegisterServer(kit::kClasses);
     return SUCCEEDED(hr) ? kit::RegisterBesides() : hr;
+}
+
+// regsvr32 /i:webcam (and /u /i:webcam): the kit among the desktop's webcams.
+HRESULT WINAPI DllInstall(BOOL install, const wchar_t* what) {
+    if (!what || _wcsicmp(what, L"webcam") != 0) return E_INVALIDARG;
+    return kit::RecordWebcams(install ? kit::UsualWebcams() : std::vector<kit::WebcamEntry>());
 }
 
 // Takes away what it can; a failure of one step does not keep the others.

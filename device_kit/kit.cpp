@@ -8,6 +8,7 @@
 #include "read_scenario.h"
 #include "text.h"
 #include "watch/class_watch.h"
+#include "webcam/webcam_filter.h"
 
 namespace kit {
 namespace {
@@ -49,6 +50,7 @@ void PlayScenario(Scenario scenario) {
         state.stills = 0;
     }
     RecordDevices(shared->devices);
+    if (shared->webcams) RecordWebcams(*shared->webcams);
 }
 
 void KeepScenario() {

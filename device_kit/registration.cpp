@@ -6,6 +6,7 @@
 #include "base/com_ptr.h"
 #include "color_converter.h"
 #include "kit.h"
+#include "webcam/webcam_filter.h"
 
 namespace kit {
 namespace {
@@ -59,6 +60,7 @@ HRESULT RegisterBesides() {
 
 void UnregisterBesides() {
     RecordDevices({});
+    RecordWebcams({});
     WithMapper([](IFilterMapper2* mapper) {
         return mapper->UnregisterFilter(&CLSID_LegacyAmFilterCategory, nullptr, kClsidColorConverter);
     });

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "properties.h"
 #include "rules/read_call_rules.h"
 #include "scene/scene.h"
+#include "webcam/webcam_habits.h"
 
 namespace kit {
 
@@ -28,6 +30,10 @@ struct Scenario {
     std::vector<Format> stillFormats;
     std::size_t stillFormat;  // the one selected at first
     PropertyTable properties;
+    // The kit's webcams, recorded when the scenario is loaded; without a value those recorded before stay.
+    std::optional<std::vector<WebcamEntry>> webcams;
+    std::vector<WebcamFormat> webcamFormats = UsualWebcamFormats();
+    WebcamHabits webcamHabits;
     bool watchGraph = false;
     std::vector<CallRule> calls;     // named "Interface::Method", perhaps with an argument after a space
     long loseDeviceAfterFrames = 0;  // 0: never

@@ -3,7 +3,8 @@
 #
 #   scripts/host.sh PROGRAM [ARGUMENTS...]
 #
-# Headless unless OCELLUS_HEADLESS=0 is set (then the X display in DISPLAY is used). The program's exit code is passed on; 126 when it did
+# Headless unless OCELLUS_HEADLESS=0 is set (then the X display in DISPLAY is used). Without the machine's own webcams unless OCELLUS_WEBCAMS=1
+# is set: what runs here should not depend on what is plugged in. The program's exit code is passed on; 126 when it did
 # not start. OCELLUS_WINE_PREFIX names another prefix than build/wine.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
@@ -25,6 +26,7 @@ export WINEPREFIX=${OCELLUS_WINE_PREFIX:-$root/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES="mscoree,mshtml="
 export OCELLUS_HEADLESS=${OCELLUS_HEADLESS:-1}
+export OCELLUS_WEBCAMS=${OCELLUS_WEBCAMS:-0}
 
 # The registry settings differ between a headless and a visible run, and are read when the server starts: two prefixes.
 if [ "$OCELLUS_HEADLESS" = 0 ]; then WINEPREFIX=$WINEPREFIX-visible; else unset DISPLAY; fi

@@ -54,7 +54,8 @@ HRESULT CaptureGraph::BuildSteps(UniqueHandle& eventHandle) {
     CAM_RETURN_IF_FAILED(graph.builder->SetFiltergraph(graph.filterGraph.get()));
     CAM_RETURN_IF_FAILED(graph.filterGraph.QueryTo(graph.mediaControl));
 
-    CAM_RETURN_IF_FAILED(Create(kClsidVideoCapture, CLSCTX_ALL, graph.captureFilter));
+    CAM_RETURN_IF_FAILED(
+        platform::CreateCaptureFilter(kClsidVideoCapture, FindCameraDevice, graph.captureFilter.put()));
     CAM_RETURN_IF_FAILED(LoadCaptureDriver());
     CAM_RETURN_IF_FAILED(
         graph.filterGraph->AddFilter(graph.captureFilter.get(), L"Video Capture Filter Source"));

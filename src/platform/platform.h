@@ -5,6 +5,11 @@
 
 #include <windows.h>
 
+#include <string>
+#include <vector>
+
+struct IBaseFilter;
+
 namespace cam::platform {
 
 // ---- Device manager: search for active drivers ----------------------------------------------------------
@@ -23,13 +28,54 @@ struct DEVMGR_DEVICE_INFORMATION {
 static_assert(sizeof(void*) != 4 || sizeof(DEVMGR_DEVICE_INFORMATION) == 1584, "the device manager's record");
 
 // On the desktop: the devices recorded as active under HKEY_LOCAL_MACHINE\Drivers\Active, in the order of
-// their keys, whose driver key lists the wanted class in its value "IClass". Null handle and
-// ERROR_NO_MORE_FILES when there is none. The search handle is closed with CloseDeviceSearch (FindClose on
-// a device).
+// their keys, whose driver key lists the wanted class in its value "IClass"; then, among cameras, the
+// desktop's webcams: szLegacyName "WEB1:" and so on, szDeviceKey what identifies the webcam for ever,
+// szDeviceName its name for people. Null handle and ERROR_NO_MORE_FILES when there is none. The search handle
+// is closed with CloseDeviceSearch (FindClose on a device).
 HANDLE FindFirstDevice(DeviceSearchType searchType, const void* searchParameter,
                        DEVMGR_DEVICE_INFORMATION* information);
 BOOL FindNextDevice(HANDLE search, DEVMGR_DEVICE_INFORMATION* information);
 BOOL CloseDeviceSearch(HANDLE search);
+
+// ---- Cameras --------------------------------------------------------------------------------------------
+
+// Writes the legacy name of the device that is to be opened, as FindCameraDevice does.
+using DeviceFinder = HRESULT (*)(wchar_t* name);
+
+// The capture filter for that device: on a device an object of the class `registered`, and `find` is not
+// asked; on the desktop the built-in driver for a webcam, else an object of that class.
+HRESULT CreateCaptureFilter(REFCLSID registered, DeviceFinder find, IBaseFilter** out);
+
+// Whether a device of that legacy name, found in this process, is served by the built-in driver.
+bool IsWebcam(const wchar_t* legacyName);
+
+// The camera that the environment asks for (OCELLUS_CAMERA); empty: none, and always so on a device.
+std::wstring ChosenByEnvironment();
+
+struct StreamFormat {
+    DWORD fourcc;  // RGB3, RGB4: B, G, R in 3 or 4 bytes
+    DWORD width, height;
+    LONGLONG frameTime;  // in 100 ns; 0: the device does not say
+};
+
+// What a webcam can send; opens it. E_NOTIMPL for other devices, and on a device always.
+HRESULT ListDeviceFormats(const wchar_t* legacyName, std::vector<StreamFormat>& formats);
+
+struct StreamState {
+    StreamFormat format;  // as agreed upon
+    HRESULT startResult;  // why the webcam could not be started; S_OK: it could
+    DWORD frames;         // since the webcam was started
+    DWORD brokenFrames;   // of them, those that were of no use
+    DWORD milliseconds;   // from the first to the last
+    bool lost;            // it has stopped sending
+};
+
+// Of the webcam that was started last. False: there has been none; so on a device.
+bool GetStreamState(StreamState* state);
+
+// Posts `message` to `window` when webcams come (wParam 1), go (2), stop sending while they are used (3) or
+// come back (4); a null window ends it. FALSE: it cannot be done; so on a device.
+BOOL WatchDevices(HWND window, UINT message);
 
 // ---- Point-to-point message queues and power notifications ----------------------------------------------
 

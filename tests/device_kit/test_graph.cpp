@@ -94,7 +94,7 @@ HRESULT Graph::Build(const wchar_t* device, bool videoRenderer) {
     if (SUCCEEDED(hr)) hr = create(CLSID_FilterGraph, IID_IGraphBuilder, graph.putVoid());
     if (SUCCEEDED(hr)) hr = builder->SetFiltergraph(graph.get());
     if (SUCCEEDED(hr)) hr = graph.QueryTo(control);
-    if (SUCCEEDED(hr)) hr = Create(kClsidCaptureFilter, camera);
+    if (SUCCEEDED(hr) && !camera) hr = Create(kClsidCaptureFilter, camera);
     if (SUCCEEDED(hr)) hr = LoadDevice(camera.get(), device);
     if (SUCCEEDED(hr)) hr = graph->AddFilter(camera.get(), L"Video Capture Filter Source");
     if (SUCCEEDED(hr)) hr = Create(videoRenderer ? CLSID_VideoRenderer : kClsidNullRenderer, renderer);

@@ -72,7 +72,7 @@ HRESULT LoadDevice(IBaseFilter* camera, const wchar_t* name);
 class Graph {
   public:
     ~Graph();
-    // The first failing step's result.
+    // The first failing step's result. `camera` is the kit's, unless there is one already.
     HRESULT Build(const wchar_t* device = L"CAM1:", bool videoRenderer = false);
     HRESULT Run();
     HRESULT Stop();

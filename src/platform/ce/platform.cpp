@@ -3,6 +3,8 @@
 
 #include <objbase.h>
 
+#include <strmif.h>
+
 extern "C" {
 HANDLE FindFirstDevice(int searchType, const void* searchParameter, void* information);
 BOOL FindNextDevice(HANDLE search, void* information);
@@ -29,6 +31,31 @@ BOOL FindNextDevice(HANDLE search, DEVMGR_DEVICE_INFORMATION* information) {
 
 BOOL CloseDeviceSearch(HANDLE search) {
     return FindClose(search);
+}
+
+HRESULT CreateCaptureFilter(REFCLSID registered, DeviceFinder, IBaseFilter** out) {
+    return CoCreateInstance(registered, nullptr, CLSCTX_ALL, __uuidof(IBaseFilter),
+                            reinterpret_cast<void**>(out));
+}
+
+bool IsWebcam(const wchar_t*) {
+    return false;
+}
+
+std::wstring ChosenByEnvironment() {
+    return {};
+}
+
+HRESULT ListDeviceFormats(const wchar_t*, std::vector<StreamFormat>&) {
+    return E_NOTIMPL;
+}
+
+bool GetStreamState(StreamState*) {
+    return false;
+}
+
+BOOL WatchDevices(HWND, UINT) {
+    return FALSE;
 }
 
 HANDLE CreateMsgQueue(const wchar_t* name, MSGQUEUEOPTIONS* options) {

@@ -3,6 +3,7 @@
 #include <new>
 #include <string>
 
+#include "platform/desktop/hidden_window.h"
 #include "platform/platform.h"
 
 namespace cam::platform {
@@ -12,15 +13,7 @@ constexpr DWORD kMaxPath = 32768;  // characters
 
 constexpr wchar_t kImagerLibrary[] = L"Imvoxa.dll";
 
-// The module that holds this code.
-HMODULE OwnModule() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<const wchar_t*>(&OwnModule), &module);
-    return module;
-}
-
-// Its path; empty when the system does not say.
+// The path of the module that holds this code; empty when the system does not say.
 std::wstring OwnPath() {
     const HMODULE module = OwnModule();
     std::wstring path(kMaxPath, L'\0');

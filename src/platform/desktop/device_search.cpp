@@ -4,6 +4,8 @@
 //         "Name" = "CAM1:"   "Key" = key of the driver   "Hnd" = device handle (DWORD)
 //     HKEY_LOCAL_MACHINE\<key of the driver>
 //         "IClass" = one class or a list of them, each "{...}", perhaps "{...}=name"
+//
+// After them come the desktop's webcams, when cameras are looked for.
 #include "platform/platform.h"
 
 #include <objbase.h>
@@ -11,9 +13,11 @@
 #include <cwchar>
 #include <memory>
 #include <new>
+#include <string>
 #include <vector>
 
 #include "base/unique_resource.h"
+#include "platform/desktop/camera_driver/webcams.h"
 
 namespace cam::platform {
 namespace {
@@ -21,11 +25,23 @@ namespace {
 constexpr wchar_t kActiveKey[] = L"Drivers\\Active";
 constexpr size_t kGuidLength = 38;  // characters of "{...}"
 
+// The class of camera drivers: {CB998A05-122C-4166-846A-933E4D7E3C86}
+constexpr GUID kCameraClass = {0xCB998A05, 0x122C, 0x4166, {0x84, 0x6A, 0x93, 0x3E, 0x4D, 0x7E, 0x3C, 0x86}};
+
 struct DeviceSearch {
-    UniqueRegistryKey active;
+    UniqueRegistryKey active;  // null: nothing is recorded
     DWORD nextIndex = 0;
     GUID wantedClass = {};
+    // Asked for when the recorded devices have been gone through.
+    bool hasWebcams = false;
+    std::vector<driver::Webcam> webcams;
+    size_t nextWebcam = 0;
 };
+
+template <size_t kSize>
+void Copy(const std::wstring& text, wchar_t (&out)[kSize]) {
+    wcsncpy(out, text.c_str(), kSize - 1);
+}
 
 bool ReadString(HKEY key, const wchar_t* subKey, const wchar_t* value, wchar_t* buffer, size_t characters) {
     auto bytes = static_cast<DWORD>(characters * sizeof(wchar_t));
@@ -82,6 +98,35 @@ bool DescribeDevice(const DeviceSearch& search, const wchar_t* name, DEVMGR_DEVI
     return true;
 }
 
+bool FindNextRecorded(DeviceSearch& search, DEVMGR_DEVICE_INFORMATION* information) {
+    if (!search.active) return false;
+    for (;;) {
+        wchar_t name[MAX_PATH];
+        DWORD length = MAX_PATH;
+        if (RegEnumKeyExW(search.active.get(), search.nextIndex++, name, &length, nullptr, nullptr, nullptr,
+                          nullptr) != ERROR_SUCCESS) {
+            return false;
+        }
+        if (DescribeDevice(search, name, information)) return true;
+    }
+}
+
+bool FindNextWebcam(DeviceSearch& search, DEVMGR_DEVICE_INFORMATION* information) {
+    if (!IsEqualGUID(search.wantedClass, kCameraClass)) return false;
+    if (!search.hasWebcams) search.webcams = driver::ListWebcams();
+    search.hasWebcams = true;
+    if (search.nextWebcam == search.webcams.size()) return false;
+    const driver::Webcam& webcam = search.webcams[search.nextWebcam++];
+    DEVMGR_DEVICE_INFORMATION found = {};
+    found.dwSize = information->dwSize;
+    Copy(webcam.legacyName, found.szLegacyName);
+    Copy(webcam.identity, found.szDeviceKey);
+    Copy(webcam.name, found.szDeviceName);
+    found.hDevice = reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(search.nextWebcam));
+    *information = found;
+    return true;
+}
+
 }  // namespace
 
 HANDLE FindFirstDevice(DeviceSearchType searchType, const void* searchParameter,
@@ -97,29 +142,16 @@ HANDLE FindFirstDevice(DeviceSearchType searchType, const void* searchParameter,
         return nullptr;
     }
     search->wantedClass = *static_cast<const GUID*>(searchParameter);
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kActiveKey, 0, KEY_READ, search->active.put()) != ERROR_SUCCESS) {
-        SetLastError(ERROR_NO_MORE_FILES);
-        return nullptr;
-    }
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kActiveKey, 0, KEY_READ, search->active.put());
     if (!FindNextDevice(search.get(), information)) return nullptr;
     return search.release();
 }
 
 BOOL FindNextDevice(HANDLE searchHandle, DEVMGR_DEVICE_INFORMATION* information) try {
     auto& search = *static_cast<DeviceSearch*>(searchHandle);
-    for (;;) {
-        wchar_t name[MAX_PATH];
-        DWORD length = MAX_PATH;
-        if (RegEnumKeyExW(search.active.get(), search.nextIndex++, name, &length, nullptr, nullptr, nullptr,
-                          nullptr) != ERROR_SUCCESS) {
-            SetLastError(ERROR_NO_MORE_FILES);
-            return FALSE;
-        }
-        if (DescribeDevice(search, name, information)) {
-            SetLastError(ERROR_SUCCESS);
-            return TRUE;
-        }
-    }
+    const bool found = FindNextRecorded(search, information) || FindNextWebcam(search, information);
+    SetLastError(found ? ERROR_SUCCESS : ERROR_NO_MORE_FILES);
+    return found;
 } catch (const std::bad_alloc&) {
     SetLastError(ERROR_OUTOFMEMORY);
     return FALSE;

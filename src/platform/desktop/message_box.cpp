@@ -2,18 +2,11 @@
 #include <string>
 
 #include "base/unique_resource.h"
+#include "platform/desktop/environment.h"
 #include "platform/platform.h"
 
 namespace cam::platform {
 namespace {
-
-// Empty when it is not set.
-std::wstring Environment(const wchar_t* name) {
-    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-    if (!value.empty())
-        value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
-    return value;
-}
 
 // Without memory that may be missing: a box must not appear where nobody can press its button.
 bool IsHeadless() {

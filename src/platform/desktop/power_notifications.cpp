@@ -1,6 +1,5 @@
-// Resume notifications. While anybody wants them a thread of this file's own has a hidden top-level window,
-// which receives the system's broadcast (a message-only window would not) and writes a message into every
-// queue.
+// Resume notifications. While anybody wants them a hidden window receives the system's broadcast and writes a
+// message into every queue.
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -10,8 +9,7 @@
 #include <vector>
 
 #include "base/lock.h"
-#include "base/message_wait.h"
-#include "base/unique_resource.h"
+#include "platform/desktop/hidden_window.h"
 #include "platform/desktop/message_queue.h"
 
 namespace cam::platform {
@@ -31,14 +29,6 @@ struct Registration {
     HANDLE queue;
 };
 
-struct WindowThread {
-    UniqueHandle handle;
-    DWORD id = 0;
-};
-
-// Held while the window's thread is brought up or taken down; that thread never takes it.
-Guarded<WindowThread> theThread;
-
 using Registrations = std::vector<std::unique_ptr<Registration>>;
 Guarded<Registrations> theRegistrations;
 
@@ -56,55 +46,12 @@ LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
     return TRUE;
 }
 
-HINSTANCE OwnModule() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<const wchar_t*>(&WindowProcedure), &module);
-    return module;
-}
+// Held while the window is opened or closed; its thread never takes it.
+Guarded<HiddenWindow> theWindow{HiddenWindow(kWindowClass, WindowProcedure)};
 
-// Creates the window, reports, and serves it until WM_QUIT. The class goes with the window: the library may
-// be unloaded and loaded elsewhere.
-DWORD WINAPI ServeWindow(void* argument) {
-    const HANDLE ready = argument;
-    WNDCLASSW windowClass = {};
-    windowClass.lpfnWndProc = WindowProcedure;
-    windowClass.hInstance = OwnModule();
-    windowClass.lpszClassName = kWindowClass;
-    RegisterClassW(&windowClass);
-    const HWND window = CreateWindowExW(WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE, kWindowClass, L"", WS_POPUP, 0,
-                                        0, 0, 0, nullptr, nullptr, windowClass.hInstance, nullptr);
-    if (window) {
-        SetEvent(ready);
-        MSG message;
-        while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
-        DestroyWindow(window);
-    }
-    UnregisterClassW(kWindowClass, windowClass.hInstance);
-    return window ? 0 : 1;
-}
-
-// False: there is no window.
-bool Start(WindowThread& thread) {
-    const UniqueHandle ready(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!ready) return false;
-    UniqueHandle handle(CreateLibraryThread(ServeWindow, ready.get(), &thread.id));
-    if (!handle) return false;
-    const HANDLE either[] = {ready.get(), handle.get()};
-    if (WaitForMultipleObjects(2, either, FALSE, INFINITE) != WAIT_OBJECT_0) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return false;
-    }
-    thread.handle = std::move(handle);
-    return true;
-}
-
-// The window's thread ends with the last who wants to be told.
-void EndIfUnwanted(WindowThread& thread) {
-    if (!theRegistrations.Locked()->empty()) return;
-    PostThreadMessageW(thread.id, WM_QUIT, 0, 0);
-    WaitLettingSentMessagesIn(thread.handle.get());
-    thread.handle.reset();
+// The window goes with the last who wants to be told.
+void EndIfUnwanted(HiddenWindow& window) {
+    if (theRegistrations.Locked()->empty()) window.Close();
 }
 
 HANDLE Add(HANDLE queue) try {
@@ -122,18 +69,18 @@ HANDLE RequestPowerNotifications(HANDLE queue, DWORD flags) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    const auto thread = theThread.Locked();
-    if (!thread->handle && !Start(*thread)) return nullptr;
+    const auto window = theWindow.Locked();
+    if (!window->Open()) return nullptr;
     const HANDLE notification = Add(queue);
     if (!notification) {
-        EndIfUnwanted(*thread);
+        EndIfUnwanted(*window);
         SetLastError(ERROR_OUTOFMEMORY);
     }
     return notification;
 }
 
 DWORD StopPowerNotifications(HANDLE notification) {
-    const auto thread = theThread.Locked();
+    const auto window = theWindow.Locked();
     {
         const auto registrations = theRegistrations.Locked();
         const auto found = std::find_if(registrations->begin(), registrations->end(),
@@ -141,7 +88,7 @@ DWORD StopPowerNotifications(HANDLE notification) {
         if (found == registrations->end()) return ERROR_INVALID_HANDLE;
         registrations->erase(found);
     }
-    EndIfUnwanted(*thread);
+    EndIfUnwanted(*window);
     return ERROR_SUCCESS;
 }
 

@@ -1,6 +1,6 @@
 // The pixel kernels with vectors; see base/simd/vector.h for what an including file must heed.
 
-#include "base/simd/vector.h"
+#include "base/simd/yuy2.h"
 #include "still/pixels/pixel_kernels.h"
 #include "still/pixels/pixel_tables.h"
 
@@ -12,56 +12,20 @@ using namespace simd;
 constexpr std::size_t kVectorBytes = sizeof(Vector);
 constexpr std::size_t kVectorPixels = kVectorBytes / 2;  // of 16 bits
 
-// The colour terms halved (blue: quartered) fit 16 bits but for what saturates to the largest value anyway,
-// and dropping the lowest bits before the sum loses nothing: the part that carries them is the only odd one.
-// kShare moves a part of the sum from luma to chroma so that both stay in range for every byte.
-constexpr int kShare = 2908;  // even: blue takes half of it
-
-struct ChromaTerms {
-    Vector red, green, blue;
-};
-
-// One pixel's words from (298 C + 128) / 2 - kShare and the chroma terms that belong to it.
-Vector Rgb565OfTerms(Vector luma, const ChromaTerms& chroma) {
-    const Vector red = CAM_SIMD(max_epi16)(CAM_SIMD(adds_epi16)(luma, chroma.red), Zero());
-    const Vector green = CAM_SIMD(max_epi16)(CAM_SIMD(adds_epi16)(luma, chroma.green), Zero());
-    const Vector quarter = CAM_SIMD(adds_epi16)(CAM_SIMD(srai_epi16)(luma, 1), chroma.blue);
-    const Vector blue = CAM_SIMD(max_epi16)(CAM_SIMD(adds_epi16)(quarter, quarter), Zero());
-    const Vector high = And(CAM_SIMD(add_epi16)(red, red), Words(0xF800));
-    const Vector middle = And(CAM_SIMD(srli_epi16)(green, 4), Words(0x07E0));
-    return Or(Or(high, middle), CAM_SIMD(srli_epi16)(blue, 10));
-}
-
-Vector HalfLuma(Vector pairs) {
-    const Vector y = EvenBytes(pairs);
-    return CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(y, Words(149)), Words(-149 * 16 + 64 - kShare));
+Vector Rgb565Of(const ColorWords& color) {
+    const Vector high = And(CAM_SIMD(add_epi16)(color.red, color.red), Words(0xF800));
+    const Vector middle = And(CAM_SIMD(srli_epi16)(color.green, 4), Words(0x07E0));
+    return Or(Or(high, middle), CAM_SIMD(srli_epi16)(color.blue, 10));
 }
 
 void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
-    const Vector lowWords = CAM_SIMD(set1_epi32)(0xFFFF);
     std::size_t left = width;
     for (; left >= 2 * kVectorPixels; left -= 2 * kVectorPixels, row += 2 * kVectorBytes) {
         const Vector first = Load(row);
         const Vector second = Load(row + kVectorBytes);
-        const Vector u =
-            CAM_SIMD(packs_epi32)(And(OddBytes(first), lowWords), And(OddBytes(second), lowWords));
-        const Vector v =
-            CAM_SIMD(packs_epi32)(CAM_SIMD(srli_epi32)(first, 24), CAM_SIMD(srli_epi32)(second, 24));
-        // 409 E / 2, -50 D - 104 E and 129 D, with the offset of 128 multiplied out.
-        const Vector red = CAM_SIMD(add_epi16)(
-            CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(v, Words(204)), CAM_SIMD(srli_epi16)(v, 1)),
-            Words(-204 * 128 - 64 + kShare));
-        const Vector green = CAM_SIMD(sub_epi16)(
-            Words((50 + 104) * 128 + kShare),
-            CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(u, Words(50)), CAM_SIMD(mullo_epi16)(v, Words(104))));
-        const Vector blue =
-            CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(u, Words(129)), Words(-129 * 128 + kShare / 2));
-        const ChromaTerms low = {CAM_SIMD(unpacklo_epi16)(red, red), CAM_SIMD(unpacklo_epi16)(green, green),
-                                 CAM_SIMD(unpacklo_epi16)(blue, blue)};
-        const ChromaTerms high = {CAM_SIMD(unpackhi_epi16)(red, red), CAM_SIMD(unpackhi_epi16)(green, green),
-                                  CAM_SIMD(unpackhi_epi16)(blue, blue)};
-        Store(row, Rgb565OfTerms(HalfLuma(first), low));
-        Store(row + kVectorBytes, Rgb565OfTerms(HalfLuma(second), high));
+        const ChromaOfTwo chroma = ChromaOf(first, second);
+        Store(row, Rgb565Of(ColorsOfTerms(first, chroma.low)));
+        Store(row + kVectorBytes, Rgb565Of(ColorsOfTerms(second, chroma.high)));
     }
     kPlainPixelKernels.yuy2RowToRgb565(row, left);
 }

@@ -1,0 +1,89 @@
+#include "platform/desktop/camera_driver/device_notices.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "base/lock.h"
+#include "platform/desktop/camera_driver/webcams.h"
+#include "platform/desktop/hidden_window.h"
+#include "platform/platform.h"
+
+namespace cam::driver {
+namespace {
+
+constexpr wchar_t kWindowClass[] = L"OcellusDeviceNotifications";
+
+using Identities = std::vector<std::wstring>;
+
+struct Watch {
+    HWND window = nullptr;
+    UINT message = 0;
+    Identities present;
+    Identities seen;  // since the watch began
+};
+Guarded<Watch> theWatch;
+
+Identities ListIdentities() {
+    Identities identities;
+    for (const Webcam& webcam : ListWebcams()) identities.push_back(webcam.identity);
+    return identities;
+}
+
+bool Has(const Identities& list, const std::wstring& identity) {
+    return std::find(list.begin(), list.end(), identity) != list.end();
+}
+
+// The system says that something has changed, not what.
+void Compare() {
+    const Identities now = ListIdentities();
+    const auto watch = theWatch.Locked();
+    const auto post = [&](DeviceNotice notice) {
+        PostMessageW(watch->window, watch->message, static_cast<WPARAM>(notice), 0);
+    };
+    for (const std::wstring& identity : watch->present) {
+        if (!Has(now, identity)) post(DeviceNotice::Removed);
+    }
+    for (const std::wstring& identity : now) {
+        if (Has(watch->present, identity)) continue;
+        const bool isBack = Has(watch->seen, identity);
+        post(isBack ? DeviceNotice::Returned : DeviceNotice::Arrived);
+        if (!isBack) watch->seen.push_back(identity);
+    }
+    watch->present = now;
+}
+
+LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message != WM_DEVICECHANGE) return DefWindowProcW(window, message, wParam, lParam);
+    Compare();
+    return TRUE;
+}
+
+// Held while the window is opened or closed; its thread never takes it.
+Guarded<platform::HiddenWindow> theWindow{platform::HiddenWindow(kWindowClass, WindowProcedure)};
+
+}  // namespace
+
+void PostDeviceNotice(DeviceNotice notice) {
+    const auto watch = theWatch.Locked();
+    if (watch->window) PostMessageW(watch->window, watch->message, static_cast<WPARAM>(notice), 0);
+}
+
+}  // namespace cam::driver
+
+namespace cam::platform {
+
+BOOL WatchDevices(HWND window, UINT message) {
+    using namespace driver;
+    const auto hidden = theWindow.Locked();
+    if (!window) {
+        hidden->Close();
+        *theWatch.Locked() = {};
+        return TRUE;
+    }
+    const Identities now = ListIdentities();
+    *theWatch.Locked() = {window, message, now, now};
+    return hidden->Open();
+}
+
+}  // namespace cam::platform

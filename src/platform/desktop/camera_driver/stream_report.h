@@ -1,0 +1,25 @@
+// What the driver lets the application know besides pictures: how the stream does, and what became of the
+// webcam.
+#pragma once
+
+#include <windows.h>
+
+#include "base/lock.h"
+#include "platform/desktop/camera_driver/source_picture.h"
+
+namespace cam::driver {
+
+// Of the webcam that ran last. One camera at a time is used in a process.
+struct StreamReport {
+    SourceShape shape;
+    LONGLONG frameTime = 0;  // as agreed upon, in 100 ns; 0: the webcam does not say
+    HRESULT startResult = S_OK;
+    DWORD frames = 0;        // that came since the start
+    DWORD brokenFrames = 0;  // of them, those of no use
+    DWORD firstTick = 0, lastTick = 0;
+    bool lost = false;
+};
+
+extern Guarded<StreamReport> theStreamReport;
+
+}  // namespace cam::driver

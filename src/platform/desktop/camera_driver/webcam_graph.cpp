@@ -1,0 +1,195 @@
+#include "platform/desktop/camera_driver/webcam_graph.h"
+
+#include <atomic>
+#include <memory>
+#include <new>
+
+#include "base/hresult.h"
+#include "base/unique_resource.h"
+#include "filter_base/category_pin.h"
+#include "platform/platform.h"
+
+// The system's headers declare this without the identifier that __uuidof needs.
+__CRT_UUID_DECL(IMediaEvent, 0x56A868B6, 0x0AD4, 0x11CE, 0xB0, 0x3A, 0x00, 0x20, 0xAF, 0x0B, 0xA7, 0x70)
+
+namespace cam::driver {
+namespace {
+
+// What stopping a webcam may take: some wait for the frame that is on its way.
+constexpr DWORD kStopMs = 2000;
+
+bool IsCapturePin(IPin& pin) {
+    PIN_DIRECTION direction;
+    ComPtr<filter_base::KsPropertySet> properties;
+    GUID category = GUID_NULL;
+    ULONG size = 0;
+    return SUCCEEDED(pin.QueryDirection(&direction)) && direction == PINDIR_OUTPUT &&
+           SUCCEEDED(pin.QueryInterface(__uuidof(filter_base::KsPropertySet), properties.putVoid())) &&
+           SUCCEEDED(properties->Get(AMPROPSETID_Pin, AMPROPERTY_PIN_CATEGORY, nullptr, 0, &category,
+                                     sizeof category, &size)) &&
+           category == PIN_CATEGORY_CAPTURE;
+}
+
+HRESULT FindCapturePin(IBaseFilter& filter, ComPtr<IPin>& out) {
+    ComPtr<IEnumPins> pins;
+    CAM_RETURN_IF_FAILED(filter.EnumPins(pins.put()));
+    ComPtr<IPin> pin;
+    while (pins->Next(1, pin.put(), nullptr) == S_OK) {
+        if (!IsCapturePin(*pin.get())) continue;
+        out = pin;
+        return S_OK;
+    }
+    return VFW_E_NOT_FOUND;
+}
+
+// A graph reports that a filter could not pause, and keeps to itself that one could not run.
+HRESULT RunAll(IMediaControl& control, IBaseFilter& source) {
+    CAM_RETURN_IF_FAILED(control.Pause());
+    CAM_RETURN_IF_FAILED(control.Run());
+    FILTER_STATE state = State_Stopped;
+    const HRESULT result = source.GetState(0, &state);
+    if (SUCCEEDED(result) && state == State_Running) return S_OK;
+    CAM_RETURN_IF_FAILED(source.Run(0));
+    return S_OK;
+}
+
+}  // namespace
+
+HRESULT WebcamGraph::Open(const std::wstring& identity) {
+    Close();
+    const auto webcam = FindWebcam(identity);
+    if (!webcam) return HresultFromError(ERROR_DEVICE_NOT_CONNECTED);
+    HRESULT result = Build(*webcam);
+    if (SUCCEEDED(result)) result = ListFormats();
+    if (FAILED(result)) Close();
+    return result;
+}
+
+HRESULT WebcamGraph::Build(const Webcam& webcam) {
+    CAM_RETURN_IF_FAILED(CoCreateInstance(CLSID_FilterGraph, nullptr, CLSCTX_INPROC_SERVER,
+                                          __uuidof(IGraphBuilder), parts.graph.putVoid()));
+    CAM_RETURN_IF_FAILED(parts.graph.QueryTo(parts.control));
+    CAM_RETURN_IF_FAILED(
+        webcam.moniker->BindToObject(nullptr, nullptr, __uuidof(IBaseFilter), parts.source.putVoid()));
+    *source.Locked() = parts.source;
+    CAM_RETURN_IF_FAILED(parts.graph->AddFilter(parts.source.get(), L"Webcam"));
+    frameSink = new (std::nothrow) FrameSink;
+    if (!frameSink) return E_OUTOFMEMORY;
+    parts.sink = ComPtr<IBaseFilter>(frameSink);
+    parts.sinkPin = ComPtr<IPin>(frameSink->PinAt(0));
+    CAM_RETURN_IF_FAILED(parts.graph->AddFilter(parts.sink.get(), L"Frame sink"));
+    CAM_RETURN_IF_FAILED(FindCapturePin(*parts.source.get(), parts.sourcePin));
+    parts.sourcePin.QueryTo(parts.config);
+
+    // Frames go on as they come.
+    ComPtr<IMediaFilter> timing;
+    CAM_RETURN_IF_FAILED(parts.graph.QueryTo(timing));
+    CAM_RETURN_IF_FAILED(timing->SetSyncSource(nullptr));
+    ComPtr<IMediaEvent> events;
+    OAEVENT handle = 0;
+    CAM_RETURN_IF_FAILED(parts.graph.QueryTo(events));
+    CAM_RETURN_IF_FAILED(events->GetEventHandle(&handle));
+    eventHandle = reinterpret_cast<HANDLE>(handle);
+    return S_OK;
+}
+
+HRESULT WebcamGraph::ListFormats() {
+    if (parts.config) CAM_RETURN_IF_FAILED(ReadFormats(*parts.config.get(), formats));
+    ComPtr<IEnumMediaTypes> types;
+    filter_base::UniqueMediaType type;
+    if (!parts.config && SUCCEEDED(parts.sourcePin->EnumMediaTypes(types.put()))) {
+        while (types->Next(1, type.put(), nullptr) == S_OK) {
+            const auto shape = ReadShape(*type.get());
+            if (!shape) continue;
+            SourceFormat format;
+            format.shape = *shape;
+            format.frameTime = ReadFrameTime(*type.get());
+            CAM_RETURN_IF_FAILED(format.type.CopyFrom(*type.get()));
+            formats.push_back(std::move(format));
+        }
+    }
+    return formats.empty() ? VFW_E_INVALIDMEDIATYPE : S_OK;
+}
+
+// The pin may list nothing but its current format: it is given the type as it was handed out.
+HRESULT WebcamGraph::Connect(const SourceFormat& format) {
+    filter_base::MediaType current;
+    if (parts.sinkPin->ConnectionMediaType(&current) == S_OK) {
+        if (filter_base::SameMediaType(current, format.type)) return S_OK;
+        CAM_RETURN_IF_FAILED(parts.graph->Disconnect(parts.sourcePin.get()));
+        CAM_RETURN_IF_FAILED(parts.graph->Disconnect(parts.sinkPin.get()));
+    }
+    filter_base::MediaType type;
+    CAM_RETURN_IF_FAILED(type.CopyFrom(format.type));
+    if (parts.config) CAM_RETURN_IF_FAILED(parts.config->SetFormat(&type));
+    return parts.graph->ConnectDirect(parts.sourcePin.get(), parts.sinkPin.get(), &type);
+}
+
+HRESULT WebcamGraph::Start(const SourceFormat& format, FrameReceiver& receiver) {
+    if (!IsOpen()) return HresultFromError(ERROR_DEVICE_NOT_CONNECTED);
+    CAM_RETURN_IF_FAILED(Connect(format));
+    TakeEvents();
+    frameSink->SendTo(&receiver);
+    const HRESULT result = RunAll(*parts.control.get(), *parts.source.get());
+    if (FAILED(result)) Stop();
+    return result;
+}
+
+bool WebcamGraph::TakeEvents() {
+    ComPtr<IMediaEvent> events;
+    if (!IsOpen() || FAILED(parts.graph.QueryTo(events))) return false;
+    bool ended = false;
+    long code = 0;
+    LONG_PTR first = 0, second = 0;
+    while (SUCCEEDED(events->GetEvent(&code, &first, &second, 0))) {
+        const bool isBack = code == EC_DEVICE_LOST && second != 0;
+        ended = ended || (code == EC_DEVICE_LOST && !isBack) || code == EC_ERRORABORT || code == EC_COMPLETE;
+        events->FreeEventParams(code, first, second);
+    }
+    return ended;
+}
+
+// ---- Stopping -------------------------------------------------------------------------------------------
+
+DWORD WINAPI WebcamGraph::StopThread(void* argument) {
+    const std::unique_ptr<Parts> parts(static_cast<Parts*>(argument));
+    const bool hasCom = SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED));
+    parts->control->Stop();
+    *parts = {};
+    if (hasCom) CoUninitialize();
+    return 0;
+}
+
+// False: the webcam hangs. The thread keeps what it needs and frees it should it ever come back.
+bool WebcamGraph::StopInTime(Parts last) {
+    std::unique_ptr<Parts> task(new (std::nothrow) Parts(std::move(last)));
+    if (!task) return false;
+    const UniqueHandle thread(platform::CreateLibraryThread(StopThread, task.get(), nullptr));
+    if (!thread) return false;
+    static_cast<void>(task.release());
+    return WaitForSingleObject(thread.get(), kStopMs) == WAIT_OBJECT_0;
+}
+
+void WebcamGraph::Forget() {
+    parts = {};
+    frameSink = nullptr;
+    eventHandle = nullptr;
+    *source.Locked() = nullptr;
+}
+
+void WebcamGraph::Stop() {
+    if (!IsOpen()) return;
+    frameSink->SendTo(nullptr);
+    if (!StopInTime(parts)) Forget();
+}
+
+// The webcam's filter is let go of where it may take its time.
+void WebcamGraph::Close() {
+    if (frameSink) frameSink->SendTo(nullptr);
+    formats.clear();
+    Parts last = parts;
+    Forget();
+    if (last.control) StopInTime(std::move(last));
+}
+
+}  // namespace cam::driver
