@@ -111,6 +111,27 @@ expect 0 'frames a second' preview --seconds 1
 expect 4 'give .* to ' set brightness=1000000
 expect 0 'exposure is 1' set exposure=1 --type imager
 
+# ---- Webcams: the kit as one, beside the kit's camera --------------------------------------------------------------------------
+
+export OCELLUS_WEBCAMS=1
+expect 2 'WHAT' kit camera on
+expect 0 'is a webcam' kit webcam on
+expect 0 '^1  webcam  Device kit webcam' list
+expect 0 '"encoding": "MJPG"' list --formats --json
+expect 3 '0x8007048F.*' info --camera 'no such camera'
+expect 3 'in use|another program' preview --camera webcam --scenario '{"calls": {"IBaseFilter::Run Webcam": {"times": 0, "result": "0x8007001F"}}}'
+expect 0 'the webcam sends YUY2 640x480, 30 a second' preview --seconds 1 --camera webcam
+expect 0 'stopped sending' preview --seconds 2 --camera webcam --scenario '{"loseDeviceAfterFrames": 9}'
+expect 0 'PNG' snap webcam.png webcam.jpg --camera '\\?\devicekit#webcam1' --size 1280x720 --scene scene.png
+convert scene.png -resize '1280x720!' large.png
+for picture in webcam.png webcam.jpg; do
+    error=$(compare -metric MAE large.png "$picture" null: 2>&1 | sed 's/.*(\(.*\))/\1/')
+    check "$picture of a JPEG webcam shows the photograph (mean error $error)" awk "BEGIN { exit !($error < 0.03) }"
+done
+expect 0 'no webcam any more' kit webcam off
+expect 0 '^0  driver  CAM1:' list
+export OCELLUS_WEBCAMS=0
+
 # ---- Configuration files -------------------------------------------------------------------------------------------------
 
 printf '[Camera]\r\nZoom=2\r\nBrightness=0x10\r\n' >camera.ini

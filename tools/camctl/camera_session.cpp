@@ -1,5 +1,9 @@
 #include "camera_session.h"
 
+#include <vfwmsgs.h>
+
+#include <ocellus/cam_devices.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -130,6 +134,25 @@ const char* RemedyFor(camResult result) {
                "does it";
     if (HRESULT_FACILITY(result) == FACILITY_WIN32 && HRESULT_CODE(result) == ERROR_MOD_NOT_FOUND)
         return "the imager library Imvoxa.dll must stand beside ocellus.dll";
+    if (HRESULT_FACILITY(result) == FACILITY_WIN32) {
+        switch (HRESULT_CODE(result)) {
+            case ERROR_DEVICE_NOT_CONNECTED:
+                return "the camera is not there; plug it in, or choose one that 'camctl list' shows";
+            case ERROR_ACCESS_DENIED:
+                return "cameras are switched off for privacy; allow them in ms-settings:privacy-webcam";
+            case ERROR_GEN_FAILURE:
+            case ERROR_BUSY:
+                return "another program uses the camera; close it";
+            case ERROR_NO_SYSTEM_RESOURCES:
+                return "another program uses the camera, or its hub is short of bandwidth; close the "
+                       "program, "
+                       "or use another port";
+            default:
+                break;
+        }
+    }
+    if (result == VFW_E_INVALIDMEDIATYPE)
+        return "the camera sends no format that is understood; see camctl list --formats";
     return "check that the camera driver is installed and not in use by another program";
 }
 
@@ -165,6 +188,8 @@ CameraSession::CameraSession(const CameraOptions& wanted) : options(wanted) {
     g_previewFrames = 0;
     g_hasFormat = false;
     g_stillsReported = 0;
+    if (!options.camera.empty() && options.type == CAM_TYPE_DSHOW)
+        Require(camChooseDevice(ToWide(options.camera).c_str()), "choosing the camera");
     ownerWindow = MakeWindow(kOwnerWidth, kOwnerHeight);
     if (options.showWindow) ShowWindow(OwnerWindow(), SW_SHOW);
     eventsWindow = MakeWindow(1, 1);
@@ -212,7 +237,12 @@ bool CameraSession::PumpUntil(double seconds, Condition condition) {
 
 void CameraSession::StartPreview() {
     g_previewFrames = 0;
-    Require(camStartPreview(), "starting preview");
+    const camResult result = camStartPreview();
+    // Why a webcam could not be started is worth more than that it could not.
+    camStreamState stream = {};
+    if (camGetStreamState(&stream) == camOk && stream.startResult < 0)
+        Require(stream.startResult, "starting preview");
+    Require(result, "starting preview");
 }
 
 void CameraSession::StopPreview() {

@@ -22,6 +22,7 @@ struct Size {
 
 struct CameraOptions {
     int type = CAM_TYPE_DSHOW;
+    std::string camera;    // identity, position, name or part of a name; empty: unchosen
     std::string scene;     // for the device kit: "chart", a picture file or a .y4m film
     std::string scenario;  // for the device kit: a scenario file, or JSON
     std::string settingsFile;

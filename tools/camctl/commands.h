@@ -1,10 +1,13 @@
 // The commands of camctl, a file each. Every one throws ToolError on failure.
 #pragma once
 
+#include <ocellus/cam_devices.h>
+
 #include <string>
 #include <vector>
 
 #include "camera_session.h"
+#include "text.h"
 
 namespace camctl {
 
@@ -34,6 +37,8 @@ struct BenchOptions {
     std::string folder = ".";
 };
 
+void List(bool withFormats, bool asJson);
+void SwitchKitWebcam(bool on, bool asJson);
 void Info(const CameraOptions& options, bool asJson);
 void Snap(const SnapOptions& options, bool asJson);
 void Preview(const CameraOptions& options, double seconds, bool asJson);
@@ -53,5 +58,8 @@ void RequireSettingsFile(const std::string& file);
 Size ParseSize(const std::string& text);
 
 const char* FormatName(long formatCode);
+// What a webcam sends, as "MJPG 1280x720, 30 a second".
+std::string FormatText(const camDeviceFormat& format);
+Json FormatJson(const camDeviceFormat& format);
 
 }  // namespace camctl

@@ -32,6 +32,8 @@ void AddCamera(CLI::App* command, CameraOptions& options, bool& asJson) {
         ->transform(CLI::Validator(ToCameraType, ""))
         ->type_name("dshow|imager")
         ->default_str("dshow");
+    command->add_option("--camera", options.camera,
+                        "Which camera: identity, position, name or part of a name, as in camctl list");
     command->add_option(
         "--scene", options.scene,
         "What the device kit's camera sees: chart, a picture file or a .y4m film (imager: barcode or page)");
@@ -72,7 +74,21 @@ struct Arguments {
     std::string section;
     std::string out;
     int mode = 0;
+    bool withFormats = false;
 };
+
+void AddDevices(CLI::App& app, Arguments& a) {
+    auto* list = app.add_subcommand("list", "The cameras there are, by position, name and identity");
+    list->add_flag("--formats", a.withFormats, "Open each webcam and say what it can send");
+    AddJson(list, a.asJson);
+    list->callback([&a] { List(a.withFormats, a.asJson); });
+
+    auto* kit = app.add_subcommand("kit", "The device kit as a webcam for every program: kit webcam on|off");
+    kit->add_option("WHAT", a.name)->required()->check(CLI::IsMember({"webcam"}));
+    kit->add_option("STATE", a.file)->required()->check(CLI::IsMember({"on", "off"}));
+    AddJson(kit, a.asJson);
+    kit->callback([&a] { SwitchKitWebcam(a.file == "on", a.asJson); });
+}
 
 void AddSnap(CLI::App& app, Arguments& a) {
     auto* snap = app.add_subcommand("snap", "Take still pictures; the extension chooses the format");
@@ -181,6 +197,7 @@ int wmain(int argc, wchar_t** argv) {
         "Exit codes: 0 done, 2 usage, 3 no camera, 4 invalid argument, 5 capture failed, 6 time-out,\n"
         "7 picture reported but no valid file.");
     Arguments arguments;
+    AddDevices(app, arguments);
     AddSnap(app, arguments);
     AddLooking(app, arguments);
     AddProperties(app, arguments);

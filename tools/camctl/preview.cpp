@@ -49,6 +49,17 @@ void Preview(const CameraOptions& options, double seconds, bool asJson) {
                  format->height > 0 ? "bottom-up" : "top-down", format->stride, format->framesPerSecond);
         text += line;
     }
+    camStreamState stream = {};
+    if (camGetStreamState(&stream) == camOk) {
+        json["webcam"] = FormatJson(stream.format);
+        json["webcam"]["measuredFramesPerSecond"] = stream.measuredMilliFramesPerSecond / 1000.0;
+        json["webcam"]["brokenFrames"] = stream.brokenFrames;
+        snprintf(line, sizeof line, "; measured %.4g, %lu of %lu frames broken\n",
+                 stream.measuredMilliFramesPerSecond / 1000.0, stream.brokenFrames, stream.frames);
+        json["webcam"]["lost"] = stream.lost != 0;
+        text += "the webcam sends " + FormatText(stream.format) + line;
+        if (stream.lost) text += "the webcam stopped sending, or was taken away\n";
+    }
     try {
         session.StopPreview();
     } catch (ToolError& error) {  // as when the camera was lost: how far it came is what there is to tell
