@@ -10,7 +10,7 @@
  * OCELLUS_CAMERA chooses for programs that do not call camChooseDevice. With OCELLUS_WEBCAMS=0 there are no
  * webcams.
  *
- * These functions may be called at any time and from any thread, which must be able to use COM.
+ * camFailed is also what they answer without memory. They may be called at any time and from any thread, which must be able to use COM.
  */
 #pragma once
 

@@ -4,6 +4,7 @@
 #include <wchar.h>
 
 #include <algorithm>
+#include <new>
 
 #include "dshow_camera/camera_device_search.h"
 #include "platform/platform.h"
@@ -45,7 +46,7 @@ camDeviceFormat FormatOf(const cam::platform::StreamFormat& format) {
 
 extern "C" {
 
-camResult WINAPI camListDevices(camDevice* devices, int capacity, int* count) {
+camResult WINAPI camListDevices(camDevice* devices, int capacity, int* count) try {
     if (IsBadList(devices, capacity, count)) return camInvalidArgument;
     const std::vector<CameraDeviceEntry> found = cam::ListCameraDevices();
     *count = static_cast<int>(found.size());
@@ -56,16 +57,20 @@ camResult WINAPI camListDevices(camDevice* devices, int capacity, int* count) {
         CopyText(devices[i].identity, entry.identity);
     }
     return camOk;
+} catch (const std::bad_alloc&) {
+    return camFailed;
 }
 
-camResult WINAPI camChooseDevice(const wchar_t* device) {
+camResult WINAPI camChooseDevice(const wchar_t* device) try {
     if (device && wcslen(device) >= kMaxText) return camInvalidArgument;
     cam::ChooseCameraDevice(device ? device : L"");
     return camOk;
+} catch (const std::bad_alloc&) {
+    return camFailed;
 }
 
 camResult WINAPI camListDeviceFormats(const wchar_t* device, camDeviceFormat* formats, int capacity,
-                                      int* count) {
+                                      int* count) try {
     if (!device || IsBadList(formats, capacity, count)) return camInvalidArgument;
     const std::wstring name = LegacyNameOf(device);
     if (name.empty()) return camInvalidArgument;
@@ -74,6 +79,8 @@ camResult WINAPI camListDeviceFormats(const wchar_t* device, camDeviceFormat* fo
     *count = static_cast<int>(found.size());
     for (int i = 0; i < std::min(*count, capacity); ++i) formats[i] = FormatOf(found[static_cast<size_t>(i)]);
     return camOk;
+} catch (const std::bad_alloc&) {
+    return camFailed;
 }
 
 camResult WINAPI camGetStreamState(camStreamState* state) {
@@ -88,8 +95,10 @@ camResult WINAPI camGetStreamState(camStreamState* state) {
     return camOk;
 }
 
-camResult WINAPI camWatchDevices(HWND window, UINT message) {
+camResult WINAPI camWatchDevices(HWND window, UINT message) try {
     return cam::platform::WatchDevices(window, message) ? camOk : camFailed;
+} catch (const std::bad_alloc&) {
+    return camFailed;
 }
 
 }  // extern "C"

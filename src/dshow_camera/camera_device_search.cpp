@@ -2,6 +2,7 @@
 
 #include <wchar.h>
 
+#include <new>
 #include <utility>
 
 #include "base/hresult.h"
@@ -69,7 +70,7 @@ std::wstring Wanted() {
 
 }  // namespace
 
-HRESULT FindCameraDevice(wchar_t* name) {
+HRESULT FindCameraDevice(wchar_t* name) try {
     if (!name) return E_POINTER;
     const std::wstring wanted = Wanted();
     if (!wanted.empty()) {
@@ -85,6 +86,8 @@ HRESULT FindCameraDevice(wchar_t* name) {
     CopyName(name, information.szLegacyName);
     if (platform::FindNextDevice(search.get(), &information)) CopyName(name, information.szLegacyName);
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
 }
 
 std::vector<CameraDeviceEntry> ListCameraDevices() {

@@ -1,5 +1,7 @@
 #include "platform/desktop/camera_driver/camera_driver.h"
 
+#include <new>
+
 #include "base/automation.h"
 #include "base/hresult.h"
 #include "platform/desktop/camera_driver/stream_report.h"
@@ -51,7 +53,7 @@ HRESULT CameraDriver::NonDelegatingQueryInterface(REFIID id, void** out) {
 
 // ---- The webcam -----------------------------------------------------------------------------------------
 
-HRESULT STDMETHODCALLTYPE CameraDriver::Load(IPropertyBag* bag, IErrorLog* errors) {
+HRESULT STDMETHODCALLTYPE CameraDriver::Load(IPropertyBag* bag, IErrorLog* errors) try {
     if (!bag) return E_POINTER;
     Variant name;
     CAM_RETURN_IF_FAILED(bag->Read(kNameProperty, name.put(), errors));
@@ -64,6 +66,8 @@ HRESULT STDMETHODCALLTYPE CameraDriver::Load(IPropertyBag* bag, IErrorLog* error
     const HRESULT result = OpenWebcam();
     if (FAILED(result)) identity.clear();
     return result;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
 }
 
 HRESULT CameraDriver::OpenWebcam() {
@@ -122,7 +126,7 @@ void CameraDriver::EndThread() {
 // ---- IMediaFilter ---------------------------------------------------------------------------------------
 
 // The webcam starts here: a graph passes on what a filter answers to Pause, not to Run.
-HRESULT STDMETHODCALLTYPE CameraDriver::Pause() {
+HRESULT STDMETHODCALLTYPE CameraDriver::Pause() try {
     const LockGuard lock(StateLock());
     running = false;
     if (!IsLoaded()) return HresultFromError(ERROR_NOT_READY);
@@ -133,6 +137,8 @@ HRESULT STDMETHODCALLTYPE CameraDriver::Pause() {
     if (FAILED(result)) Stop();
     theStreamReport.Locked()->startResult = result;
     return result;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
 }
 
 HRESULT STDMETHODCALLTYPE CameraDriver::Run(REFERENCE_TIME start) {

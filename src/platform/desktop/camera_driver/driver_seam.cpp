@@ -41,21 +41,16 @@ bool IsWebcam(const wchar_t* legacyName) {
     return !driver::IdentityOf(legacyName).empty();
 }
 
-HRESULT CreateCaptureFilter(REFCLSID registered, DeviceFinder find, IBaseFilter** out) {
+HRESULT CreateCaptureFilter(REFCLSID registered, DeviceFinder find, IBaseFilter** out) try {
     wchar_t name[MAX_PATH] = {};
     if (FAILED(find(name)) || !IsWebcam(name)) {
         return CoCreateInstance(registered, nullptr, CLSCTX_ALL, __uuidof(IBaseFilter),
                                 reinterpret_cast<void**>(out));
     }
-    try {
-        auto* const filter = new driver::CameraDriver;
-        filter->AddRef();
-        *out = filter;
-        return S_OK;
-    } catch (const std::bad_alloc&) {
-        *out = nullptr;
-        return E_OUTOFMEMORY;
-    }
+    *out = ComPtr<IBaseFilter>(new driver::CameraDriver).detach();
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
 }
 
 std::wstring ChosenByEnvironment() {

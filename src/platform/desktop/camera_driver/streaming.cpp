@@ -1,6 +1,7 @@
 // Frames on their way through the driver, and the watch over the webcam.
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "base/frame.h"
 #include "platform/desktop/camera_driver/camera_driver.h"
@@ -18,7 +19,7 @@ constexpr DWORD kNextFrameMs = 2'000;
 
 // ---- On the webcam's streaming thread -------------------------------------------------------------------
 
-void CameraDriver::OnFrame(const SourceShape& shape, std::span<const std::uint8_t> sample) {
+void CameraDriver::OnFrame(const SourceShape& shape, std::span<const std::uint8_t> sample) try {
     const DWORD now = GetTickCount();
     lastFrame = now;
     hasFrames = true;
@@ -38,6 +39,8 @@ void CameraDriver::OnFrame(const SourceShape& shape, std::span<const std::uint8_
     } else {
         ++theStreamReport.Locked()->brokenFrames;
     }
+} catch (const std::bad_alloc&) {
+    // A frame is left out.
 }
 
 void CameraDriver::OnBrokenFrame() {
