@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "webcam/webcam_format.h"
+
 namespace kit {
 
 using cam::LockGuard;
