@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "fake_camera.h"
-#include "tables/arguments.h"
+#include "camverify/tables/arguments.h"
 
 namespace {
 

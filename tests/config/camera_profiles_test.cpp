@@ -5,7 +5,7 @@
 #include <string>
 
 #include "config/config_texts.h"
-#include "tables/settings.h"
+#include "camverify/tables/settings.h"
 
 using cam::config::GetProfiles;
 using cam::config::kProfileSlots;

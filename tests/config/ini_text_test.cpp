@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tables/settings.h"
+#include "camverify/tables/settings.h"
 
 using cam::config::IniReader;
 using cam::config::ParseInteger;

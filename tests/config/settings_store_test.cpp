@@ -7,7 +7,7 @@
 
 #include "config/camera_settings.h"
 #include "config/config_texts.h"
-#include "tables/settings.h"
+#include "camverify/tables/settings.h"
 
 using namespace cam::config;
 using tables::Camera;

@@ -7,8 +7,8 @@
 #include <optional>
 
 #include "kit.h"
-#include "process_counts.h"
-#include "tables/stamping.h"
+#include "camverify/process_counts.h"
+#include "camverify/tables/stamping.h"
 #include "test_window.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include "platform/desktop/message_queue.h"
 #include "platform/owners.h"
 #include "platform/platform.h"
-#include "process_counts.h"
+#include "camverify/process_counts.h"
 
 using namespace cam;
 using namespace cam::platform;

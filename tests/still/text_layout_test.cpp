@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "guarded_memory.h"
-#include "tables/stamping.h"
+#include "camverify/tables/stamping.h"
 
 using cam::Frame;
 using cam::test::Flush;

@@ -12,7 +12,7 @@
 #include "still/image_writer.h"
 #include "still/test_picture.h"
 #include "still/text/text_layout.h"
-#include "tables/stamping.h"
+#include "camverify/tables/stamping.h"
 
 using namespace cam::still;
 using ocellus::PackColors;

@@ -27,6 +27,9 @@ struct Check {
     const char* remedy;  // what to do when it fails
 };
 
+// Remedy.
+inline constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
+
 struct Group {
     const char* name;
     const char* about;

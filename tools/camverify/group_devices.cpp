@@ -67,8 +67,6 @@ void LostDevice() {
     Equal("objects of the kit's that live", kit.liveObjects(), LONG{0});
 }
 
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
-
 constexpr Check kChecks[] = {
     {"without a camera driver nothing comes up, and the next selection works", kKit, NoDriver, kLibraryFault},
     {"of two camera drivers the second is opened, further ones are not looked at", kKit, SecondDriver,

@@ -261,8 +261,6 @@ void Still() {
     }
 }
 
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
-
 constexpr Check kChecks[] = {
     {"the graph is built in its order", kKit, ConstructionOrder, kLibraryFault},
     {"preview, a change of the resolution and a picture call the graph in their order", kKit, OperationOrder,

@@ -6,6 +6,7 @@
 #include "files.h"
 #include "kit.h"
 #include "platform.h"
+#include "tables/stamping.h"
 
 namespace verify {
 
@@ -296,13 +297,7 @@ void Text() {
         std::erase_if(lines, [](const std::string& line) { return !line.starts_with("StampText"); });
         return lines;
     };
-    // The library has positions of its own, and one for all that mean none of them.
-    const struct {
-        UINT_PTR asked;
-        int stamped;
-    } positions[] = {{0, 0}, {1, 4}, {2, 1}, {3, 6},  {4, 6},  {5, 6},  {6, 6},
-                     {7, 6}, {8, 3}, {9, 5}, {10, 2}, {11, 6}, {12, 6}, {0xFFFFFFFF, 6}};
-    for (const auto& [position, expected] : positions) {
+    for (const auto& [position, expected] : tables::kImagerPositions) {
         const Row row("position " + std::to_string(position));
         // Twelve characters are given, and eleven are meant.
         Equal("stamped", stamped(L"hello world!", 11, position, font),
@@ -507,8 +502,6 @@ void WithoutLibrary() {
     }
     RemoveDirectoryW(folder.c_str());
 }
-
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
 
 // A picture that is being stored when the camera is shut down, and one whose message waits in the queue.
 void LateMessage() {

@@ -189,8 +189,6 @@ void IdlePainting() {
 
 constexpr char kDriver[] =
     "see the camera driver's messages; if the device kit passes this check, the driver is at fault";
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
-
 constexpr Check kChecks[] = {
     {"the camera goes through its states", kCamera | kDShow, States, kDriver},
     {"ten cycles of opening, previewing, taking a picture and closing", kCamera, Cycles, kDriver},

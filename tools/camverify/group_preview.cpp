@@ -170,8 +170,6 @@ void OwnerGone() {
 }
 
 constexpr char kDriver[] = "see the camera driver's preview pin: format, rate, and how it stops";
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
-
 constexpr Check kChecks[] = {
     {"frames come in the stated shape and at the stated rate", kCamera, RateAndShape, kDriver},
     {"a stop returns in time, and no frame comes after it", kCamera, StopInTime, kDriver},

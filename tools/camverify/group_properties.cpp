@@ -115,8 +115,6 @@ void Refused() {
 }
 
 constexpr char kDriver[] = "correct what the camera driver says of this property";
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
-
 constexpr Check kChecks[] = {
     {"ranges, defaults, values and flags agree", kCamera | kDShow, Consistent, kDriver},
     {"an id reaches the driver's set and number that belong to it", kKit, Places, kLibraryFault},

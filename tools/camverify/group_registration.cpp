@@ -247,8 +247,6 @@ void Registration() {
 }
 
 constexpr char kReinstall[] = "register ocellus.dll where it stands now (regsvr32, or DllRegisterServer)";
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
-
 constexpr Check kChecks[] = {
     {"the library enters COM for the thread that loads it, and leaves it", kDesktop, Loading, kLibraryFault},
     {"the filters are registered for this very library", kNothing, Registered, kReinstall},

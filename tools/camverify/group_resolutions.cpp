@@ -98,8 +98,6 @@ void Counting() {
 
 constexpr char kDriver[] =
     "see the camera driver's still pin: its capabilities, SetFormat, and connection again while stopped";
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
-
 constexpr Check kChecks[] = {
     {"every resolution can be chosen while previewing, and a picture has it", kCamera, Every, kDriver},
     {"an index that does not exist is refused with a box, and preview goes on", kKit | kMessageBoxes, NoSuch,

@@ -194,8 +194,6 @@ void FromItsMessages() {
     }
 }
 
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
-
 constexpr Check kChecks[] = {
     {"a resume while previewing stops preview and starts it again", kKit, WhilePreviewing, kLibraryFault},
     {"a preview that is being restarted is stopped when the caller wants it stopped", kKit, WhileRestarting,

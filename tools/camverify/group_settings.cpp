@@ -6,6 +6,7 @@
 #include "files.h"
 #include "kit.h"
 #include "platform.h"
+#include "tables/settings.h"
 
 namespace verify {
 
@@ -112,15 +113,6 @@ const std::string kIni =
     "2\nColor=0\nFocusMin=0x10\n"
     "FocusMax=010\nFocusStep= 7\nFocusFixed=44 and more\nZoom = "
     "9\nBrightness=12=13\n[]\nFlash=3\n[Last]\nColor=5\n";
-const std::string kXmlHead = "<?xml version=\"1.0\"?>\r\n";
-
-std::string Document(const std::string& content) {
-    return kXmlHead + "<ConfigDoc>" + content + "</ConfigDoc>";
-}
-std::string InCamera(const std::string& keys) {
-    return Document("<Section name=\"Camera\">" + keys + "</Section>");
-}
-
 void Order() {
     const TestFile file(L"camera.ini", kIni);
     {
@@ -136,7 +128,7 @@ void Order() {
         CheckValues(Presets());
     }
     const TestFile missing(L"missing.ini"),
-        broken(L"broken.exm", kXmlHead + "<ConfigDoc><Section name=\"Camera\">");
+        broken(L"broken.exm", tables::kXmlHead + "<ConfigDoc><Section name=\"Camera\">");
     const struct {
         const char* name;
         const wchar_t *path, *section;
@@ -165,83 +157,26 @@ void FirstRefusal() {
 
 // ---- What stands in a file -------------------------------------------------------------------------------
 
-constexpr long kNotSet = -77;  // the file does not set it
-
-struct FileCase {
-    std::string text;
-    long zoom;  // "Zoom" in the section "Camera"
-};
-
-void CheckZoom(const FileCase& one, const std::wstring& name) {
+void CheckZoom(const tables::SettingsCase& one, const std::wstring& name) {
     const Row row(one.text);
     const TestFile file(name, one.text);
     const WithSettings camera(Lenient(), file.path(), L"Camera");
-    Equal("zoom", Value(CAM_PROPERTY_ZOOM), one.zoom == kNotSet ? long{1} : one.zoom);
+    Equal("zoom", Value(CAM_PROPERTY_ZOOM), one.zoom == tables::kNotSet ? long{1} : long{one.zoom});
 }
 
 void IniFiles() {
-    const FileCase cases[] = {{"[Camera]\nZoom=5\n", 5},
-                              {"[camera]\nzOOM=5", 5},  // no newline at the end
-                              {"[Other]\nZoom=5\n", kNotSet},
-                              {"Zoom=5\n[Camera]\n", kNotSet},    // before any section
-                              {"[Camera]\nZoom = 2\n", kNotSet},  // the key is "Zoom "
-                              {"[Camera]\n Zoom=2\n", kNotSet},
-                              {"[Camera]\nZoom= 7\n", 7},
-                              {"[Camera]\nZoom=2\nZoom=3\n", 3},  // the last one wins
-                              {"[Camera]\nZoom=2\n[Other]\nZoom=4\n[Camera]\nZoom=3\n", 3},
-                              {"[Camera]\n;Zoom=2\n", kNotSet},
-                              {"[Camera]\n ;Zoom=2\n", kNotSet},
-                              {"[Camera]\n[]\nZoom=2\n", 2},  // "[]" changes nothing
-                              {"[Camera]\n[\nZoom=2\n", 2},
-                              {"[Camera\nZoom=2\n", 2},  // a missing "]"
-                              {"[Camera] ; remark\nZoom=2\n", 2},
-                              {" [Camera]\nZoom=2\n", kNotSet},  // a key, not a section
-                              {"[ Camera]\nZoom=2\n", kNotSet},
-                              {"[Camera]\n==Zoom==2=3\n", 2},
-                              {"[Camera]\nZoom\n", 0},  // a key without a value has the empty one
-                              {"[Camera]\nZoom=\n", 0},
-                              {"[Camera]\n=2\n", kNotSet},
-                              {"[Camera]\n\n\nZoom=2\n", 2},
-                              {"\n", kNotSet}};
-    for (const FileCase& one : cases) CheckZoom(one, L"case.ini");
+    for (const auto& one : tables::kIniSettings) CheckZoom(one, L"case.ini");
 }
 
-// Live keys of live sections below the root.
 void XmlFiles() {
-    const FileCase cases[] = {
-        {InCamera("<Key name='Zoom'>0x10</Key>"), 16},
-        {InCamera("<Key name='zoom'>010</Key>"), 8},
-        {InCamera("<Key name='Zoom'> 7 </Key>"), 7},
-        {InCamera("<Key name='Zoom'><![CDATA[ 9]]></Key>"), 9},
-        {InCamera("<Key name='Zoom'><!-- 1 -->5<!-- 2 --></Key>"), 5},
-        {InCamera("<Key name='Zoom'/>"), 0},  // the empty value
-        {InCamera("<Key name='Zoom'><!-- no text --></Key>"), kNotSet},
-        {InCamera("<Key name='Zoom' flags='1'>5</Key>"), kNotSet},
-        {InCamera("<Key name='Zoom' flags='1'>5</Key><Key name='Zoom' flags='2'>6</Key>"), 6},
-        {InCamera("<Key name='Zoom'>5</Key><Key name='Zoom'>6</Key>"), 6},
-        {InCamera(
-             "<Key>5</Key><key name='Zoom'>5</key><Section name='Camera'><Key name='Zoom'>5</Key></Section>"),
-         kNotSet},
-        {Document("<Section name='CAMERA'><Key name='Zoom'>5</Key></Section>"), 5},
-        {Document("<Section name='Camera' flags='1'><Key name='Zoom'>5</Key></Section>"), kNotSet},
-        {Document("<Section name='Other'><Key name='Zoom'>5</Key></Section>"), kNotSet},
-        {Document("<Section><Key name='Zoom'>5</Key></Section>"), kNotSet},
-        {Document("<QVXReserved><Section name='Camera'><Key name='Zoom'>5</Key></Section></QVXReserved>"),
-         kNotSet},
-        {Document(
-             "<Section name='Camera'/><!-- --><Section name='Camera'><Key name='Zoom'>5</Key></Section>"),
-         5},
-        {kXmlHead + "<AnyRoot><Section name='Camera'><Key name='Zoom'>5</Key></Section></AnyRoot>", 5},
-        {kXmlHead +
-             "<ConfigDoc flags='1'><Section name='Camera'><Key name='Zoom'>5</Key></Section></ConfigDoc>",
-         kNotSet}};
     // A document is kept as long as the file of that name has its time.
     int number = 0;
-    for (const FileCase& one : cases) CheckZoom(one, L"case" + Wide(std::to_string(number++)) + L".exm");
+    for (const auto& one : tables::kXmlSettings)
+        CheckZoom(one, L"case" + Wide(std::to_string(number++)) + L".exm");
 }
 
 void FileNames() {
-    const std::string ini = "[Camera]\nZoom=5\n", xml = InCamera("<Key name='Zoom'>6</Key>");
+    const std::string ini = "[Camera]\nZoom=5\n", xml = tables::Camera("<Key name='Zoom'>6</Key>");
     const auto zoomOf = [](const std::wstring& name) {
         const WithSettings camera(Lenient(), (WorkFolder() + name).c_str(), L"Camera");
         return Value(CAM_PROPERTY_ZOOM);
@@ -262,16 +197,6 @@ void FileNames() {
 }
 
 // ---- Profiles --------------------------------------------------------------------------------------------
-
-std::string Profiles(const std::string& sections) {
-    return kXmlHead + "<ConfigDoc name=\"x\">\n<Section name=\"Profiles\">" + sections +
-           "</Section></ConfigDoc>";
-}
-std::string Sections(int count) {
-    std::string text;
-    for (int i = 0; i < count; ++i) text += "<Section name=\"P" + std::to_string(i) + "\"/>\n";
-    return text;
-}
 
 // The slots: names with blanks between them, "-" for an empty one, and none at the end; "none" when there is
 // no list.
@@ -296,41 +221,13 @@ std::string SlotsOf(const wchar_t* path) {
 }
 
 void ProfileFiles() {
-    const struct {
-        std::string text;
-        const char* slots;
-    } cases[] = {
-        {Profiles("<Section name='A'/><!-- x --><Section name='B'/>"), "A - B"},
-        {Profiles("\n  <Section name='A'/>\n  <Section name='B'/>\n"), "A B"},
-        {Profiles("<Section name='A'/><Section name='B' flags='1'/><Section name='C' flags='3'/>"), "A"},
-        {Profiles("<Section name='A' flags='2'/><Section name='B' flags='0x1'/>"), "A B"},
-        {Profiles("<Key name='K'/>text<section name='x'/><Section name='A'/>"), "- - - A"},
-        {Profiles("<Section name='A'><Section name='inner'/></Section>"), "A"},
-        {Profiles("<Section name='A'/><Section name='A'/><Section name=''/>"), "A A "},
-        {Profiles(""), ""},
-        {Profiles("<Section/><Section name='A'/><!-- x --><Section name='B' flags='1'/><Section/><Section/>"),
-         "- A - - A A"},
-        {"\xEF\xBB\xBF" + Profiles("<Section name='\xC3\xA4'/>"), "\xC3\xA4"},
-        {Profiles(Sections(33)), "none"},
-        {Profiles(Sections(32) + "<!-- counts as well -->"), "none"},
-        // No live section of that name in a live document.
-        {"<ConfigDoc/>", "none"},
-        {"<ConfigDoc><Section name='profiles'/></ConfigDoc>", "none"},
-        {"<ConfigDoc><Section name='A'><Section name='Profiles'/></Section></ConfigDoc>", "none"},
-        {"<ConfigDoc><Section name='Profiles' flags='1'/></ConfigDoc>", "none"},
-        {"<ConfigDoc flags='1'><Section name='Profiles'/></ConfigDoc>", "none"},
-        {"<Config><Section name='Profiles'/></Config>", "none"},
-        {"<!DOCTYPE ConfigDoc [<!ENTITY e \"x\">]><ConfigDoc><Section name=\"Profiles\"/></ConfigDoc>",
-         "none"},
-        {"<ConfigDoc>", "none"},
-        {" ", "none"},
-        {"[Profiles]\nA=1\n", "none"}};
-    for (const auto& [text, slots] : cases) {
+    for (const auto& [text, slots] : tables::kProfiles) {
         const Row row(text);
         const TestFile file(L"profiles.exm", text);
         Equal("slots", SlotsOf(file.path()), std::string(slots));
     }
-    const TestFile full(L"full.exm", Profiles(Sections(CAM_PROFILE_SLOTS))), missing(L"missing.exm");
+    const TestFile full(L"full.exm", tables::Profiles(tables::Sections(CAM_PROFILE_SLOTS))),
+        missing(L"missing.exm");
     const std::string all = SlotsOf(full.path());
     Equal("the last of 32", all.substr(all.size() - 4), std::string(" P31"));
     Equal("a file that is not there", SlotsOf(missing.path()), std::string("none"));
@@ -339,8 +236,6 @@ void ProfileFiles() {
 
 constexpr char kParser[] =
     "see that the system's XML parser (MSXML) is installed; else a fault of the library";
-constexpr char kLibraryFault[] = "a fault of the library: report it with this output";
-
 constexpr Check kChecks[] = {
     {"settings are applied one after the other, or their defaults, or none", kKit, Order, kLibraryFault},
     {"the first setting that the camera refuses is the last that is tried", kKit, FirstRefusal,

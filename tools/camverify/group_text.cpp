@@ -3,6 +3,7 @@
 #include "check.h"
 #include "files.h"
 #include "kit.h"
+#include "tables/stamping.h"
 
 namespace verify {
 
@@ -105,7 +106,7 @@ void Positions() {
     Stamping stamping;
     if (Find(stamping.Snap(L"", 0, 0), kMagenta).pixels > 0)
         Skip("the camera looks at something in pure magenta");
-    for (const UINT_PTR position : {0, 1, 2, 4, 5, 6, 8, 9, 10}) {
+    for (const UINT_PTR position : tables::kPositions) {
         const Row row("position " + std::to_string(position));
         CheckPosition(stamping, position);
     }
@@ -113,8 +114,7 @@ void Positions() {
         const Row row("the picture after a stamped one");
         Equal("letters", Find(stamping.Snap(L"", 0, 0), kMagenta).pixels, 0);
     }
-    for (const UINT_PTR position : {UINT_PTR{3}, UINT_PTR{7}, UINT_PTR{11}, UINT_PTR{12}, UINT_PTR{16},
-                                    UINT_PTR{0x80000000}, UINT_PTR{0xFFFFFFFF}}) {
+    for (const UINT_PTR position : tables::kNoPositions) {
         const Row row("no position, " + std::to_string(position));
         Equal("letters",
               Find(stamping.Snap(L"##", position, ColorWord(kMagenta, kNone, kBlack)), kMagenta).pixels, 0);
@@ -147,21 +147,9 @@ void EveryFrame() {
 void Colors() {
     // By their codes, as COLORREFs; 0 is the inverse of the text's.
     constexpr COLORREF kText = RGB(0x48, 0x90, 0x28);
-    constexpr COLORREF kColors[] = {RGB(0xB7, 0x6F, 0xD7),
-                                    0x000000,
-                                    0x808080,
-                                    0xC0C0C0,
-                                    0xFFFFFF,
-                                    0x0000FF,
-                                    0xFF00FF,
-                                    0x00A5FF,
-                                    0x00FFFF,
-                                    0x2A2AA5,
-                                    0x00FF00,
-                                    0xFF0000,
-                                    0xFFFF00,
-                                    0xEE82EE,
-                                    0x000000};
+    const auto colorOf = [](UINT_PTR code) -> COLORREF {
+        return code == 0 ? RGB(0xB7, 0x6F, 0xD7) : tables::kColors[code];
+    };
     Stamping stamping(kKitFormats);
     // The chart stands still in the middle, so what differs there is the stamp.
     const auto countIn = [](const SeenFrame& frame, COLORREF color) {
@@ -177,9 +165,9 @@ void Colors() {
         const Row row("background " + std::to_string(code) + ", outline " + std::to_string(outline));
         const SeenFrame& frame = stamping.Snap(L"Hg", 5, ColorWord(kText, outline, code));
         Holds("letters", countIn(frame, kText) > countIn(plain, kText) + 10);
-        Holds("background", countIn(frame, kColors[code]) > countIn(plain, kColors[code]) + 10);
-        if (outline != kNone && To565(kColors[outline]) != To565(kColors[code])) {
-            Holds("outline", countIn(frame, kColors[outline]) > countIn(plain, kColors[outline]) + 10);
+        Holds("background", countIn(frame, colorOf(code)) > countIn(plain, colorOf(code)) + 10);
+        if (outline != kNone && To565(colorOf(outline)) != To565(colorOf(code))) {
+            Holds("outline", countIn(frame, colorOf(outline)) > countIn(plain, colorOf(outline)) + 10);
         }
     }
     const Row row("neither background nor outline");

@@ -6,20 +6,6 @@
 
 namespace tables {
 
-// The settings that a camera applies when it is brought up, in this order; the resolution is no property.
-struct AppliedSetting {
-    const char* key;
-    const char* set;
-    int number, preset;
-};
-inline constexpr AppliedSetting kApplied[] = {
-    {"Brightness", "IAMVideoProcAmp", 0, 0},     {"Autofocus", "IAMCameraControl", 6, 1},
-    {"Flash", "IAMCameraControl", 7, 0},         {"Resolution", nullptr, 0, 1},
-    {"Color", "IAMVideoProcAmp", 6, 1},          {"FocusMin", "IAMCameraControl", 52, 100},
-    {"FocusMax", "IAMCameraControl", 51, 200},   {"FocusStep", "IAMCameraControl", 50, 8},
-    {"FocusFixed", "IAMCameraControl", 53, 150}, {"Zoom", "IAMCameraControl", 3, 1},
-};
-
 constexpr int kNotSet = -77;  // the file does not set it
 
 struct SettingsCase {
@@ -125,6 +111,7 @@ inline const ProfilesCase kProfiles[] = {
     {"<ConfigDoc><Section name='Profiles' flags='1'/></ConfigDoc>", "none"},
     {"<ConfigDoc flags='1'><Section name='Profiles'/></ConfigDoc>", "none"},
     {"<Config><Section name='Profiles'/></Config>", "none"},
+    {"<!DOCTYPE ConfigDoc [<!ENTITY e \"x\">]><ConfigDoc><Section name=\"Profiles\"/></ConfigDoc>", "none"},
     {"<ConfigDoc>", "none"},
     {"", "none"},
     {"[Profiles]\nA=1\n", "none"}};

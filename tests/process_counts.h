@@ -1,1 +1,0 @@
-#include "../tools/camverify/process_counts.h"
