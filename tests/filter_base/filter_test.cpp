@@ -92,3 +92,22 @@ TEST_CASE("states follow the calls, from stopped to running through paused") {
     CHECK(source->Stop() == S_OK);
     CHECK(source->IsStopped());
 }
+
+TEST_CASE("a filter whose pin cannot become active does not leave the stopped state") {
+    const NoLeaks noLeaks;
+    const Held<TestSource> source;
+    const Held<TestSink> sink;
+    source->pin.types.push_back(VideoType(MEDIASUBTYPE_RGB555, 320, 240, 16));
+    sink->pin.activeResult = VFW_E_NO_ALLOCATOR;
+    CHECK(sink->Pause() == S_OK);  // a pin without a connection is not asked
+    CHECK(sink->Stop() == S_OK);
+    REQUIRE(source->pin.Connect(&sink->pin, nullptr) == S_OK);
+    for (const bool run : {false, true}) {
+        sink->pin.inactives = 0;
+        CHECK((run ? sink->Run(0) : sink->Pause()) == VFW_E_NO_ALLOCATOR);
+        CHECK(sink->IsStopped());
+        CHECK(sink->pin.inactives == 1);  // what it had begun is undone
+    }
+    source->pin.Disconnect();
+    sink->pin.Disconnect();
+}

@@ -53,6 +53,50 @@ TEST_CASE("a format block that is announced but missing is copied as none") {
     CHECK_FALSE(SameMediaType(type, type));  // nothing to compare
 }
 
+namespace {
+// Takes away the memory of COM's allocator when it is told to. Once registered it stays until the process
+// ends: the system may keep a spy for blocks that it has seen.
+class TaskMemory final : public IMallocSpy {
+  public:
+    TaskMemory() { REQUIRE(CoRegisterMallocSpy(this) == S_OK); }
+
+    bool isUsedUp = false;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** out) override { return *out = this, S_OK; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return isUsedUp ? 0 : size; }
+    void* STDMETHODCALLTYPE PostAlloc(void* block) override { return block; }
+    void* STDMETHODCALLTYPE PreFree(void* block, BOOL) override { return block; }
+    void STDMETHODCALLTYPE PostFree(BOOL) override {}
+    SIZE_T STDMETHODCALLTYPE PreRealloc(void* block, SIZE_T size, void** request, BOOL) override {
+        return *request = block, size;
+    }
+    void* STDMETHODCALLTYPE PostRealloc(void* block, BOOL) override { return block; }
+    void* STDMETHODCALLTYPE PreGetSize(void* block, BOOL) override { return block; }
+    SIZE_T STDMETHODCALLTYPE PostGetSize(SIZE_T size, BOOL) override { return size; }
+    void* STDMETHODCALLTYPE PreDidAlloc(void* block, BOOL) override { return block; }
+    int STDMETHODCALLTYPE PostDidAlloc(void*, BOOL, int was) override { return was; }
+    void STDMETHODCALLTYPE PreHeapMinimize() override {}
+    void STDMETHODCALLTYPE PostHeapMinimize() override {}
+};
+}  // namespace
+
+TEST_CASE("a media type for whose copy there is no memory leaves an empty one") {
+    const MediaType type = VideoType(MEDIASUBTYPE_RGB555, 320, 240, 16);
+    AM_MEDIA_TYPE copy = type;
+    static TaskMemory memory;
+    memory.isUsedUp = true;
+    const HRESULT result = CopyMediaType(type, copy);
+    const AM_MEDIA_TYPE* const created = CreateMediaType(type);
+    memory.isUsedUp = false;
+    CHECK(result == E_OUTOFMEMORY);
+    CHECK(created == nullptr);
+    CHECK(copy.majortype == GUID_NULL);
+    CHECK(copy.cbFormat == 0);
+    CHECK(copy.pbFormat == nullptr);
+}
+
 TEST_CASE("a proposal leaves open what is GUID_NULL") {
     const MediaType type = VideoType(MEDIASUBTYPE_RGB555, 320, 240, 16);
     struct Row {

@@ -119,7 +119,11 @@ class TestSinkPin final : public InputPin {
     HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* allocator, BOOL readOnly) override;
     HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* requirements) override;
     HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
+    HRESULT Active() override { return FAILED(activeResult) ? activeResult : InputPin::Active(); }
+    void Inactive() override { ++inactives, InputPin::Inactive(); }
 
+    HRESULT activeResult = S_OK;
+    LONG inactives = 0;
     std::vector<MediaType> wishes;                      // what it offers
     std::function<bool(const AM_MEDIA_TYPE&)> accepts;  // empty: everything
     std::vector<MediaType> offered;                     // what it was asked to accept
