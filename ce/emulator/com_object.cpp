@@ -260,8 +260,9 @@ std::string ReferencedObjects(Process& process) {
 
 u32 CountReferencedObjects(Process& process) {
     const auto& all = ObjectsOf(process)->all;
-    return static_cast<u32>(
-        std::count_if(all.begin(), all.end(), [](const HostObject* one) { return one->References() != 0; }));
+    return static_cast<u32>(std::count_if(all.begin(), all.end(), [](const HostObject* one) {
+        return one->References() != 0 && one->IsSeen();
+    }));
 }
 
 u32 CallMethod(Process& process, u32 pointer, u32 index, std::vector<u32> words) {

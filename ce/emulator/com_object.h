@@ -97,6 +97,7 @@ class HostObject {
     u32 ReleaseReference();
     i32 References() const { return references - held; }
     const std::string& Name() const { return label; }
+    bool IsSeen() const { return listed != Listed::Unseen; }
     // Whether nobody needs it any more.
     virtual bool Idle() const { return References() <= 0 && !leaving; }
     // The host's object that has the interface at this address; null: it is the program's.
@@ -151,7 +152,7 @@ void Keep(Process& process, std::unique_ptr<HostObject> object);
 // All host objects of the process that the program still refers to, with their counts; empty when it let go
 // of all.
 std::string ReferencedObjects(Process& process);
-u32 CountReferencedObjects(Process& process);
+u32 CountReferencedObjects(Process& process);  // without those that are unseen
 
 // Calls method `index` of the program's (or a host's) object at `pointer`.
 u32 CallMethod(Process& process, u32 pointer, u32 index, std::vector<u32> words = {});

@@ -94,7 +94,7 @@ class Node final : public HostObject {
 
 class ParseError final : public HostObject {
   public:
-    explicit ParseError(Process& owner) : HostObject(owner, "parse error") {
+    explicit ParseError(Process& owner) : HostObject(owner, "parse error", Listed::Unseen) {
         std::vector<MethodEntry> methods;
         AddUnused(methods, {"GetTypeInfoCount", "GetTypeInfo", "GetIDsOfNames", "Invoke"});
         methods.push_back(
@@ -186,7 +186,7 @@ Node::Node(Process& owner, Document& whole, pugi::xml_node element)
 }
 
 Document::Document(Process& owner, Parser& home)
-    : HostObject(owner, "XML document"), parser(home), error(owner) {
+    : HostObject(owner, "XML document", Listed::Unseen), parser(home), error(owner) {
     std::vector<MethodEntry> methods;
     AddUnused(methods, {"GetTypeInfoCount", "GetTypeInfo", "GetIDsOfNames", "Invoke"});
     AddUnused(methods, {"get_nodeName",
