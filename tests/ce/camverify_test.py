@@ -16,7 +16,6 @@ MAX_STACK = 40 * 1024
 # What needs something that Windows CE does not have, or that the emulator does not show; docs/targets.md tells the same.
 SKIPPED = {
     "the library enters COM for the thread that loads it, and leaves it",
-    "every function returns from a message that the camera's thread sends",
     "windows above the video window can be worked on while it previews",
     "the video fills the owner's client area while preview runs",
     "the library can be unloaded while its thread hangs in the imager library",
