@@ -31,6 +31,9 @@ export OCELLUS_WEBCAMS=${OCELLUS_WEBCAMS:-0}
 # The registry settings differ between a headless and a visible run, and are read when the server starts: two prefixes.
 if [ "$OCELLUS_HEADLESS" = 0 ]; then WINEPREFIX=$WINEPREFIX-visible; else unset DISPLAY; fi
 
+# Every prefix has the machine's root as drive Z; asking a program of Wine's would take longer than most programs here run.
+windowsPath() { printf 'Z:%s' "${1//\//\\}"; }
+
 makePrefix() {
     local log=$WINEPREFIX.log
     if [ -t 2 ]; then printf 'host.sh: making a Wine prefix in %s; half a minute at most, once\n' "$WINEPREFIX" >&2; fi
@@ -59,7 +62,7 @@ registerLibraries() {
         [ -f "$folder/$library.dll" ] || continue
         stamp=$WINEPREFIX/.registered-$library
         if [ ! -f "$stamp" ] || [ "$folder/$library.dll" -nt "$stamp" ] || [ "$(cat "$stamp")" != "$folder" ]; then
-            wine regsvr32 /s "$(winepath -w "$folder/$library.dll")" || die "$folder/$library.dll could not be registered"
+            wine regsvr32 /s "$(windowsPath "$folder/$library.dll")" || die "$folder/$library.dll could not be registered"
             printf '%s\n' "$folder" >"$stamp"
             touch -r "$folder/$library.dll" "$stamp"
         fi
@@ -83,12 +86,18 @@ launcher=$(dirname "$program")/launch.exe
 [ -f "$launcher" ] || die "launch.exe is missing; build it first: cmake --build --preset host"
 report=$(mktemp)
 trap 'rm -f "$report"' EXIT
-set +e
-OCELLUS_LAUNCH_REPORT=$(winepath -w "$report" 2>/dev/null) wine "$launcher" "$(winepath -w "$program")" "$@"
-set -e
-code=$(tr -d '\r\n' <"$report")
+# A server that is just ending takes a process with it that begins at that moment. The launcher notes that it runs before it starts the program:
+# what has left no trace is tried again.
+for attempt in 1 2 3; do
+    set +e
+    OCELLUS_LAUNCH_REPORT=$(windowsPath "$report") wine "$launcher" "$(windowsPath "$program")" "$@"
+    set -e
+    code=$(tr -d '\r\n' <"$report")
+    [ -z "$code" ] || break
+    sleep "0.$attempt"
+done
 case $code in
-'') die "'$program' did not start" ;;
+'' | started) die "'$program' did not start" ;;
 0xC0000135 | 0xC0000139 | 0xC000007B | 0xC0000142) die "'$program' did not start: the system answered $code (a DLL or an entry point it needs is missing)" ;;
 esac
 code=$((code))

@@ -1,6 +1,6 @@
 // Starts a program, waits for it and writes its full exit code ("0x%08X") to the file named by
 // OCELLUS_LAUNCH_REPORT: a shell under Wine sees the low byte only, and not whether the program could be
-// loaded at all. Used by scripts/host.sh.
+// loaded at all. Until the program has ended the file says "started". Used by scripts/host.sh.
 #include <windows.h>
 
 #include <cstdio>
@@ -17,12 +17,19 @@ wchar_t* SkipOwnName(wchar_t* line) {
     return line;
 }
 
+bool Report(const wchar_t* path, const char* format, DWORD code = 0) {
+    FILE* file = _wfopen(path, L"w");
+    if (!file) return false;
+    fprintf(file, format, code);
+    return fclose(file) == 0;
+}
+
 }  // namespace
 
 int main() {
     wchar_t report[MAX_PATH];
     const DWORD length = GetEnvironmentVariableW(L"OCELLUS_LAUNCH_REPORT", report, MAX_PATH);
-    if (length == 0 || length >= MAX_PATH) return 2;
+    if (length == 0 || length >= MAX_PATH || !Report(report, "started\n")) return 2;
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
@@ -33,9 +40,5 @@ int main() {
     WaitForSingleObject(process.hProcess, INFINITE);
     DWORD code = 0;
     GetExitCodeProcess(process.hProcess, &code);
-    FILE* file = _wfopen(report, L"w");
-    if (!file) return 2;
-    fprintf(file, "0x%08lX\n", code);
-    fclose(file);
-    return 0;
+    return Report(report, "0x%08lX\n", code) ? 0 : 2;
 }
