@@ -114,10 +114,10 @@ TEST_CASE("only encodings are read in which ASCII means ASCII") {
         {"Windows-1252", true},  {"windows-874", true},  {"ISO-2022-JP", false}, {"UTF-7", false},
         {"iso-8859-", false},    {"iso-8859-1x", false}, {"windows-932", false}, {"windows-12520", false},
         {"EBCDIC-CP-US", false}, {"hz-gb-2312", false},  {"UTF-8x", false},      {"", false}};
-    for (const auto& [encoding, isRead] : cases) {
-        CAPTURE(encoding);
-        const XmlVerdict expected = isRead ? XmlVerdict::Accepted : XmlVerdict::Unreadable;
-        const std::string name = encoding;
+    for (const auto& row : cases) {
+        CAPTURE(row.encoding);
+        const XmlVerdict expected = row.isRead ? XmlVerdict::Accepted : XmlVerdict::Unreadable;
+        const std::string name = row.encoding;
         for (const std::string& head : {"<?xml version=\"1.0\" encoding=\"" + name + "\"?>",
                                         "<?xml version='1.0' encoding = '" + name + "' ?>",
                                         "\xEF\xBB\xBF<?xml\nversion='encoding=\"UTF-8\"'\tencoding='" + name +
