@@ -111,6 +111,9 @@ TEST_CASE("whichever allocation fails, a function of the seam says so and leaves
             if (one.tells) CHECK((error == ERROR_OUTOFMEMORY || error == ERROR_NOT_ENOUGH_MEMORY));
         }
         CHECK(failures > 0);
-        CHECK(counts::Handles() == handles);
+        // What a thread had is gone a little after its end. A leak is one for each failure.
+        constexpr int kWaitMs = 2000;
+        for (int waited = 0; counts::Handles() > handles && waited < kWaitMs; waited += 10) Sleep(10);
+        CHECK(counts::Handles() <= handles);
     }
 }
