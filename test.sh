@@ -43,4 +43,11 @@ scripts/check.sh
 printf 'subdirs(%s)\n' "${presets[*]}" >build/CTestTestfile.cmake
 say "Testing"
 # More at a time than there are cores: what takes longest are the pauses that a camera needs, not work.
-ctest --test-dir build --output-on-failure -j $(($(nproc) + 3))
+if ! ctest --test-dir build --output-on-failure -j $(($(nproc) + 3)); then
+    # One after the other, and said aloud: a test that passes now failed by chance, or because the machine was busy, and has a fault of its own.
+    say "Testing once more, one at a time, what failed"
+    cp build/Testing/Temporary/LastTestsFailed.log build/failed-at-first.log
+    ctest --test-dir build --rerun-failed --output-on-failure
+    say "Passed the second time only, which is to be looked into:"
+    cat build/failed-at-first.log
+fi
