@@ -10,13 +10,15 @@ say() { printf '== %s\n' "$*"; }
 scripts/setup.sh test
 version=$(sed -n 's/^project(ocellus VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 stage=build/package/ocellus-$version
-rm -rf build/package dist && mkdir -p dist
+rm -rf dist "$stage" && mkdir -p dist
 for preset in host host32 ce; do
     say "Building $preset"
     # What is given away is built apart: it does not check on which thread a function runs.
     cmake --preset "$preset" -B "build/package/$preset" -DOCELLUS_CHECK_THREADS=OFF >"build/package-$preset.log" ||
         { cat "build/package-$preset.log" >&2; exit 1; }
-    cmake --build "build/package/$preset"
+    targets=(ocellus camverify)
+    [ "$preset" = ce ] || targets+=(devicekit imvoxa camctl take_pictures import_library)
+    cmake --build "build/package/$preset" --target "${targets[@]}"
     cmake --install "build/package/$preset" --prefix "$stage" --component sdk --strip >"build/package-$preset.log"
 done
 say "Making the cabinets and the archive"
