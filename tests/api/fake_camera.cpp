@@ -30,7 +30,8 @@ class FakeCamera final : public cam::CameraDevice {
     }
     HRESULT SetOwnerWindow(HWND) override { return Record(L"SetOwnerWindow"); }
     HRESULT SetEventsWindow(HWND) override { return Record(L"SetEventsWindow"); }
-    HRESULT RegisterMediaTypeCallback(camMediaTypeCallback) override {
+    HRESULT RegisterMediaTypeCallback(camMediaTypeCallback callback) override {
+        fakeCameras.mediaTypeCallback = callback;
         return Record(L"RegisterMediaTypeCallback");
     }
     HRESULT Init(HWND, const wchar_t* path, const wchar_t* section) override {
@@ -40,7 +41,10 @@ class FakeCamera final : public cam::CameraDevice {
     HRESULT Open() override { return Record(L"Open"); }
     HRESULT StartPreview() override { return Record(L"StartPreview"); }
     HRESULT StopPreview() override { return Record(L"StopPreview"); }
-    HRESULT RegisterPreviewCallback(camFrameCallback) override { return Record(L"RegisterPreviewCallback"); }
+    HRESULT RegisterPreviewCallback(camFrameCallback callback) override {
+        fakeCameras.previewCallback = callback;
+        return Record(L"RegisterPreviewCallback");
+    }
     HRESULT RegisterStillImageCallback(camFrameCallback) override {
         return Record(L"RegisterStillImageCallback");
     }

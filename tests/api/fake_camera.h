@@ -14,6 +14,8 @@ struct FakeCameras {
     bool canEnd = true;
     void (*onCall)() = nullptr;  // at each operation
     int alive = 0;
+    camFrameCallback previewCallback = nullptr;  // as registered last
+    camMediaTypeCallback mediaTypeCallback = nullptr;
 };
 extern FakeCameras fakeCameras;
 

@@ -101,6 +101,8 @@ done
 # The example application, which stands beside camctl, takes one picture and ends.
 check "the example ends well" "$root/scripts/host.sh" "$(dirname "$camctlProgram")/take_pictures.exe" "$folder/example.jpg"
 check "and djpeg reads its picture" djpeg -outfile /dev/null example.jpg
+check "the C++ example ends well" "$root/scripts/host.sh" "$(dirname "$camctlProgram")/take_pictures_cpp.exe" "$folder/example_cpp.png"
+check "and pngcheck accepts its picture" pngcheck -q example_cpp.png
 
 # ---- Looking ---------------------------------------------------------------------------------------------------------------
 
