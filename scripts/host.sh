@@ -5,7 +5,7 @@
 #
 # Headless unless OCELLUS_HEADLESS=0 is set (then the X display in DISPLAY is used). Without the machine's own webcams unless OCELLUS_WEBCAMS=1
 # is set: what runs here should not depend on what is plugged in. The program's exit code is passed on; 126 when it did
-# not start. OCELLUS_WINE_PREFIX names another prefix than build/wine.
+# not start. OCELLUS_WINE_PREFIX names another prefix than build/wine. With OCELLUS_REGISTER=0 nothing is registered.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -76,7 +76,7 @@ mkdir -p "$(dirname "$WINEPREFIX")"
     {
         [ -f "$WINEPREFIX/.complete" ] || makePrefix
         wineserver -k0 2>/dev/null || wine cmd /c exit >/dev/null 2>&1
-        registerLibraries
+        if [ "${OCELLUS_REGISTER:-1}" != 0 ]; then registerLibraries; fi
     } 9>&-
 ) 9>"$WINEPREFIX.lock"
 

@@ -1,31 +1,83 @@
 #!/usr/bin/env bash
-# Makes what is given away, in dist/: the SDK archive for 64-bit and 32-bit desktop Windows and Windows CE, and the cabinets for devices.
+# Makes what is given away, in build/packages/: the SDK archive for 64-bit and 32-bit desktop Windows and Windows CE, its symbols, installers, the
+# NuGet package, cabinets for devices, the list of contained libraries, checksums.
+#
+#   scripts/package.sh                       builds, and packs
+#   scripts/package.sh --into FOLDER BUILD...    packs these builds as they are; the same builds give the same bytes
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
-takesNoArguments "$@"
+here=$PWD
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+root=$PWD
 
 say() { printf '== %s\n' "$*"; }
 
-scripts/setup.sh test
+if [ "${1:-}" = --into ]; then
+    [ $# -ge 3 ] || refuse "--into wants a folder and builds"
+    out=$(cd "$here" && mkdir -p "$2" && cd "$2" && pwd)
+    shift 2
+    builds=()
+    for build in "$@"; do builds+=("$(cd "$here" && cd "$build" && pwd)"); done
+else
+    takesNoArguments "$@"
+    scripts/setup.sh test
+    out=$root/build/packages
+    builds=()
+    for preset in host host32 ce; do
+        say "Building $preset"
+        # What is given away is built apart: it does not check on which thread a function runs.
+        cmake --preset "$preset" -B "build/package/$preset" -DOCELLUS_CHECK_THREADS=OFF >"build/package-$preset.log" ||
+            { cat "build/package-$preset.log" >&2; exit 1; }
+        cmake --build "build/package/$preset" --target sdk
+        builds+=("$root/build/package/$preset")
+    done
+fi
+
+say "Packing"
+# One date for everything, that of the sources.
+SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || echo 315532800)}
+export SOURCE_DATE_EPOCH TZ=UTC
 version=$(sed -n 's/^project(ocellus VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
-stage=build/package/ocellus-$version
-rm -rf dist "$stage" && mkdir -p dist
-for preset in host host32 ce; do
-    say "Building $preset"
-    # What is given away is built apart: it does not check on which thread a function runs.
-    cmake --preset "$preset" -B "build/package/$preset" -DOCELLUS_CHECK_THREADS=OFF >"build/package-$preset.log" ||
-        { cat "build/package-$preset.log" >&2; exit 1; }
-    targets=(ocellus camverify)
-    [ "$preset" = ce ] || targets+=(devicekit imvoxa camctl take_pictures import_library)
-    cmake --build "build/package/$preset" --target "${targets[@]}"
-    cmake --install "build/package/$preset" --prefix "$stage" --component sdk --strip >"build/package-$preset.log"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+sdk=$work/sdk symbols=$work/symbols
+rm -rf "$out" && mkdir -p "$out" "$symbols"
+
+for build in "${builds[@]}"; do
+    cmake --install "$build" --prefix "$sdk" --component sdk >"$work/install.log" || { cat "$work/install.log" >&2; exit 1; }
+    if [ -f "$build/bin/ocellus.sym" ]; then
+        mkdir -p "$symbols/ce-armv4"
+        cp "$build/bin/ocellus.sym" "$build/bin/camverify.sym" "$symbols/ce-armv4/"
+    fi
 done
-say "Making the cabinets and the archive"
-for name in ocellus camverify; do
-    packaging/ce/cabinet.py make "packaging/ce/$name.inf" "$stage/bin/ce-armv4" "$stage/bin/ce-armv4/$name.armv4.cab"
-    cp "$stage/bin/ce-armv4/$name.armv4.cab" dist/
+# Debuggers find a program's symbols by the name in it.
+for program in "$sdk"/bin/x*/*.exe "$sdk"/bin/x*/*.dll; do
+    [ -f "$program" ] || continue
+    kept=$symbols/$(basename "$(dirname "$program")")/$(basename "$program").debug
+    mkdir -p "$(dirname "$kept")"
+    x86_64-w64-mingw32-objcopy --only-keep-debug "$program" "$kept"
+    (cd "$(dirname "$kept")" && x86_64-w64-mingw32-objcopy --strip-all --add-gnu-debuglink="$(basename "$kept")" "$program")
 done
-(cd build/package && cmake -E tar cf "../../dist/ocellus-$version-sdk.zip" --format=zip "ocellus-$version")
-(cd dist && sha256sum -- * >SHA256SUMS && cat SHA256SUMS)
-say "Everything is in $PWD/dist"
+
+"$root/packaging/spdx.py" build/deps "$version" "$sdk/ocellus.spdx.json" "$sdk/LICENSES"
+mv "$sdk/LICENSE" "$sdk/LICENSES/ocellus.txt"
+cp "$sdk/ocellus.spdx.json" "$out/ocellus-$version.spdx.json"
+find "$sdk" "$symbols" -exec touch -h -d "@$SOURCE_DATE_EPOCH" {} +
+for width in x64 x86; do
+    [ -d "$sdk/bin/$width" ] || continue
+    for scope in user machine; do
+        packaging/installer.py "$sdk/bin/$width" $width $scope "$version" "$out/ocellus-$version-$width-$scope.msi"
+    done
+done
+if [ -d "$sdk/bin/x64" ]; then packaging/nuget.py "$sdk" "$version" "$out/Ocellus.$version.nupkg"; fi
+if [ -d "$sdk/bin/ce-armv4" ]; then
+    for name in ocellus camverify; do
+        packaging/ce/cabinet.py make "packaging/ce/$name.inf" "$sdk/bin/ce-armv4" "$out/$name.armv4.cab"
+        cp "$out/$name.armv4.cab" "$sdk/bin/ce-armv4/"
+    done
+    cp packaging/ce/ocellus.ini "$out/"
+fi
+packaging/archive.py "$out/ocellus-$version-sdk.zip" "$sdk" "ocellus-$version"
+packaging/archive.py "$out/ocellus-$version-symbols.zip" "$symbols"
+(cd "$out" && sha256sum -- * >SHA256SUMS && cat SHA256SUMS)
+say "Everything is in $out"

@@ -105,7 +105,7 @@ buildPictureLibraries() {
     {
         unpackInto "$deps/$target-jpeg" "$jpegFile"
         cmake -S "$deps/$target-jpeg" -B "$deps/$target-jpeg/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
-            -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$out" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DREQUIRE_SIMD=ON \
+            -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$out" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DREQUIRE_SIMD=ON -DBUILD=0 \
             -DWITH_JPEG7=OFF -DWITH_JPEG8=OFF
         cmake --build "$deps/$target-jpeg/build" --target jpeg-static
         mkdir -p "$out/include" "$out/lib"
@@ -142,7 +142,7 @@ buildCePictureLibraries() {
     {
         unpackInto "$deps/ce-jpeg" "$jpegFile" &&
             cmake -S "$deps/ce-jpeg" -B "$deps/ce-jpeg/build" "${configure[@]}" -DCMAKE_INSTALL_PREFIX="$out" -DENABLE_SHARED=OFF \
-                -DWITH_TURBOJPEG=OFF -DWITH_SIMD=OFF -DWITH_JPEG7=OFF -DWITH_JPEG8=OFF &&
+                -DWITH_TURBOJPEG=OFF -DBUILD=0 -DWITH_SIMD=OFF -DWITH_JPEG7=OFF -DWITH_JPEG8=OFF &&
             cmake --build "$deps/ce-jpeg/build" --target jpeg-static &&
             cp "$deps/ce-jpeg/build/libjpeg.a" "$out/lib/" &&
             cp "$deps/ce-jpeg"/{jpeglib,jmorecfg,jerror}.h "$deps/ce-jpeg/build/jconfig.h" "$out/include/" &&

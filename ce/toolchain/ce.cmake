@@ -1,6 +1,7 @@
 # Builds for Windows CE: the run-time support, and the functions with which a DLL or a program is linked twice and converted.
 
 enable_language(ASM)
+find_program(OCELLUS_WINDRES x86_64-w64-mingw32-windres REQUIRED)  # its .res files are the same for every machine
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(WIN32 TRUE)  # what asks for it wants the Windows sources; the platform itself is bare metal to CMake
 set(OCELLUS_CE_FOLDER ${CMAKE_CURRENT_LIST_DIR})
@@ -31,13 +32,13 @@ function(ce_runtime)
     endforeach()
 endfunction()
 
-# ocellus_ce_dll(NAME SOURCES files... EXPORTS file.def IMPORTS files.def... LINK libraries...)
-# bin/NAME.dll and, for those who watch it run, bin/NAME.sym.
+# ocellus_ce_dll(NAME SOURCES files... EXPORTS file.def IMPORTS files.def... LINK libraries... DESCRIPTION text)
+# bin/NAME.dll and, for those who watch it run, bin/NAME.sym. With a DESCRIPTION it has a version resource.
 function(ocellus_ce_dll name)
     ce_image(${name} ${name}.dll DllMainCRTStartup ${ARGN})
 endfunction()
 
-# ocellus_ce_exe(NAME SOURCES files... IMPORTS files.def... LINK libraries... EXPORTS file.def)
+# ocellus_ce_exe(NAME SOURCES files... IMPORTS files.def... LINK libraries... EXPORTS file.def DESCRIPTION text)
 # bin/NAME.exe and bin/NAME.sym. The program begins with wWinMain, wmain, main or WinMain, whichever it has; in C++ wmain is extern "C". IMPORTS lists
 # what it calls of DLLs other than the system's, such as src/ocellus.def.
 function(ocellus_ce_exe name)
@@ -45,7 +46,7 @@ function(ocellus_ce_exe name)
 endfunction()
 
 function(ce_image name file entry)
-    cmake_parse_arguments(IMAGE "" "EXPORTS" "SOURCES;IMPORTS;LINK" ${ARGN})
+    cmake_parse_arguments(IMAGE "" "EXPORTS;DESCRIPTION" "SOURCES;IMPORTS;LINK" ${ARGN})
     if(NOT TARGET ce_runtime)
         ce_runtime()
     endif()
@@ -95,6 +96,13 @@ function(ce_image name file entry)
         list(APPEND imageTargets ${image})
     endforeach()
 
+    if(IMAGE_DESCRIPTION)
+        ocellus_version_file(version ${name} ${file} ${IMAGE_DESCRIPTION})
+        set(compiled ${folder}/version.res)
+        add_custom_command(OUTPUT ${compiled} COMMAND ${OCELLUS_WINDRES} -O res ${version} ${compiled} DEPENDS ${version} VERBATIM)
+        set(resources --resources ${compiled})
+    endif()
+
     set(output ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${file})
     set(symbols ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}.sym)
     list(TRANSFORM imports PREPEND "--imports=" OUTPUT_VARIABLE importArguments)
@@ -103,8 +111,8 @@ function(ce_image name file entry)
         OUTPUT ${output}
         BYPRODUCTS ${symbols}
         COMMAND Python3::Interpreter ${OCELLUS_CE_FOLDER}/elf2ce.py ${kind} --output ${output} --symbols ${symbols} ${exports}
-                ${importArguments} ${images}
-        DEPENDS ${imageTargets} ${images} ${converter} ${IMAGE_EXPORTS} ${imports}
+                ${importArguments} ${resources} ${images}
+        DEPENDS ${imageTargets} ${images} ${converter} ${compiled} ${IMAGE_EXPORTS} ${imports}
         COMMENT "Converting ${file}"
         VERBATIM)
     add_custom_target(${name} ALL DEPENDS ${output})

@@ -200,7 +200,20 @@ def imported(elf, definitions, base):
     return imports
 
 
-def convert(first_path, second_path, exports_path, import_paths, output, symbols_path=None, program=False):
+def compiled_resources(path):
+    """What a resource compiler wrote: (type, name, language, contents) of each resource, which must all be known by numbers."""
+    data, at = Path(path).read_bytes(), 0
+    while at < len(data):
+        size, header, kind_mark, kind, name_mark, name = struct.unpack_from("<IIHHHH", data, at)
+        if kind_mark != 0xFFFF or name_mark != 0xFFFF:
+            raise ConversionError(f"{path}: a resource at {at} has a name for a type or a number")
+        (language,) = struct.unpack_from("<H", data, at + 22)
+        if kind:  # the first stands for the format itself
+            yield kind, name, language, data[at + header : at + header + size]
+        at += align(header + size, 4)
+
+
+def convert(first_path, second_path, exports_path, import_paths, output, symbols_path=None, program=False, resources_path=None):
     first, second = elf_format.read(first_path), elf_format.read(second_path)
     check_symbols(first)
     check_sections(first, second)
@@ -241,6 +254,11 @@ def convert(first_path, second_path, exports_path, import_paths, output, symbols
             struct.pack_into(f"<{len(slot_words)}I", filled, slot_rva - data.rva, *slot_words)
         data.data = bytes(filled)
 
+    if resources_path:
+        rva = align(sections[-1].rva + sections[-1].virtual_size, PAGE)
+        rsrc = append(".rsrc", pe_image.resource_table(rva, compiled_resources(resources_path)), readable)
+        directories[pe_image.RESOURCE] = (rva, rsrc.virtual_size)
+
     relocation = append(".reloc", pe_image.relocation_table(words), readable | pe_image.DISCARDABLE)
     directories[pe_image.RELOCATION] = (relocation.rva, relocation.virtual_size)
     pe_image.write(output, sections, base, first.entry - base, directories, program)
@@ -262,6 +280,7 @@ def main():
     parser.add_argument("--exports")
     parser.add_argument("--imports", action="append", default=[])
     parser.add_argument("--symbols")
+    parser.add_argument("--resources", help="a .res file")
     parser.add_argument("--program", action="store_true")
     parser.add_argument("first")
     parser.add_argument("second")
@@ -270,7 +289,14 @@ def main():
         parser.error("a DLL needs --exports")
     try:
         convert(
-            options.first, options.second, options.exports, options.imports, options.output, options.symbols, options.program
+            options.first,
+            options.second,
+            options.exports,
+            options.imports,
+            options.output,
+            options.symbols,
+            options.program,
+            options.resources,
         )
     except (ConversionError, elf_format.ElfError, module_definition.DefinitionError, OSError) as error:
         Path(options.output).unlink(missing_ok=True)

@@ -16,9 +16,10 @@ STACK_RESERVE, STACK_COMMIT, HEAP_RESERVE, HEAP_COMMIT = 0x10000, 0x1000, 0x1000
 CODE, INITIALISED, DISCARDABLE = 0x20, 0x40, 0x02000000
 EXECUTE, READ, WRITE = 0x20000000, 0x40000000, 0x80000000
 
-EXPORT, IMPORT, EXCEPTION, RELOCATION = 0, 1, 3, 5  # data directories
+EXPORT, IMPORT, RESOURCE, EXCEPTION, RELOCATION = 0, 1, 2, 3, 5  # data directories
 ORDINAL_FLAG = 0x80000000
 RELOCATION_HIGHLOW = 3
+SUBDIRECTORY = 0x80000000  # in an entry of the resource table
 
 
 def align(value, to):
@@ -86,6 +87,26 @@ def import_table(rva, imports):
         descriptors += struct.pack("<5I", lookup_at + len(lookups), 0, 0, name_rva, slot_rva)
         lookups += struct.pack(f"<{len(words) + 1}I", *words, 0)
     return descriptors + bytes(20) + lookups + strings, descriptors_size, slots
+
+
+def resource_table(rva, resources):
+    """resources: (type, name, language, contents), the first three numbers. The table is a tree of these three levels."""
+    tree = {}
+    for kind, name, language, contents in resources:
+        tree.setdefault(kind, {}).setdefault(name, {})[language] = contents
+
+    def lay(node, at):
+        if isinstance(node, bytes):
+            return struct.pack("<4I", rva + at + 16, len(node), 0, 0) + node + bytes(-len(node) % 4)
+        entries, below = b"", b""
+        below_at = at + 16 + 8 * len(node)
+        for number, child in sorted(node.items()):
+            child_at = below_at + len(below)
+            entries += struct.pack("<II", number, child_at | (SUBDIRECTORY if isinstance(child, dict) else 0))
+            below += lay(child, child_at)
+        return struct.pack("<IIHHHH", 0, 0, 0, 0, 0, len(node)) + entries + below
+
+    return lay(tree, 0)
 
 
 def relocation_table(rvas):

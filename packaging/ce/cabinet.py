@@ -11,8 +11,10 @@ and members are read that the installations here use; any other is refused.
 Error messages name the file and its line; nothing is written then.
 """
 
+import os
 import pathlib
 import re
+import shutil
 import struct
 import subprocess
 import sys
@@ -198,7 +200,10 @@ def make(inf, source, out):
         # The description is read first; then the files, the highest number before the others.
         for number, _, _, name in reversed(tables.files):
             names.append(short(name, number))
-            (folder / names[-1]).write_bytes((source / name).read_bytes())
+            shutil.copy2(source / name, folder / names[-1])
+        # Dated like the files that it describes, so that the same files give the same cabinet.
+        newest = max(path.stat().st_mtime for path in folder.iterdir() if path.name != names[0])
+        os.utime(folder / names[0], (newest, newest))
         made = folder / "made.cab"
         subprocess.run(["gcab", "--create", "--nopath", made, *(folder / name for name in names)], check=True)
         out.parent.mkdir(parents=True, exist_ok=True)

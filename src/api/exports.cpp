@@ -11,7 +11,7 @@ namespace {
 
 using cam::CameraUse;
 
-constexpr char kRevision[] = "2.209.30001.0";
+constexpr char kRevision[] = OCELLUS_VERSION;  // given by the build
 
 constexpr int kFirstProperty = 0;
 constexpr int kFirstPropertyOfB = 9;  // the "B" operations serve this id and those above

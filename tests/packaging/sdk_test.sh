@@ -1,16 +1,32 @@
 #!/usr/bin/env bash
-# The SDK: installs into a fresh folder, builds its sample there in the ways that a user has, and takes a picture with each.
+# The packages for one width, made of a build and used as their users do: the SDK archive is unpacked, its sample built in the ways that a user has,
+# and takes a picture with each; the installers install and leave nothing.
 #
 #   sdk_test.sh BUILD x64|x86 COMPILER RUN FOLDER
 set -euo pipefail
 build=$1 target=$2 compiler=$3 run=$4 folder=$5
 sources=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
+root=$(cd "$sources/../.." && pwd)
 rm -rf "$folder" && mkdir -p "$folder" && cd "$folder"
-cmake --install "$build" --prefix "$folder/sdk" --component sdk --strip >install.log
+pack() { SOURCE_DATE_EPOCH=1700000000 "$root/scripts/package.sh" --into "$1" "$build" >pack.log 2>&1 || { cat pack.log; exit 1; }; }
+pack packages
+7z x packages/ocellus-*-sdk.zip >unpack.log
+sdk=$(echo "$folder"/ocellus-*)
+version=${sdk##*/ocellus-}
+cp -r "$sdk/bin/$target" pristine
+if [ "$target" = x64 ]; then
+    pack again
+    diff -r packages again
+    rm -rf again
+fi
+for program in "$sdk/bin/$target"/*.exe "$sdk/bin/$target"/*.dll; do
+    strings -el "$program" | grep -x "$version" >>versions.log || { echo "$program tells no version $version"; exit 1; }
+done
+for library in libjpeg-turbo libpng zlib; do
+    contained=$(grep -A1 "\"name\": \"$library\"" "$sdk/ocellus.spdx.json" | sed -n 's/.*versionInfo": "\(.*\)".*/\1/p')
+    strings -a "$sdk/bin/$target/ocellus.dll" | grep -E "($library version|deflate) $contained" >>versions.log || { echo "ocellus.dll does not contain $library $contained"; exit 1; }
+done
 
-# Moved: nothing in it names the folder that it was installed into.
-mv sdk moved
-sdk=$folder/moved
 configure=(cmake -S "$sources/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$sdk" -DSDK="$sdk")
 windows=(-DCMAKE_SYSTEM_NAME=Windows -DCMAKE_C_COMPILER="$compiler")
 "${configure[@]}" "${windows[@]}" -B consumer >configure.log || { cat configure.log; exit 1; }
@@ -49,6 +65,49 @@ cd "$folder/elsewhere"
 rm "$prefix/.registered-ocellus"
 "$run" "$PWD/unregistered.exe" "$library" unregistered.png
 identify -regard-warnings unregistered.png
+
+# The classes of a library that is registered nowhere, by the manifest that comes with it.
+classes=('{B62F694E-0593-4E60-AA1C-16AF6496AC39}' '{BCEED521-A101-45A9-8B7D-1583466FD57C}')
+makesObjects() { "$run" "$folder/elsewhere/unregistered.exe" "${classes[@]}" >objects.log; }
+if makesObjects; then echo "the classes are registered, and should not be"; exit 1; fi
+mkdir by_manifest
+cp unregistered.exe "$sdk/bin/$target/ocellus.dll" "$sdk/bin/$target/Ocellus.Filters.manifest" by_manifest/
+cat >by_manifest/unregistered.exe.manifest <<END
+<assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0"><dependency><dependentAssembly>
+$(grep assemblyIdentity by_manifest/Ocellus.Filters.manifest)
+</dependentAssembly></dependency></assembly>
+END
+export OCELLUS_REGISTER=0
+"$run" "$PWD/by_manifest/unregistered.exe" "${classes[@]}"
+
+# The installers: what they bring is there and registered, and gone afterwards.
+system=$prefix/drive_c/windows/system32
+traces() { # of the library in the file system and the registry
+    find "$prefix/drive_c" -iname '*ocellus*' -o -path '*/windows/Installer/*.msi'
+    local hive
+    for hive in HKLM HKCU; do
+        "$run" "$system/reg.exe" export $hive'\Software' "Z:${folder//\//\\}\\hive.reg" /y >reg.log
+        iconv -f UTF-16LE -t UTF-8 "$folder/hive.reg" | grep -iE 'ocellus|B62F694E|BCEED521' || true
+    done
+}
+install() { # /i|/x PACKAGE
+    "$run" "$system/msiexec.exe" "$1" "Z:${2//\//\\}" /qn || { echo "msiexec $1 $2 ended with $?"; exit 1; }
+}
+traces >"$folder/before"
+trap 'rm -rf "$prefix"' EXIT  # what is half installed must not meet the next run
+for scope in user machine; do
+    package=$folder/packages/ocellus-$version-$target-$scope.msi
+    install /i "$package"
+    installed=$(find "$prefix/drive_c" -name Ocellus -type d)
+    diff -r "$installed" "$folder/pristine"
+    # Wine looks for classes in the machine's part of the registry only.
+    if [ $scope = machine ]; then makesObjects || { cat objects.log; exit 1; }; fi
+    [ "$(traces | grep -ci 'CLSID.*InprocServer32')" = 2 ] || { echo "the $scope installer does not register two classes"; exit 1; }
+    install /x "$package"
+    traces >"$folder/after"
+    diff "$folder/before" "$folder/after" || { echo "the $scope installer left the above"; exit 1; }
+done
+trap - EXIT
 
 # A build that is not for Windows, and an installation for another width: said so.
 refuse() { # MESSAGE OPTIONS...

@@ -1,9 +1,26 @@
-/* Takes a picture with a library that is registered nowhere, from a thread that is single-threaded for COM.
- *     unregistered.exe LIBRARY PICTURE */
+/* Takes a picture with a library that is registered nowhere, from a thread that is single-threaded for COM; or makes objects of its classes, as the
+ * system finds them: by a manifest, by what an installer wrote.
+ *     unregistered.exe LIBRARY PICTURE
+ *     unregistered.exe CLASS... */
 #include <ocellus/cam.h>
 
 #include <objbase.h>
 #include <stdio.h>
+
+static int MakeObjects(wchar_t** classes) {
+    CLSID id;
+    IUnknown* object;
+    HRESULT result = S_OK;
+    CoInitializeEx(NULL, COINIT_MULTITHREADED);
+    for (; *classes && SUCCEEDED(result); ++classes) {
+        result = CLSIDFromString(*classes, &id);
+        if (SUCCEEDED(result)) result = CoCreateInstance(&id, NULL, CLSCTX_INPROC_SERVER, &IID_IUnknown, (void**)&object);
+        printf("%ls: 0x%08lX\n", *classes, (unsigned long)result);
+        if (SUCCEEDED(result)) object->lpVtbl->Release(object);
+    }
+    CoUninitialize();
+    return SUCCEEDED(result) ? 0 : 1;
+}
 
 int wmain(int count, wchar_t** arguments) {
     HMODULE library;
@@ -12,6 +29,7 @@ int wmain(int count, wchar_t** arguments) {
     DWORD start;
     camResult result;
     int taken = 0;
+    if (count > 1 && arguments[1][0] == L'{') return MakeObjects(arguments + 1);
     if (count != 3) return 2;
     CoInitializeEx(NULL, COINIT_APARTMENTTHREADED);
     library = LoadLibraryW(arguments[1]);

@@ -1,6 +1,6 @@
 # find_package(Ocellus CONFIG) gives Ocellus::ocellus: the header, the import library, and the DLL for 64 or 32 bit, which has to stand beside the
 # program (copy it with $<TARGET_RUNTIME_DLLS:program>).
-get_filename_component(_ocellusRoot "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
+get_filename_component(_ocellusRoot "${CMAKE_CURRENT_LIST_DIR}/.." ABSOLUTE)
 if(CMAKE_SIZEOF_VOID_P EQUAL 8)
     set(_ocellusTarget x64)
 else()
