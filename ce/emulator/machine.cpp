@@ -50,8 +50,10 @@ Machine::Machine() {
     Map(kStubBase, kStubBytes);
     for (u32 offset = 0; offset < kStubBytes; offset += 4) Write(kStubBase + offset, kReturnInstruction);
     uc_hook hook;
-    // The library takes the callbacks as untyped pointers.
-    Check(uc_hook_add(engine, &hook, UC_HOOK_CODE, reinterpret_cast<void*>(OnStub), this, kStubBase,
+    // The library takes the callbacks as untyped pointers. A stub's block of code, the return, is executed
+    // before the emulation stops: a hook of single instructions would prevent that, but while there is one
+    // the library does not say where it stopped.
+    Check(uc_hook_add(engine, &hook, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnStub), this, kStubBase,
                       kStubBase + kStubBytes - 1),
           "hook");
     Check(uc_hook_add(engine, &hook, UC_HOOK_MEM_INVALID, reinterpret_cast<void*>(OnInvalid), this, 1, 0),
@@ -171,6 +173,10 @@ u64 Machine::Call(u32 address, const std::vector<u32>& words) {
 void Machine::Run() {
     for (;;) {
         if (interrupted) throw Interrupted("the program was interrupted\n" + Backtrace());
+        if (instructions >= sliceEnd) {
+            sliceEnd = UINT64_MAX;
+            onSlice();
+        }
         pendingStub = -1;
         u32 pc = 0;
         uc_reg_read(engine, UC_ARM_REG_PC, &pc);
@@ -179,10 +185,12 @@ void Machine::Run() {
             uc_reg_read(engine, UC_ARM_REG_PC, &pc);
             Fault(error, pc);
         }
-        if (pendingStub < 0 && interrupted) continue;
+        if (pendingStub < 0 && (interrupted || instructions >= sliceEnd)) continue;
         if (pendingStub < 0) throw Failure("the emulation stopped without a reason\n" + Backtrace());
         const u32 index = static_cast<u32>(pendingStub);
         if (kStubBase + 4 * index == returnStub) return;
+        pc = kStubBase + 4 * index;
+        uc_reg_write(engine, UC_ARM_REG_PC, &pc);
         const Registers registers = Load();
         Arguments arguments(*this, registers);
         const u64 result = RunStub(stubs[index], arguments);
@@ -219,8 +227,10 @@ void Machine::OnStub(uc_engine* engine, u64 address, u32, void* self) {
     uc_emu_stop(engine);
 }
 
-void Machine::OnBlock(uc_engine*, u64, u32 size, void* self) {
-    static_cast<Machine*>(self)->instructions += size / 4;
+void Machine::OnBlock(uc_engine* engine, u64, u32 size, void* self) {
+    auto* machine = static_cast<Machine*>(self);
+    machine->instructions += size / 4;
+    if (machine->instructions >= machine->sliceEnd) uc_emu_stop(engine);
 }
 
 std::string Machine::Describe(u32 address) const {
@@ -245,6 +255,7 @@ void Machine::CheckAlignment(bool on) {
 // The hook stays: code is counted from its translation on, and what was translated without it cannot be had
 // again reliably.
 void Machine::StartCounting() {
+    if (sliceEnd != UINT64_MAX) sliceEnd -= instructions;
     instructions = 0;
     if (blockHook != 0) return;
     Check(uc_hook_add(engine, &blockHook, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnBlock), this, 1, 0),

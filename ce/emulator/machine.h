@@ -111,6 +111,9 @@ class Machine {
     // is loaded: code that ran before is not sure to be counted.
     void StartCounting();
     u64 StopCounting();
+    // After so many instructions, counted while counting is on, `onSlice` is told between two blocks of code.
+    void SliceAfter(u64 count) { sliceEnd = instructions + count; }
+    std::function<void()> onSlice;
     // The stack that addresses below it belong to, for the texts of faults.
     void SetStackLimits(u32 low, u32 high) { stackLow = low, stackHigh = high; }
 
@@ -141,6 +144,7 @@ class Machine {
     std::deque<Stub> stubs;  // one that runs may add others
     int pendingStub = -1;
     u64 instructions = 0;
+    u64 sliceEnd = UINT64_MAX;
     std::string fault;
     u32 faultAddress = 0;
     std::atomic<bool> interrupted = false;

@@ -73,7 +73,9 @@ Module& Process::Load(const std::string& path) {
     Module& loaded = *modules.back();
     if (loaded.image.isProgram) return loaded;
     if (!machine.Call(loaded.base + loaded.image.entry, {loaded.base, kProcessAttach, 0})) {
-        throw Failure(path + ": the entry point refused to start");
+        machine.Protect(loaded.base, size, UC_PROT_NONE);
+        modules.pop_back();
+        throw NotStarted(path + ": the entry point refused to start");
     }
     return loaded;
 }
@@ -88,8 +90,13 @@ Module* Process::FindOrLoad(const std::string& name) {
     if (Module* loaded = Find(name)) return loaded;
     for (const std::string& place : libraryFolders) {
         for (const auto& entry : std::filesystem::directory_iterator(place)) {
-            if (entry.is_regular_file() && FileName(entry.path().string()) == FileName(name))
-                return &Load(entry.path().string());
+            if (entry.is_regular_file() && FileName(entry.path().string()) == FileName(name)) {
+                try {
+                    return &Load(entry.path().string());
+                } catch (const NotStarted&) {
+                    return nullptr;
+                }
+            }
         }
     }
     return nullptr;
@@ -147,23 +154,25 @@ void Process::BindImports(Module& module) {
             }
         }
         const std::string name = slot.name.empty() ? "@" + std::to_string(slot.ordinal) : slot.name;
+        if (!address && wrapImport) {
+            const std::string key = Key(slot.library, name);
+            address = machine.AddStub(key, wrapImport(module, name, HandlerFor(key)));
+        }
         machine.Write(module.base + slot.rva, address ? address : StubFor(slot.library, name));
     }
+}
+
+Handler Process::HandlerFor(const std::string& key) {
+    if (const auto found = bound.find(key); found != bound.end()) return found->second;
+    return [this, key](Arguments&) -> u64 {
+        throw Failure("call to an unbound import: " + key + "\n" + machine.Backtrace());
+    };
 }
 
 u32 Process::StubFor(const std::string& library, const std::string& name) {
     const std::string key = Key(library, name);
     if (const auto known = stubs.find(key); known != stubs.end()) return known->second;
-    const auto found = bound.find(key);
-    Handler handler;
-    if (found != bound.end()) {
-        handler = found->second;
-    } else {
-        handler = [this, key](Arguments&) -> u64 {
-            throw Failure("call to an unbound import: " + key + "\n" + machine.Backtrace());
-        };
-    }
-    return stubs[key] = machine.AddStub(key, std::move(handler));
+    return stubs[key] = machine.AddStub(key, HandlerFor(key));
 }
 
 u32 Process::Address(const Module& module, const std::string& name) {

@@ -59,6 +59,10 @@ Handler MakeHandler(std::function<R(A...)> function) {
     };
 }
 
+struct NotStarted : Failure {
+    using Failure::Failure;
+};
+
 class Process {
   public:
     // The stand-ins of coredll, ole32 and oleaut32 are bound; files live below `folder`.
@@ -73,7 +77,7 @@ class Process {
     // ----------------------------------------------------------------------------------------------- Maps
     // the image at another base than its own, binds it and runs a DLL's entry point. A DLL that it imports is
     // loaded too if it is found in the folders for libraries; what nobody provides is reported when it is
-    // called.
+    // called. Throws NotStarted when the entry point refuses, and the DLL is gone.
     Module& Load(const std::string& path);
     void Unload(Module& module);
     // Where DLLs that are asked for by name are looked for, the first folder first. Empty: only what has been
@@ -111,6 +115,8 @@ class Process {
     }
     // Where a program calls it.
     u32 StubFor(const std::string& library, const std::string& name);
+    // Given each import of a module that a stand-in serves, when the module is loaded: what is called for it.
+    std::function<Handler(const Module&, const std::string& function, Handler)> wrapImport;
 
     // For variable arguments: the stand-in takes them itself.
     void BindRaw(const std::string& library, const std::string& name, Handler handler) {
@@ -157,6 +163,7 @@ class Process {
 
   private:
     void BindImports(Module& module);
+    Handler HandlerFor(const std::string& key);
 
     std::vector<std::unique_ptr<Module>> modules;
     std::map<std::string, Handler> bound;

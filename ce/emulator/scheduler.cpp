@@ -166,12 +166,33 @@ bool Scheduler::Satisfied(Thread& thread) {
     return false;
 }
 
+void Scheduler::PlaySeed(u64 seed) {
+    random.emplace(seed);
+    machine.onSlice = [this] { Preempt(); };
+    NextSlice();
+}
+
+// Short slices and long ones: half of all end within 1000 instructions.
+void Scheduler::NextSlice() {
+    constexpr u64 kShortest = 4, kLongest = 16;  // as powers of two
+    const u64 power = kShortest + (*random)() % (kLongest - kShortest + 1);
+    machine.SliceAfter(1 + (*random)() % (u64{1} << power));
+}
+
+// The time that passes makes a device of some 40 million instructions a second.
+void Scheduler::Preempt() {
+    if ((*random)() % 4 == 0) now += (*random)() % 2;
+    NextSlice();
+    SwitchAway();
+}
+
 std::shared_ptr<Thread> Scheduler::NextReady() {
-    // Round robin, beginning after the current thread.
+    // Round robin, beginning after the current thread, or anywhere.
     std::erase_if(threads, [&](const auto& thread) { return thread->finished && thread.get() != current; });
     const auto position =
         std::find_if(threads.begin(), threads.end(), [&](const auto& t) { return t.get() == current; });
-    const size_t start = static_cast<size_t>(position - threads.begin());
+    const size_t start =
+        random ? (*random)() % threads.size() : static_cast<size_t>(position - threads.begin());
     for (size_t step = 1; step <= threads.size(); ++step) {
         const auto& thread = threads[(start + step) % threads.size()];
         if (thread->finished) continue;
@@ -185,6 +206,7 @@ std::shared_ptr<Thread> Scheduler::NextReady() {
     }
     if (first) {
         now = std::max(now, *first->deadline);
+        if (now >= end) throw Interrupted("the device's time is over\n" + DescribeWaits());
         first->result = kWaitTimeout;
     }
     return first;
@@ -193,13 +215,11 @@ std::shared_ptr<Thread> Scheduler::NextReady() {
 void Scheduler::SwitchAway() {
     std::shared_ptr<Thread> next;
     if (!failure) {
-        next = NextReady();
-        if (!next) {
-            try {
-                ReportDeadlock();
-            } catch (...) {
-                failure = std::current_exception();
-            }
+        try {
+            next = NextReady();
+            if (!next) ReportDeadlock();
+        } catch (...) {
+            failure = std::current_exception();
         }
     }
     // A failure ends the process; the main thread tells of it.
@@ -222,7 +242,11 @@ void Scheduler::SwitchTo(Thread& next) {
 }
 
 void Scheduler::ReportDeadlock() {
-    std::string text = "deadlock: nobody can run\n";
+    throw Failure("deadlock: nobody can run\n" + DescribeWaits());
+}
+
+std::string Scheduler::DescribeWaits() {
+    std::string text;
     for (const auto& thread : threads) {
         if (thread->finished) continue;
         text += "  thread " + thread->name + " waits for";
@@ -238,7 +262,7 @@ void Scheduler::ReportDeadlock() {
             text += "\n" + machine.Backtrace();
         }
     }
-    throw Failure(text);
+    return text;
 }
 
 }  // namespace ce

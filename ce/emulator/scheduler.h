@@ -1,6 +1,6 @@
 // The emulated program's threads, and the time. One runs at a time and keeps running until it waits, sleeps
 // or ends; time is virtual and moves only when everybody waits, so that runs are repeatable and a sleep costs
-// nothing.
+// nothing. With a seed threads are switched at other moments as well, and time goes on a little then.
 #pragma once
 
 #include <ucontext.h>
@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -81,6 +82,12 @@ class Scheduler {
     void HandOver(const Object& object);
     void Sleep(u32 milliseconds) { Wait({}, false, milliseconds); }
     u64 Now() const { return now; }
+    // From now on threads are switched after random numbers of instructions, the same ones for each seed. The
+    // machine must count instructions.
+    void PlaySeed(u64 seed);
+    // Interrupted is thrown when this much of the device's time has passed.
+    void EndAfter(u64 milliseconds) { end = now + milliseconds; }
+    bool IsTimeOver() const { return now >= end; }
     [[noreturn]] void Exit(u32 code);
 
     // The deepest use of a stack so far, in bytes, of threads that have ended and those that live.
@@ -99,10 +106,13 @@ class Scheduler {
     static void Enter(u32 high, u32 low);
     void RunThread(Thread& thread);
     void SwitchAway();
+    void Preempt();
+    void NextSlice();
     void SwitchTo(Thread& next);
     bool Satisfied(Thread& thread);
     std::shared_ptr<Thread> NextReady();
     [[noreturn]] void ReportDeadlock();
+    std::string DescribeWaits();
     void GiveStack(Thread& thread);
     u32 UsedStack(const Thread& thread);
 
@@ -112,6 +122,8 @@ class Scheduler {
     std::vector<u32> freeStacks;
     Thread* current = nullptr;
     u64 now = 1000;
+    u64 end = UINT64_MAX;
+    std::optional<std::mt19937_64> random;
     u32 nextId = 0x1000;
     u32 nextStack;
     std::vector<StackUse> endedStacks;

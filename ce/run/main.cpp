@@ -8,6 +8,7 @@
 
 #include "emulator/graph/dom.h"
 #include "emulator/graph/graph.h"
+#include "emulator/import_faults.h"
 #include "emulator/text.h"
 #include "run/options.h"
 #include "run/registry_file.h"
@@ -81,6 +82,8 @@ Outcome Run(Process& process, const Options& options) {
     Outcome outcome;
     const Deadline deadline(process.machine, options.deadlineSeconds);
     process.machine.StartCounting();
+    if (options.seed) process.scheduler.PlaySeed(*options.seed);
+    if (options.deviceSeconds) process.scheduler.EndAfter(1000ull * options.deviceSeconds);
     try {
         const Module& module = process.Load(options.image);
         if (module.image.isProgram) {
@@ -95,7 +98,8 @@ Outcome Run(Process& process, const Options& options) {
         outcome.end = Outcome::End::Exit;
         outcome.value = end.code;
     } catch (const Interrupted& interrupted) {
-        outcome.end = Outcome::End::Deadline;
+        const bool isOver = process.scheduler.IsTimeOver();
+        outcome.end = isOver ? Outcome::End::DeviceDeadline : Outcome::End::Deadline;
         outcome.fault = interrupted.what();
     } catch (const Failure& failure) {
         outcome.end = Outcome::End::Fault;
@@ -113,10 +117,20 @@ int ExitCode(const Outcome& outcome) {
         case Outcome::End::Returned:
             return 0;
         case Outcome::End::Deadline:
+        case Outcome::End::DeviceDeadline:
             return kDeadlineCode;
         default:
             return kFaultCode;
     }
+}
+
+// FUNCTION:N.
+void ChooseFault(ImportFaults& faults, const std::string& text) {
+    const size_t colon = text.find(':');
+    const int call = colon == std::string::npos ? 0 : std::atoi(text.c_str() + colon + 1);
+    if (call < 1)
+        throw std::runtime_error("--fail: '" + text + "' is not a function, a colon and a number from 1");
+    faults.Fail(text.substr(0, colon), static_cast<u32>(call));
 }
 
 int RunWith(const Options& options) {
@@ -130,14 +144,21 @@ int RunWith(const Options& options) {
     if (options.fast) process.machine.CheckAlignment(false);
     if (options.trace) TraceCalls(process);
 
+    std::optional<ImportFaults> faults;
+    if (!options.watched.empty()) faults.emplace(process, options.watched);
+    if (!options.failing.empty()) ChooseFault(*faults, options.failing);
+
     const Outcome outcome = Run(process, options);
 
     if (outcome.end == Outcome::End::Deadline)
         std::fprintf(stderr, "ce-run: the deadline of %u s has passed; %s", options.deadlineSeconds,
                      outcome.fault.c_str());
+    if (outcome.end == Outcome::End::DeviceDeadline)
+        std::fprintf(stderr, "ce-run: the deadline of %u s of the device's time has passed; %s",
+                     options.deviceSeconds, outcome.fault.c_str());
     if (outcome.end == Outcome::End::Fault) std::fprintf(stderr, "ce-run: %s", outcome.fault.c_str());
-    const Report report =
-        MakeReport(process, std::filesystem::path(options.image).filename().string(), outcome);
+    Report report = MakeReport(process, std::filesystem::path(options.image).filename().string(), outcome);
+    if (faults) report.calls = faults->Calls();
     if (!options.quiet) std::fputs(ToText(report).c_str(), stderr);
     if (!options.savedRegistry.empty()) WriteRegistryFile(process, options.savedRegistry);
     if (!options.json.empty() && !(std::ofstream(options.json) << ToJson(report)))

@@ -77,6 +77,18 @@ std::optional<Options> ReadOptions(int count, char** arguments, int& exitCode) {
         ->type_name("KB")
         ->check(CLI::Range(4u, 16384u))
         ->capture_default_str();
+    app.add_option("--device-deadline", options.deviceSeconds,
+                   "The device's time after which the run is ended (default: never)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1u, 1000000u));
+    app.add_option("--seed", options.seed,
+                   "Switches threads at random moments as well, the same ones for each seed")
+        ->type_name("N");
+    app.add_option("--watch", options.watched, "Counts that DLL's calls of the system for the JSON report")
+        ->type_name("DLL");
+    app.add_option("--fail", options.failing, "Its Nth call of that function fails")
+        ->type_name("FUNCTION:N")
+        ->needs("--watch");
     app.add_flag("--fast", options.fast, "Does not watch the alignment of accesses: about ten times faster");
     app.add_flag("--quiet", options.quiet, "No report at the end");
     app.add_option("--json", options.json, "Writes the report there")->type_name("FILE");

@@ -1,6 +1,7 @@
 // The command line of ce-run.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +14,10 @@ struct Options {
     std::vector<std::string> arguments;  // of either
     std::string folder;                  // whose files are the device's
     std::string registry, savedRegistry, scenario, json;
+    std::string watched;  // the DLL whose calls of the system are counted
+    std::string failing;  // which of them fails: FUNCTION:N
+    std::optional<std::uint64_t> seed;
+    unsigned deviceSeconds = 0;  // 0: no end
     bool trace = false, quiet = false, fast = false;
     unsigned deadlineSeconds = 60;
     unsigned stackKilobytes = 64;

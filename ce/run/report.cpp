@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "emulator/com_object.h"
+#include "emulator/import_faults.h"
 #include "emulator/text.h"
 #include "emulator/windows.h"
 
@@ -24,6 +25,7 @@ std::string Ending(const Report& report) {
         case Outcome::End::Returned:
             return "returned";
         case Outcome::End::Deadline:
+        case Outcome::End::DeviceDeadline:
             return "was ended at the deadline";
         default:
             return "faulted";
@@ -82,7 +84,7 @@ std::string ToText(const Report& report) {
 
 std::string ToJson(const Report& report) {
     using Json = nlohmann::json;
-    const char* ends[] = {"exit", "returned", "deadline", "fault"};
+    const char* ends[] = {"exit", "returned", "deadline", "deadline", "fault"};
     Json document = {{"image", report.image},
                      {"end", ends[static_cast<size_t>(report.outcome.end)]},
                      {"value", static_cast<i32>(report.outcome.value)},
@@ -103,6 +105,10 @@ std::string ToJson(const Report& report) {
     for (const auto& share : report.blocks)
         document["blocks"].push_back(
             {{"by", share.caller}, {"blocks", share.blocks}, {"bytes", share.bytes}});
+    for (const auto& [function, count] : report.calls) {
+        document["calls"].push_back(
+            {{"function", function}, {"count", count}, {"canFail", ImportFaults::CanFail(function)}});
+    }
     return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -1,6 +1,7 @@
 // What a run was, and what it left.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -9,7 +10,7 @@
 namespace ce {
 
 struct Outcome {
-    enum class End { Exit, Returned, Deadline, Fault };
+    enum class End { Exit, Returned, Deadline, DeviceDeadline, Fault };
     End end = End::Exit;
     u32 value = 0;      // exit code, or the export's result
     std::string fault;  // its text, or where the deadline found the program
@@ -31,6 +32,7 @@ struct Report {
     std::vector<Left> handles;       // by kind; also device contexts, bitmaps and windows
     std::vector<std::string> references;
     std::vector<Heap::Share> blocks;
+    std::map<std::string, u32> calls;  // of the watched DLL, by function
 };
 
 Report MakeReport(Process& process, const std::string& image, const Outcome& outcome);

@@ -17,6 +17,16 @@ constexpr DWORD kIdleMs = 4000;  // after which the owner window is asked to pai
 // that it dispatches, unless the caller's is the one that it waits for.
 constexpr DWORD kListenMs = 200;
 
+// Somebody waits for this event without end. Where the system refuses to set it, being short of something, it
+// is asked again.
+void Signal(HANDLE event) {
+    constexpr int kAttempts = 10;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        if (platform::EventModify(event, platform::kEventSet)) return;
+        Sleep(1);
+    }
+}
+
 }  // namespace
 
 // ---- On the caller --------------------------------------------------------------------------
@@ -62,7 +72,7 @@ HRESULT CameraWorker::Send(Command toSend, Patience patience) {
     // A camera whose Init failed early has nobody to do it.
     if (!threadHandle) return E_FAIL;
     command = toSend;
-    platform::EventModify(commandEvent.get(), platform::kEventSet);
+    Signal(commandEvent.get());
     if (patience == Patience::Usual && platform::IsSenderWaiting()) {
         if (WaitLettingSentMessagesIn(doneEvent.get(), kListenMs) != WAIT_TIMEOUT) return commandResult;
         // Taken back, unless the worker has it: then it waits for nobody but its own routine.
@@ -82,7 +92,7 @@ void CameraWorker::EndThread() {
     CheckThread(kCallerThread);
     if (!threadHandle) return;
     command = Command::LeaveThread;
-    platform::EventModify(commandEvent.get(), platform::kEventSet);
+    Signal(commandEvent.get());
     WaitLettingSentMessagesIn(threadHandle.get());
 }
 
@@ -173,7 +183,7 @@ void CameraWorker::Dispatch(Command received) {
         default:
             return;
     }
-    platform::EventModify(doneEvent.get(), platform::kEventSet);
+    Signal(doneEvent.get());
 }
 
 // Without the mutex: an event is taken while a caller holds the graph as well, and changes nothing of how it

@@ -71,6 +71,7 @@ HRESULT ImagerCamera::Init(HWND ownerWindow, const wchar_t* settingsPath, const 
     if (!session->stopEvent) session->stopEvent.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     if (!session->snapEvent) session->snapEvent.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     if (session->library.Status() != S_OK) return session->library.Status();
+    if (!session->stopEvent || !session->snapEvent) return HresultFromError(ERROR_NOT_ENOUGH_MEMORY);
 
     DWORD word = 0;
     ImagerOpenRecord record = {};
@@ -98,6 +99,8 @@ HRESULT ImagerCamera::Open() {
 // each stop ends one.
 HRESULT ImagerCamera::StartPreview() {
     if (session->library.Status() != S_OK) return session->library.Status();
+    // Without them the thread would neither pause nor hear that it shall end.
+    if (!session->stopEvent || !session->snapEvent) return E_FAIL;
     platform::EventModify(session->stopEvent.get(), platform::kEventReset);
     platform::EventModify(session->snapEvent.get(), platform::kEventReset);
     session->CountThreadIn();

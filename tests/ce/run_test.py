@@ -152,6 +152,28 @@ class Faults(Device):
         self.has(done.stderr, "the deadline of 1 s has passed", "in Spin")
 
 
+    def test_device_deadline(self):
+        done = self.run_it("--device-deadline", 1, "reliability.exe", "\\", "once", image="reliability.exe")
+        self.assertEqual(done.returncode, 124)
+        self.has(done.stderr, "the deadline of 1 s of the device's time has passed", "thread main waits for")
+
+    def test_call_that_fails(self):
+        path = self.folder / "report.json"
+        options = ["--quiet", "--watch", "Ocellus.dll", "--json", path]
+        self.run_it(*options, "ocellus.dll", "DllRegisterServer", image="ocellus.dll")
+        calls = {one["function"]: (one["count"], one["canFail"]) for one in json.loads(path.read_text())["calls"]}
+        self.assertEqual(calls["RegCreateKeyExW"][1], True)
+        self.assertEqual(calls["memcpy"][1], False)
+        self.assertEqual(calls["CreateFileW"], (0, True))
+        for call, result in ((1, "0x80070005"), (calls["RegCreateKeyExW"][0] + 1, "0x00000000")):
+            done = self.run_it(*options, "--fail", f"RegCreateKeyExW:{call}", "ocellus.dll", "DllRegisterServer", image="ocellus.dll")
+            self.has(done.stdout, result)
+        for wrong, reason in (("memcpy:1", "'memcpy' is no import that can fail"), ("malloc", "a number from 1"), ("malloc:x", "a number from 1")):
+            done = self.run_it(*options, "--fail", wrong, "ocellus.dll", "DllRegisterServer", image="ocellus.dll")
+            self.assertEqual(done.returncode, 2)
+            self.has(done.stderr, reason)
+
+
 class Reports(Device):
     def test_what_was_left_open(self):
         path = self.folder / "report.json"
@@ -166,11 +188,15 @@ class Reports(Device):
 
     def test_repeatable(self):
         reports = []
-        for _ in range(2):
+        for seed in (None, None, 7, 7, 8):
             path = self.folder / "report.json"
-            self.run_it("--quiet", "--json", path, "window.exe", "5", image="window.exe")
+            options = ["--seed", seed, BIN / "reliability.exe", "\\", "once"] if seed else [BIN / "window.exe", 5]
+            done = self.run_it("--quiet", "--json", path, *options)
+            self.assertEqual(done.returncode, 0 if seed else 8, done.stdout + done.stderr)
             reports.append(path.read_text())
         self.assertEqual(reports[0], reports[1])
+        self.assertEqual(reports[2], reports[3])
+        self.assertNotEqual(reports[3], reports[4])
 
     def test_trace(self):
         done = self.run_it("--trace", "--quiet", "console.exe", image="console.exe")

@@ -161,6 +161,7 @@ void SourcePin::Commit() {
 }
 
 u32 SourcePin::Deliver(const std::function<void(u8* bytes, const VideoFormat& format)>& paint) {
+    if (!receiver) return kNotConnected;
     const u32 place = HostMemory(process, 8);
     u32 result = CallMethod(process, allocator, slot::kAllocatorGetBuffer, {place, 0, 0, 0});
     if (result != kOk) return result;
