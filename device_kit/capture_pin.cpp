@@ -222,7 +222,7 @@ void CapturePin::StreamStills() {
 
 HRESULT CapturePin::SendPicture() {
     cam::ComPtr<IMediaSample> sample;
-    HRESULT hr = GetDeliveryBuffer(sample.put(), nullptr, nullptr, 0);
+    HRESULT hr = GetDeliveryBuffer(sample.put());
     if (FAILED(hr)) return hr;
     BYTE* bytes = nullptr;
     hr = sample->GetPointer(&bytes);

@@ -89,7 +89,7 @@ HRESULT ColorConverter::Convert(IMediaSample* sample) {
     if (hr != S_OK) return hr;
     const Format format = OutputFormat();
     cam::ComPtr<IMediaSample> converted;
-    hr = output.GetDeliveryBuffer(converted.put(), nullptr, nullptr, 0);
+    hr = output.GetDeliveryBuffer(converted.put());
     BYTE *from = nullptr, *to = nullptr;
     if (SUCCEEDED(hr)) hr = sample->GetPointer(&from);
     if (SUCCEEDED(hr)) hr = converted->GetPointer(&to);

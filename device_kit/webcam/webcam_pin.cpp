@@ -197,7 +197,7 @@ void WebcamPin::Stream() {
 HRESULT WebcamPin::SendFrame() {
     cam::ComPtr<IMediaSample> sample;
     BYTE* bytes = nullptr;
-    HRESULT hr = GetDeliveryBuffer(sample.put(), nullptr, nullptr, 0);
+    HRESULT hr = GetDeliveryBuffer(sample.put());
     if (SUCCEEDED(hr)) hr = sample->GetPointer(&bytes);
     if (FAILED(hr)) return hr;
     if (sample->GetSize() < format.SampleSize()) return E_UNEXPECTED;

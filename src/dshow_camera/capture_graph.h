@@ -87,7 +87,6 @@ class CaptureGraph {
     const Application& application;
     // Changed by the *worker* without the lock when a picture has been stored.
     std::atomic<CameraState> state = CameraState::None;
-    int currentResolution = 0;  // the index set last
     bool isInterrupted = false;
     GraphInterfaces graph;
     const GraphFilters filters{graph};

@@ -58,9 +58,7 @@ HRESULT CaptureGraph::ReconnectStillBranch(int index, bool* isRefused) {
     CAM_RETURN_IF_FAILED(graph.filterGraph->Disconnect(graph.sinkPin.get()));
     CAM_RETURN_IF_FAILED(graph.filterGraph->Disconnect(graph.stillPin.get()));
     CAM_RETURN_IF_FAILED(config->SetFormat(type.get()));
-    CAM_RETURN_IF_FAILED(ConnectStillPins(isRefused));
-    currentResolution = index;
-    return S_OK;
+    return ConnectStillPins(isRefused);
 }
 
 // With the first of the still pin's types that the sink can take, and no other.

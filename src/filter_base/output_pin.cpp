@@ -2,6 +2,11 @@
 
 namespace cam::filter_base {
 
+namespace {
+// Between two looks for a free buffer.
+constexpr DWORD kBusyBuffersSleepMs = 1;
+}  // namespace
+
 HRESULT OutputPin::CheckConnect(IPin* peer) {
     const HRESULT result = Pin::CheckConnect(peer);
     if (FAILED(result)) return result;
@@ -100,9 +105,16 @@ HRESULT OutputPin::DecideAllocator() {
     return SUCCEEDED(result) ? TryAllocator(allocator.get(), wishes) : result;
 }
 
-HRESULT OutputPin::GetDeliveryBuffer(IMediaSample** out, REFERENCE_TIME* start, REFERENCE_TIME* stop,
-                                     DWORD flags) {
-    return sampleAllocator ? sampleAllocator->GetBuffer(out, start, stop, flags) : VFW_E_NOT_CONNECTED;
+// The wait is not left to the allocator. There are systems whose allocator closes the semaphore that a thread
+// is about to wait for when it is decommitted at that moment; another object may get the same handle, and the
+// thread, and whoever stops the graph, would wait for that for ever.
+HRESULT OutputPin::GetDeliveryBuffer(IMediaSample** out) {
+    if (!sampleAllocator) return VFW_E_NOT_CONNECTED;
+    for (;;) {
+        const HRESULT result = sampleAllocator->GetBuffer(out, nullptr, nullptr, AM_GBF_NOWAIT);
+        if (result != VFW_E_TIMEOUT) return result;
+        Sleep(kBusyBuffersSleepMs);
+    }
 }
 
 HRESULT OutputPin::Deliver(IMediaSample* sample) {

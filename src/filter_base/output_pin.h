@@ -18,8 +18,9 @@ class OutputPin : public Pin {
     // Chooses the connection's allocator and tells the receiver: its own, else one of the system's.
     virtual HRESULT DecideAllocator();
 
-    // *Streaming*. VFW_E_NOT_CONNECTED without a receiver.
-    HRESULT GetDeliveryBuffer(IMediaSample** out, REFERENCE_TIME* start, REFERENCE_TIME* stop, DWORD flags);
+    // *Streaming*. VFW_E_NOT_CONNECTED without a receiver. A buffer is waited for until one is free or the
+    // allocator is decommitted (VFW_E_NOT_COMMITTED).
+    HRESULT GetDeliveryBuffer(IMediaSample** out);
     HRESULT Deliver(IMediaSample* sample);
     HRESULT DeliverEndOfStream();
     HRESULT DeliverBeginFlush();

@@ -42,7 +42,7 @@ HRESULT CopySample(IMediaSample& from, IMediaSample& to) {
 }  // namespace
 
 HRESULT TransformInPlaceFilter::CopyToOutput(IMediaSample& sample, ComPtr<IMediaSample>& copy) {
-    const HRESULT result = output.GetDeliveryBuffer(copy.put(), nullptr, nullptr, 0);
+    const HRESULT result = output.GetDeliveryBuffer(copy.put());
     return SUCCEEDED(result) ? CopySample(sample, *copy.get()) : result;
 }
 

@@ -1,5 +1,8 @@
 #include <doctest/doctest.h>
 
+#include <atomic>
+#include <thread>
+
 #include "filter_base/test_filters.h"
 
 using namespace cam;
@@ -155,13 +158,42 @@ TEST_CASE("an allocator of the receiver's comes first, then one of the system's"
     }
     // Committed while active only.
     ComPtr<IMediaSample> sample;
-    CHECK(pair.source->pin.GetDeliveryBuffer(sample.put(), nullptr, nullptr, 0) == VFW_E_NOT_COMMITTED);
+    CHECK(pair.source->pin.GetDeliveryBuffer(sample.put()) == VFW_E_NOT_COMMITTED);
     pair.sink->Pause();
     pair.source->Pause();
     CHECK(pair.source->Push(1) == S_OK);
     CHECK(pair.sink->pin.marks == std::vector<BYTE>{1});
     pair.source->Stop();
     CHECK(pair.source->Push(2) == VFW_E_NOT_COMMITTED);
+    pair.sink->Stop();
+}
+
+TEST_CASE("a thread that waits for a free buffer gets the next one, or ends when the source stops") {
+    const NoLeaks noLeaks;
+    Pair pair;
+    pair.source->pin.bufferCount = 1;
+    REQUIRE(pair.Connect() == S_OK);
+    pair.sink->Pause();
+    pair.source->Pause();
+    ComPtr<IMediaSample> only;
+    REQUIRE(pair.source->pin.GetDeliveryBuffer(only.put()) == S_OK);
+    std::atomic<bool> ended = false;
+    std::thread waiting([&] {
+        ComPtr<IMediaSample> next;
+        const HRESULT first = pair.source->pin.GetDeliveryBuffer(next.put());
+        CHECK(first == S_OK);
+        ComPtr<IMediaSample> none;
+        const HRESULT second = pair.source->pin.GetDeliveryBuffer(none.put());
+        CHECK(second == VFW_E_NOT_COMMITTED);
+        ended = true;
+    });
+    Sleep(20);
+    CHECK_FALSE(ended);
+    only.reset();
+    Sleep(20);
+    CHECK_FALSE(ended);
+    pair.source->Stop();
+    waiting.join();
     pair.sink->Stop();
 }
 

@@ -68,7 +68,7 @@ HRESULT TestSourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROP
 
 HRESULT TestSource::Push(BYTE mark, const std::function<void(IMediaSample&)>& prepare) {
     ComPtr<IMediaSample> sample;
-    HRESULT result = pin.GetDeliveryBuffer(sample.put(), nullptr, nullptr, 0);
+    HRESULT result = pin.GetDeliveryBuffer(sample.put());
     if (FAILED(result)) return result;
     BYTE* buffer = nullptr;
     result = sample->GetPointer(&buffer);

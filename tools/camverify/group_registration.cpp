@@ -3,8 +3,11 @@
 #include <objbase.h>
 #include <strmif.h>
 
+#include <vector>
+
 #include "camera.h"
 #include "check.h"
+#include "files.h"
 #include "platform.h"
 
 namespace verify {
@@ -246,6 +249,54 @@ void Registration() {
     }
 }
 
+// A copy of the library below folders whose names together are longer than a path that COM reads may be.
+class FarLibrary {
+  public:
+    FarLibrary() {
+        const std::wstring part(100, L'f');
+        folders.push_back(L"\\\\?\\" + WorkFolder() + part);
+        while (folders.size() < 3) folders.push_back(folders.back() + L"\\" + part);
+        for (const std::wstring& folder : folders) CreateDirectoryW(folder.c_str(), nullptr);
+        path = folders.back() + L"\\ocellus.dll";
+        if (CopyFileW(cam.Path().c_str(), path.c_str(), FALSE)) module = LoadLibraryW(path.c_str());
+    }
+    ~FarLibrary() {
+        if (module) FreeLibrary(module);
+        DeleteFileW(path.c_str());
+        while (!folders.empty()) {
+            RemoveDirectoryW(folders.back().c_str());
+            folders.pop_back();
+        }
+    }
+    FarLibrary(const FarLibrary&) = delete;
+    FarLibrary& operator=(const FarLibrary&) = delete;
+
+    HMODULE Module() const { return module; }
+
+  private:
+    std::vector<std::wstring> folders;
+    std::wstring path;
+    HMODULE module = nullptr;
+};
+
+void TooFar() {
+    const platform::OwnClasses own;
+    Need("registered", cam.RegisterServer(), HRESULT{S_OK});
+    {
+        const FarLibrary copy;
+        if (!copy.Module()) Skip("this system loads no library from a path longer than MAX_PATH");
+        using Register = HRESULT(WINAPI*)();
+        const auto registerServer = reinterpret_cast<Register>(
+            reinterpret_cast<void*>(GetProcAddress(copy.Module(), "DllRegisterServer")));
+        Equal("a path that is too long", registerServer(),
+              static_cast<HRESULT>(HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)));
+    }
+    for (const FilterClass& filter : kFilters) {
+        const std::wstring server = std::wstring(filter.key) + L"\\InprocServer32";
+        Holds("the registration stays what it was", SamePath(RegistryText(server, nullptr), cam.Path()));
+    }
+}
+
 constexpr char kReinstall[] = "register ocellus.dll where it stands now (regsvr32, or DllRegisterServer)";
 constexpr Check kChecks[] = {
     {"the library enters COM for the thread that loads it, and leaves it", kDesktop, Loading, kLibraryFault},
@@ -254,6 +305,7 @@ constexpr Check kChecks[] = {
     {"both filters are created, alone and as part of another object", kNothing, Filters, kReinstall},
     {"registration writes what COM looks for and takes all of it away", kNothing, Registration,
      "run it with the right to write HKEY_CLASSES_ROOT; else a fault of the library"},
+    {"a library that stands too deep for COM is not registered", kDesktop, TooFar, kLibraryFault},
 };
 
 }  // namespace

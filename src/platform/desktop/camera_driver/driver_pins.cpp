@@ -85,7 +85,7 @@ HRESULT DriverPin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
 }
 
 HRESULT DriverPin::GetPictureBuffer(ComPtr<IMediaSample>& sample, BYTE*& bytes) {
-    HRESULT result = GetDeliveryBuffer(sample.put(), nullptr, nullptr, 0);
+    HRESULT result = GetDeliveryBuffer(sample.put());
     if (SUCCEEDED(result)) result = sample->GetPointer(&bytes);
     if (SUCCEEDED(result) && sample->GetSize() < static_cast<long>(Type().lSampleSize)) result = E_UNEXPECTED;
     return result;
