@@ -21,7 +21,7 @@
  * would have to wait for the camera's thread does not: that thread may be who sent the message. camGetState
  * then tells the state known last; camStartPreview, camStopPreview, camSnapPicture and camSetResolution are
  * refused with the result of their failure, after a fifth of a second at most, and nothing has changed;
- * camShutDown is refused with camFailed and camInit and camSelect with 0x800700AA, and the camera stays. Post
+ * camShutDown is refused with camFailed and camInit and camSelect with 0x8001010D, and the camera stays. Post
  * a message to oneself where it has to be done. camShutDown, camInit and camSelect are refused inside any
  * other call as well.
  *
@@ -140,7 +140,7 @@ camResult WINAPI camInit(HWND ownerWindow, const wchar_t* settingsPath, const wc
  *   cameraType       CAM_TYPE_...
  * Results: camOk; camNotInitialised: unknown type or no memory, and no camera is left; a negative HRESULT: the
  * camera could not be brought up. It stays selected all the same until camShutDown or the next selection.
- * Frequent ones: 0x800700AA refused inside another call or message, and the camera before it is still there;
+ * Frequent ones: 0x8001010D refused inside another call or message, and the camera before it is still there;
  * 0x80070012 no camera driver; 0x80040154 library (on a device) or capture filter not registered; 0x800401F0
  * no multithreaded apartment; 0x8007007E no imager library.
  */

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "api/camera_factory.h"
+#include "base/hresult.h"
 
 namespace cam {
 namespace {
@@ -73,7 +74,7 @@ int SelectedType() {
 camResult SelectCamera(HWND ownerWindow, const wchar_t* settingsPath, const wchar_t* settingsSection,
                        int cameraType) {
     const CameraChange change;
-    if (!change) return kCameraInUse;
+    if (!change) return kNotNow;
     DiscardCamera();
     selectedType = cameraType;
     currentCamera = CreateCamera(cameraType);

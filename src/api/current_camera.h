@@ -5,12 +5,8 @@
 #pragma once
 
 #include "api/camera_device.h"
-#include "base/hresult.h"
 
 namespace cam {
-
-// What camSelect answers when it is refused.
-inline constexpr HRESULT kCameraInUse = HresultFromError(ERROR_BUSY);
 
 // The current camera for the length of a call, in which nothing takes it away; none when there is none.
 class CameraUse {

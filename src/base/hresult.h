@@ -21,6 +21,9 @@ inline HRESULT FailureFromLastError() {
     return FAILED(result) ? result : E_FAIL;
 }
 
+// What is answered to a call that would have to wait for somebody who waits for it.
+inline constexpr HRESULT kNotNow = RPC_E_CANTCALLOUT_ININPUTSYNCCALL;
+
 // The last error plus 0x80000000: not the form of other failures, but the one that is settled for picture
 // files.
 inline DWORD FileErrorFromLastError() {

@@ -13,9 +13,6 @@
 
 namespace cam {
 
-// What is answered to a call that would have to wait for somebody who waits for it.
-inline constexpr HRESULT kNotNow = HresultFromError(ERROR_BUSY);
-
 // Owns the graph and lets nobody at it but its thread, the *worker*, and who holds a GraphAccess. The worker
 // builds the graph, starts and stops preview and triggers stills when it is told to, takes the graph's
 // events, and restarts preview after a resume.

@@ -86,13 +86,13 @@ TEST_CASE("a camera is taken away neither inside another call nor while its own 
         call();
         fakeCameras.onCall = nullptr;
         CHECK(shutDown == 10);
-        CHECK(selected == HRESULT_FROM_WIN32(ERROR_BUSY));
+        CHECK(selected == RPC_E_CANTCALLOUT_ININPUTSYNCCALL);
         CHECK(fakeCameras.alive == 1);
     }
     fakeCameras.result = 0;
     fakeCameras.canEnd = false;
     CHECK(camShutDown() == 10);
-    CHECK(camInit(nullptr, nullptr, nullptr) == HRESULT_FROM_WIN32(ERROR_BUSY));
+    CHECK(camInit(nullptr, nullptr, nullptr) == RPC_E_CANTCALLOUT_ININPUTSYNCCALL);
     fakeCameras.canEnd = true;
     CHECK(SelectedType() == 2);  // that of the last selection which was carried out
     CHECK(camShutDown() == 0);

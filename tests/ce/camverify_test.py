@@ -17,6 +17,7 @@ MAX_STACK = 40 * 1024
 SKIPPED = {
     "the library enters COM for the thread that loads it, and leaves it",
     "a library that stands too deep for COM is not registered",
+    "a driver has no list of a webcam's formats",
     "windows above the video window can be worked on while it previews",
     "the video fills the owner's client area while preview runs",
     "the library can be unloaded while its thread hangs in the imager library",

@@ -51,6 +51,73 @@ void SecondDriver() {
     }
 }
 
+// Chooses nothing any more when it ends.
+struct NoChoice {
+    ~NoChoice() { cam.ChooseDevice(nullptr); }
+};
+
+void Choice() {
+    const NoChoice after;
+    const std::wstring devices =
+        L"{\"devices\": [{\"name\": \"CAM1:\", \"cameraId\": 7}, \"CAM2:\", \"CAM3:\"]}";
+    const struct {
+        const wchar_t* choice;
+        long id;
+    } cases[] = {{L"CAM1:", 7}, {L"cam3:", 3}, {L"0", 7}, {L"2", 3}, {L"AM3", 3}, {L"", 2}, {nullptr, 2}};
+    for (const auto& [choice, id] : cases) {
+        const Row row(choice ? Utf8(choice) : "null");
+        Equal("chosen", cam.ChooseDevice(choice), camResult{camOk});
+        const Session session(devices);
+        session.NeedUp();
+        long seen = -1;
+        Equal("its number", cam.GetCameraID(&seen), camResult{camOk});
+        Equal("its number", seen, id);
+    }
+    for (const wchar_t* absent : {L"CAM4:", L"9"}) {
+        const Row row(Utf8(absent));
+        Equal("chosen, though it is not there", cam.ChooseDevice(absent), camResult{camOk});
+        const Session session(devices);
+        Equal("selected", session.initResult, static_cast<camResult>(0x8007048F));
+    }
+    Equal("a choice that is too long", cam.ChooseDevice(std::wstring(260, L'C').c_str()),
+          camResult{camInvalidArgument});
+    Session session;
+    Equal("the choice before it stays", session.initResult, static_cast<camResult>(0x8007048F));
+}
+
+void DeviceLists() {
+    Play(L"{\"devices\": [\"CAM1:\", \"CAM2:\"]}");
+    int count = -1;
+    Equal("counted", cam.ListDevices(nullptr, 0, &count), camResult{camOk});
+    Holds("both are there", count >= 2);
+    camDevice devices[3] = {};
+    devices[1].type = -1;
+    Equal("listed, as far as there is room", cam.ListDevices(devices, 1, &count), camResult{camOk});
+    Holds("and counted, all of them", count >= 2);
+    Equal("identity", Utf8(devices[0].identity), std::string("CAM1:"));
+    Equal("type", devices[0].type, LONG{CAM_DEVICE_DRIVER});
+    Equal("what lies behind the room", devices[1].type, LONG{-1});
+    Equal("listed", cam.ListDevices(devices, 3, &count), camResult{camOk});
+    Equal("identity", Utf8(devices[1].identity), std::string("CAM2:"));
+
+    const camResult bad = camInvalidArgument;
+    Equal("no count", cam.ListDevices(devices, 3, nullptr), bad);
+    Equal("no list", cam.ListDevices(nullptr, 1, &count), bad);
+    Equal("less than no room", cam.ListDevices(devices, -1, &count), bad);
+    Equal("no state", cam.GetStreamState(nullptr), bad);
+}
+
+void DeviceFormats() {
+    Play(L"{\"devices\": [\"CAM1:\"]}");
+    camDeviceFormat format = {};
+    int count = 0;
+    const camResult bad = camInvalidArgument;
+    Equal("formats of no camera", cam.ListDeviceFormats(nullptr, &format, 1, &count), bad);
+    Equal("formats of a camera that is not there", cam.ListDeviceFormats(L"CAM9:", &format, 1, &count), bad);
+    Equal("no count of formats", cam.ListDeviceFormats(L"CAM1:", &format, 1, nullptr), bad);
+    Equal("formats of a driver", cam.ListDeviceFormats(L"CAM1:", &format, 1, &count), camResult{camFailed});
+}
+
 void LostDevice() {
     const Session session(std::wstring(L"{}"));
     session.NeedUp();
@@ -71,6 +138,10 @@ constexpr Check kChecks[] = {
     {"without a camera driver nothing comes up, and the next selection works", kKit, NoDriver, kLibraryFault},
     {"of two camera drivers the second is opened, further ones are not looked at", kKit, SecondDriver,
      kLibraryFault},
+    {"a camera is chosen by identity, position, name or a part of it; without a choice it is the second", kKit,
+     Choice, kLibraryFault},
+    {"the cameras are listed as far as there is room, and counted", kKit, DeviceLists, kLibraryFault},
+    {"a driver has no list of a webcam's formats", kKit | kDesktop, DeviceFormats, kLibraryFault},
     {"a camera that is lost in mid-stream is shut down like any other", kKit, LostDevice, kLibraryFault},
 };
 

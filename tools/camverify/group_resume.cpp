@@ -95,7 +95,7 @@ void Storm() {
 
 // ---- Calls from the messages that the camera itself sends ----------------------------------------------
 
-constexpr camResult kInUse = static_cast<camResult>(0x800700AA);
+constexpr camResult kNotNow = static_cast<camResult>(0x8001010D);
 
 struct FromMessage {
     const char* name;
@@ -127,7 +127,7 @@ const FromMessage kFromMessages[] = {
     {"camStartPreview", [] { return cam.StartPreview(); }, {camFailed, camOk}},
     {"camStopPreview", [] { return cam.StopPreview(); }, {camFailed}},
     {"camShutDown", [] { return cam.ShutDown(); }, {camFailed}},
-    {"camSelect", [] { return cam.Select(nullptr, nullptr, nullptr, CAM_TYPE_IMAGER); }, {kInUse}},
+    {"camSelect", [] { return cam.Select(nullptr, nullptr, nullptr, CAM_TYPE_IMAGER); }, {kNotNow}},
 };
 const FromMessage* fromMessage;
 int callsFromMessages;

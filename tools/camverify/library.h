@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <ocellus/cam.h>
+#include <ocellus/cam_devices.h>
 
 #include <cstdint>
 #include <string>
@@ -102,6 +103,11 @@ class Library {
     Export<HRESULT WINAPI()> UnregisterServer{*this, "DllUnregisterServer", 25};
     Export<HRESULT WINAPI()> CanUnloadNow{*this, "DllCanUnloadNow", 26};
     Export<HRESULT WINAPI(REFCLSID, REFIID, void**)> GetClassObject{*this, "DllGetClassObject", 27};
+    Export<decltype(camListDevices)> ListDevices{*this, "camListDevices", 28};
+    Export<decltype(camChooseDevice)> ChooseDevice{*this, "camChooseDevice", 29};
+    Export<decltype(camListDeviceFormats)> ListDeviceFormats{*this, "camListDeviceFormats", 30};
+    Export<decltype(camGetStreamState)> GetStreamState{*this, "camGetStreamState", 31};
+    Export<decltype(camWatchDevices)> WatchDevices{*this, "camWatchDevices", 32};
 
   private:
     HMODULE module = nullptr;

@@ -26,6 +26,7 @@ constexpr KnownResult kKnownResults[] = {
      "put Imvoxa.dll, or the library that it needs, where the system finds it"},
     {0x8007007F, "an operation is missing in a library",
      "install the Imvoxa.dll that belongs to this device"},
+    {0x8001010D, "refused inside another call or message", "call again when that has returned"},
     {0x800700AA, "in use by another program", "close the program that has the camera"},
     {0x800700C1, "not a library for this processor",
      "install the library that is built for this processor and width"},
