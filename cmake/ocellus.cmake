@@ -134,7 +134,7 @@ function(ocellus_undecorated_exports target def)
     target_link_options(${target} PRIVATE -Wl,--enable-stdcall-fixup)
     if(CMAKE_SYSTEM_PROCESSOR STREQUAL "i686")
         add_custom_command(TARGET ${target} POST_BUILD
-            COMMAND ${PROJECT_SOURCE_DIR}/cmake/stdcall_import_library.sh ${CMAKE_NM} $<TARGET_FILE:${target}> ${def}
+            COMMAND ${PROJECT_SOURCE_DIR}/cmake/import_library.sh ${CMAKE_NM} $<TARGET_FILE:${target}> ${def}
                     $<TARGET_LINKER_FILE:${target}> ${CMAKE_DLLTOOL})
     endif()
 endfunction()

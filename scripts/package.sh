@@ -59,6 +59,15 @@ for program in "$sdk"/bin/x*/*.exe "$sdk"/bin/x*/*.dll; do
     (cd "$(dirname "$kept")" && x86_64-w64-mingw32-objcopy --strip-all --add-gnu-debuglink="$(basename "$kept")" "$program")
 done
 
+# What camctl says of itself, where a 64-bit one is there to be asked.
+for build in "${builds[@]}"; do
+    [ -x "$sdk/bin/x64/camctl.exe" ] && grep -q mingw-x86_64 "$build/CMakeCache.txt" || continue
+    mkdir -p "$sdk/share/man/man1" "$sdk/share/bash-completion/completions"
+    cmake --build "$build" --target launch >"$work/launch.log"
+    OCELLUS_REGISTER=0 scripts/host.sh "$build/bin/camctl.exe" manual man | tr -d '\r' >"$sdk/share/man/man1/camctl.1"
+    OCELLUS_REGISTER=0 scripts/host.sh "$build/bin/camctl.exe" manual bash | tr -d '\r' >"$sdk/share/bash-completion/completions/camctl"
+done
+
 "$root/packaging/spdx.py" build/deps "$version" "$sdk/ocellus.spdx.json" "$sdk/LICENSES"
 mv "$sdk/LICENSE" "$sdk/LICENSES/ocellus.txt"
 cp "$sdk/ocellus.spdx.json" "$out/ocellus-$version.spdx.json"

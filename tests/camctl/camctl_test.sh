@@ -53,6 +53,7 @@ expect 4 'there is no file' profiles nothing.xml
 expect 4 'there is no file' settings nothing.ini Camera
 expect 4 'there is no file' snap a.jpg --settings nothing.ini --section Camera
 expect 4 "no scenario file 'nothing.json'" snap a.jpg --scenario nothing.json
+expect 2 "'%q.jpg' is no pattern" snap %q.jpg
 check "nothing was written by the refusals" test -z "$(ls -A)"
 
 # ---- A camera that is not there, or misbehaves ---------------------------------------------------------------------------
@@ -61,6 +62,37 @@ expect 3 '0x80070012.*' info --scenario '{"devices": []}'
 expect 3 '"exitCode": 3' info --json --scenario '{"devices": []}'
 expect 5 '8 \(camCaptureFailed\)' snap a.jpg --scenario '{"calls": {"IAMVideoControl::SetMode": {"result": "0x80004005", "times": 0}}}'
 expect 6 'only 2 of 9 preview frames came' snap a.jpg --skip 9 --timeout 1 --scenario '{"loseDeviceAfterFrames": 2}'
+
+# ---- What doctor finds, and the remedy -----------------------------------------------------------------------------------------
+
+expect 0 'ok +camera +.*first frame after' doctor
+expect 8 'problem +camera.*0x8007048F|0x80070012' doctor --scenario '{"devices": []}'
+expect 8 '"state": "problem"' doctor --json --camera 'no such camera'
+expect 0 'ok +camera +the imager: opened' doctor --type imager
+registry() { "$root/scripts/host.sh" "$OCELLUS_WINE_PREFIX/drive_c/windows/system32/reg.exe" "$@" >registry.log 2>&1; }
+consent='HKCU\Software\Microsoft\Windows\CurrentVersion\CapabilityAccessManager\ConsentStore\webcam\NonPackaged'
+registry add "$consent" /v Value /d Deny /f
+expect 8 "problem +privacy +'Let desktop apps access your camera' is off" doctor
+registry delete "$consent" /f
+server='HKCR\CLSID\{B62F694E-0593-4E60-AA1C-16AF6496AC39}\InprocServer32'
+registry add "$server" /ve /d 'C:\gone\ocellus.dll' /f
+expect 8 'problem +registration +what is registered is not there: C:.gone' doctor
+registry add "$server" /ve /d 'C:\windows\system32\ole32.dll' /f
+expect 0 'note +registration +another one is registered' doctor
+rm "$OCELLUS_WINE_PREFIX/.registered-ocellus" registry.log
+# A library that is missing, or for the other width.
+mkdir alone
+cp "$camctlProgram" alone/
+inOrder=$camctlProgram camctlProgram=$folder/alone/camctl.exe
+export OCELLUS_REGISTER=0
+expect 3 'there is no ocellus.dll' info
+echo 'no library' >alone/ocellus.dll
+expect 3 'is not for 64 bit' doctor
+cp "$(dirname "$inOrder")/ocellus.dll" alone/
+expect 0 'note +imager +no Imvoxa.dll' doctor
+camctlProgram=$inOrder
+unset OCELLUS_REGISTER
+rm -r alone
 
 # ---- Pictures ------------------------------------------------------------------------------------------------------------------
 
@@ -71,6 +103,20 @@ for picture in a.bmp a.jpg a.Png; do
     check "$picture has the size asked for" test "$(identify -format '%wx%h' "$picture")" = 640x480
 done
 expect 0 '"ok": true' snap --json "$folder/b.jpg" --skip 0 --mode 2
+
+# A series: each picture has a name of its own, and they keep their distance.
+start=$(date +%s)
+expect 0 'series-003.png' snap series.png '%Y.jpg' --count 3 --interval 1
+check "two intervals take two seconds" test $(($(date +%s) - start)) -ge 2
+year=$(date +%Y)
+for picture in series-00{1,2,3}.png "$year".jpg "$year"-2.jpg "$year"-3.jpg; do check "$picture is one of the series" identify "$picture"; done
+# A camera that needs two seconds to find its exposure: the picture is dark without --settle.
+ffmpeg -v error -f lavfi -i "color=white:s=640x480:r=30:d=4,fade=in:0:60" -pix_fmt yuv420p fade.y4m
+for seconds in 0 5; do
+    expect 0 'PNG' snap settled-$seconds.png --settle $seconds --scene fade.y4m
+    brightness=$(convert settled-$seconds.png -format '%[fx:mean]' info:)
+    check "--settle $seconds gives a picture of brightness $brightness" awk "BEGIN { exit !($seconds ? $brightness > 0.9 : $brightness < 0.5) }"
+done
 
 mkdir taken.bmp
 expect 4 'is a folder' snap taken.bmp
@@ -112,6 +158,16 @@ expect 0 'brightness' props
 expect 0 'frames a second' preview --seconds 1
 expect 4 'give .* to ' set brightness=1000000
 expect 0 'exposure is 1' set exposure=1 --type imager
+expect 0 'contrast is 100 \(manual\)' reset
+expect 4 'no default for pan' reset zoom pan --scenario '{"properties": {"pan": {"supported": false}}}'
+expect 0 '^\.SS snap FILE' manual man
+camctl manual bash 2>/dev/null | tr -d '\r' >completion
+completed() { # WORDS...: what bash offers for the last of them
+    bash -c '. ./completion; COMP_WORDS=(camctl "$@"); COMP_CWORD=$#; _camctl; echo "${COMPREPLY[*]}"' bash "$@"
+}
+check "a command is completed" test "$(completed sn)" = snap
+check "its options, too" test "$(completed snap --se)" = "--settle --settings --section"
+check "and an option's value" test "$(completed snap --type i)" = imager
 
 # ---- Webcams: the kit as one, beside the kit's camera --------------------------------------------------------------------------
 
@@ -143,6 +199,9 @@ expect 0 'nothing was found' settings camera.ini Nowhere
 printf '<?xml version="1.0"?>\n<ConfigDoc name="x"><Section name="Profiles"><Section name="Indoor"/><Section name="Outdoor"/></Section></ConfigDoc>\n' >profiles.xml
 expect 0 '1  Outdoor' profiles profiles.xml
 expect 0 'JPEG' snap set.jpg --settings camera.ini --section Camera
+expect 0 'Zoom=2' save-settings saved.ini Dusk --settings camera.ini --section Camera
+expect 0 'Brightness +16 +file' settings saved.ini Dusk
+expect 4 'already' save-settings saved.ini Dusk
 
 # ---- Black and white ---------------------------------------------------------------------------------------------------------
 

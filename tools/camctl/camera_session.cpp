@@ -2,15 +2,14 @@
 
 #include <vfwmsgs.h>
 
-#include <ocellus/cam_devices.h>
-
 #include <algorithm>
-#include <atomic>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 
 #include "base/file_extension.h"
 #include "commands.h"
+#include "library.h"
 #include "text.h"
 
 namespace camctl {
@@ -22,27 +21,29 @@ constexpr wchar_t kWindowClass[] = L"camctl";
 constexpr int kOwnerWidth = 640;
 constexpr int kOwnerHeight = 480;
 
-// Written by the library's streaming threads.
-std::atomic<long> g_previewFrames;
-std::atomic<bool> g_hasFormat;
-PreviewFormat g_format;  // published by g_hasFormat
-int g_stillsReported;    // the session's own thread
+// A frame of preview counts as bright as this share of its pixels, in thousandths of white. 0 for formats
+// without a rule, which then never seem to change.
+constexpr size_t kPixelsMeasured = 4096;
 
-void WINAPI OnPreviewFrame(void*, DWORD, LONG, LONG, DWORD) {
-    ++g_previewFrames;
-}
-
-void WINAPI OnMediaType(LONG height, LONG width, DWORD sampleSize, DWORD stride, LONG formatCode,
-                        LONG framesPerSecond) {
-    g_format = {height, width, sampleSize, stride, formatCode, framesPerSecond};
-    g_hasFormat = true;
+int BrightnessOf(const ocellus::Frame& frame, LONG formatCode) {
+    const size_t pixels = frame.size / sizeof(uint16_t);
+    const size_t step = std::max<size_t>(1, pixels / kPixelsMeasured);
+    const auto* const pixel = static_cast<const uint16_t*>(frame.pixels);
+    uint64_t sum = 0, measured = 0;
+    for (size_t i = 0; i < pixels; i += step, ++measured) {
+        const unsigned value = pixel[i];
+        // Green stands for the whole: it has most of the brightness.
+        if (formatCode == CAM_FORMAT_YUY2)
+            sum += (value & 0xFF) * 1000 / 255;
+        else if (formatCode == CAM_FORMAT_RGB565)
+            sum += (value >> 5 & 0x3F) * 1000 / 63;
+        else if (formatCode == CAM_FORMAT_RGB555)
+            sum += (value >> 5 & 0x1F) * 1000 / 31;
+    }
+    return measured ? static_cast<int>(sum / measured) : 0;
 }
 
 LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == CAM_MESSAGE_STILL_CAPTURED) {
-        ++g_stillsReported;
-        return 0;
-    }
     if (message == WM_CLOSE) return 0;  // the window must outlive the camera
     return DefWindowProcW(window, message, wParam, lParam);
 }
@@ -181,40 +182,35 @@ double Seconds() {
 }
 
 CameraSession::CameraSession(const CameraOptions& wanted) : options(wanted) {
+    RequireLibrary();
     SetScenario(options);
     // The library takes a file that is not there for one without settings.
     if (options.type == CAM_TYPE_DSHOW && !options.settingsFile.empty())
         RequireSettingsFile(options.settingsFile);
-    g_previewFrames = 0;
-    g_hasFormat = false;
-    g_stillsReported = 0;
-    if (!options.camera.empty() && options.type == CAM_TYPE_DSHOW)
-        Require(camChooseDevice(ToWide(options.camera).c_str()), "choosing the camera");
     ownerWindow = MakeWindow(kOwnerWidth, kOwnerHeight);
     if (options.showWindow) ShowWindow(OwnerWindow(), SW_SHOW);
-    eventsWindow = MakeWindow(1, 1);
-    const std::wstring file = ToWide(options.settingsFile);
-    const std::wstring section = ToWide(options.settingsSection);
-    const camResult result = camSelect(OwnerWindow(), file.empty() ? nullptr : file.c_str(),
-                                       section.empty() ? nullptr : section.c_str(), options.type);
-    if (result != camOk) {
-        camShutDown();
-        if (result == E_INVALIDARG && !(options.scene.empty() && options.scenario.empty())) {
-            throw ToolError{ExitCode::NoCamera, "bringing up the camera failed",
-                            "the device kit says above what is wrong with the scene or scenario; correct it",
-                            result};
-        }
-        Require(result, "bringing up the camera");
+    camera.OnPictureTaken([this] { ++stillsReported; });
+    camera.OnFormat([this](const ocellus::PreviewFormat& told) {
+        format = told;
+        hasFormat = true;
+    });
+    camera.OnPreviewFrame([this](const ocellus::Frame& frame) {
+        brightness = BrightnessOf(frame, hasFormat ? format.formatCode : LONG{CAM_FORMAT_OTHER});
+        ++previewFrames;
+    });
+    ocellus::CameraChoice choice;
+    choice.owner = OwnerWindow();
+    choice.type = options.type;
+    if (options.type == CAM_TYPE_DSHOW) choice.device = options.camera;
+    choice.settingsFile = options.settingsFile;
+    choice.settingsSection = options.settingsSection;
+    const camResult result = camera.Select(choice).Code();
+    if (result == E_INVALIDARG && !(options.scene.empty() && options.scenario.empty())) {
+        throw ToolError{ExitCode::NoCamera, "bringing up the camera failed",
+                        "the device kit says above what is wrong with the scene or scenario; correct it",
+                        result};
     }
-    camSetEventsWindow(eventsWindow.get());
-    camRegisterPreviewCallback(OnPreviewFrame);
-    camRegisterMediaTypeCallback(OnMediaType);
-}
-
-CameraSession::~CameraSession() {
-    camRegisterPreviewCallback(nullptr);
-    camRegisterMediaTypeCallback(nullptr);
-    camShutDown();
+    Require(result, "bringing up the camera");
 }
 
 template <typename Condition>
@@ -236,24 +232,19 @@ bool CameraSession::PumpUntil(double seconds, Condition condition) {
 }
 
 void CameraSession::StartPreview() {
-    g_previewFrames = 0;
-    const camResult result = camStartPreview();
-    // Why a webcam could not be started is worth more than that it could not.
-    camStreamState stream = {};
-    if (camGetStreamState(&stream) == camOk && stream.startResult < 0)
-        Require(stream.startResult, "starting preview");
-    Require(result, "starting preview");
+    previewFrames = 0;
+    Require(camera.StartPreview().Code(), "starting preview");
 }
 
 void CameraSession::StopPreview() {
-    Require(camStopPreview(), "stopping preview");
+    Require(camera.StopPreview().Code(), "stopping preview");
 }
 
 void CameraSession::SkipFrames(long count) {
     const double deadline = Seconds() + options.timeoutSeconds;
-    const auto enough = [&] { return g_previewFrames >= count; };
+    const auto enough = [&] { return previewFrames >= count; };
     while (!PumpUntil(std::min(0.5, deadline - Seconds()), enough)) {
-        const std::string frames = std::to_string(g_previewFrames) + " of " + std::to_string(count);
+        const std::string frames = std::to_string(previewFrames) + " of " + std::to_string(count);
         ShowProgress("preview frame " + frames);
         if (Seconds() < deadline) continue;
         throw ToolError{ExitCode::Timeout,
@@ -266,13 +257,30 @@ void CameraSession::Pump(double seconds) {
     PumpUntil(seconds, [] { return false; });
 }
 
+bool CameraSession::Settle(double seconds) {
+    constexpr int kChange = 10;  // thousandths that the frames of a settled picture may differ by
+    constexpr size_t kFrames = 6;
+    const double deadline = Seconds() + seconds;
+    std::vector<int> last;
+    for (double left = seconds; left > 0; left = deadline - Seconds()) {
+        const long before = previewFrames;
+        ShowProgress("waiting for the brightness to settle");
+        if (!PumpUntil(left, [&] { return previewFrames != before; })) return false;
+        last.push_back(brightness);
+        if (last.size() < kFrames) continue;
+        if (last.size() > kFrames) last.erase(last.begin());
+        const auto [darkest, brightest] = std::minmax_element(last.begin(), last.end());
+        if (*brightest - *darkest <= kChange) return true;
+    }
+    return false;
+}
+
 double CameraSession::Snap(const std::wstring& file, int mode, const ocellus::PictureText* text) {
-    const int reportedBefore = g_stillsReported;
-    stillName = file;
+    const int reportedBefore = stillsReported;
     const double start = Seconds();
-    Require(text ? text->Snap(stillName.c_str(), mode) : camSnapPicture(stillName.c_str(), mode),
+    Require((text ? camera.Snap(file, mode, *text) : camera.Snap(file, mode)).Code(),
             "taking the picture '" + ToUtf8(file) + "'");
-    if (!PumpUntil(options.timeoutSeconds, [&] { return g_stillsReported != reportedBefore; })) {
+    if (!PumpUntil(options.timeoutSeconds, [&] { return stillsReported != reportedBefore; })) {
         throw ToolError{ExitCode::Timeout,
                         "the picture '" + ToUtf8(file) + "' was not reported within " + TimeoutText(options),
                         options.type == CAM_TYPE_IMAGER
@@ -284,20 +292,13 @@ double CameraSession::Snap(const std::wstring& file, int mode, const ocellus::Pi
 }
 
 std::vector<Size> CameraSession::Resolutions() const {
-    int count = 0;
-    Require(camGetResolutionCount(&count), "asking for the still resolutions");
-    std::vector<Size> sizes;
-    for (int index = 0; index < count; ++index) {
-        Size size = {};
-        Require(camGetResolutionDimensions(&size.height, &size.width, index),
-                "asking for still resolution " + std::to_string(index));
-        sizes.push_back(size);
-    }
-    return sizes;
+    auto sizes = camera.Resolutions();
+    Require(sizes.Code(), "asking for the still resolutions");
+    return std::move(sizes).Or({});
 }
 
 void CameraSession::SelectResolution(int index) {
-    Require(camSetResolution(index), "selecting still resolution " + std::to_string(index));
+    Require(camera.SetResolution(index).Code(), "selecting still resolution " + std::to_string(index));
 }
 
 void CameraSession::SelectResolution(Size size) {
@@ -320,12 +321,12 @@ void CameraSession::SelectResolution(Size size) {
 }
 
 long CameraSession::PreviewFrames() const {
-    return g_previewFrames;
+    return previewFrames;
 }
 
-std::optional<PreviewFormat> CameraSession::Format() const {
-    if (!g_hasFormat) return std::nullopt;
-    return g_format;
+std::optional<ocellus::PreviewFormat> CameraSession::Format() const {
+    if (!hasFormat) return std::nullopt;
+    return format;
 }
 
 }  // namespace camctl

@@ -3,9 +3,9 @@
 
 #include <windows.h>
 
-#include <ocellus/cam.h>
-#include <ocellus/cam_text.hpp>
+#include <ocellus/camera.hpp>
 
+#include <atomic>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,11 +14,7 @@
 
 namespace camctl {
 
-struct Size {
-    long width;
-    long height;
-    bool operator==(const Size&) const = default;
-};
+using ocellus::Size;
 
 struct CameraOptions {
     int type = CAM_TYPE_DSHOW;
@@ -31,33 +27,22 @@ struct CameraOptions {
     bool showWindow = false;  // that in which preview is drawn
 };
 
-// What the media-type callback told.
-struct PreviewFormat {
-    LONG height;
-    LONG width;
-    DWORD sampleSize;
-    DWORD stride;
-    LONG formatCode;
-    LONG framesPerSecond;
-};
-
 using UniqueWindow = cam::UniqueResource<HWND, DestroyWindow>;
 
 // Brings the camera up in its constructor and down in its destructor. Owner and events window belong to the
-// constructing thread, which must make all calls. Failures are ToolErrors. At most one at a time: the
-// library's callbacks carry no context.
+// constructing thread, which must make all calls. Failures are ToolErrors. At most one at a time.
 class CameraSession {
   public:
     explicit CameraSession(const CameraOptions& options);
-    ~CameraSession();
-    CameraSession(const CameraSession&) = delete;
-    CameraSession& operator=(const CameraSession&) = delete;
 
     void StartPreview();
     void StopPreview();
 
     // Dispatches messages until `count` preview frames have come since preview was started.
     void SkipFrames(long count);
+    // Dispatches messages until the brightness of preview stays what it is, as it does when the camera has
+    // found its exposure. False when it still changes after that many seconds.
+    bool Settle(double seconds);
     // Dispatches messages for a while.
     void Pump(double seconds);
 
@@ -70,7 +55,7 @@ class CameraSession {
     void SelectResolution(Size size);  // the first of that size
 
     long PreviewFrames() const;
-    std::optional<PreviewFormat> Format() const;
+    std::optional<ocellus::PreviewFormat> Format() const;
     HWND OwnerWindow() const { return ownerWindow.get(); }
 
   private:
@@ -78,10 +63,14 @@ class CameraSession {
     bool PumpUntil(double seconds, Condition condition);
 
     CameraOptions options;
-    // The imager camera reads the name when it takes the still, which may be long after a time-out.
-    std::wstring stillName;
+    // Written by the library's streaming threads.
+    std::atomic<long> previewFrames = 0;
+    std::atomic<bool> hasFormat = false;
+    ocellus::PreviewFormat format;    // published by hasFormat
+    std::atomic<int> brightness = 0;  // of the newest frame, in thousandths
+    int stillsReported = 0;           // the session's own thread
     UniqueWindow ownerWindow;
-    UniqueWindow eventsWindow;
+    ocellus::Camera camera;  // goes first
 };
 
 // Throws the ToolError for a result other than camOk. `what` completes "... failed".

@@ -23,9 +23,12 @@ struct TextOptions {
 
 struct SnapOptions {
     CameraOptions camera;
-    std::vector<std::string> files;
+    std::vector<std::string> files;  // strftime patterns
     int mode = 0;
     long skip = 3;
+    double settleSeconds = 0;  // wait at most so long for an even brightness
+    long count = 1;            // of each file
+    double intervalSeconds = 0;
     std::string size;
     TextOptions text;
 };
@@ -38,6 +41,7 @@ struct BenchOptions {
 };
 
 void List(bool withFormats, bool asJson);
+void Doctor(const CameraOptions& options, bool asJson);
 void SwitchKitWebcam(bool on, bool asJson);
 void Info(const CameraOptions& options, bool asJson);
 void Snap(const SnapOptions& options, bool asJson);
@@ -46,10 +50,16 @@ void Formats(const CameraOptions& options, bool asJson);
 void Properties(const CameraOptions& options, bool asJson);
 void GetProperty(const CameraOptions& options, const std::string& name, bool asJson);
 void SetProperty(const CameraOptions& options, const std::string& assignment, bool asJson);
+// Every property that has a default, or only those named.
+void ResetProperties(const CameraOptions& options, const std::vector<std::string>& names, bool asJson);
+void SaveSettings(const CameraOptions& options, const std::string& file, const std::string& section,
+                  bool replace, bool asJson);
 void Profiles(const std::string& file, bool asJson);
 void Settings(const std::string& file, const std::string& section, bool asJson);
 void Convert(const std::string& in, const std::string& out, int mode, bool asJson);
 void Bench(const BenchOptions& options, bool asJson);
+
+std::vector<camDevice> ListDevices();
 
 // Throws ToolError when the library would find no settings file by this name, which may lack the extension.
 void RequireSettingsFile(const std::string& file);

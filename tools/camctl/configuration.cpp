@@ -1,11 +1,14 @@
 // What configuration files hold, without a camera.
 #include "config/camera_settings.h"
+#include "config/ini_file.h"
 #include "config/settings_store.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 #include "commands.h"
+#include "library.h"
 #include "text.h"
 
 namespace camctl {
@@ -103,7 +106,49 @@ void Settings(const std::string& file, const std::string& section, bool asJson) 
                 text);
 }
 
+void SaveSettings(const CameraOptions& options, const std::string& file, const std::string& section,
+                  bool replace, bool asJson) {
+    const std::wstring path = ToWide(file);
+    const std::wstring wideSection = ToWide(section);
+    if (!replace && GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) {
+        throw ToolError{ExitCode::InvalidArgument, "there is a file '" + file + "' already",
+                        "name another, or add --replace: all of its sections are lost then"};
+    }
+    const CameraSession session(options);
+    CameraSettings settings;
+    std::vector<cam::config::SettingsRequest> written;
+    const auto requests = cam::config::RequestCameraSettings(wideSection.c_str(), settings);
+    Json list = Json::array();
+    std::string text;
+    for (size_t i = 0; i < requests.size(); ++i) {
+        const CameraSetting& setting = kCameraSettings[i];
+        LONG& value = settings.*setting.field;
+        long flags = 0;
+        // What the camera does not have is left to the default.
+        if (setting.property != cam::config::kStillResolution) {
+            if (camGetProperty(setting.property, &value, &flags) != camOk) continue;
+        } else {
+            Size size = {};
+            const std::vector<Size> sizes = session.Resolutions();
+            if (camGetResolutionDimensions(&size.height, &size.width, -1) != camOk) continue;
+            value = static_cast<LONG>(std::find(sizes.begin(), sizes.end(), size) - sizes.begin());
+        }
+        written.push_back(requests[i]);
+        list.push_back({{"key", ToUtf8(setting.key)}, {"value", value}, {"sets", WhatItSets(setting)}});
+        text += ToUtf8(setting.key) + "=" + std::to_string(value) + "\n";
+    }
+    if (cam::config::WriteIniFile(path.c_str(), written) != 0) {
+        throw ToolError{
+            ExitCode::InvalidArgument, "'" + file + "' cannot be written",
+            "check that its folder exists and may be written; name the section in the machine's own "
+            "alphabet"};
+    }
+    PrintResult(asJson, {{"ok", true}, {"file", file}, {"section", section}, {"settings", list}},
+                "[" + section + "] in " + file + "\n" + text);
+}
+
 void Profiles(const std::string& file, bool asJson) {
+    RequireLibrary();
     RequireFile(file);
     wchar_t** slots = nullptr;
     camGetProfiles(ToWide(file).c_str(), &slots);

@@ -1,37 +1,17 @@
 #include <windows.h>
 
-#include <ocellus/cam_devices.h>
+#include <ocellus/camera.hpp>
 
-#include <algorithm>
 #include <cstdio>
 #include <vector>
 
 #include "commands.h"
+#include "library.h"
 #include "text.h"
 
 namespace camctl {
 
 namespace {
-
-std::vector<camDevice> Devices() {
-    int count = 0;
-    Require(camListDevices(nullptr, 0, &count), "listing the cameras");
-    std::vector<camDevice> devices(static_cast<size_t>(count));
-    Require(camListDevices(devices.data(), static_cast<int>(devices.size()), &count), "listing the cameras");
-    if (static_cast<size_t>(count) < devices.size()) devices.resize(static_cast<size_t>(count));
-    return devices;
-}
-
-// Empty for a camera that does not say, or cannot be opened.
-std::vector<camDeviceFormat> FormatsOf(const camDevice& device) {
-    int count = 0;
-    std::vector<camDeviceFormat> formats(1000);
-    if (camListDeviceFormats(device.identity, formats.data(), static_cast<int>(formats.size()), &count) !=
-        camOk)
-        count = 0;
-    formats.resize(std::min(formats.size(), static_cast<size_t>(count)));
-    return formats;
-}
 
 std::string FourccText(DWORD fourcc) {
     std::string text;
@@ -40,6 +20,12 @@ std::string FourccText(DWORD fourcc) {
 }
 
 }  // namespace
+
+std::vector<camDevice> ListDevices() {
+    auto devices = ocellus::Devices();
+    Require(devices.Code(), "listing the cameras");
+    return std::move(devices).Or({});
+}
 
 std::string FormatText(const camDeviceFormat& format) {
     char text[60];
@@ -58,7 +44,8 @@ Json FormatJson(const camDeviceFormat& format) {
 void List(bool withFormats, bool asJson) {
     Json cameras = Json::array();
     std::string text;
-    const std::vector<camDevice> devices = Devices();
+    RequireLibrary();
+    const std::vector<camDevice> devices = ListDevices();
     for (size_t index = 0; index < devices.size(); ++index) {
         const camDevice& device = devices[index];
         const char* const type = device.type == CAM_DEVICE_WEBCAM ? "webcam" : "driver";
@@ -67,24 +54,22 @@ void List(bool withFormats, bool asJson) {
                 ToUtf8(device.identity) + "\n";
         if (withFormats) {
             camera["formats"] = Json::array();
-            for (const camDeviceFormat& format : FormatsOf(device)) {
+            ShowProgress("opening " + ToUtf8(device.name));
+            for (const camDeviceFormat& format : ocellus::DeviceFormats(device.identity).Or({})) {
                 camera["formats"].push_back(FormatJson(format));
                 text += "             " + FormatText(format) + "\n";
             }
         }
         cameras.push_back(camera);
     }
+    ShowProgress("");
     if (devices.empty()) text = "there is no camera\n";
     PrintResult(asJson, {{"ok", true}, {"cameras", cameras}}, text);
 }
 
 void SwitchKitWebcam(bool on, bool asJson) {
     // Beside this program, as the library that it links to.
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring kit = path;
-    kit = kit.substr(0, kit.find_last_of(L'\\') + 1) + L"devicekit.dll";
-    const HMODULE module = LoadLibraryW(kit.c_str());
+    const HMODULE module = LoadLibraryW((ProgramFolder() + L"devicekit.dll").c_str());
     const auto install = reinterpret_cast<HRESULT(WINAPI*)(BOOL, const wchar_t*)>(
         reinterpret_cast<void*>(module ? GetProcAddress(module, "DllInstall") : nullptr));
     if (!install) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "commands.h"
+#include "library.h"
 #include "text.h"
 
 namespace camctl {
@@ -35,6 +36,7 @@ Json SizesJson(const std::vector<Size>& sizes) {
 }  // namespace
 
 void Info(const CameraOptions& options, bool asJson) {
+    RequireLibrary();
     wchar_t revision[14];
     camGetDllRevision(revision);
     const CameraSession session(options);

@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "commands.h"
+#include "manual.h"
 #include "text.h"
 
 namespace {
@@ -74,7 +75,9 @@ struct Arguments {
     std::string section;
     std::string out;
     int mode = 0;
+    std::vector<std::string> names;
     bool withFormats = false;
+    bool replace = false;
 };
 
 void AddDevices(CLI::App& app, Arguments& a) {
@@ -82,6 +85,11 @@ void AddDevices(CLI::App& app, Arguments& a) {
     list->add_flag("--formats", a.withFormats, "Open each webcam and say what it can send");
     AddJson(list, a.asJson);
     list->callback([&a] { List(a.withFormats, a.asJson); });
+
+    auto* doctor = app.add_subcommand(
+        "doctor", "Look for what keeps cameras from working; each finding with its remedy");
+    AddCamera(doctor, a.camera, a.asJson);
+    doctor->callback([&a] { Doctor(a.camera, a.asJson); });
 
     auto* kit = app.add_subcommand("kit", "The device kit as a webcam for every program: kit webcam on|off");
     kit->add_option("WHAT", a.name)->required()->check(CLI::IsMember({"webcam"}));
@@ -92,12 +100,24 @@ void AddDevices(CLI::App& app, Arguments& a) {
 
 void AddSnap(CLI::App& app, Arguments& a) {
     auto* snap = app.add_subcommand("snap", "Take still pictures; the extension chooses the format");
-    snap->add_option("FILE", a.snap.files, ".bmp, .jpg, .png or .tif, one picture each")->required();
+    snap->add_option("FILE", a.snap.files,
+                     ".bmp, .jpg, .png or .tif, one picture each; may be a pattern such as %Y%m%d-%H%M%S.jpg")
+        ->required();
     snap->add_option("--mode", a.snap.mode, "JPEG quality level or TIFF threshold")
         ->check(CLI::Range(0, 2))
         ->capture_default_str();
     snap->add_option("--skip", a.snap.skip, "Preview frames to let pass first")
         ->check(CLI::Range(0L, 100000L))
+        ->capture_default_str();
+    snap->add_option("--settle", a.snap.settleSeconds,
+                     "Wait until the brightness of preview stays what it is, at most so many seconds")
+        ->check(CLI::Range(0.0, 60.0))
+        ->capture_default_str();
+    snap->add_option("--count", a.snap.count, "Pictures of each file; a number is put into their names")
+        ->check(CLI::Range(1L, 1000000L))
+        ->capture_default_str();
+    snap->add_option("--interval", a.snap.intervalSeconds, "Seconds from one to the next")
+        ->check(CLI::Range(0.0, 86400.0))
         ->capture_default_str();
     snap->add_option("--size", a.snap.size, "Still resolution, as in 640x480");
     AddText(snap, a.snap.text);
@@ -151,6 +171,11 @@ void AddProperties(CLI::App& app, Arguments& a) {
     set->add_option("ASSIGNMENT", a.name, "NAME=VALUE or NAME=VALUE,auto")->required();
     AddCamera(set, a.camera, a.asJson);
     set->callback([&a] { SetProperty(a.camera, a.name, a.asJson); });
+
+    auto* reset = app.add_subcommand("reset", "Set properties to their defaults: those named, or all");
+    reset->add_option("NAME", a.names, "Names or numbers");
+    AddCamera(reset, a.camera, a.asJson);
+    reset->callback([&a] { ResetProperties(a.camera, a.names, a.asJson); });
 }
 
 void AddFiles(CLI::App& app, Arguments& a) {
@@ -165,6 +190,14 @@ void AddFiles(CLI::App& app, Arguments& a) {
     AddJson(settings, a.asJson);
     settings->callback([&a] { Settings(a.file, a.section, a.asJson); });
 
+    auto* save =
+        app.add_subcommand("save-settings", "Write the camera's settings into a settings file (INI)");
+    save->add_option("FILE", a.file)->required();
+    save->add_option("SECTION", a.out)->required();
+    save->add_flag("--replace", a.replace, "Replace the file if there is one");
+    AddCamera(save, a.camera, a.asJson);
+    save->callback([&a] { SaveSettings(a.camera, a.file, a.out, a.replace, a.asJson); });
+
     auto* convert = app.add_subcommand("convert", "Any picture file to black and white Group 4 TIFF");
     convert->add_option("IN", a.file, "BMP, JPEG, PNG, GIF or TIFF")->required();
     convert->add_option("OUT", a.out, "The .tif file")->required();
@@ -175,6 +208,16 @@ void AddFiles(CLI::App& app, Arguments& a) {
         ->capture_default_str();
     AddJson(convert, a.asJson);
     convert->callback([&a] { Convert(a.file, a.out, a.mode, a.asJson); });
+}
+
+void AddManual(CLI::App& app, Arguments& a) {
+    auto* manual = app.add_subcommand("manual", "This help as a manual page, or as completion for a shell");
+    manual->add_option("FORM", a.name)->required()->check(CLI::IsMember({"man", "bash"}));
+    AddJson(manual, a.asJson);
+    manual->callback([&app, &a] {
+        const std::string text = a.name == "man" ? ManualPage(app, OCELLUS_VERSION) : BashCompletion(app);
+        PrintResult(a.asJson, {{"ok", true}, {"text", text}}, text);
+    });
 }
 
 // CLI11 asks for a command before it looks at what stands in its place.
@@ -195,13 +238,15 @@ int wmain(int argc, wchar_t** argv) {
     app.allow_windows_style_options(false);
     app.footer(
         "Exit codes: 0 done, 2 usage, 3 no camera, 4 invalid argument, 5 capture failed, 6 time-out,\n"
-        "7 picture reported but no valid file.");
+        "7 picture reported but no valid file, 8 doctor found a problem.");
     Arguments arguments;
     AddDevices(app, arguments);
     AddSnap(app, arguments);
     AddLooking(app, arguments);
     AddProperties(app, arguments);
     AddFiles(app, arguments);
+    AddManual(app, arguments);
+    app.set_version_flag("--version", OCELLUS_VERSION, "Print the version");
     std::vector<std::string> words;  // CLI11 takes them last one first
     for (int i = argc - 1; i > 0; --i) words.push_back(ToUtf8(argv[i]));
     // Beforehand: what is wrong may stand before it.
@@ -209,8 +254,10 @@ int wmain(int argc, wchar_t** argv) {
     try {
         app.parse(std::vector<std::string>(words));
         return static_cast<int>(ExitCode::Ok);
-    } catch (const CLI::CallForHelp& help) {
+    } catch (const CLI::Success& help) {
         return app.exit(help);
+    } catch (const Diagnosed&) {
+        return static_cast<int>(ExitCode::Findings);
     } catch (const CLI::ParseError& error) {
         PrintError(arguments.asJson, {ExitCode::Usage, Problem(app, error, words),
                                       "camctl --help, or camctl COMMAND --help, shows what there is"});

@@ -132,6 +132,36 @@ void GetProperty(const CameraOptions& options, const std::string& name, bool asJ
     PrintResult(asJson, json, std::to_string(value) + " (" + FlagsText(flags) + ")\n");
 }
 
+void ResetProperties(const CameraOptions& options, const std::vector<std::string>& names, bool asJson) {
+    std::vector<int> ids;
+    for (const std::string& name : names) ids.push_back(IdOf(name));
+    const bool all = ids.empty();
+    for (int id = 0; all && id <= CAM_PROPERTY_LAST; ++id) ids.push_back(id);
+    const CameraSession session(options);
+    Json list = Json::array();
+    std::string text;
+    for (const int id : ids) {
+        long value, flags;
+        ReadValue(id, value, flags);
+        const std::optional<Range> range = RangeOf(id);
+        // A camera that adjusts a property by itself does so by default.
+        const long mode = range && range->flags & CAM_FLAG_AUTO ? CAM_FLAG_AUTO : CAM_FLAG_MANUAL;
+        const camResult result =
+            range ? camSetProperty(id, range->defaultValue, mode) : camResult{camInvalidArgument};
+        if (result != camOk) {
+            if (all) continue;
+            throw ToolError{ExitCode::InvalidArgument, "this camera has no default for " + NameOf(id),
+                            "'camctl props' lists those it has", result};
+        }
+        const bool hasValue = ReadValue(id, value, flags) == camOk;
+        list.push_back(PropertyJson(id, range, hasValue, value, flags));
+        text += NameOf(id) + " is " + std::to_string(hasValue ? value : range->defaultValue) + " (" +
+                FlagsText(hasValue ? flags : mode) + ")\n";
+    }
+    PrintResult(asJson, {{"ok", true}, {"properties", list}},
+                text.empty() ? "this camera has no defaults\n" : text);
+}
+
 void SetProperty(const CameraOptions& options, const std::string& assignment, bool asJson) {
     const size_t equals = assignment.find('=');
     std::string valueText = equals == std::string::npos ? "" : assignment.substr(equals + 1);

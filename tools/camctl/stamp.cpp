@@ -117,17 +117,22 @@ std::string WithLineFeeds(std::string text) {
     return text;
 }
 
-std::string Now(const std::string& pattern) {
+}  // namespace
+
+std::string Now(const std::string& what, const std::string& pattern) {
+    // The system ends a program that asks it for another one.
+    constexpr std::string_view kKnown = "aAbBcdHIjmMpSUwWxXyYzZ%";
     const time_t now = time(nullptr);
-    std::array<char, 256> text;
-    if (strftime(text.data(), text.size(), pattern.c_str(), localtime(&now)) == 0) {
-        throw ToolError{ExitCode::Usage, "--stamp '" + pattern + "' gives no text of at most 255 bytes",
-                        "write a pattern such as \"%Y-%m-%d %H:%M:%S\""};
+    std::array<char, 512> text;
+    bool isPattern = true;
+    for (size_t at = pattern.find('%'); at != std::string::npos; at = pattern.find('%', at + 2))
+        isPattern &= at + 1 < pattern.size() && kKnown.find(pattern[at + 1]) != std::string_view::npos;
+    if (!isPattern || strftime(text.data(), text.size(), pattern.c_str(), localtime(&now)) == 0) {
+        throw ToolError{ExitCode::Usage, what + " '" + pattern + "' is no pattern of a date and time",
+                        "write it as \"%Y-%m-%d %H:%M:%S\"; %% is a percent sign"};
     }
     return text.data();
 }
-
-}  // namespace
 
 Stamp::Stamp(const TextOptions& options) {
     const TextPosition position = ValueOf("--position", options.position, kPositions);
@@ -135,7 +140,7 @@ Stamp::Stamp(const TextOptions& options) {
     const StampColor outline = ValueOf("--outline", options.outline, kStampColors);
     const StampColor background = ValueOf("--background", options.background, kStampColors);
     std::string words = WithLineFeeds(options.text);
-    if (!options.stamp.empty()) words += (words.empty() ? "" : "\n") + Now(options.stamp);
+    if (!options.stamp.empty()) words += (words.empty() ? "" : "\n") + Now("--stamp", options.stamp);
     if (words.empty()) return;
     font = MakeFont(options.font);
     text.emplace(ToWide(words), font.get());

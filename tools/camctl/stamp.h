@@ -8,6 +8,10 @@
 
 namespace camctl {
 
+// What strftime makes of the pattern now, in local time. `what` names it in the ToolError for one that is
+// none.
+std::string Now(const std::string& what, const std::string& pattern);
+
 class Stamp {
   public:
     // Throws ToolError for a position, a colour or a font that does not exist. The time is the time of

@@ -12,7 +12,8 @@ enum class ExitCode : int {
     InvalidArgument = 4,  // a value that the camera or the library refuses
     CaptureFailed = 5,    // preview or the still picture could not be started
     Timeout = 6,          // the camera did not answer in time
-    NoValidFile = 7       // the picture was reported, but there is no valid file
+    NoValidFile = 7,      // the picture was reported, but there is no valid file
+    Findings = 8          // doctor found a problem, and has said so
 };
 
 struct ToolError {
@@ -21,5 +22,8 @@ struct ToolError {
     std::string remedy;   // what to do about it
     long result = 0;      // the camResult or HRESULT behind it, 0 when there is none
 };
+
+// Thrown where everything has been said.
+struct Diagnosed {};
 
 }  // namespace camctl
