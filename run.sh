@@ -9,7 +9,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 scripts/setup.sh run
 if [ ! -f build/host/build.ninja ]; then cmake --preset host >build/configure.log || { cat build/configure.log >&2; exit 1; }; fi
 printf '== Building\n'
-cmake --build --preset host --target ocellus devicekit camctl launch
+cmake --build --preset host --target sdk launch
 
 mkdir -p pictures
 printf '== Taking pictures\n'

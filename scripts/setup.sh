@@ -21,6 +21,8 @@ runPackages=(cmake ninja-build wine wine64 g++-mingw-w64-x86-64-posix libz-mingw
     doctest-dev libcli11-dev nlohmann-json3-dev fonts-dejavu-core ffmpeg)
 testPackages=(clang libclang-rt-14-dev clang-format clang-tidy imagemagick libjpeg-turbo-progs pngcheck libtiff-dev
     libtiff-tools python3)
+# The documentation site.
+packagesPackages=(mkdocs mkdocs-material doxygen)
 benchPackages=()
 # Modules that need more for their tests list it here, one package a line.
 if [ -f scripts/packages.test ]; then mapfile -t -O "${#testPackages[@]}" testPackages < <(grep -v '^#' scripts/packages.test); fi
@@ -28,7 +30,8 @@ if [ -f scripts/packages.bench ]; then mapfile -t -O "${#benchPackages[@]}" benc
 
 case $goal in
 run) packages=("${runPackages[@]}") ;;
-test | packages) packages=("${runPackages[@]}" "${testPackages[@]}") ;;
+test) packages=("${runPackages[@]}" "${testPackages[@]}") ;;
+packages) packages=("${runPackages[@]}" "${testPackages[@]}" "${packagesPackages[@]}") ;;
 bench) packages=("${runPackages[@]}" "${testPackages[@]}" "${benchPackages[@]}") ;;
 *) refuse "unknown goal '$goal', only: run, test, packages, bench" ;;
 esac
