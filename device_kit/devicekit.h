@@ -31,6 +31,10 @@ BOOL WINAPI kitResume(void);
 /* The camera is gone: from now on no frames come and every call on the capture filter fails. */
 void WINAPI kitLoseDevice(void);
 
+/* The next call such as L"IAMVideoControl::SetMode" does nothing but return `result`, a failure, whatever the
+ * scenario says; at any time. FALSE: there is no such call, or it is one on the graph that is not watched. */
+BOOL WINAPI kitAnswerNext(const wchar_t* call, HRESULT result);
+
 /* How often a call such as L"IGraphBuilder::AddFilter" came in since the scenario was loaded. Calls on the
  * graph, its builder and its control interfaces are seen only when the scenario has "watchGraph": true or a
  * fault on one of them. */

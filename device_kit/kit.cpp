@@ -7,6 +7,7 @@
 #include "filter_base/com_object.h"
 #include "read_scenario.h"
 #include "text.h"
+#include "watch/call_names.h"
 #include "watch/class_watch.h"
 #include "webcam/webcam_filter.h"
 
@@ -137,6 +138,14 @@ LONG WINAPI kitLiveObjects() {
 }
 LONG WINAPI kitCallCount(const wchar_t* call) {
     return call ? kit::CallCount(call) : 0;
+}
+
+BOOL WINAPI kitAnswerNext(const wchar_t* call, HRESULT result) {
+    if (!call || !kit::IsKnownCall(call)) return FALSE;
+    const std::lock_guard guard(kit::TheState().lock);
+    if (kit::IsGraphCall(call) && !kit::WatchesGraph(*kit::TheState().scenario)) return FALSE;
+    kit::TheState().calls.AnswerNext(kit::Narrow(call), static_cast<std::uint32_t>(result));
+    return TRUE;
 }
 
 DWORD WINAPI kitCallLog(wchar_t* buffer, DWORD length) {

@@ -144,6 +144,20 @@ TEST_CASE("a lost device sends no more frames and fails every call, and the grap
     kitReset();
 }
 
+TEST_CASE("the next call fails when it is told to, without a scenario for it") {
+    kitReset();
+    Graph graph;
+    REQUIRE(SUCCEEDED(graph.Build()));
+    REQUIRE(SUCCEEDED(graph.Run()));
+    CHECK_FALSE(kitAnswerNext(L"IAMVideoControl::NoSuchMethod", E_FAIL));
+    CHECK_FALSE(kitAnswerNext(L"IMediaControl::Run", E_FAIL));
+    CHECK_FALSE(kitAnswerNext(nullptr, E_FAIL));
+    CHECK(kitAnswerNext(L"IAMVideoControl::SetMode", E_FAIL));
+    CHECK(graph.TriggerStill() == E_FAIL);
+    CHECK(graph.TriggerStill() == S_OK);
+    graph.Stop();
+}
+
 namespace {
 
 int resumes = 0;

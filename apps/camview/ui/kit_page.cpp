@@ -1,0 +1,167 @@
+#include "ui/kit_page.h"
+
+#include <algorithm>
+
+#include "base/file_extension.h"
+
+namespace camview {
+
+namespace {
+
+constexpr const wchar_t* kRates[] = {L"5", L"15", L"30", L"60"};
+constexpr int kUsualRate = 2;
+
+struct ReadyScenario {
+    Text name;
+    const wchar_t* json;
+};
+constexpr ReadyScenario kReady[] = {
+    {Text::ScenarioPlain, L"{}"},
+    {Text::ScenarioSlow,
+     L"{\"framesPerSecond\": 15, \"calls\": {\r\n"
+     L"  \"IPersistPropertyBag::Load\": {\"delayMs\": 1500},\r\n"
+     L"  \"IBaseFilter::Pause CaptureFilter\": {\"times\": 0, \"delayMs\": 500},\r\n"
+     L"  \"IAMVideoControl::SetMode\": {\"times\": 0, \"delayMs\": 300},\r\n"
+     L"  \"IAMVideoProcAmp::Set\": {\"times\": 0, \"delayMs\": 100},\r\n"
+     L"  \"IAMCameraControl::Set\": {\"times\": 0, \"delayMs\": 100}}}"},
+    {Text::ScenarioDies, L"{\"loseDeviceAfterFrames\": 100}"},
+    {Text::ScenarioInUse,
+     L"{\"calls\": {\"IPersistPropertyBag::Load\": {\"times\": 0, \"result\": \"0x800700AA\"}}}"},
+    {Text::ScenarioTwo,
+     L"{\"devices\": [{\"name\": \"CAM1:\", \"cameraId\": 1}, {\"name\": \"CAM2:\", \"cameraId\": 2}]}"},
+    {Text::ScenarioNone, L"{\"devices\": []}"},
+    {Text::ScenarioFewControls,
+     L"{\"properties\": {\"pan\": {\"supported\": false}, \"tilt\": {\"supported\": false},\r\n"
+     L"  \"roll\": {\"supported\": false}, \"hue\": {\"supported\": false},\r\n"
+     L"  \"brightness\": {\"minimum\": 0, \"maximum\": 10, \"step\": 5, \"default\": 5}}}"},
+};
+
+std::wstring Escaped(const std::wstring& path) {
+    std::wstring escaped;
+    for (const wchar_t letter : path) {
+        if (letter == L'\\' || letter == L'"') escaped += L'\\';
+        escaped += letter;
+    }
+    return escaped;
+}
+
+}  // namespace
+
+KitPage::KitPage(HWND parent, Viewer& owner) : Page(parent, owner) {
+    hint = AddLabel(Text::KitHint);
+    sceneLabel = AddLabel(Text::Scene);
+    scene = AddList(kScene);
+    rateLabel = AddLabel(Text::FramesPerSecond);
+    rate = AddList(kRate);
+    faultsLabel = AddLabel(Text::Faults);
+    lose = AddButton(Text::LoseDevice, kLose);
+    bringBack = AddButton(Text::ReturnDevice, kReturn);
+    resume = AddButton(Text::ResumeDevice, kResume);
+    fail = AddButton(Text::FailTrigger, kFail);
+    readyLabel = AddLabel(Text::Scenario);
+    ready = AddList(kReady);
+    AddName(Say(Text::ScenarioText));
+    json = AddEdit(kJson, ES_MULTILINE | ES_AUTOVSCROLL | ES_WANTRETURN | WS_VSCROLL);
+    play = AddButton(Text::Play, kPlay);
+    calls = AddButton(Text::CopyCalls, kCalls);
+    counts = Add(L"STATIC", L"", SS_LEFT | SS_NOPREFIX, 0);
+    FillList(scene,
+             {Say(Text::SceneChart), Say(Text::ScenePicture), Say(Text::SceneBarcode), Say(Text::ScenePage)},
+             0);
+    FillList(rate, {std::begin(kRates), std::end(kRates)}, kUsualRate);
+    std::vector<std::wstring> names;
+    for (const ReadyScenario& one : camview::kReady) names.push_back(Say(one.name));
+    FillList(ready, names, 0);
+    SetWindowTextW(json, camview::kReady[0].json);
+    ShowIsCamera(false);
+}
+
+void KitPage::Layout() {
+    Rows rows(window, dpi, 108);
+    rows.Add(nullptr, {{hint}}, 36);
+    rows.Add(sceneLabel, {{scene, 0, 200}});
+    rows.Add(rateLabel, {{rate, 72, 200}});
+    rows.Space(6);
+    rows.Add(nullptr, {{faultsLabel}}, 18);
+    rows.Add(nullptr, {{lose}, {bringBack, 150}}, Rows::kHeight + 4);
+    rows.Add(nullptr, {{fail}, {resume, 150}}, Rows::kHeight + 4);
+    rows.Space(6);
+    rows.Add(readyLabel, {{ready, 0, 260}});
+    RECT client;
+    GetClientRect(window, &client);
+    const int below = Px(Rows::kHeight + 4 + 18 + 2 * Rows::kGap + Rows::kMargin);
+    const int left = static_cast<int>(client.bottom) - rows.Top() - below;
+    rows.Add(nullptr, {{json}}, std::max(40, MulDiv(left, kBaseDpi, dpi) - Rows::kGap));
+    rows.Add(nullptr, {{play}, {calls, 150}}, Rows::kHeight + 4);
+    rows.Add(nullptr, {{counts}}, 18);
+}
+
+void KitPage::ShowIsCamera(bool is) {
+    isCamera = is;
+    SetWindowTextW(hint, Say(isCamera ? Text::KitHint : Text::KitAbsent));
+    for (const HWND control : {lose, resume, fail}) EnableWindow(control, isCamera);
+    ShowCounts();
+}
+
+void KitPage::ShowCounts() {
+    if (viewer.Kit().IsLoaded()) SetWindowTextW(counts, viewer.Kit().Counts().c_str());
+}
+
+void KitPage::PlayScene(const std::wstring& wanted) {
+    sceneJson = wanted;
+    const std::wstring frames = kRates[std::max(0, ChosenOf(rate))];
+    ShowScenario(L"{\"scene\": " + sceneJson + L", \"framesPerSecond\": " + frames + L"}");
+    viewer.PlayScenario(TextOf(json));
+}
+
+void KitPage::ShowScenario(const std::wstring& text) {
+    SetWindowTextW(json, text.c_str());
+}
+
+void KitPage::TakeScene(const std::wstring& file) {
+    const bool isFilm = cam::SameExtension(cam::FileExtension(file.c_str()), L".y4m");
+    PlayScene(std::wstring(isFilm ? L"{\"film\": \"" : L"{\"picture\": \"") + Escaped(file) + L"\"}");
+}
+
+void KitPage::OnCommand(int id, int code, HWND) {
+    const bool ofImager = viewer.Current().type == CAM_TYPE_IMAGER;
+    switch (id) {
+        case kScene:
+            if (code != CBN_SELCHANGE) return;
+            if (ChosenOf(scene) == 0) PlayScene(L"\"chart\"");
+            if (ChosenOf(scene) == 1) viewer.AskForPath(PathChosen::Purpose::Scene);
+            if (ChosenOf(scene) >= 2) {
+                ShowScenario(ChosenOf(scene) == 2 ? L"{\"imager\": {\"scene\": \"barcode\"}}"
+                                                  : L"{\"imager\": {\"scene\": \"page\"}}");
+                viewer.PlayScenario(TextOf(json));
+            }
+            return;
+        case kRate:
+            if (code == CBN_SELCHANGE) PlayScene(sceneJson);
+            return;
+        case kLose:
+            viewer.Kit().Lose();
+            return;
+        case kReturn:
+        case kPlay:
+            viewer.PlayScenario(TextOf(json));
+            return;
+        case kResume:
+            viewer.Kit().Resume();
+            return;
+        case kFail:
+            viewer.Kit().FailNextTrigger(ofImager);
+            return;
+        case kReady:
+            if (code == CBN_SELCHANGE && ChosenOf(ready) >= 0)
+                ShowScenario(camview::kReady[ChosenOf(ready)].json);
+            return;
+        case kCalls:
+            if (viewer.Kit().IsLoaded()) viewer.CopyText(viewer.Kit().CallLog(ofImager));
+            return;
+        default:
+            return;
+    }
+}
+
+}  // namespace camview

@@ -1,0 +1,75 @@
+#include "ui/screen.h"
+
+namespace camview {
+
+namespace {
+
+int forcedDpi = 0;
+
+template <typename Function>
+Function Find(const wchar_t* library, const char* name) {
+    const HMODULE module = LoadLibraryW(library);
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(module ? GetProcAddress(module, name) : nullptr));
+}
+
+int SystemDpi() {
+    const HDC screen = GetDC(nullptr);
+    const int dpi = GetDeviceCaps(screen, LOGPIXELSY);
+    ReleaseDC(nullptr, screen);
+    return dpi;
+}
+
+}  // namespace
+
+void ForceDpi(int dpi) {
+    forcedDpi = dpi;
+}
+
+int DpiOf(HWND window) {
+    if (forcedDpi) return forcedDpi;
+    using GetDpi = UINT(WINAPI*)(HWND);
+    static const GetDpi getDpi = Find<GetDpi>(L"user32.dll", "GetDpiForWindow");
+    const UINT dpi = getDpi ? getDpi(window) : 0;
+    return dpi ? static_cast<int>(dpi) : SystemDpi();
+}
+
+Fonts MakeFonts(int dpi) {
+    NONCLIENTMETRICSW metrics = {};
+    metrics.cbSize = sizeof metrics;
+    SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
+    LOGFONTW font = metrics.lfMessageFont;
+    font.lfHeight = MulDiv(font.lfHeight, dpi, SystemDpi());
+    // Nine points, as the system's programs have it; some systems say eight.
+    const LONG nine = -MulDiv(12, dpi, kBaseDpi);
+    if (font.lfHeight < 0 && font.lfHeight > nine) font.lfHeight = nine;
+    Fonts fonts;
+    fonts.normal.reset(CreateFontIndirectW(&font));
+    font.lfWeight = FW_BOLD;
+    fonts.bold.reset(CreateFontIndirectW(&font));
+    return fonts;
+}
+
+void FollowDarkMode(HWND window) {
+    DWORD light = 1;
+    DWORD bytes = sizeof light;
+    RegGetValueW(HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize",
+                 L"AppsUseLightTheme", RRF_RT_REG_DWORD, nullptr, &light, &bytes);
+    using SetAttribute = HRESULT(WINAPI*)(HWND, DWORD, const void*, DWORD);
+    const SetAttribute set = Find<SetAttribute>(L"dwmapi.dll", "DwmSetWindowAttribute");
+    constexpr DWORD kUseDarkTitle = 20;
+    const BOOL dark = light == 0;
+    if (set) set(window, kUseDarkTitle, &dark, sizeof dark);
+}
+
+void SetFontOfChildren(HWND window, HFONT font) {
+    EnumChildWindows(
+        window,
+        [](HWND child, LPARAM handle) -> BOOL {
+            SendMessageW(child, WM_SETFONT, static_cast<WPARAM>(handle), FALSE);
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(font));
+}
+
+}  // namespace camview
