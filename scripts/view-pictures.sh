@@ -41,8 +41,8 @@ for dpi in 96 144 192; do
         import -window "$window" "$work/window.png"
         # Without the frame that Wine draws.
         convert "$work/window.png" -gravity north -chop 0x22 -gravity south -chop 0x4 -gravity east -chop 4x0 -gravity west -chop 4x0 +repage \
-            -colors 128 -define png:compression-level=9 PNG8:"$folder/camview-${pages[$tab]}-$dpi.png"
-        xdotool windowclose "$window" 2>/dev/null || true
+            +dither -colors 128 -define png:compression-level=9 PNG8:"$folder/camview-${pages[$tab]}-$dpi.png"
+        xdotool mousemove --window "$window" 60 10 click 1 key alt+F4
         wait $viewer || true
     done
 done

@@ -60,7 +60,7 @@ HRESULT KitControl::Load() {
         Find(module, "kitLoseDevice", loseDevice) && Find(module, "kitLiveObjects", liveObjects) &&
         Find(module, "kitPreviewFrames", previewFrames) && Find(module, "kitStillPictures", stillPictures) &&
         Find(module, "kitCallLog", callLog) && Find(module, "kitLoadScenario", loadScenario);
-    if (!complete) loadScenario = nullptr;
+    isLoaded = complete;
     return complete ? S_OK : HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND);
 }
 
@@ -76,6 +76,12 @@ std::wstring KitControl::PlayImagerScenario(const std::wstring& scenario) {
     if (!Find(module, "imvKitLoadScenario", load)) return L"";
     wchar_t error[kMaxError] = L"";
     return load(scenario.c_str(), error, kMaxError) ? L"" : error;
+}
+
+// Whoever opened the camera: the kit is in this process then.
+bool KitControl::IsTheCamera() {
+    if (!IsLoaded() && (!GetModuleHandleW(L"devicekit.dll") || FAILED(Load()))) return false;
+    return liveObjects() > 0;
 }
 
 bool KitControl::IsTheImager() {

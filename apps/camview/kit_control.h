@@ -6,6 +6,7 @@
 
 #include <devicekit.h>
 
+#include <atomic>
 #include <string>
 
 #include "imager/imvoxa_kit.h"
@@ -18,7 +19,7 @@ class KitControl {
     // Finds the library that the system would load for the kit's camera, or that beside the program, which is
     // registered then. An HRESULT: it is there and could not be registered.
     HRESULT Load();
-    bool IsLoaded() const { return loadScenario != nullptr; }
+    bool IsLoaded() const { return isLoaded; }
 
     // Without a camera, on a thread of the multithreaded apartment. Empty, or the kit's words about a
     // mistake.
@@ -27,7 +28,7 @@ class KitControl {
     std::wstring PlayImagerScenario(const std::wstring& scenario);
 
     // Whether the kit plays the camera that is up.
-    bool IsTheCamera() const { return liveObjects && liveObjects() > 0; }
+    bool IsTheCamera();
     static bool IsTheImager();
 
     void Lose() const { loseDevice(); }
@@ -38,6 +39,7 @@ class KitControl {
     std::wstring CallLog(bool ofImager) const;
 
   private:
+    std::atomic<bool> isLoaded = false;  // publishes the others
     decltype(&kitLoadScenario) loadScenario = nullptr;
     decltype(&kitAnswerNext) answerNext = nullptr;
     decltype(&kitResume) resume = nullptr;

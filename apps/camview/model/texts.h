@@ -93,7 +93,7 @@ namespace camview {
     X(KindDriver, L"driver")                                                              \
     X(KindWebcam, L"webcam")                                                              \
     X(KindImager, L"imager")                                                              \
-    X(CurrentMark, L" (chosen)")                                                          \
+    X(CurrentMark, L" (chosen size)")                                                     \
     X(PerSecond, L"{} a second")                                                          \
     X(LogTime, L"Time")                                                                   \
     X(LogCall, L"Call")                                                                   \

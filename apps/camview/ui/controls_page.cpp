@@ -102,7 +102,8 @@ void ControlsPage::AddRow(const PropertyInfo& info) {
     if (IsSwitch(info)) {
         row.onOff = AddCheck(Text::On, id + kSwitch);
     } else {
-        row.slider = Add(TRACKBAR_CLASSW, name, TBS_HORZ | TBS_NOTICKS | WS_TABSTOP, id + kSlider);
+        row.slider = Add(TRACKBAR_CLASSW, name,
+                         TBS_HORZ | TBS_BOTH | TBS_NOTICKS | TBS_FIXEDLENGTH | WS_TABSTOP, id + kSlider);
         const long steps = (info.range.maximum - info.range.minimum) / StepOf(info);
         SendMessageW(row.slider, TBM_SETRANGEMIN, FALSE, 0);
         SendMessageW(row.slider, TBM_SETRANGEMAX, FALSE, steps);
@@ -157,7 +158,7 @@ void ControlsPage::ShowValue(int id, ocellus::PropertyValue now) {
 void ControlsPage::Layout() {
     RECT client;
     GetClientRect(window, &client);
-    Rows top(window, dpi);
+    Rows top(window, dpi, FieldHeight());
     top.Add(nullptr, {{reset}, {save, 84}, {load, 84}}, Rows::kHeight + 2);
     const int first = Px(kTopHeight + 4) - scrolled;
     int y = first;
@@ -179,8 +180,9 @@ void ControlsPage::Layout() {
         right -= defaultWidth + gap;
         place(row.automatic, right - autoWidth, autoWidth, Px(1));
         right -= autoWidth + gap;
-        place(row.number, right - numberWidth, numberWidth, 0);
+        place(row.number, right - numberWidth, numberWidth, (height - FieldHeight()) / 2);
         right -= numberWidth + gap;
+        if (row.slider) SendMessageW(row.slider, TBM_SETTHUMBLENGTH, static_cast<WPARAM>(Px(18)), 0);
         place(row.slider, top.Left() + labelWidth, right - top.Left() - labelWidth, 0);
         place(row.onOff, top.Left() + labelWidth, Px(60), Px(1));
         y += Px(kRowHeight);

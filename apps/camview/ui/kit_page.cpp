@@ -77,7 +77,7 @@ KitPage::KitPage(HWND parent, Viewer& owner) : Page(parent, owner) {
 }
 
 void KitPage::Layout() {
-    Rows rows(window, dpi, 108);
+    Rows rows(window, dpi, FieldHeight(), 108);
     rows.Add(nullptr, {{hint}}, 36);
     rows.Add(sceneLabel, {{scene, 0, 200}});
     rows.Add(rateLabel, {{rate, 72, 200}});

@@ -133,6 +133,7 @@ void CameraPage::Tell(const std::wstring& name, const std::wstring& value) {
 void CameraPage::Forget() {
     SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
     rowOf.clear();
+    preview.reset();
 }
 
 void CameraPage::ShowCamera(const CameraOpened& opened) {
@@ -146,6 +147,7 @@ void CameraPage::ShowCamera(const CameraOpened& opened) {
                                                                  : Text::KindDriver));
     if (opened.number) Tell(Say(Text::FactNumber), std::to_wstring(*opened.number));
     Tell(Say(Text::FactLibrary), revision);
+    if (preview) ShowPreview(*preview);
     sizes = opened.resolutions;
     ShowResolution(opened.resolution);
     EnableWindow(formats, camera.isWebcam);
@@ -159,7 +161,10 @@ void CameraPage::ShowResolution(ocellus::Size current) {
     }
 }
 
+// It comes before the camera is known to be open, and stands below the camera's name all the same.
 void CameraPage::ShowPreview(const ocellus::PreviewFormat& format) {
+    preview = format;
+    if (rowOf.empty()) return;
     Tell(Say(Text::FactPreview), std::wstring(FormatName(format.formatCode)) + L", " +
                                      SizeText(format.width, std::abs(format.height)) + L", " +
                                      std::to_wstring(format.stride) + L" bytes a row");
@@ -190,7 +195,7 @@ void CameraPage::OnCommand(int id, int, HWND) {
 // --------------------------------------------------------------------------------------------------
 
 LogPage::LogPage(HWND parent, Viewer& owner) : ListPage(parent, owner, Text::TabLog) {
-    SetColumns({{Text::LogTime, 86}, {Text::LogCall, 0}, {Text::LogResult, 84}, {Text::LogRemedy, 160}});
+    SetColumns({{Text::LogTime, 80}, {Text::LogCall, 196}, {Text::LogResult, 104}, {Text::LogRemedy, 340}});
     copy = AddButton(Text::CopyLog, kCopy);
     clear = AddButton(Text::ClearLog, kClear);
 }

@@ -51,6 +51,7 @@ class CameraPage final : public ListPage {
     HWND formats;
     std::map<std::wstring, int> rowOf;
     std::vector<ocellus::Size> sizes;
+    std::optional<ocellus::PreviewFormat> preview;
 };
 
 class LogPage final : public ListPage {

@@ -6,6 +6,13 @@ namespace camview {
 
 namespace {
 constexpr wchar_t kClass[] = L"camview.page";
+
+bool IsField(HWND control) {
+    wchar_t name[16] = L"";
+    GetClassNameW(control, name, 16);
+    return _wcsicmp(name, L"Edit") == 0;
+}
+
 }  // namespace
 
 Page::Page(HWND parent, Viewer& owner) : viewer(owner) {
@@ -61,6 +68,7 @@ LRESULT CALLBACK Page::Procedure(HWND window, UINT message, WPARAM wParam, LPARA
 void Page::SetScreen(int newDpi, const Fonts& fonts) {
     dpi = newDpi;
     font = fonts.normal.get();
+    lineHeight = LineHeight(font);
     SetFontOfChildren(window, font);
     OnFontChanged();
     Layout();
@@ -86,8 +94,13 @@ HWND Page::AddEdit(int id, DWORD style) {
     return Add(L"EDIT", L"", style | WS_TABSTOP, id, WS_EX_CLIENTEDGE);
 }
 
-Rows::Rows(HWND page, int dotsPerInch, int labels)
-    : dpi(dotsPerInch), labelWidth(Scaled(labels, dotsPerInch)), left(0), right(0), top(0) {
+Rows::Rows(HWND page, int dotsPerInch, int field, int labels)
+    : dpi(dotsPerInch),
+      fieldHeight(field),
+      labelWidth(Scaled(labels, dotsPerInch)),
+      left(0),
+      right(0),
+      top(0) {
     RECT client;
     GetClientRect(page, &client);
     left = Scaled(kMargin, dpi);
@@ -108,8 +121,12 @@ void Rows::Add(HWND label, std::initializer_list<Cell> cells, int height) {
     for (const Cell& cell : cells) rest -= Scaled(cell.width, dpi) + gap;
     for (const Cell& cell : cells) {
         const int width = cell.width ? Scaled(cell.width, dpi) : rest;
-        const int cellHeight = cell.listHeight ? Scaled(cell.listHeight, dpi) : rowHeight;
-        SetWindowPos(cell.control, nullptr, x, top, width, cellHeight, SWP_NOZORDER | SWP_NOACTIVATE);
+        const bool isField = height == kHeight && IsField(cell.control);
+        const int cellHeight = cell.listHeight ? Scaled(cell.listHeight, dpi)
+                               : isField       ? fieldHeight
+                                               : rowHeight;
+        const int down = isField ? (rowHeight - fieldHeight) / 2 : 0;
+        SetWindowPos(cell.control, nullptr, x, top + down, width, cellHeight, SWP_NOZORDER | SWP_NOACTIVATE);
         x += width + gap;
     }
     top += rowHeight + gap;
@@ -121,10 +138,20 @@ std::wstring TextOf(HWND control) {
     return text;
 }
 
+// A list that is open in the user's hand is left as it is when its entries are the same.
 void FillList(HWND list, const std::vector<std::wstring>& entries, int chosen) {
-    SendMessageW(list, CB_RESETCONTENT, 0, 0);
-    for (const std::wstring& entry : entries)
-        SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.c_str()));
+    bool isSame = entries.size() == static_cast<size_t>(SendMessageW(list, CB_GETCOUNT, 0, 0));
+    for (size_t index = 0; isSame && index < entries.size(); ++index) {
+        std::wstring text(static_cast<size_t>(SendMessageW(list, CB_GETLBTEXTLEN, index, 0)), L'\0');
+        SendMessageW(list, CB_GETLBTEXT, index, reinterpret_cast<LPARAM>(text.data()));
+        isSame = text == entries[index];
+    }
+    if (isSame && SendMessageW(list, CB_GETDROPPEDSTATE, 0, 0)) return;
+    if (!isSame) {
+        SendMessageW(list, CB_RESETCONTENT, 0, 0);
+        for (const std::wstring& entry : entries)
+            SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.c_str()));
+    }
     SendMessageW(list, CB_SETCURSEL, static_cast<WPARAM>(chosen), 0);
 }
 

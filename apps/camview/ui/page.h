@@ -53,6 +53,9 @@ class Page {
     HWND window = nullptr;
     int dpi = kBaseDpi;
     HFONT font = nullptr;
+    int lineHeight = 0;  // of the font
+    // Of a field for one line of text.
+    int FieldHeight() const { return lineHeight + Px(8); }
 
   private:
     static LRESULT CALLBACK Procedure(HWND, UINT, WPARAM, LPARAM);
@@ -65,7 +68,8 @@ class Rows {
     static constexpr int kGap = 6;
     static constexpr int kHeight = 24;
 
-    Rows(HWND page, int dotsPerInch, int labels = 92);
+    // `fieldHeight`: of fields for text, in pixels, since their text stands at the top.
+    Rows(HWND page, int dotsPerInch, int fieldHeight, int labels = 92);
 
     struct Cell {
         HWND control;
@@ -80,7 +84,7 @@ class Rows {
     int Right() const { return right; }
 
   private:
-    int dpi, labelWidth, left, right, top;
+    int dpi, fieldHeight, labelWidth, left, right, top;
 };
 
 std::wstring TextOf(HWND control);

@@ -136,7 +136,7 @@ PicturePage::PicturePage(HWND parent, Viewer& owner) : Page(parent, owner) {
 }
 
 void PicturePage::Layout() {
-    Rows rows(window, dpi);
+    Rows rows(window, dpi, FieldHeight());
     constexpr int kOpened = 260;
     rows.Add(cameraLabel, {{camera, 0, kOpened}});
     rows.Add(resolutionLabel, {{resolution, 0, kOpened}});
@@ -156,27 +156,24 @@ void PicturePage::Layout() {
     // What is left between here and the buttons.
     RECT client;
     GetClientRect(window, &client);
-    const int buttons = Px(2 * (Rows::kHeight + 4 + Rows::kGap) + 10 + Rows::kMargin);
+    const int buttons = Px(2 * (Rows::kHeight + Rows::kGap) + 10 + Rows::kMargin);
     const int left = static_cast<int>(client.bottom) - rows.Top() - buttons;
     const int height = std::clamp(MulDiv(left, kBaseDpi, dpi) - Rows::kGap, 0, 110);
     rows.Add(nullptr, {{example}}, height);
     rows.Space(2);
     rows.Add(nullptr, {{take}}, Rows::kHeight + 8);
-    const int top = rows.Top();
-    rows.Add(nullptr,
-             {{burst, 76},
-              {burstCount, 38},
-              {burstUnit, 56},
-              {interval},
-              {intervalSeconds, 46},
-              {intervalUnit, 50}},
-             Rows::kHeight + 2);
+    rows.Add(nullptr, {{burst, 76},
+                       {burstCount, 38},
+                       {burstUnit, 56},
+                       {interval},
+                       {intervalSeconds, 46},
+                       {intervalUnit, 50}});
     for (const HWND unit : {burstUnit, intervalUnit}) {
         RECT place;
         GetWindowRect(unit, &place);
         MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&place), 2);
-        SetWindowPos(unit, nullptr, place.left, top + Px(5), place.right - place.left, Px(18),
-                     SWP_NOZORDER | SWP_NOACTIVATE);
+        SetWindowPos(unit, nullptr, place.left, place.top + Px(4), 0, 0,
+                     SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOSIZE);
     }
 }
 

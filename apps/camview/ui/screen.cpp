@@ -50,6 +50,16 @@ Fonts MakeFonts(int dpi) {
     return fonts;
 }
 
+int LineHeight(HFONT font) {
+    const HDC screen = GetDC(nullptr);
+    const HGDIOBJ before = SelectObject(screen, font);
+    TEXTMETRICW metrics = {};
+    GetTextMetricsW(screen, &metrics);
+    SelectObject(screen, before);
+    ReleaseDC(nullptr, screen);
+    return metrics.tmHeight;
+}
+
 void FollowDarkMode(HWND window) {
     DWORD light = 1;
     DWORD bytes = sizeof light;

@@ -18,6 +18,7 @@ struct Fonts {
     cam::UniqueFont bold;
 };
 Fonts MakeFonts(int dpi);
+int LineHeight(HFONT font);  // pixels
 
 // The title bar is dark where the user has dark programs and the system can.
 void FollowDarkMode(HWND window);

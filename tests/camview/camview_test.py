@@ -1,0 +1,455 @@
+#!/usr/bin/env python3
+"""Uses the viewer as a person does: mouse and keyboard on a display of its own; looks at files, texts and pixels.
+
+    camview_test.py CAMVIEW.EXE CAMVIEW_POKE.EXE
+"""
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+PROGRAM, POKE = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
+FOLDER = pathlib.Path(tempfile.mkdtemp(prefix="camview-"))
+DEADLINE = 40  # seconds, for anything that works at all
+PIECES = ("handle", "parent", "kind", "id", "visible", "enabled", "left", "top", "width", "height", "state", "text")
+passed = 0
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+class Failed(Exception):
+    pass
+
+
+def wait_for(what, condition, seconds=DEADLINE):
+    """Until the condition gives something; that."""
+    global passed
+    end = time.monotonic() + seconds
+    while True:
+        if got := condition():
+            passed += 1
+            return got
+        if time.monotonic() > end:
+            raise Failed(f"it did not come about: {what}")
+        time.sleep(0.05)
+
+
+def check(what, condition):
+    global passed
+    if not condition:
+        raise Failed(f"it is not so: {what}")
+    passed += 1
+
+
+def run(*command):
+    return subprocess.run([str(part) for part in command], check=True, capture_output=True, text=True, timeout=60).stdout
+
+
+class Control:
+    def __init__(self, pieces):
+        values = dict(zip(PIECES, pieces))
+        self.handle, self.parent, self.kind, self.text = (values[name] for name in ("handle", "parent", "kind", "text"))
+        for name in ("id", "visible", "enabled", "left", "top", "width", "height", "state"):
+            setattr(self, name, int(values[name]))
+
+    def click(self, x=None, y=None):
+        run("xdotool", "mousemove", self.left + (self.width // 2 if x is None else x), self.top + (self.height // 2 if y is None else y),
+            "click", "1")
+
+
+class Viewer:
+    """One start of the program."""
+
+    def __init__(self, *arguments, state="state"):
+        self.log = FOLDER / "log"
+        self.log.unlink(missing_ok=True)
+        self.pictures = FOLDER / "pictures"
+        self.pictures.mkdir(exist_ok=True)
+        command = [ROOT / "scripts" / "host.sh", PROGRAM, "--state", windows_path(FOLDER / state), "--log", windows_path(self.log),
+                   "--dpi", "96", *arguments]
+        self.process = subprocess.Popen([str(part) for part in command], stdin=subprocess.DEVNULL)
+        self.poke = None
+
+    def ask(self, command):
+        if self.poke is None:
+            environment = dict(os.environ, WINEPREFIX=os.environ["OCELLUS_WINE_PREFIX"] + "-visible", WINEDEBUG="-all")
+            self.poke = subprocess.Popen(["wine", str(POKE)], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment)
+        self.poke.stdin.write(command + "\n")
+        self.poke.stdin.flush()
+        lines = []
+        while line := self.poke.stdout.readline().rstrip("\r\n"):
+            lines.append(line.split("\t"))
+        return lines
+
+    def controls(self):
+        return [Control(line) for line in self.ask("list")]
+
+    def find(self, text=None, kind=None, number=None, after=None):
+        """The visible control with that text, kind or id; `after` a label with that text."""
+        past = after is None
+        for control in self.controls():
+            if not control.visible:
+                continue
+            if past and (text is None or text in control.text.replace("&", "")) and (kind is None or control.kind == kind) and \
+                    (number is None or control.id == number) and (after is None or control.width):
+                return control
+            past = past or (control.kind == "Static" and control.text.replace("&", "") == after)
+        return None
+
+    def the(self, *arguments, **named):
+        return wait_for(f"a control {arguments} {named}", lambda: self.find(*arguments, **named))
+
+    def lines(self, text):
+        return self.log.read_text(encoding="utf-8").count(text) if self.log.exists() else 0
+
+    def logs(self, text, times=1):
+        wait_for(f"the log says '{text}' {times} times", lambda: self.lines(text) >= times)
+
+    def key(self, *keys):
+        run("xdotool", "key", "--delay", "30", *keys)
+
+    def type(self, text):
+        run("xdotool", "type", "--delay", "5", "--", text)
+
+    def tab(self, number):
+        self.key(f"ctrl+{number + 1}")
+        wait_for("the page is shown", lambda: self.find(kind="SysTabControl32").state == number)
+
+    def focus_picture(self):
+        self.the("Live picture").click(20, 20)
+
+    def set_text(self, control, text):
+        control.click(6)
+        self.key("ctrl+a")
+        self.type(text)
+
+    def choose(self, label, downs, key="Down"):
+        """In a drop-down list: that many entries further."""
+        box = self.the(after=label, kind="ComboBox")
+        box.click(10)
+        self.key(*[key] * downs, "Return")
+
+    def fault(self, *words):
+        def shown():
+            banner = self.find("\\n", kind="Static")
+            return banner and all(word in banner.text for word in words) and banner
+        return wait_for(f"a banner says {words}", shown)
+
+    def no_fault(self):
+        wait_for("the banner is gone", lambda: not self.find("\\n", kind="Static"))
+
+    def dismiss(self):
+        self.focus_picture()
+        self.key("Escape")
+        self.no_fault()
+
+    def files(self, pattern="*"):
+        return sorted(path for path in self.pictures.glob(pattern) if path.stat().st_size)
+
+    def wait_for_files(self, count, pattern="*"):
+        wait_for(f"{count} files {pattern}", lambda: len(self.files(pattern)) >= count)
+
+    def close(self):
+        self.key("alt+F4")
+        self.ended()
+
+    def ended(self):
+        code = self.process.wait(timeout=DEADLINE)
+        check(f"the viewer ends with 0, not {code}", code == 0)
+        if self.poke:
+            self.poke.stdin.close()
+            self.poke.wait(timeout=DEADLINE)
+
+
+def pixel(x, y):
+    out = subprocess.run(["import", "-window", "root", "-crop", f"1x1+{x}+{y}", "-depth", "8", "rgb:-"], check=True, capture_output=True).stdout
+    return tuple(out[:3])
+
+
+def picture_corner(viewer):
+    """The colour of the chart's corner mark at the top left, which is red."""
+    video = [control for control in viewer.controls() if control.text == "Live picture"][1]
+    return pixel(video.left + video.width // 40, video.top + video.height // 30)
+
+
+def is_red(color):
+    return color[0] > 200 and color[1] < 60 and color[2] < 60
+
+
+def is_grey(color):
+    return max(color) - min(color) < 16  # the preview has 5 bits a colour
+
+
+# ---- What a person does ----------------------------------------------------------------------------------------------
+
+def first_start():
+    viewer = Viewer("--folder", windows_path(FOLDER / "pictures"))
+    viewer.logs("first frame")
+    check("a newcomer sees the first page", viewer.the(kind="SysTabControl32").state == 0)
+    wait_for("the chart is on the screen", lambda: is_red(picture_corner(viewer)))
+    check("nothing is wrong", not viewer.find("\\n", kind="Static"))
+    return viewer
+
+
+def pictures(viewer):
+    viewer.focus_picture()
+    viewer.key("space")
+    viewer.wait_for_files(1, "*.jpg")
+    wait_for("it is in the strip", lambda: viewer.find(kind="SysListView32").state == 1)
+    run("identify", "-regard-warnings", viewer.files()[0])
+    viewer.set_text(viewer.the(number=118, kind="Edit"), "3")
+    viewer.the("Burst of").click()
+    viewer.wait_for_files(4)
+    # A space in a field is a space, and no picture.
+    viewer.set_text(viewer.the(after="Name", kind="Edit"), "ward 7 %H%M%S")
+    wait_for("the next name is shown", lambda: viewer.find("Next: ward 7 "))
+    check("no picture was taken by typing", len(viewer.files()) == 4)
+    viewer.choose("Format", 1)
+    viewer.set_text(viewer.the(number=120, kind="Edit"), "0.3")
+    viewer.the("Every").click()
+    viewer.wait_for_files(3, "ward 7*.png")
+    viewer.the("Stop (E)").click()
+    wait_for("the interval can be started again", lambda: viewer.find("Every"))
+    viewer.set_text(viewer.the(after="Stamp text", kind="Edit"), "Dock 3")
+    viewer.choose("Format", 1)
+    viewer.focus_picture()
+    viewer.key("space")
+    viewer.wait_for_files(1, "*.tif")
+    check("a black and white picture", "Group4" in run("identify", "-format", "%[compression]", viewer.files("*.tif")[0]))
+    viewer.logs("camSnapPictureWithText")
+    viewer.choose("Format", 2, "Up")
+
+
+def resolution(viewer):
+    viewer.choose("Resolution", 1)
+    viewer.logs("camSetResolution 2\tcamOk")
+    before = len(viewer.files())
+    viewer.focus_picture()
+    viewer.key("space")
+    viewer.wait_for_files(before + 1)
+    newest = max(viewer.files(), key=lambda path: path.stat().st_mtime)
+    check("it has the size that was chosen", run("identify", "-format", "%w", newest) == "1280")
+
+
+def controls(viewer):
+    viewer.tab(1)
+    slider = viewer.the(after="Brightness", kind="msctls_trackbar32")
+    slider.click()
+    viewer.key("Right", "Right", "Right")
+    viewer.logs("camSetProperty 0 = ")
+    number = viewer.the(number=201, kind="Edit")
+    viewer.set_text(number, "-40")
+    viewer.key("Return")
+    viewer.logs("camSetProperty 0 = -40\tcamOk")
+    wait_for("the slider follows", lambda: viewer.find(number=200).state == 60)
+    # Gamma goes in steps of ten.
+    viewer.set_text(viewer.the(number=200 + 5 * 8 + 1), "127")
+    viewer.key("Return")
+    viewer.logs("camSetProperty 5 = 130\tcamOk")
+    viewer.the(number=200 + 6 * 8 + 2).click(10)
+    viewer.logs("camSetProperty 6 = 0\tcamOk")
+    wait_for("the picture is grey", lambda: is_grey(picture_corner(viewer)))
+    viewer.the(number=200 + 7 * 8 + 3).click(10)
+    viewer.logs("camSetProperty 7 = 5000 auto\tcamOk")
+    wait_for("what the camera sets itself cannot be set", lambda: not viewer.find(number=200 + 7 * 8).enabled)
+    viewer.the(number=200 + 0 * 8 + 4).click()
+    viewer.logs("camSetProperty 0 = 0\tcamOk")
+
+
+def settings(viewer):
+    saved = FOLDER / "saved.ini"
+    viewer.the("Save...").click()
+    dialog(viewer, saved)
+    wait_for("the settings are saved", saved.exists)
+    text = saved.read_text()
+    check("in the library's own form", all(line in text for line in ("[Camera]", "Color=0", "Gamma=130", "WhiteBalanceAuto=1", "Resolution=2")))
+    viewer.the("Reset all").click()
+    viewer.logs("camSetProperty 6 = 1\tcamOk")
+    wait_for("the picture has colours again", lambda: is_red(picture_corner(viewer)))
+    wait_for("the switch says so", lambda: viewer.find(number=200 + 6 * 8 + 2).state == 1)
+    viewer.the("Load...").click()
+    dialog(viewer, saved)
+    wait_for("they have been set", lambda: viewer.find(number=200 + 6 * 8 + 2).state == 0)
+    saved.write_text(text.replace("Version=1", "Version=2"))
+    viewer.the("Load...").click()
+    dialog(viewer, saved)
+    viewer.fault("saved.ini was written by a later version")
+    viewer.dismiss()
+    viewer.the("Reset all").click()
+    wait_for("colours again", lambda: viewer.find(number=200 + 6 * 8 + 2).state == 1)
+
+
+def dialog(viewer, path):
+    """The system's dialog for files: its field for the name has the focus."""
+    wait_for("the dialog is there", lambda: dialog_window())
+    time.sleep(0.3)  # it is drawn before it takes keys
+    viewer.type(windows_path(path))
+    viewer.key("Return")
+    wait_for("the dialog is gone", lambda: not dialog_window())
+
+
+def dialog_window():
+    done = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^(Open|Save As)$"], capture_output=True, text=True)
+    return done.stdout.strip()
+
+
+def bad_places(viewer):
+    viewer.tab(0)
+    folder = viewer.the(after="Folder", kind="Edit")
+    viewer.set_text(folder, windows_path(FOLDER / "gone"))
+    viewer.focus_picture()
+    viewer.key("space")
+    viewer.fault("gone does not exist", "Choose another folder")
+    (FOLDER / "small").mkdir()
+    full = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=8k", "camview-test", str(FOLDER / "small")], capture_output=True).returncode == 0
+    if full:
+        try:
+            viewer.set_text(folder, windows_path(FOLDER / "small"))
+            viewer.focus_picture()
+            viewer.key("space")
+            viewer.fault("could not be written", "disk is full")
+        finally:
+            run("umount", FOLDER / "small")
+    else:
+        print("not tested: a full disk, since this user cannot mount a small one")
+    viewer.set_text(folder, windows_path(FOLDER / "pictures"))
+    viewer.set_text(viewer.the(after="Name", kind="Edit"), "a:b%Q")
+    wait_for("the field says so at once", lambda: viewer.find("No file can have this name"))
+    viewer.focus_picture()
+    viewer.key("space")
+    viewer.fault('"a:b%Q" makes no name', "conversions")
+    before = len(viewer.files())
+    viewer.set_text(viewer.the(after="Name", kind="Edit"), "again")
+    viewer.dismiss()
+    viewer.key("space")
+    viewer.wait_for_files(before + 1)
+
+
+def faults(viewer):
+    viewer.tab(4)
+    viewer.the("Fail the next picture").click()
+    viewer.focus_picture()
+    viewer.key("space")
+    viewer.fault("could not be taken", "camCaptureFailed")
+    viewer.dismiss()
+    before = len(viewer.files())
+    viewer.key("space")
+    viewer.wait_for_files(before + 1)
+    frames = viewer.lines("first frame")
+    viewer.the("Lose the device now").click()
+    viewer.fault("sends no pictures any more", "looked for every few seconds")
+    wait_for("the status bar says so", lambda: "Camera lost" in status(viewer))
+    viewer.the("Bring it back").click()
+    viewer.logs("first frame", frames + 1)
+    viewer.no_fault()
+    viewer.the("Resume after sleep").click()
+    viewer.choose("Scenario", 3)
+    viewer.the("Play scenario").click()
+    viewer.fault("could not be opened", "0x800700AA", "Another program")
+    viewer.choose("Scenario", 3, "Up")
+    viewer.the("Play scenario").click()
+    viewer.logs("first frame", frames + 2)
+    viewer.no_fault()
+
+
+def status(viewer):
+    bar = viewer.find(kind="msctls_statusbar32")
+    return bar.text if bar else ""
+
+
+def cameras(viewer):
+    viewer.tab(0)
+    frames = viewer.lines("first frame")
+    viewer.choose("Camera", 1)
+    viewer.logs("camSelect \"Imager\"\tcamOk")
+    viewer.logs("first frame", frames + 1)
+    viewer.choose("Camera", 1, "Up")
+    viewer.logs("first frame", frames + 2)
+    wait_for("the chart is back", lambda: is_red(picture_corner(viewer)))
+
+
+def screens(viewer):
+    for dpi, width in ((144, 654), (96, 436)):
+        viewer.ask(f"dpi {dpi}")
+        wait_for(f"the controls suit {dpi} dots an inch", lambda: abs(viewer.find(kind="SysTabControl32").width - width) < 30)
+        wait_for("the picture is there", lambda: is_red(picture_corner(viewer)))
+
+
+def close_with_a_picture_on_its_way(viewer):
+    viewer.focus_picture()
+    before = len(viewer.files())
+    viewer.key("space", "alt+F4")
+    viewer.ended()
+    check("the picture was not lost", len(viewer.files()) == before + 1)
+
+
+def second_start():
+    """The state of a later version stays as it is; a camera in use is waited for."""
+    state = FOLDER / "newer"
+    state.write_text("version=99\ntab=1\n")
+    scenario = '{"calls": {"IPersistPropertyBag::Load": {"times": 2, "result": "0x800700AA"}}}'
+    viewer = Viewer("--kit", "--scenario", scenario, "--folder", windows_path(FOLDER / "pictures"), "--exit-after", "60", state="newer")
+    viewer.fault("could not be opened", "Another program uses the camera")
+    viewer.logs("first frame")
+    viewer.no_fault()
+    check("what is understood of the state counts", viewer.the(kind="SysTabControl32").state == 1)
+    viewer.close()
+    check("the later version's file is as it was", state.read_text() == "version=99\ntab=1\n")
+
+
+def from_the_command_line():
+    refused = subprocess.run([ROOT / "scripts" / "host.sh", PROGRAM, "--nonsense"], capture_output=True, text=True, stdin=subprocess.DEVNULL)
+    check("a wrong word is refused", refused.returncode == 2 and "nonsense" in refused.stderr)
+    viewer = Viewer("--snap", windows_path(FOLDER / "one.png"), "--exit-after", "8", state="fresh")
+    viewer.ended()
+    check("the picture that was asked for", run("identify", "-format", "%m", FOLDER / "one.png") == "PNG")
+
+
+def main():
+    missing = [tool for tool in ("Xvfb", "xdotool", "import", "wine") if not shutil.which(tool)]
+    if missing:
+        print("skipped: there is no", ", ".join(missing))
+        return 77
+    read, write = os.pipe()
+    server = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1900x1200x24", "-nolisten", "tcp"], pass_fds=[write],
+                              stderr=subprocess.DEVNULL)
+    os.close(write)
+    os.environ["DISPLAY"] = ":" + os.read(read, 20).decode().strip()
+    os.environ["OCELLUS_HEADLESS"] = "0"
+    os.environ.setdefault("OCELLUS_WINE_PREFIX", str(ROOT / "build" / "wine-camview"))
+    step = "start"
+    viewer = None
+    try:
+        started = time.monotonic()
+        viewer = first_start()
+        for part in (pictures, resolution, controls, settings, bad_places, faults, cameras, screens, close_with_a_picture_on_its_way):
+            step = part.__name__
+            part(viewer)
+            print(f"{step}: {time.monotonic() - started:.1f} s", flush=True)
+        for part in (second_start, from_the_command_line):
+            step = part.__name__
+            part()
+            print(f"{step}: {time.monotonic() - started:.1f} s", flush=True)
+    except Failed as failure:
+        picture = ROOT / "build" / "camview-failure.png"
+        subprocess.run(["import", "-window", "root", str(picture)], check=False)
+        print(f"FAILED in {step}: {failure}\nthe screen: {picture}\nthe log:")
+        print((FOLDER / "log").read_text() if (FOLDER / "log").exists() else "none")
+        return 1
+    finally:
+        if viewer and viewer.process.poll() is None:
+            viewer.process.terminate()
+        server.terminate()
+        server.wait()
+        shutil.rmtree(FOLDER, ignore_errors=True)
+    print(f"{passed} passed")
+    return 0
+
+
+sys.exit(main())
