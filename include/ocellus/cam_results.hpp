@@ -18,6 +18,7 @@ struct ResultText {
 constexpr camResult SystemResult(unsigned error) {
     return static_cast<camResult>(0x80070000u | error);
 }
+constexpr camResult kInsideACall = static_cast<camResult>(0x8001010Du);
 constexpr camResult kNotRegistered = static_cast<camResult>(0x80040154u);
 constexpr camResult kNoFormat = static_cast<camResult>(0x80040200u);
 
@@ -39,6 +40,7 @@ inline constexpr ResultText kResultTexts[] = {
     {SystemResult(0x48F), L"not connected", L"Plug the camera in, or choose another one."},
     {SystemResult(0x5AA), L"no resources",
      L"Close other programs that use a camera, or plug this one into another port."},
+    {kInsideACall, L"refused inside a call", L"Try again when the call that is under way has returned."},
     {kNotRegistered, L"class not registered", L"Register the camera's driver."},
     {kNoFormat, L"no format", L"The camera sends nothing that is understood: choose another one."},
 };
