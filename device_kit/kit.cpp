@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <mutex>
+#include <random>
 
 #include "devicekit.h"
 #include "filter_base/com_object.h"
@@ -21,6 +22,7 @@ struct State {
     std::shared_ptr<const Scenario> scenario = std::make_shared<Scenario>();
     bool chosen = false;
     CallRules calls{kMaxListedCalls};
+    std::optional<std::minstd_rand> chaos;
     std::atomic<bool> lost = false;
     std::atomic<LONG> previewFrames = 0;
     std::atomic<LONG> stills = 0;
@@ -30,6 +32,25 @@ struct State {
 State& TheState() {
     static State* const state = new State;
     return *state;
+}
+
+}  // namespace
+
+namespace {
+
+// With the state locked. Milliseconds; 0 without chaos.
+std::uint32_t ChaosDelay(State& state) {
+    constexpr std::uint32_t kLongest = 5;
+    return state.chaos ? static_cast<std::uint32_t>((*state.chaos)()) % (kLongest + 1) : 0;
+}
+
+void DawdleOverFrame() {
+    std::uint32_t delayMs = 0;
+    {
+        const std::lock_guard guard(TheState().lock);
+        delayMs = ChaosDelay(TheState());
+    }
+    if (delayMs > 0) Sleep(delayMs);
 }
 
 }  // namespace
@@ -46,6 +67,8 @@ void PlayScenario(Scenario scenario) {
         const std::lock_guard guard(state.lock);
         state.scenario = shared;
         state.calls.Play(shared->calls);
+        state.chaos.reset();
+        if (shared->chaosSeed) state.chaos.emplace(*shared->chaosSeed + 1);
         state.lost = false;
         state.previewFrames = 0;
         state.stills = 0;
@@ -92,6 +115,7 @@ HRESULT Judge(std::wstring_view call, std::wstring_view argument, bool quiet) {
     {
         const std::lock_guard guard(TheState().lock);
         verdict = TheState().calls.Note(Narrow(call), Narrow(argument), !quiet);
+        verdict.delayMs += ChaosDelay(TheState());
     }
     if (verdict.delayMs > 0) Sleep(verdict.delayMs);
     return static_cast<HRESULT>(verdict.result.value_or(S_OK));
@@ -112,6 +136,7 @@ std::wstring CallLog() {
 }
 
 void CountPreviewFrame() {
+    DawdleOverFrame();
     const LONG frames = ++TheState().previewFrames;
     const auto scenario = CurrentScenario();
     if (frames == scenario->resumeAfterFrames) kitResume();
@@ -119,6 +144,7 @@ void CountPreviewFrame() {
 }
 
 void CountStill() {
+    DawdleOverFrame();
     ++TheState().stills;
 }
 

@@ -233,13 +233,26 @@ void ReadWebcamHabits(const std::string& path, const Json& object, WebcamHabits&
                });
 }
 
+std::uint32_t ReadChaos(const std::string& path, const Json& object) {
+    std::optional<std::uint32_t> seed;
+    ReadObject(path, object, "\"seed\"",
+               [&](const std::string& name, const std::string& member, const Json& value) {
+                   if (name != "seed") return false;
+                   seed = static_cast<std::uint32_t>(Integer(member, value, 0, INT32_MAX));
+                   return true;
+               });
+    if (!seed) Refuse(path, object, "add \"seed\", such as 1");
+    return *seed;
+}
+
 Scenario Interpret(const Json& document, const std::string& folder, const Player& player) {
     Scenario scenario;
     const Json* stillFormat = nullptr;
     const std::string known =
         "\"devices\", \"scene\", \"framesPerSecond\", \"preview\", \"stillFormats\", \"stillFormat\", "
         "\"properties\", \"webcams\", \"webcamFormats\", \"webcamHabits\", "
-        "\"watchGraph\", \"calls\", \"imager\", \"loseDeviceAfterFrames\" and \"resumeAfterFrames\"";
+        "\"watchGraph\", \"calls\", \"chaos\", \"imager\", \"loseDeviceAfterFrames\" and "
+        "\"resumeAfterFrames\"";
     ReadObject("", document, known, [&](const std::string& name, const std::string& path, const Json& value) {
         if (name == "devices") {
             ReadDevices(path, value, scenario);
@@ -265,6 +278,8 @@ Scenario Interpret(const Json& document, const std::string& folder, const Player
             scenario.watchGraph = Boolean(path, value);
         } else if (name == "calls") {
             scenario.calls = ReadCallRules(path, value, player.calls);
+        } else if (name == "chaos") {
+            scenario.chaosSeed = ReadChaos(path, value);
         } else if (name == "loseDeviceAfterFrames") {
             scenario.loseDeviceAfterFrames = Integer(path, value, 1, INT32_MAX);
         } else if (name == "resumeAfterFrames") {

@@ -2,6 +2,7 @@
 // (docs/device-kit.md).
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -38,6 +39,7 @@ struct Scenario {
     std::vector<CallRule> calls;     // named "Interface::Method", perhaps with an argument after a space
     long loseDeviceAfterFrames = 0;  // 0: never
     long resumeAfterFrames = 0;      // 0: never
+    std::optional<std::uint32_t> chaosSeed;
 };
 
 // What differs between who plays scenarios.

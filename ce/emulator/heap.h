@@ -21,6 +21,7 @@ class Heap {
     // Fences of all blocks are whole, else Failure.
     void Validate();
     size_t Blocks() const { return blocks.size(); }
+    u32 Bytes() const { return bytes; }
     u32 PeakBytes() const { return peakBytes; }
     // The blocks that are still there, by who allocated them.
     struct Share {

@@ -247,6 +247,7 @@ class Scenarios(Device):
             ({"devices": ["CAM1"]}, '"devices[0]"'),
             ({"imager": {"calls": {"Fly": {"result": 1}}}}, '"imager.calls.Fly"'),
             ({"preview": {"width": 160}}, 'give both "width" and "height"'),
+            ({"chaos": {"seed": 1}}, "ce-run's --seed"),
             ({"colour": 1}, '"colour" is 1; there is no such member'),
         ):
             with self.subTest(scenario):

@@ -1,25 +1,32 @@
-// Sessions with the cameras under bad conditions. Prints what was not as it may be; ends with 1 if anything
-// was.
-//
-//     reliability FOLDER once         one session
-//     reliability FOLDER twice        one in which anything may fail, and one that must be faultless
-//     reliability FOLDER seed N       the same; meanwhile another thread asks for the state, the device
-//                                     resumes or is lost, at moments that N decides. Every third N:
-//                                     undisturbed
+// Sessions with the cameras under bad conditions; see kUsage. Prints what was not as it may be; ends with 1
+// if anything was.
 #include <windows.h>
 
-#include <cstdio>
+#include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
-#include <atomic>
-
+#include "holdings.h"
 #include "kit.h"
 #include "session.h"
 
 namespace {
 
 using namespace reliability;
+
+constexpr char kUsage[] =
+    "reliability FOLDER once            one session\n"
+    "reliability FOLDER twice           one in which anything may fail, and one that must be faultless\n"
+    "reliability FOLDER seed N          the same; meanwhile another thread asks for the state, the device\n"
+    "                                   resumes or is lost, when N says so. Every third N: undisturbed\n"
+    "reliability FOLDER chaos N COUNT   the same for COUNT numbers from N, with the device kit's chaos\n"
+    "reliability FOLDER sweep EVERY FROM    each call on camera and graph fails at its first, second and "
+    "last\n"
+    "                                   occurrence; of all these every EVERYth, beginning with that one\n"
+    "reliability FOLDER cycles COUNT    what the process holds after each session, in holdings.csv there; "
+    "fails\n"
+    "                                   when anything grows";
 
 int failures;
 
@@ -28,15 +35,26 @@ void Tell(const std::vector<std::string>& problems) {
     failures += static_cast<int>(problems.size());
 }
 
-void Begin(const std::wstring& scenario = {}) {
-    const std::wstring error = Play(scenario);
-    if (!error.empty())
-        Tell({"the device kit refuses the scenario: " + std::string(error.begin(), error.end())});
+std::string Narrow(const std::wstring& ascii) {
+    std::string text;
+    for (const wchar_t unit : ascii) text += static_cast<char>(unit);
+    return text;
+}
+
+void Begin(const std::string& members = {}) {
+    const std::wstring error = Play({members.begin(), members.end()});
+    if (!error.empty()) Tell({"the device kit refuses the scenario: " + Narrow(error)});
+}
+
+Plan Resuming(const std::string& folder, const char* name, bool isHindered) {
+    Plan plan{folder, name, isHindered};
+    plan.resume = OfKit<decltype(kitResume)>("kitResume");
+    return plan;
 }
 
 void PlayFaultless(const std::string& folder) {
     Begin();
-    Tell(PlaySession({folder, "b", false, OfKit<decltype(kitResume)>("kitResume")}));
+    Tell(PlaySession(Resuming(folder, "b", false)));
 }
 
 // ---- A second thread --------------------------------------------------------------------------
@@ -76,14 +94,18 @@ DWORD WINAPI Disturb(void*) {
     return 0;
 }
 
-void PlaySeed(const std::string& folder, unsigned number) {
-    Begin();
-    if (number % 3 == 0) {
-        Tell(PlaySession({folder, "a"}));
+void PlaySeed(const std::string& folder, int number, const std::string& scenario = {}) {
+    Begin(scenario);
+    Plan plan{folder, "a", number % 3 != 0};
+    plan.hasOwner = number % 2 == 0;
+    if (!plan.isHindered) {
+        Tell(PlaySession(plan));
     } else {
-        seed = number;
+        seed = static_cast<unsigned>(number);
+        isOver = false;
+        plan.onStep = OpenFor;
         const HANDLE thread = CreateThread(nullptr, 0, Disturb, nullptr, 0, nullptr);
-        Tell(PlaySession({folder, "a", true, nullptr, OpenFor}));
+        Tell(PlaySession(plan));
         isOver = true;
         WaitForSingleObject(thread, INFINITE);
         CloseHandle(thread);
@@ -91,31 +113,150 @@ void PlaySeed(const std::string& folder, unsigned number) {
     PlayFaultless(folder);
 }
 
-int Run(int count, char** arguments) {
-    const std::string folder = count > 1 ? arguments[1] : "", mode = count > 2 ? arguments[2] : "";
-    WriteFileOf(folder + "settings.ini", "[Camera]\nZoom=2\nBrightness=10\nResolution=1\n");
-    WriteFileOf(folder + "profiles.exm",
-                "<?xml version=\"1.0\"?>\r\n<ConfigDoc><Section name='Profiles'><Section name='A'/>"
-                "<Section name='B'/></Section></ConfigDoc>");
+void PlayChaos(const std::string& folder, int number, int count) {
+    for (; count > 0; --count, ++number) {
+        const std::string text = std::to_string(number);
+        Print("# seed " + text);
+        PlaySeed(folder, number, ", \"watchGraph\": true, \"chaos\": {\"seed\": " + text + "}");
+    }
+}
+
+// ---- Calls that fail --------------------------------------------------------------------------
+
+// How often each came in, by name; what is created is part of it.
+Holdings CountCalls() {
+    const auto log = OfKit<decltype(kitCallLog)>("kitCallLog");
+    std::wstring text(log(nullptr, 0), L'\0');
+    log(text.data(), static_cast<DWORD>(text.size()));
+    Holdings calls;
+    for (size_t at = 0, end; (end = text.find(L'\n', at)) != std::wstring::npos; at = end + 1) {
+        const std::string call = Narrow(text.substr(at, end - at));
+        const bool isCreation = call.starts_with("CoCreateInstance");
+        const std::string name = isCreation ? call : call.substr(0, call.find(' '));
+        auto known = std::find_if(calls.begin(), calls.end(), [&](auto& one) { return one.first == name; });
+        if (known == calls.end()) known = calls.insert(known, {name, 0});
+        ++known->second;
+    }
+    return calls;
+}
+
+void PlayFault(const std::string& folder, const std::string& call, long occurrence) {
+    const std::string rule = "{\"at\": " + std::to_string(occurrence) + ", \"result\": \"0x8004FEED\"}";
+    Print("# " + call + " " + rule);
+    Begin(", \"watchGraph\": true, \"calls\": {\"" + call + "\": " + rule + "}");
+    Tell(PlaySession(Resuming(folder, "a", true)));
+    if (const LONG left = OfKit<decltype(kitLiveObjects)>("kitLiveObjects")())
+        Tell({std::to_string(left) + " objects of the kit's are left"});
+    PlayFaultless(folder);
+}
+
+void Sweep(const std::string& folder, int every, int from) {
+    Begin(", \"watchGraph\": true");
+    Tell(PlaySession(Resuming(folder, "b", false)));
+    int possible = 0, runs = 0;
+    const Holdings calls = CountCalls();
+    for (const auto& [call, count] : calls) {
+        // A driver's pin that does not let go holds a filter of the library whose code is unloaded.
+        if (call == "IPin::Disconnect") continue;
+        std::vector<long> occurrences = {1, 2, count};
+        occurrences.resize(static_cast<size_t>(std::min(count, 3L)));
+        for (const long occurrence : occurrences) {
+            if (possible++ < from || (possible - 1 - from) % every != 0) continue;
+            PlayFault(folder, call, occurrence);
+            ++runs;
+        }
+    }
+    Print("sweep: " + std::to_string(calls.size()) + " calls, " + std::to_string(runs) +
+          " runs of two sessions");
+}
+
+// ---- Months --------------------------------------------------------------------------
+
+long Of(const Holdings& holdings, const std::string& kind) {
+    for (const auto& [name, count] : holdings) {
+        if (name == kind) return count;
+    }
+    return 0;
+}
+
+// What the system makes once and keeps comes in the first cycles; what each session loses, or each one with a
+// lost device, grows between the middle and the end.
+void JudgeGrowth(const Holdings& middle, const Holdings& end, int cycles) {
+    constexpr long kKept = 4, kKeptBytes = 256 * 1024;
+    for (const auto& [kind, count] : end) {
+        const long before = Of(middle, kind);
+        if (count - before > (kind == "private bytes" ? kKeptBytes : kKept)) {
+            Tell({kind + " grows: " + std::to_string(before) + " after half of " + std::to_string(cycles) +
+                  " cycles, " + std::to_string(count) + " at the end"});
+        }
+    }
+}
+
+void Soak(const std::string& folder, int cycles) {
+    constexpr int kLossEvery = 5;
+    std::string table;
+    Holdings middle, end;
+    for (int cycle = 0; cycle < cycles; ++cycle) {
+        const bool isLost = cycle % kLossEvery == kLossEvery - 1;
+        Begin(isLost ? ", \"loseDeviceAfterFrames\": 8" : "");
+        Plan plan = Resuming(folder, "b", isLost);
+        plan.hasOwner = cycle % 2 == 0;
+        Tell(PlaySession(plan));
+        end = CountHoldings();
+        if (cycle == cycles / 2) middle = end;
+        if (cycle == 0) {
+            table = "cycle";
+            for (const auto& [kind, count] : end) table += "," + kind;
+            table += "\n";
+        }
+        table += std::to_string(cycle);
+        for (const auto& [kind, count] : end) table += "," + std::to_string(count);
+        table += "\n";
+        constexpr int kWriteEvery = 50;
+        if (cycle % kWriteEvery == 0 || cycle == cycles - 1) WriteFileOf(folder + "holdings.csv", table);
+    }
+    JudgeGrowth(middle, end, cycles);
+}
+
+bool Run(const std::string& folder, const std::string& mode, int number, int count) {
     if (mode == "once") {
         PlayFaultless(folder);
     } else if (mode == "twice") {
         Begin();
-        Tell(PlaySession({folder, "a", true, OfKit<decltype(kitResume)>("kitResume")}));
+        Tell(PlaySession(Resuming(folder, "a", true)));
         PlayFaultless(folder);
-    } else if (mode == "seed" && count > 3) {
-        PlaySeed(folder, static_cast<unsigned>(atoi(arguments[3])));
+    } else if (mode == "seed" && number > 0) {
+        PlaySeed(folder, number);
+    } else if (mode == "chaos" && number > 0 && count > 0) {
+        PlayChaos(folder, number, count);
+    } else if (mode == "sweep" && number > 0) {
+        Sweep(folder, number, count);
+    } else if (mode == "cycles" && number > 0) {
+        Soak(folder, number);
     } else {
-        Print("reliability FOLDER once | twice | seed N");
-        return 2;
+        return false;
     }
-    Print(std::to_string(SessionTotals().calls) + " calls, " + std::to_string(SessionTotals().pictures) +
-          " pictures, " + std::to_string(failures) + " problems");
-    return failures ? 1 : 0;
+    return true;
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
-    return Run(count, arguments);
+    const auto number = [&](int index) { return count > index ? atoi(arguments[index]) : 0; };
+    const std::string folder = count > 1 ? arguments[1] : "", mode = count > 2 ? arguments[2] : "";
+    WriteFileOf(folder + "settings.ini", "[Camera]\nZoom=2\nBrightness=10\nResolution=1\n");
+    WriteFileOf(folder + "profiles.exm",
+                "<?xml version=\"1.0\"?>\r\n<ConfigDoc><Section name='Profiles'><Section name='A'/>"
+                "<Section name='B'/></Section></ConfigDoc>");
+    // Elsewhere whoever runs the program looks to its time.
+    if (mode == "chaos" || mode == "sweep" || mode == "cycles") WatchForHangs();
+    // Many sessions with one library: loading it that often is the loader's test.
+    if (mode == "sweep" || mode == "cycles") LoadLibraryW(L"ocellus.dll");
+    if (!Run(folder, mode, number(3), number(4))) {
+        Print(kUsage);
+        return 2;
+    }
+    Print(std::to_string(SessionTotals().calls) + " calls, " + std::to_string(SessionTotals().pictures) +
+          " pictures, " + std::to_string(failures) + " problems");
+    return failures ? 1 : 0;
 }

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Sessions on the emulated device under bad conditions: on_device.py CE_RUN CE_BUILD sweep [--all] [--every N] | seeds FIRST COUNT [--seconds S]
+"""Sessions on the emulated device under bad conditions: on_device.py CE_RUN CE_BUILD sweep [--all] [--every N] | seeds FIRST COUNT [--seconds S] | play [--folder F] ...
 
 sweep   each call of the system by ocellus.dll that can fail does so, at its first, second and last occurrence: one run of two sessions for each
         (with --all at every occurrence, with --every N for each Nth run of them)
 seeds   threads are switched at random moments; one run of two sessions for each seed, no more of them than fit the seconds
+play    the program with these arguments, in one process; its files in that folder
 
 In each run: nothing hangs, every result is a documented one, nothing is left open, a picture is complete or not there, settings are as they
 were, and the second session is faultless. Prints the number of runs, and for each that failed the command that repeats it.
@@ -33,14 +34,13 @@ class Device:
 
     def command(self, folder, options, arguments):
         fixed = ["--quiet", "--fast", "--folder", folder, "--registry", self.registry, "--json", folder / "run.json", "--watch", "ocellus.dll"]
-        limits = ["--device-deadline", DEVICE_SECONDS, "--deadline", 300]
-        return [str(word) for word in (self.ce_run, *fixed, *limits, *options, self.binaries / "reliability.exe", "\\", *arguments)]
+        return [str(word) for word in (self.ce_run, *fixed, *options, self.binaries / "reliability.exe", "\\", *arguments)]
 
     def run(self, options, arguments):
         """The report, the files that are left by name, and what the program said."""
         with tempfile.TemporaryDirectory(prefix="reliability-") as name:
             folder = Path(name)
-            command = self.command(folder, options, arguments)
+            command = self.command(folder, ["--device-deadline", DEVICE_SECONDS, "--deadline", 300, *options], arguments)
             done = subprocess.run(command, capture_output=True, text=True, errors="replace", check=False, timeout=400)
             path = folder / "run.json"
             report = json.loads(path.read_text()) if path.is_file() else {"end": "none"}
@@ -97,6 +97,9 @@ def main():
     seeds.add_argument("first", type=int)
     seeds.add_argument("count", type=int)
     seeds.add_argument("--seconds", type=int, default=10**9)
+    playing = modes.add_parser("play")
+    playing.add_argument("--folder", type=Path)
+    playing.add_argument("arguments", nargs="+")
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     options = parser.parse_args()
     binaries = options.build / "bin"
@@ -108,6 +111,9 @@ def main():
     end = time.monotonic() + getattr(options, "seconds", 10**9)
     with tempfile.TemporaryDirectory(prefix="reliability-") as scratch:
         device = Device(options.ce_run, binaries, Path(scratch))
+        if options.mode == "play":
+            limits = ["--deadline", 86400, "--device-deadline", 1000000]
+            return subprocess.run(device.command(options.folder or Path(scratch), limits, options.arguments), check=False).returncode
         report, files, problems = device.run([], ["twice"])
         if problems:
             print("undisturbed:", *problems)

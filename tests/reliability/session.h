@@ -15,6 +15,7 @@ struct Plan {
     std::string folder;       // of the pictures and the settings, with its last separator
     std::string name = "a";   // of the session, in the names of its pictures
     bool isHindered = false;  // failures are to be expected; what they may answer is judged all the same
+    bool hasOwner = true;     // of the video
     BOOL(WINAPI* resume)() = nullptr;  // lets the device resume; null: it does not
     // Told before each call of the library, and after it without a name; may be null.
     void (*onStep)(const char* call) = nullptr;

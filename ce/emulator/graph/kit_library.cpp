@@ -75,6 +75,20 @@ void CountHoldings(Process& process, u32 counts) {
         process.machine.Write(std::exchange(counts, counts + 4), count);
 }
 
+std::string HoldingsByKind(Process& process) {
+    std::map<std::string, size_t> kinds = {{"event", 0}, {"thread", 0}, {"bitmap", 0}, {"device", 0}};
+    for (const auto& [handle, object] : process.AllHandles()) {
+        const std::string what = object->Describe();
+        ++kinds[what.substr(0, what.find(' '))];
+    }
+    kinds["window"] = process.Attachment<Windows>("windows").windows.size();
+    kinds["object of the platform's"] = CountReferencedObjects(process);
+    kinds["private bytes"] = process.heap.Bytes();
+    std::string text;
+    for (const auto& [kind, count] : kinds) text += std::to_string(count) + " " + kind + "\n";
+    return text;
+}
+
 u32 TakeMessageBoxes(Process& process, u32 buffer, u32 length) {
     auto& boxes = process.Attachment<Windows>("windows").boxes;
     std::u16string text;
@@ -106,6 +120,9 @@ void OfferKit(Process& process, Platform& platform, const std::string& startScen
     offer("kitPreviewFrames", [&platform] { return platform.capture.previewFrames; });
     offer("kitStillPictures", [&platform] { return platform.capture.stillPictures; });
     offer("kitHoldings", [&process](u32 counts) { CountHoldings(process, counts); });
+    offer("kitHoldingsByKind", [&process](u32 buffer, u32 length) {
+        return Give(process, FromUtf8(HoldingsByKind(process)), buffer, length);
+    });
     offer("kitMessageBoxes",
           [&process](u32 buffer, u32 length) { return TakeMessageBoxes(process, buffer, length); });
     offer("kitImagerScenario", [&process, startScenario](u32 scenario, u32 buffer, u32 length) {

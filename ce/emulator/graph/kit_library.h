@@ -3,6 +3,9 @@
 //
 //     // What the process holds: handles, threads, GDI objects, windows.
 //     void kitHoldings(int counts[4]);
+//     // The same by kind, and the heap's bytes: a line for each, the number first. Returns and writes as
+//     // kitCallLog.
+//     DWORD kitHoldingsByKind(wchar_t* buffer, DWORD length);
 //     // The message boxes since the last call, each "caption<TAB>text" and a line end. Returns and writes as
 //     // kitCallLog; only a call that has room for all of it takes them away.
 //     DWORD kitMessageBoxes(wchar_t* buffer, DWORD length);

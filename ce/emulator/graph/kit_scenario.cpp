@@ -41,7 +41,12 @@ kit::Scenario ReadScenario(const std::string& json) {
     const kit::CallForm calls = {"{\"IGraphBuilder::AddFilter\": {\"result\": \"0x80004005\"}}",
                                  "the emulated platform sees no such call", FindCall, ReadFailure};
     imvoxa::InterpretScenario(json);
-    return kit::InterpretScenario(json, "", {calls, Shows});
+    kit::Scenario scenario = kit::InterpretScenario(json, "", {calls, Shows});
+    if (scenario.chaosSeed)
+        throw std::runtime_error(
+            "\"chaos\" is not played by the emulated camera; leave it out, and switch "
+            "threads at random with ce-run's --seed");
+    return scenario;
 }
 
 }  // namespace ce

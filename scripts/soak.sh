@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Months in hours: sessions with both types of camera, one after the other in one process, every fifth with a device that is lost. What the
+# process holds after each is written to build/soak/TARGET.csv and drawn to TARGET.svg; fails with the kind that grows.
+#
+#   scripts/soak.sh --cycles N [device|desktop]    both without a word
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+[ "${1:-}" = --cycles ] && [[ ${2:-} =~ ^[1-9][0-9]*$ ]] || refuse "--cycles wants a number"
+cycles=$2
+case ${3:-} in device | desktop) targets=$3 ;; '') targets="device desktop" ;; *) refuse "there is no target '$3'" ;; esac
+mkdir -p build/soak/files
+failed=0
+for target in $targets; do
+    echo "== $target"
+    rm -f build/soak/files/*
+    if [ "$target" = device ]; then
+        python3 tests/reliability/on_device.py build/native/bin/ce-run build/ce play --folder build/soak/files cycles "$cycles" || failed=1
+    else
+        (cd build/soak/files && ../../../scripts/host.sh ../../host/bin/reliability.exe "" cycles "$cycles") || failed=1
+    fi
+    [ -f build/soak/files/holdings.csv ] || { echo "soak: nothing was written" >&2; exit 1; }
+    mv build/soak/files/holdings.csv "build/soak/$target.csv"
+    python3 tests/reliability/plot.py "build/soak/$target.csv" "build/soak/$target.svg"
+    echo "build/soak/$target.csv build/soak/$target.svg"
+done
+exit "$failed"

@@ -1,0 +1,15 @@
+// What the process holds, by kind.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace reliability {
+
+// Names and numbers, always the same names in the same order but for kinds that come up later. "private
+// bytes" is the process's memory (on the emulated device its heap).
+using Holdings = std::vector<std::pair<std::string, long>>;
+Holdings CountHoldings();
+
+}  // namespace reliability

@@ -1,0 +1,59 @@
+#include <windows.h>
+
+#include <psapi.h>
+
+#include <algorithm>
+#include <map>
+
+#include "camverify/process_counts.h"
+#include "holdings.h"
+
+namespace reliability {
+
+namespace {
+
+// The interface's registry keys are the system's own business.
+std::map<std::string, long> HandlesByType() {
+    constexpr int kEndGap = 0x800;
+    std::map<std::string, long> types = {
+        {"Event", 0}, {"Thread", 0}, {"Mutant", 0}, {"Semaphore", 0}, {"File", 0}};
+    int gap = 0;
+    for (ULONG_PTR value = 4; gap < kEndGap; value += 4) {
+        const auto handle = reinterpret_cast<HANDLE>(value);
+        DWORD flags = 0;
+        gap = GetHandleInformation(handle, &flags) ? 0 : gap + 1;
+        if (gap || counts::IsForeignKey(handle)) continue;
+        const counts::ObjectText type(handle, counts::ObjectText::kType);
+        ++types[std::string(type.get().begin(), type.get().end())];
+    }
+    return types;
+}
+
+long Windows() {
+    long count = 0;
+    for (const HWND parent : {static_cast<HWND>(nullptr), HWND_MESSAGE}) {
+        for (HWND window = nullptr; (window = FindWindowExW(parent, window, nullptr, nullptr));) {
+            DWORD process = 0;
+            GetWindowThreadProcessId(window, &process);
+            count += process == GetCurrentProcessId();
+        }
+    }
+    return count;
+}
+
+}  // namespace
+
+Holdings CountHoldings() {
+    Holdings holdings;
+    for (const auto& [type, count] : HandlesByType()) holdings.emplace_back("handles of " + type, count);
+    holdings.emplace_back("threads", counts::Threads());
+    holdings.emplace_back("GDI objects", counts::GdiObjects());
+    holdings.emplace_back("USER objects", Windows());
+    PROCESS_MEMORY_COUNTERS_EX memory = {};
+    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
+                         sizeof memory);
+    holdings.emplace_back("private bytes", static_cast<long>(memory.PrivateUsage));
+    return holdings;
+}
+
+}  // namespace reliability
