@@ -80,6 +80,8 @@ for width in x64 x86; do
 done
 if [ -d "$sdk/bin/x64" ]; then packaging/nuget.py "$sdk" "$version" "$out/Ocellus.$version.nupkg"; fi
 if [ -d "$sdk/bin/ce-armv4" ]; then
+    packaging/ce/sample.sh "$sdk/bin/ce-armv4/TakePictures.exe"
+    touch -d "@$SOURCE_DATE_EPOCH" "$sdk/bin/ce-armv4/TakePictures.exe"
     for name in ocellus camverify; do
         packaging/ce/cabinet.py make "packaging/ce/$name.inf" "$sdk/bin/ce-armv4" "$out/$name.armv4.cab"
         cp "$out/$name.armv4.cab" "$sdk/bin/ce-armv4/"

@@ -22,6 +22,8 @@ printf '{ "runtimeOptions": { "framework": { "name": "Microsoft.NETCore.App", "v
 mcs -langversion:3 -warnaserror -out:"$folder/package/camera_test.exe" "$sources/camera_test.cs" "$sources/../../bindings/csharp/Ocellus.cs" || exit 1
 
 cd "$folder/package" || exit 1
+# Registers the kit, which is the camera.
+"$run" "$bin/camctl.exe" --version || exit $?
 # The program finds the library where it is registered.
 WINEPATH=$(printf 'Z:%s' "${bin//\//\\}")
 export WINEPATH
@@ -37,4 +39,9 @@ for apartment in MTA STA; do
         identify -regard-warnings "$picture" || failed=1
     done
 done
+# The sample as it is on a device, the very file.
+"$sources/../../packaging/ce/sample.sh" TakePictures.exe || failed=1
+cp camera_test.runtimeconfig.json TakePictures.runtimeconfig.json
+"$run" "$PWD/dotnet.exe" TakePictures.exe "Z:${PWD//\//\\}\\pictures\\e.jpg" || failed=1
+identify -regard-warnings pictures/e.jpg || failed=1
 exit $failed

@@ -14,10 +14,13 @@ fail() {
 }
 rm -rf "$folder" && mkdir -p "$folder/unpacked" && cd "$folder" || exit 1
 
+mkdir files && cp "$ceBin/ocellus.dll" "$ceBin/camverify.exe" files/ && "$root/packaging/ce/sample.sh" files/TakePictures.exe ||
+    fail "what the cabinets are made of is not there"
+ceBin=$PWD/files
 for name in ocellus camverify; do
     [ -f "$ceBin/$name.dll" ] || [ -f "$ceBin/$name.exe" ] || fail "$ceBin has no $name"
     "$cabinet" make "$root/packaging/ce/$name.inf" "$ceBin" $name.armv4.cab || fail "$name.armv4.cab is not made"
-    file $name.armv4.cab | grep -q 'WinCE install, .* 2 files' || fail "$(file $name.armv4.cab)"
+    file $name.armv4.cab | grep -qE 'WinCE install, .* [23] files' || fail "$(file $name.armv4.cab)"
     7z t $name.armv4.cab >7z.log 2>&1 || { cat 7z.log; fail "7-Zip does not read $name.armv4.cab"; }
     cabextract --quiet --directory unpacked $name.armv4.cab || fail "cabextract does not read $name.armv4.cab"
 done
@@ -29,6 +32,7 @@ expect ocellus.armv4.cab 'Camera library (Ocellus), processor 2577, Windows CE 5
 file %CE2%\ocellus.dll (N bytes, registers itself)'
 expect camverify.armv4.cab 'Camera check (Ocellus), processor 2577, Windows CE 5.0 to 5.99
 file %CE1%\Camera check\camverify.exe (N bytes)
+file %CE1%\Camera check\TakePictures.exe (N bytes)
 shortcut %CE11%\Camera check.lnk to camverify.exe'
 # What is in it is what was built, and registers itself.
 cmp unpacked/0OCELLUS.001 "$ceBin/ocellus.dll" || fail "another ocellus.dll is in the cabinet"

@@ -109,6 +109,15 @@ for scope in user machine; do
 done
 trap - EXIT
 
+# The port of vcpkg, whose helpers are played.
+OCELLUS_SDK=$(echo "$folder"/packages/ocellus-*-sdk.zip) cmake -DPORT="$root/packaging/vcpkg/portfile.cmake" -DCURRENT_PACKAGES_DIR="$folder/vcpkg" \
+    -P "$sources/play_vcpkg.cmake"
+grep -q "\"version\": \"$version\"" "$root/packaging/vcpkg/vcpkg.json" || { echo "vcpkg.json is of another version"; exit 1; }
+rm -r "$folder/vcpkg/unpacked"
+cmake -S "$sources/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$folder/vcpkg" -DSDK="$sdk" "${windows[@]}" -B "$folder/by_vcpkg" >configure.log ||
+    { cat configure.log; exit 1; }
+grep -q 'Ocellus_DIR.*/vcpkg/share/ocellus' "$folder/by_vcpkg/CMakeCache.txt"
+
 # A build that is not for Windows, and an installation for another width: said so.
 refuse() { # MESSAGE OPTIONS...
     local message=$1

@@ -1,0 +1,12 @@
+# Runs the port as vcpkg does, with its helpers played: cmake -DPORT=FILE -DCURRENT_PACKAGES_DIR=FOLDER -P play_vcpkg.cmake
+function(vcpkg_extract_source_archive out)
+    cmake_parse_arguments(ARG "" "ARCHIVE" "" ${ARGN})
+    file(ARCHIVE_EXTRACT INPUT "${ARG_ARCHIVE}" DESTINATION "${CURRENT_PACKAGES_DIR}/unpacked")
+    file(GLOB top "${CURRENT_PACKAGES_DIR}/unpacked/*")
+    set(${out} "${top}" PARENT_SCOPE)
+endfunction()
+function(vcpkg_install_copyright)
+    cmake_parse_arguments(ARG "" "" "FILE_LIST" ${ARGN})
+    configure_file("${ARG_FILE_LIST}" "${CURRENT_PACKAGES_DIR}/share/ocellus/copyright" COPYONLY)
+endfunction()
+include("${PORT}")
