@@ -83,7 +83,7 @@ export OCELLUS_REGISTER=0
 # The installers: what they bring is there and registered, and gone afterwards.
 system=$prefix/drive_c/windows/system32
 traces() { # of the library in the file system and the registry
-    find "$prefix/drive_c" -iname '*ocellus*' -o -path '*/windows/Installer/*.msi'
+    find "$prefix/drive_c" -iname '*ocellus*' -o -name 'Camera.lnk' -o -path '*/windows/Installer/*.msi'
     local hive
     for hive in HKLM HKCU; do
         "$run" "$system/reg.exe" export $hive'\Software' "Z:${folder//\//\\}\\hive.reg" /y >reg.log
