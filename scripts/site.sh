@@ -16,6 +16,9 @@ pages=build/site-pages
 rm -rf "$pages" build/site && mkdir -p "$pages/files"
 cp -r docs/. "$pages/"
 sed -E 's#\]\(docs/#](#g' README.md >"$pages/index.md"
+for page in docs/*.md; do
+    grep -q ": $(basename "$page")\$" mkdocs.yml || { echo "site: $page stands in no chapter of mkdocs.yml" >&2; exit 1; }
+done
 # What pages show of the source tree comes along.
 for page in "$pages"/*.md; do
     sed -i -E 's#\]\((\.\./)?((examples|include|device_kit)/[^)]*|LICENSE)\)#](files/\2)#g' "$page"
