@@ -1,4 +1,5 @@
-// A webcam's JPEG frame, of whatever size it says itself: decoded or passed over, and every row that it gives can be read.
+// A webcam's JPEG frame, of whatever size it says itself: decoded or passed over, and every row that it gives
+// can be read.
 #include <algorithm>
 #include <cstdint>
 #include <vector>

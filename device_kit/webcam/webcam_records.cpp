@@ -1,4 +1,8 @@
 // The kit's entries in the system's list of video input devices.
+#include <windows.h>
+
+#include <dbt.h>
+
 #include "base/hresult.h"
 #include "text.h"
 #include "webcam/webcam_filter.h"
@@ -42,6 +46,8 @@ HRESULT RecordWebcams(const std::vector<WebcamEntry>& webcams) {
             status = SetText(entry.get(), L"DevicePath", Widen(webcams[index].path));
         if (status != ERROR_SUCCESS) return cam::HresultFromError(static_cast<DWORD>(status));
     }
+    // As the system tells programs that some device has come or gone.
+    PostMessageW(HWND_BROADCAST, WM_DEVICECHANGE, DBT_DEVNODES_CHANGED, 0);
     return S_OK;
 }
 

@@ -2,8 +2,10 @@
 #include "dshow_camera/camera_device_search.h"
 
 #include <doctest/doctest.h>
+#include <ocellus/cam_devices.h>
 
 #include "devicekit.h"
+#include "platform/platform.h"
 
 using namespace cam;
 
@@ -77,4 +79,41 @@ TEST_CASE("unchosen the second camera is opened; a choice goes before the enviro
     CHECK(FindCameraDevice(name) == static_cast<HRESULT>(0x8007048F));
     ChooseCameraDevice(L"");
     CHECK(Found() == L"CAM1:");
+}
+
+namespace {
+constexpr UINT kNotice = WM_APP + 5;
+
+// What the watch posts when the system says that some device has changed.
+std::vector<WPARAM> NoticesOfChange(HWND window) {
+    SendMessageW(FindWindowW(L"OcellusDeviceNotifications", nullptr), WM_DEVICECHANGE, 7, 0);
+    std::vector<WPARAM> notices;
+    MSG message;
+    while (PeekMessageW(&message, window, kNotice, kNotice, PM_REMOVE)) notices.push_back(message.wParam);
+    return notices;
+}
+}  // namespace
+
+TEST_CASE("webcams that come, go and come back are told of, other changes of devices are not") {
+    const Environment environment(nullptr);
+    const auto play = [](const wchar_t* webcams) { REQUIRE(kitLoadScenario(webcams, nullptr, 0)); };
+    const auto* const none = LR"({"webcams": []})";
+    const auto* const one = LR"({"webcams": [{"name": "Left", "path": "\\\\?\\c#l"}]})";
+    const auto* const other = LR"({"webcams": [{"name": "Right", "path": "\\\\?\\c#r"}]})";
+    const HWND window = CreateWindowW(L"Static", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    play(none);
+    REQUIRE(platform::WatchDevices(window, kNotice));
+    CHECK(NoticesOfChange(window).empty());
+    play(one);
+    CHECK(NoticesOfChange(window) == std::vector<WPARAM>{CAM_DEVICE_ARRIVED});
+    CHECK(NoticesOfChange(window).empty());
+    play(none);
+    CHECK(NoticesOfChange(window) == std::vector<WPARAM>{CAM_DEVICE_REMOVED});
+    play(one);
+    CHECK(NoticesOfChange(window) == std::vector<WPARAM>{CAM_DEVICE_RETURNED});
+    play(other);
+    CHECK(NoticesOfChange(window) == std::vector<WPARAM>{CAM_DEVICE_REMOVED, CAM_DEVICE_ARRIVED});
+    CHECK(platform::WatchDevices(nullptr, 0));
+    CHECK(FindWindowW(L"OcellusDeviceNotifications", nullptr) == nullptr);
+    DestroyWindow(window);
 }

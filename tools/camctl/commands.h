@@ -41,6 +41,8 @@ struct BenchOptions {
 };
 
 void List(bool withFormats, bool asJson);
+// Tells which webcams come and go; for ever when `seconds` is 0.
+void Watch(double seconds, bool asJson);
 void Doctor(const CameraOptions& options, bool asJson);
 void SwitchKitWebcam(bool on, bool asJson);
 void Info(const CameraOptions& options, bool asJson);

@@ -2,7 +2,10 @@
 
 #include <ocellus/camera.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <cwchar>
+#include <utility>
 #include <vector>
 
 #include "commands.h"
@@ -65,6 +68,80 @@ void List(bool withFormats, bool asJson) {
     ShowProgress("");
     if (devices.empty()) text = "there is no camera\n";
     PrintResult(asJson, {{"ok", true}, {"cameras", cameras}}, text);
+}
+
+namespace {
+
+constexpr UINT kDeviceNotice = WM_APP;
+
+// Whom the notices are posted to, and no longer than this lives.
+class NoticeWindow {
+  public:
+    NoticeWindow()
+        : window(CreateWindowW(L"Static", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr)) {
+        Require(camWatchDevices(window, kDeviceNotice), "watching the webcams");
+    }
+    ~NoticeWindow() {
+        camWatchDevices(nullptr, 0);
+        DestroyWindow(window);
+    }
+    NoticeWindow(const NoticeWindow&) = delete;
+    NoticeWindow& operator=(const NoticeWindow&) = delete;
+
+  private:
+    HWND window;
+};
+
+// A notice says that a webcam came or went, the lists before and after say which.
+Json Changes(const std::vector<camDevice>& before, const std::vector<camDevice>& after) {
+    const auto lacks = [](const std::vector<camDevice>& list, const camDevice& device) {
+        return std::none_of(list.begin(), list.end(), [&](const camDevice& other) {
+            return wcscmp(other.identity, device.identity) == 0;
+        });
+    };
+    Json changes = Json::array();
+    const auto note = [&](const char* what, const camDevice& device) {
+        changes.push_back(
+            {{"what", what}, {"name", ToUtf8(device.name)}, {"identity", ToUtf8(device.identity)}});
+    };
+    for (const camDevice& device : before) {
+        if (lacks(after, device)) note("removed", device);
+    }
+    for (const camDevice& device : after) {
+        if (lacks(before, device)) note("arrived", device);
+    }
+    return changes;
+}
+
+}  // namespace
+
+void Watch(double seconds, bool asJson) {
+    RequireLibrary();
+    const NoticeWindow notices;
+    std::vector<camDevice> devices = ListDevices();
+    Json all = Json::array();
+    if (!asJson) printf("%u cameras; watching\n", static_cast<unsigned>(devices.size()));
+    const ULONGLONG end = GetTickCount64() + static_cast<ULONGLONG>(seconds * 1000);
+    while (seconds == 0 || GetTickCount64() < end) {
+        fflush(stdout);
+        constexpr DWORD kLookMs = 100;
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, kLookMs, QS_ALLINPUT);
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            DispatchMessageW(&message);
+            if (message.message != kDeviceNotice) continue;
+            std::vector<camDevice> now = ListDevices();
+            for (const Json& change : Changes(devices, now)) {
+                all.push_back(change);
+                if (asJson) continue;
+                printf("%s: %s (%s)\n", change["what"].get<std::string>().c_str(),
+                       change["name"].get<std::string>().c_str(),
+                       change["identity"].get<std::string>().c_str());
+            }
+            devices = std::move(now);
+        }
+    }
+    if (asJson) PrintResult(true, {{"ok", true}, {"changes", all}}, "");
 }
 
 void SwitchKitWebcam(bool on, bool asJson) {

@@ -77,6 +77,7 @@ struct Arguments {
     int mode = 0;
     std::vector<std::string> names;
     bool withFormats = false;
+    double watchSeconds = 0;
     bool replace = false;
 };
 
@@ -85,6 +86,11 @@ void AddDevices(CLI::App& app, Arguments& a) {
     list->add_flag("--formats", a.withFormats, "Open each webcam and say what it can send");
     AddJson(list, a.asJson);
     list->callback([&a] { List(a.withFormats, a.asJson); });
+
+    auto* watch = app.add_subcommand("watch", "Tell which webcams come and go, until Ctrl-C");
+    watch->add_option("--seconds", a.watchSeconds, "How long; 0: until Ctrl-C")->capture_default_str();
+    AddJson(watch, a.asJson);
+    watch->callback([&a] { Watch(a.watchSeconds, a.asJson); });
 
     auto* doctor = app.add_subcommand(
         "doctor", "Look for what keeps cameras from working; each finding with its remedy");

@@ -83,7 +83,9 @@ BOOL WatchDevices(HWND window, UINT message) {
     }
     const Identities now = ListIdentities();
     *theWatch.Locked() = {window, message, now, now};
-    return hidden->Open();
+    if (hidden->Open()) return TRUE;
+    *theWatch.Locked() = {};
+    return FALSE;
 }
 
 }  // namespace cam::platform
