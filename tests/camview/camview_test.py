@@ -295,17 +295,26 @@ def settings(viewer):
 
 
 def dialog(viewer, path):
-    """The system's dialog for files: its field for the name has the focus."""
-    wait_for("the dialog is there", lambda: dialog_window())
-    time.sleep(0.3)  # it is drawn before it takes keys
-    viewer.type(windows_path(path))
+    """The system's dialog for files: types the name and looks that it stands there."""
+    def controls():
+        every = viewer.controls()
+        inside = {control.handle for control in every if control.kind == "#32770"}
+        for control in every:  # what stands in a window comes after it
+            if control.parent in inside:
+                inside.add(control.handle)
+        return [control for control in every if control.handle in inside]
+
+    def field():
+        found = [control for control in controls() if control.visible and control.kind == "Edit"]
+        return found[0] if found else None
+
+    def typed():
+        viewer.set_text(field(), windows_path(path))
+        return field().text == windows_path(path)
+    wait_for("the dialog is there", field)
+    wait_for("the name stands in the dialog", typed)
     viewer.key("Return")
-    wait_for("the dialog is gone", lambda: not dialog_window())
-
-
-def dialog_window():
-    done = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^(Open|Save As)$"], capture_output=True, text=True)
-    return done.stdout.strip()
+    wait_for("the dialog is gone", lambda: not controls())
 
 
 def bad_places(viewer):
@@ -384,7 +393,7 @@ def cameras(viewer):
 
 
 def screens(viewer):
-    for dpi, width in ((144, 654), (96, 436)):
+    for dpi, width in ((144, 690), (96, 460)):
         viewer.ask(f"dpi {dpi}")
         wait_for(f"the controls suit {dpi} dots an inch", lambda: abs(viewer.find(kind="SysTabControl32").width - width) < 30)
         wait_for("the picture is there", lambda: is_red(picture_corner(viewer)))
@@ -412,6 +421,22 @@ def second_start():
     check("the later version's file is as it was", state.read_text() == "version=99\ntab=1\n")
 
 
+def nothing_registered():
+    """As from the SDK's archive by a double click: the device kit beside the program is the camera."""
+    prefix = os.environ["OCELLUS_WINE_PREFIX"] + "-visible"
+    environment = dict(os.environ, WINEPREFIX=prefix, WINEDEBUG="-all")
+    for library in ("ocellus", "devicekit"):
+        subprocess.run(["wine", "regsvr32", "/s", "/u", windows_path(PROGRAM.parent / f"{library}.dll")], check=True, env=environment, timeout=60)
+    try:
+        viewer = Viewer("--folder", windows_path(FOLDER / "pictures"), state="bare")
+        viewer.logs("first frame")
+        wait_for("the chart is on the screen", lambda: is_red(picture_corner(viewer)))
+        viewer.close()
+    finally:
+        for stamp in pathlib.Path(prefix).glob(".registered-*"):
+            stamp.unlink()
+
+
 def from_the_command_line():
     refused = subprocess.run([ROOT / "scripts" / "host.sh", PROGRAM, "--nonsense"], capture_output=True, text=True, stdin=subprocess.DEVNULL)
     check("a wrong word is refused", refused.returncode == 2 and "nonsense" in refused.stderr)
@@ -420,11 +445,12 @@ def from_the_command_line():
     check("the picture that was asked for", run("identify", "-format", "%m", FOLDER / "one.png") == "PNG")
 
 
-def main():
+def display():
+    """A display of its own for what is started from here on; its server."""
     missing = [tool for tool in ("Xvfb", "xdotool", "import", "wine") if not shutil.which(tool)]
     if missing:
         print("skipped: there is no", ", ".join(missing))
-        return 77
+        sys.exit(77)
     read, write = os.pipe()
     server = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1900x1200x24", "-nolisten", "tcp"], pass_fds=[write],
                               stderr=subprocess.DEVNULL)
@@ -432,6 +458,11 @@ def main():
     os.environ["DISPLAY"] = ":" + os.read(read, 20).decode().strip()
     os.environ["OCELLUS_HEADLESS"] = "0"
     os.environ.setdefault("OCELLUS_WINE_PREFIX", str(ROOT / "build" / "wine-camview"))
+    return server
+
+
+def main():
+    server = display()
     step = "start"
     viewer = None
     try:
@@ -441,7 +472,7 @@ def main():
             step = part.__name__
             part(viewer)
             print(f"{step}: {time.monotonic() - started:.1f} s", flush=True)
-        for part in (second_start, from_the_command_line):
+        for part in (second_start, from_the_command_line, nothing_registered):
             step = part.__name__
             part()
             print(f"{step}: {time.monotonic() - started:.1f} s", flush=True)
@@ -461,4 +492,5 @@ def main():
     return 0
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())

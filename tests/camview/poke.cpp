@@ -2,17 +2,19 @@
 // output, ended by an empty line. What a person does is done with mouse and keyboard from outside; this only
 // tells where things are and what they say.
 //
-//     list       every window of the viewer: handle, parent, class, id, visible, enabled, left, top, width,
-//     height, state, text dpi N      tells the viewer that its screen has N dots an inch counts     handles,
-//     GDI objects, user objects, kilobytes of memory, processor milliseconds
+//     list       every window of the viewer and its dialogs: handle, parent, class, id, visible, enabled,
+//     left, top, width, height, state, text dpi N      tells the viewer that its screen has N dots an inch
+//     counts     handles, GDI objects, user objects, kilobytes of memory, processor milliseconds
 #include <windows.h>
 
 #include <commctrl.h>
 #include <psapi.h>
+#include <winternl.h>
 
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -61,23 +63,78 @@ BOOL CALLBACK Print(HWND window, LPARAM) {
     return TRUE;
 }
 
-unsigned long long Milliseconds(const FILETIME& time) {
-    return (static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime) / 10'000;
+// A window of the viewer's process, and what stands in it: the viewer's own and its dialogs.
+BOOL CALLBACK PrintAll(HWND top, LPARAM viewer) {
+    DWORD process = 0, viewersProcess = 0;
+    GetWindowThreadProcessId(top, &process);
+    GetWindowThreadProcessId(reinterpret_cast<HWND>(viewer), &viewersProcess);
+    if (process != viewersProcess || !IsWindowVisible(top)) return TRUE;
+    Print(top, 0);
+    EnumChildWindows(top, Print, 0);
+    return TRUE;
+}
+
+// By trying them all: the system gives out the lowest number that is free, so a long gap is the end.
+int Handles(HANDLE process) {
+    constexpr int kEndGap = 0x800;
+    int count = 0;
+    int gap = 0;
+    for (ULONG_PTR value = 4; gap < kEndGap; value += 4) {
+        HANDLE copy = nullptr;
+        const bool isOne = DuplicateHandle(process, reinterpret_cast<HANDLE>(value), GetCurrentProcess(),
+                                           &copy, 0, FALSE, DUPLICATE_SAME_ACCESS);
+        if (isOne) CloseHandle(copy);
+        gap = isOne ? 0 : gap + 1;
+        count += isOne;
+    }
+    return count;
+}
+
+// From the table of GDI handles that every process has mapped, where the system does not count them.
+int GdiObjects(HANDLE process) {
+    if (const DWORD counted = GetGuiResources(process, GR_GDIOBJECTS)) return static_cast<int>(counted);
+    struct Entry {
+        ULONG64 object;
+        ULONG owner;
+        USHORT unique;
+        BYTE type;
+        BYTE flags;
+        ULONG64 user;
+    };
+    constexpr ULONG_PTR kTableInBlock = 0xF8;
+    constexpr size_t kEntries = 0x4000;
+    PROCESS_BASIC_INFORMATION basic = {};
+    NtQueryInformationProcess(process, ProcessBasicInformation, &basic, sizeof basic, nullptr);
+    const auto block = reinterpret_cast<ULONG_PTR>(basic.PebBaseAddress);
+    void* table = nullptr;
+    SIZE_T read = 0;
+    std::vector<Entry> entries(kEntries);
+    if (!ReadProcessMemory(process, reinterpret_cast<void*>(block + kTableInBlock), &table, sizeof table,
+                           &read) ||
+        !ReadProcessMemory(process, table, entries.data(), kEntries * sizeof(Entry), &read))
+        return -1;
+    int count = 0;
+    for (const Entry& entry : entries) count += entry.type != 0;
+    return count;
 }
 
 void PrintCounts(HWND window) {
-    DWORD id = 0, handles = 0;
+    DWORD id = 0;
     GetWindowThreadProcessId(window, &id);
-    const HANDLE process = OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, id);
+    const HANDLE process =
+        OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ | PROCESS_DUP_HANDLE, FALSE, id);
     PROCESS_MEMORY_COUNTERS memory = {};
-    FILETIME created, ended, kernel = {}, user = {};
-    GetProcessHandleCount(process, &handles);
     GetProcessMemoryInfo(process, &memory, sizeof memory);
-    GetProcessTimes(process, &created, &ended, &kernel, &user);
-    printf("%lu\t%lu\t%lu\t%llu\t%llu\n", handles, GetGuiResources(process, GR_GDIOBJECTS),
-           GetGuiResources(process, GR_USEROBJECTS),
-           static_cast<unsigned long long>(memory.PagefileUsage / 1024),
-           Milliseconds(kernel) + Milliseconds(user));
+    int windows = 0;
+    EnumChildWindows(
+        window,
+        [](HWND, LPARAM number) -> BOOL {
+            ++*reinterpret_cast<int*>(number);
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&windows));
+    printf("%d\t%d\t%d\t%llu\n", Handles(process), GdiObjects(process), windows,
+           static_cast<unsigned long long>(memory.PagefileUsage / 1024));
     CloseHandle(process);
 }
 
@@ -89,8 +146,7 @@ int main() {
         const HWND window = FindWindowW(L"camview", nullptr);
         int dpi = 0;
         if (window && strncmp(line, "list", 4) == 0) {
-            Print(window, 0);
-            EnumChildWindows(window, Print, 0);
+            EnumWindows(PrintAll, reinterpret_cast<LPARAM>(window));
         } else if (window && sscanf(line, "dpi %d", &dpi) == 1) {
             constexpr UINT kDpiChanged = 0x02E0;
             SendMessageW(window, kDpiChanged, static_cast<WPARAM>(MAKELONG(dpi, dpi)), 0);

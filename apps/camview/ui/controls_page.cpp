@@ -165,7 +165,7 @@ void ControlsPage::Layout() {
     SetWindowPos(hint, nullptr, top.Left(), y, all.empty() ? top.Right() - top.Left() : 0, Px(20),
                  SWP_NOZORDER);
     const int gap = Px(6), height = Px(24);
-    const int labelWidth = Px(118), numberWidth = Px(50), autoWidth = Px(50), defaultWidth = Px(58);
+    const int labelWidth = Px(144), numberWidth = Px(50), autoWidth = Px(50), defaultWidth = Px(58);
     for (const Row& row : rows) {
         const bool isVisible = y >= Px(kTopHeight);
         const auto place = [&](HWND control, int x, int width, int down) {

@@ -86,7 +86,7 @@ void ListPage::LayoutList(int buttonRow) {
     int rest = width - GetSystemMetrics(SM_CXVSCROLL) - 6;
     for (const Column& column : columns) rest -= Px(column.width);
     for (size_t index = 0; index < columns.size(); ++index) {
-        const int columnWidth = columns[index].width ? Px(columns[index].width) : std::max(rest, Px(120));
+        const int columnWidth = columns[index].width ? Px(columns[index].width) : std::max(rest, Px(240));
         SendMessageW(list, LVM_SETCOLUMNWIDTH, index, columnWidth);
     }
 }
@@ -195,7 +195,7 @@ void CameraPage::OnCommand(int id, int, HWND) {
 // --------------------------------------------------------------------------------------------------
 
 LogPage::LogPage(HWND parent, Viewer& owner) : ListPage(parent, owner, Text::TabLog) {
-    SetColumns({{Text::LogTime, 80}, {Text::LogCall, 196}, {Text::LogResult, 104}, {Text::LogRemedy, 340}});
+    SetColumns({{Text::LogTime, 78}, {Text::LogCall, 170}, {Text::LogResult, 84}, {Text::LogRemedy, 0}});
     copy = AddButton(Text::CopyLog, kCopy);
     clear = AddButton(Text::ClearLog, kClear);
 }

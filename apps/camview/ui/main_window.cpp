@@ -12,8 +12,8 @@ namespace camview {
 namespace {
 
 constexpr wchar_t kClass[] = L"camview";
-constexpr int kPanelWidth = 436, kMinWidth = 880, kMinHeight = 640;
-constexpr int kStartWidth = 1140, kStartHeight = 720;
+constexpr int kPanelWidth = 460, kMinWidth = 900, kMinHeight = 640;
+constexpr int kStartWidth = 1160, kStartHeight = 720;
 constexpr int kTabHeight = 30;
 constexpr Text kTabNames[] = {Text::TabPicture, Text::TabControls, Text::TabCamera, Text::TabLog,
                               Text::TabKit};
