@@ -59,7 +59,7 @@ x86) prefix=$OCELLUS_WINE_PREFIX32 ;;
 esac
 library=$(printf 'Z:%s' "${PWD//\//\\}\\ocellus.dll")
 mkdir "$folder/elsewhere"
-cp "$build/bin/launch.exe" "$build/bin/unregistered.exe" "$prefix/drive_c/windows/system32/regsvr32.exe" "$folder/elsewhere/"
+cp "$build/bin/launch.exe" "$build/bin/unregistered.exe" "$prefix/drive_c/windows/system32/"{regsvr32,reg,msiexec}.exe "$folder/elsewhere/"
 cd "$folder/elsewhere"
 "$run" "$PWD/regsvr32.exe" /s /u "$library"
 rm "$prefix/.registered-ocellus"
@@ -81,17 +81,16 @@ export OCELLUS_REGISTER=0
 "$run" "$PWD/by_manifest/unregistered.exe" "${classes[@]}"
 
 # The installers: what they bring is there and registered, and gone afterwards.
-system=$prefix/drive_c/windows/system32
 traces() { # of the library in the file system and the registry
     find "$prefix/drive_c" -iname '*ocellus*' -o -name 'Camera.lnk' -o -path '*/windows/Installer/*.msi'
     local hive
     for hive in HKLM HKCU; do
-        "$run" "$system/reg.exe" export $hive'\Software' "Z:${folder//\//\\}\\hive.reg" /y >reg.log
+        "$run" "$folder/elsewhere/reg.exe" export $hive'\Software' "Z:${folder//\//\\}\\hive.reg" /y >reg.log
         iconv -f UTF-16LE -t UTF-8 "$folder/hive.reg" | grep -iE 'ocellus|B62F694E|BCEED521' || true
     done
 }
 install() { # /i|/x PACKAGE
-    "$run" "$system/msiexec.exe" "$1" "Z:${2//\//\\}" /qn || { echo "msiexec $1 $2 ended with $?"; exit 1; }
+    "$run" "$folder/elsewhere/msiexec.exe" "$1" "Z:${2//\//\\}" /qn || { echo "msiexec $1 $2 ended with $?"; exit 1; }
 }
 traces >"$folder/before"
 trap 'rm -rf "$prefix"' EXIT  # what is half installed must not meet the next run
