@@ -35,6 +35,7 @@ void ReadImports(PeImage& image, u32 table) {
         const std::string library = TextAt(bytes, At<u32>(bytes, at + 12, image.path), image.path);
         for (u32 i = 0; const u32 word = At<u32>(bytes, lookup + 4 * i, image.path); ++i) {
             ImportSlot slot{library, "", 0, slots + 4 * i};
+            At<u32>(bytes, slot.rva, image.path);  // what is bound is written there
             if (word & kOrdinalFlag) {
                 slot.ordinal = static_cast<u16>(word);
             } else {
@@ -110,7 +111,7 @@ PeImage PeImage::Read(const std::string& path) {
         if (static_cast<u64>(offset) + raw > file.size() || static_cast<u64>(rva) + raw > image.size) {
             throw Failure(path + ": a section lies outside the image");
         }
-        std::memcpy(image.memory.data() + rva, file.data() + offset, raw);
+        if (raw) std::memcpy(image.memory.data() + rva, file.data() + offset, raw);
     }
     const auto directory = [&](u32 index) { return At<u32>(file, optional + 96 + 8 * index, path); };
     if (const u32 table = directory(kImport)) ReadImports(image, table);

@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Runs every fuzzer of the build "pure", each for the same share of the time, and prints how often each ran and what of the code it reached.
+# Inputs that reach something new are kept below build/fuzz and made as few as possible at the end; what fails lies there too.
+#
+#   scripts/fuzz.sh --hours N    N may have a fraction; of processor time on one core
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+[ "${1:-}" = --hours ] && [[ ${2:-} =~ ^[0-9]*\.?[0-9]+$ ]] || refuse "--hours wants a number"
+mapfile -t fuzzers < <(find build/pure/bin -name '*_fuzz' -executable 2>/dev/null | sort)
+[ ${#fuzzers[@]} -gt 0 ] || { echo "fuzz: there are no fuzzers; build them: cmake --preset pure && cmake --build --preset pure" >&2; exit 1; }
+seconds=$(awk -v hours="$2" -v count=${#fuzzers[@]} 'BEGIN { printf "%d", hours * 3600 / count + 0.5 }')
+failed=0
+printf '| %-20s | %12s | %8s | %6s |\n|---|---|---|---|\n' fuzzer executions coverage inputs
+for fuzzer in "${fuzzers[@]}"; do
+    name=$(basename "$fuzzer")
+    found=build/fuzz/$name
+    case $name in tiff_*) seeds=fuzz/tiff_corpus ;; *) seeds=fuzz/${name%_fuzz}_corpus ;; esac
+    mkdir -p "$found" "$found-smaller"
+    "$fuzzer" -max_total_time="$seconds" -artifact_prefix="build/fuzz/$name-" -print_final_stats=1 "$found" "$seeds" >"build/fuzz/$name.log" 2>&1 ||
+        { failed=1; echo "fuzz: $name failed, see build/fuzz/$name.log" >&2; }
+    "$fuzzer" -merge=1 "$found-smaller" "$found" >/dev/null 2>&1 && rm -rf "$found" && mv "$found-smaller" "$found"
+    executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "build/fuzz/$name.log")
+    coverage=$(grep -o 'cov: [0-9]*' "build/fuzz/$name.log" | tail -n 1)
+    printf '| %-20s | %12s | %8s | %6s |\n' "$name" "${executions:-?}" "${coverage#cov: }" "$(find "$found" -type f | wc -l)"
+done
+exit "$failed"
