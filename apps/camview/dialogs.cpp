@@ -7,16 +7,20 @@
 
 namespace camview {
 
+namespace {
+int CALLBACK BeginAt(HWND dialog, UINT message, LPARAM, LPARAM path) {
+    if (message == BFFM_INITIALIZED) SendMessageW(dialog, BFFM_SETSELECTIONW, TRUE, path);
+    return 0;
+}
+}  // namespace
+
 std::wstring AskForFolder(HWND owner, const std::wstring& start) {
     BROWSEINFOW info = {};
     info.hwndOwner = owner;
     info.lpszTitle = Say(Text::BrowseFolder);
     info.ulFlags = BIF_RETURNONLYFSDIRS | BIF_NEWDIALOGSTYLE;
     info.lParam = reinterpret_cast<LPARAM>(start.c_str());
-    info.lpfn = [](HWND dialog, UINT message, LPARAM, LPARAM path) -> int {
-        if (message == BFFM_INITIALIZED) SendMessageW(dialog, BFFM_SETSELECTIONW, TRUE, path);
-        return 0;
-    };
+    info.lpfn = BeginAt;
     LPITEMIDLIST const chosen = SHBrowseForFolderW(&info);
     if (!chosen) return L"";
     wchar_t path[MAX_PATH] = L"";

@@ -104,6 +104,13 @@ TEST_CASE("callbacks bring their context, outlive a selection, and end when repl
     streaming.join();
 }
 
+namespace {
+BOOL CALLBACK FindHelpersWindow(HWND window, LPARAM found) {
+    *reinterpret_cast<HWND*>(found) = window;
+    return GetWindowLongPtrW(window, GWLP_USERDATA) == 0;
+}
+}  // namespace
+
 TEST_CASE("a picture's message arrives as a call on the thread that asked for it") {
     ResetFakeCameras();
     ocellus::Camera camera;
@@ -112,13 +119,7 @@ TEST_CASE("a picture's message arrives as a call on the thread that asked for it
     REQUIRE(camera.Select(Imager()).Code() == camOk);
     CHECK(TakeCalls().ends_with(L"SetEventsWindow"));
     HWND window = nullptr;
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND found, LPARAM out) -> BOOL {
-            *reinterpret_cast<HWND*>(out) = found;
-            return GetWindowLongPtrW(found, GWLP_USERDATA) == 0;
-        },
-        reinterpret_cast<LPARAM>(&window));
+    EnumThreadWindows(GetCurrentThreadId(), FindHelpersWindow, reinterpret_cast<LPARAM>(&window));
     PostMessageW(window, CAM_MESSAGE_STILL_CAPTURED, 0, 0);
     CHECK(PumpUntil([&] { return taken == 1; }));
 }

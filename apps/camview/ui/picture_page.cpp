@@ -30,19 +30,19 @@ std::vector<std::wstring> Names(const Choice (&choices)[count]) {
     return names;
 }
 
+// The names of fonts for vertical text begin with "@".
+int CALLBACK AddFamily(const LOGFONTW* font, const TEXTMETRICW*, DWORD, LPARAM names) {
+    if (font->lfFaceName[0] != L'@')
+        reinterpret_cast<std::vector<std::wstring>*>(names)->push_back(font->lfFaceName);
+    return 1;
+}
+
 std::vector<std::wstring> FontFamilies() {
     std::vector<std::wstring> names;
     LOGFONTW any = {};
     any.lfCharSet = DEFAULT_CHARSET;
     const HDC screen = GetDC(nullptr);
-    EnumFontFamiliesExW(
-        screen, &any,
-        [](const LOGFONTW* font, const TEXTMETRICW*, DWORD, LPARAM out) -> int {
-            if (font->lfFaceName[0] != L'@')
-                reinterpret_cast<std::vector<std::wstring>*>(out)->push_back(font->lfFaceName);
-            return 1;
-        },
-        reinterpret_cast<LPARAM>(&names), 0);
+    EnumFontFamiliesExW(screen, &any, AddFamily, reinterpret_cast<LPARAM>(&names), 0);
     ReleaseDC(nullptr, screen);
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());

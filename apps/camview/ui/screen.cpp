@@ -72,14 +72,15 @@ void FollowDarkMode(HWND window) {
     if (set) set(window, kUseDarkTitle, &dark, sizeof dark);
 }
 
+namespace {
+BOOL CALLBACK SetFontOf(HWND window, LPARAM font) {
+    SendMessageW(window, WM_SETFONT, static_cast<WPARAM>(font), FALSE);
+    return TRUE;
+}
+}  // namespace
+
 void SetFontOfChildren(HWND window, HFONT font) {
-    EnumChildWindows(
-        window,
-        [](HWND child, LPARAM handle) -> BOOL {
-            SendMessageW(child, WM_SETFONT, static_cast<WPARAM>(handle), FALSE);
-            return TRUE;
-        },
-        reinterpret_cast<LPARAM>(font));
+    EnumChildWindows(window, SetFontOf, reinterpret_cast<LPARAM>(font));
 }
 
 }  // namespace camview
