@@ -317,6 +317,8 @@ Scenario InterpretScenario(const std::string& json, const std::string& folder, c
         throw std::runtime_error("the scenario is no JSON text (at character " +
                                  std::to_string(failure.byte) +
                                  "); look for a missing comma, quote or bracket there");
+    } catch (const Json::out_of_range&) {
+        throw std::runtime_error("the scenario has a number that is too large for any computer; correct it");
     }
     return Interpret(document, folder, player);
 }

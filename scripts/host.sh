@@ -82,7 +82,7 @@ mkdir -p "$(dirname "$WINEPREFIX")"
 
 # The launcher reports the full 32-bit exit code: Wine's own keeps the low byte, and a program that fails to load can end in 0.
 launcher=$(dirname "$program")/launch.exe
-[ -f "$launcher" ] || launcher=$root/build/host/bin/launch.exe
+[ -f "$launcher" ] || launcher=${OCELLUS_BIN32:-$root/build/host/bin}/launch.exe
 [ -f "$launcher" ] || die "launch.exe is missing; build it first: cmake --build --preset host"
 report=$(mktemp)
 trap 'rm -f "$report"' EXIT

@@ -26,16 +26,21 @@ waitFor() {
     exit 1
 }
 
+# A folder as a user's would be; the first program makes the prefix.
+scripts/host.sh build/host/bin/camctl.exe list >/dev/null
+pictures=$OCELLUS_WINE_PREFIX-visible/drive_c/Pictures
+mkdir -p "$pictures"
+
 pages=(picture controls camera log kit)
 for dpi in 96 144 192; do
     for tab in 0 1 2 3 4; do
-        rm -f "$work"/{log,state,*.jpg}
+        rm -f "$work"/{log,state} "$pictures"/*
         printf 'stamp=Ward 7\\n%%H:%%M\nposition=8\nfolder=C:\\\\Pictures\npattern=ward-%%Y%%m%%d-%%H%%M%%S\n' >"$work/state"
         scripts/host.sh build/host/bin/camview.exe --state "$(windowsPath "$PWD/$work/state")" --log "$(windowsPath "$PWD/$work/log")" \
-            --folder "$(windowsPath "$PWD/$work")" --snap "$(windowsPath "$PWD/$work/ward.jpg")" --dpi $dpi --tab $tab &
+            --folder 'C:\Pictures' --snap 'C:\Pictures\ward.jpg' --dpi $dpi --tab $tab &
         viewer=$!
         waitFor 'first frame'
-        for _ in $(seq 300); do [ -s "$work/ward.jpg" ] && break || sleep 0.1; done
+        for _ in $(seq 300); do [ -s "$pictures/ward.jpg" ] && break || sleep 0.1; done
         sleep 2 # the small picture, and a measured rate
         window=$(xdotool search --name 'Ocellus camview' | tail -n 1)
         import -window "$window" "$work/window.png"

@@ -12,4 +12,7 @@ namespace reliability {
 using Holdings = std::vector<std::pair<std::string, long>>;
 Holdings CountHoldings();
 
+// What the system itself keeps of a session, by kind, whatever the library does.
+Holdings LostBySystem();
+
 }  // namespace reliability

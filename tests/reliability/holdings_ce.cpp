@@ -23,4 +23,8 @@ Holdings CountHoldings() {
     return holdings;
 }
 
+Holdings LostBySystem() {
+    return {};
+}
+
 }  // namespace reliability

@@ -186,8 +186,10 @@ long Of(const Holdings& holdings, const std::string& kind) {
 // lost device, grows between the middle and the end.
 void JudgeGrowth(const Holdings& middle, const Holdings& end, int cycles) {
     constexpr long kKept = 4, kKeptBytes = 256 * 1024;
+    const Holdings lost = LostBySystem();
+    const int counted = cycles - 1 - cycles / 2;
     for (const auto& [kind, count] : end) {
-        const long before = Of(middle, kind);
+        const long before = Of(middle, kind) + counted * Of(lost, kind);
         if (count - before > (kind == "private bytes" ? kKeptBytes : kKept)) {
             Tell({kind + " grows: " + std::to_string(before) + " after half of " + std::to_string(cycles) +
                   " cycles, " + std::to_string(count) + " at the end"});
