@@ -1,12 +1,12 @@
 #include "model/camera_settings_file.h"
 
-#include <fstream>
 #include <sstream>
 
 #include <ocellus/cam_properties.hpp>
 
 #include "config/camera_settings.h"
 #include "config/settings_store.h"
+#include "model/replace_file.h"
 
 namespace camview {
 
@@ -72,14 +72,7 @@ bool WriteCameraSettings(const std::wstring& file, const std::vector<SavedProper
             if (property.isAuto) text << Narrow(key.name + kAuto) << "=1\r\n";
         }
     }
-    const std::wstring fresh = file + L".new";
-    {
-        std::ofstream out(fresh.c_str(), std::ios::binary);
-        out << text.str();
-        out.flush();
-        if (!out) return false;
-    }
-    return MoveFileExW(fresh.c_str(), file.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+    return ReplaceFileText(file, text.str());
 }
 
 std::optional<SavedSettings> ReadCameraSettings(const std::wstring& file) {

@@ -8,6 +8,8 @@
 
 #include <ocellus/camera.hpp>
 
+#include "model/replace_file.h"
+
 namespace camview {
 
 namespace {
@@ -119,20 +121,12 @@ SettingsState ReadViewSettings(const std::wstring& file, ViewSettings& settings)
     return isNewer ? SettingsState::Newer : SettingsState::Read;
 }
 
-// Through a second file: what is there is not lost when the disk is full.
 bool WriteViewSettings(const std::wstring& file, const ViewSettings& settings) {
     std::ostringstream text;
     text << "[camview]\nversion=" << kVersion << '\n';
     ViewSettings copy = settings;
     Visit(copy, Writer{text});
-    const std::wstring fresh = file + L".new";
-    {
-        std::ofstream out(fresh.c_str(), std::ios::binary);
-        out << text.str();
-        out.flush();
-        if (!out) return false;
-    }
-    return MoveFileExW(fresh.c_str(), file.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+    return ReplaceFileText(file, text.str());
 }
 
 std::wstring ViewSettingsFile() {
