@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Sets up, builds and passes every test.
 #
-#   ./test.sh                  everything, each fuzzer for 10 seconds, 10 cycles of the camera's life
+#   ./test.sh                  everything, each fuzzer for 3 seconds, 10 cycles of the camera's life
 #   ./test.sh --fuzz SECONDS   each fuzzer that long
 #   ./test.sh --soak           200 cycles of the camera's life
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/scripts/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
-fuzzSeconds=10
+fuzzSeconds=3
 cycles=10
 while [ $# -gt 0 ]; do
     case $1 in

@@ -71,6 +71,19 @@ TEST_CASE("bytes above ASCII are read in the code page, whatever locale is set")
     if (GetACP() == 1252) CHECK(ReadName("Name=\x80\n") == L"\u20ac");
 }
 
+TEST_CASE("characters of two bytes, where the code page has them") {
+    MESSAGE("code page " << GetACP());  // two_byte_code_page runs where it is 932
+    if (GetACP() != 932) return;
+    CHECK(ReadName("Name=\x95\x5Cz\n") == L"\u8868z");
+    CHECK(ReadName("Name=\x83") == L"\u30FB");  // half a character, at the end: what the system makes of it
+    // The second byte may look like a bracket, and ends no section's name.
+    const TestFile file(L"zoom.ini", "[\x83\x5Dx]\nZoom=5\n");
+    int32_t zoom = 0;
+    SettingsRequest request = Integer(L"\u30BEx", L"Zoom", &zoom);
+    CHECK(ReadIniFile(file.path(), {&request, 1}) == 0);
+    CHECK(zoom == 5);
+}
+
 TEST_CASE("a file that cannot be opened fails, a null path does nothing") {
     const TestFile missing(L"missing.ini");
     int32_t zoom = 5;
