@@ -36,7 +36,7 @@ Contender EncodeBy(const char* name, tiff::EncodeG4Kernel* encode) {
                 auto run = [encode, &picture]() -> size_t {
                     const auto size = static_cast<uint32_t>(picture.raster.size());
                     tiff::ByteBuffer output(size + picture.size.width, true);
-                    encode(picture.raster, picture.size.width, picture.size.rows, output);
+                    EncodeG4(picture.raster, picture.size.width, picture.size.rows, output, encode);
                     return output.Length();
                 };
                 return Job{[] {}, run};

@@ -14,7 +14,7 @@ namespace {
 std::vector<uint8_t> Encode(EncodeG4Kernel* encode, const std::vector<uint8_t>& bits, uint32_t width,
                             uint32_t rows) {
     ByteBuffer output(0, true);
-    if (!encode(bits, width, rows, output)) abort();
+    if (!EncodeG4(bits, width, rows, output, encode)) abort();
     return {output.Data(), output.Data() + output.Length()};
 }
 

@@ -2,12 +2,16 @@
 // memory; see docs/targets.md.
 //
 //   ce_instructions [--chart] [FOLDER]    of kernels.dll; default: the ce build's
+//   ce_instructions --memory [FOLDER]     instead, the memory that each format takes beside the frame
 //
 // The picture is a frame of the real film when scripts/setup.sh has put it into build/media, else, or with
 // --chart, a chart, which is the same on every machine.
 // Ends with 1 when a second run counts otherwise.
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include "emulator/process.h"
@@ -166,9 +170,43 @@ class Bench {
 
 }  // namespace
 
+namespace {
+
+// The most that is allocated at a time while a file is written. What the picture shows makes no difference.
+void PrintMemory(const std::string& folder) {
+    constexpr u32 kSizes[][2] = {{640, 480}, {1600, 1200}, {2592, 1944}, {2976, 1680}};
+    constexpr const char* kFormats[] = {"BMP", "JPEG", "PNG", "TIFF"};
+    constexpr u32 kLargest = 0x00A00000, kName = kOut;
+    const std::string files = std::filesystem::temp_directory_path().string();
+    Process process(files);
+    Module& module = process.Load(folder + "/kernels.dll");
+    process.machine.Map(kFrame, kLargest);
+    process.machine.Map(kOut, 0x1000);
+    process.machine.CheckAlignment(false);
+    const std::string name = "ocellus-memory-" + std::to_string(getpid());
+    for (u32 i = 0; i <= name.size(); ++i)
+        process.machine.Write(kName + 2 * i, static_cast<u16>(name.c_str()[i]));
+    std::printf("KB at most %12s %12s %12s %12s\n", "640x480", "1600x1200", "2592x1944", "2976x1680");
+    for (u32 format = 0; format < 4; ++format) {
+        std::printf("%-10s", kFormats[format]);
+        for (const auto& size : kSizes) {
+            const u32 before = process.heap.Bytes();
+            process.heap.StartPeak();
+            const u32 result = process.Call(module, "runFile", {format, kFrame, size[0], size[1], kName});
+            if (result != 0) throw Failure("the file could not be written");
+            std::printf(" %12.1f", (process.heap.PeakBytes() - before) / 1024.0);
+        }
+        std::printf("\n");
+    }
+    std::filesystem::remove(files + "/" + name);
+}
+
+}  // namespace
+
 int main(int count, char** arguments) {
-    const bool wantsChart = count > 1 && std::strcmp(arguments[1], "--chart") == 0;
-    const int next = wantsChart ? 2 : 1;
+    const std::string option = count > 1 && arguments[1][0] == '-' ? arguments[1] : "";
+    const bool wantsChart = option == "--chart";
+    const int next = option.empty() ? 1 : 2;
     const std::string folder = count > next ? arguments[next] : OCELLUS_CE_BIN;
     if (!std::ifstream(folder + "/kernels.dll")) {
         std::printf(
@@ -177,13 +215,14 @@ int main(int count, char** arguments) {
             folder.c_str());
         return 77;
     }
-    std::vector<u8> frame;
-    if (!wantsChart) frame = ReadFilm(OCELLUS_MEDIA "/film.y4m");
-    std::printf("Picture: %s\n", wantsChart      ? "a chart"
-                                 : frame.empty() ? "a chart (run scripts/setup.sh for a real one)"
-                                                 : "a frame of build/media/film.y4m");
-    if (frame.empty()) frame = MakeChart();
     try {
+        if (option == "--memory") return PrintMemory(folder), 0;
+        std::vector<u8> frame;
+        if (!wantsChart) frame = ReadFilm(OCELLUS_MEDIA "/film.y4m");
+        std::printf("Picture: %s\n", wantsChart      ? "a chart"
+                                     : frame.empty() ? "a chart (run scripts/setup.sh for a real one)"
+                                                     : "a frame of build/media/film.y4m");
+        if (frame.empty()) frame = MakeChart();
         Bench bench(folder, std::move(frame));
         bench.All();
         return bench.repeatable ? 0 : 1;

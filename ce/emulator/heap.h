@@ -23,6 +23,7 @@ class Heap {
     size_t Blocks() const { return blocks.size(); }
     u32 Bytes() const { return bytes; }
     u32 PeakBytes() const { return peakBytes; }
+    void StartPeak() { peakBytes = bytes; }
     // The blocks that are still there, by who allocated them.
     struct Share {
         std::string caller;

@@ -31,16 +31,13 @@ constexpr ChangeTable kChanges = MakeChangeTable();
 
 // State of the line that is being scanned.
 struct G4LineState {
+    int16_t* list;              // of changes, past the last entry written
     uint8_t previousColor = 0;  // of the last pixel before the next byte, in all eight bits
-    int16_t changeCount = 0;    // index of the last entry written
-    uint16_t width = 0;
-    int16_t position = 0;  // of the next byte's first pixel
-    G4LineLists lists;
+    int16_t position = 0;       // of the next byte's first pixel
 
     void Scan(uint8_t byte) {
         const int8_t* change = kChanges.positions[byte ^ previousColor];
-        for (; *change >= 0; ++change)
-            lists.Coding()[++changeCount] = static_cast<int16_t>(position + *change);
+        for (; *change >= 0; ++change) *list++ = static_cast<int16_t>(position + *change);
         position = static_cast<int16_t>(position + 8);
         previousColor = byte & 1 ? 0xFF : 0x00;
     }
@@ -48,13 +45,26 @@ struct G4LineState {
 
 class PlainCoder {
   public:
-    explicit PlainCoder(uint8_t* area) : output(area) {}
+    // A partly written byte is taken along to where it goes on.
+    uint8_t* End() {
+        begun = bitIndex ? *output : 0;
+        return output;
+    }
+    void GoOnAt(uint8_t* place) {
+        output = place;
+        if (bitIndex) *output = begun;
+    }
 
-    // Bytes in use, a partly written one included.
-    uint32_t Bytes() const { return byteIndex + (bitIndex ? 1 : 0); }
-    void MoveTo(uint8_t* area) { output = area; }
+    static int16_t* Scan(std::span<const uint8_t> bytes, int16_t* list) {
+        G4LineState line = {list};
+        for (const uint8_t byte : bytes) line.Scan(byte);
+        return line.list;
+    }
 
-    void CodeLine(const int16_t* reference, const int16_t* coding, int width) {
+    // The lists' first changes, entry 1 of each.
+    void CodeLine(const int16_t* firstReference, const int16_t* firstCoding, int width) {
+        const int16_t* const reference = firstReference - 1;
+        const int16_t* const coding = firstCoding - 1;
         int a0 = -1;
         int color = 0;
         int a1 = 1;
@@ -87,8 +97,8 @@ class PlainCoder {
         Emit(kEndOfLineCode);
         Emit(kEndOfLineCode);
         if (bitIndex == 0) return;
-        output[byteIndex] = static_cast<uint8_t>(output[byteIndex] & ~(0xFF >> bitIndex));
-        ++byteIndex;
+        *output = static_cast<uint8_t>(*output & ~(0xFF >> bitIndex));
+        ++output;
         bitIndex = 0;
     }
 
@@ -120,45 +130,24 @@ class PlainCoder {
     void Emit(CodeWord code) {
         for (int bit = code.length - 1; bit >= 0; --bit) {
             const int mask = 0x80 >> bitIndex;
-            const int byte = output[byteIndex];
-            output[byteIndex] = static_cast<uint8_t>(code.bits >> bit & 1 ? byte | mask : byte & ~mask);
+            const int byte = *output;
+            *output = static_cast<uint8_t>(code.bits >> bit & 1 ? byte | mask : byte & ~mask);
             if (++bitIndex == 8) {
                 bitIndex = 0;
-                ++byteIndex;
+                ++output;
             }
         }
     }
 
-    uint8_t* output;
-    uint32_t byteIndex = 0;
+    uint8_t* output = nullptr;  // the byte that is being written
     int bitIndex = 0;
+    uint8_t begun = 0;
 };
 
 }  // namespace
 
-bool EncodeG4Plain(std::span<const uint8_t> raster, uint32_t width, uint32_t rows, ByteBuffer& output) {
-    if (!IsG4Raster(raster, width, rows)) return false;
-    G4LineState line;
-    if (!line.lists.Create(width)) return false;
-    line.width = static_cast<uint16_t>(width);
-
-    PlainCoder coder(output.Data());
-    const uint32_t lineBytes = width / 8;
-    for (uint32_t row = 0; row < rows; ++row) {
-        if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
-        coder.MoveTo(output.Data());
-        for (const uint8_t byte : raster.subspan(size_t{row} * lineBytes, lineBytes)) line.Scan(byte);
-        G4LineLists::Terminate(line.lists.Coding() + line.changeCount + 1, width);
-        coder.CodeLine(line.lists.Reference(), line.lists.Coding(), static_cast<int>(width));
-        line.lists.Swap();
-        line.previousColor = 0;
-        line.changeCount = 0;
-        line.position = 0;
-    }
-    if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
-    coder.MoveTo(output.Data());
-    coder.EndBlock();
-    return output.SetLength(coder.Bytes());
+bool EncodeG4Plain(G4Lines& lines, uint32_t width, uint32_t rows, G4Output& output) {
+    return EncodeG4With<PlainCoder>(lines, width, rows, output);
 }
 
 }  // namespace cam::tiff

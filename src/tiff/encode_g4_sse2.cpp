@@ -122,12 +122,8 @@ constexpr ModeTable kModes = MakeModeTable();
 // Stores codes without a branch: eight bytes each time, of which the next code overwrites those not yet full.
 class BitSink {
   public:
-    void Start(uint8_t* output) { begin = out = output; }
-    void Move(uint8_t* output) {
-        out = output + (out - begin);
-        begin = output;
-    }
-    uint32_t Bytes() const { return static_cast<uint32_t>(out - begin); }
+    uint8_t* End() const { return out; }
+    void GoOnAt(uint8_t* place) { out = place; }
 
     // `bits` from the highest on, up to 57 of them, and zeros below.
     void Put(uint64_t bits, uint32_t length) {
@@ -142,13 +138,12 @@ class BitSink {
     void Put(LeftCode code) { Put(Bits(code), Length(code)); }
     void Put(CodeWord code) { Put(ToLeftCode(code.bits, code.length)); }
 
-    void End() {
+    void EndByte() {
         if (count) ++out;
         count = 0;
     }
 
   private:
-    uint8_t* begin = nullptr;
     uint8_t* out = nullptr;
     uint64_t pending = 0;  // the highest count bits are still to be stored for good
     uint32_t count = 0;    // below 8 between two codes
@@ -156,9 +151,8 @@ class BitSink {
 
 class BranchlessCoder : public WordScanner {
   public:
-    void Start(uint8_t* output) { sink.Start(output); }
-    void Move(uint8_t* output) { sink.Move(output); }
-    uint32_t Bytes() const { return sink.Bytes(); }
+    uint8_t* End() const { return sink.End(); }
+    void GoOnAt(uint8_t* place) { sink.GoOnAt(place); }
 
     // Which mode comes next is as good as random to the processor, so pass and vertical mode, five codes of
     // six or more, are one sequence of arithmetic. Throughout, `b` is the first change of the reference line
@@ -194,7 +188,7 @@ class BranchlessCoder : public WordScanner {
     void EndBlock() {
         sink.Put(kEndOfLineCode);
         sink.Put(kEndOfLineCode);
-        sink.End();
+        sink.EndByte();
     }
 
   private:
@@ -222,8 +216,8 @@ class BranchlessCoder : public WordScanner {
 
 }  // namespace
 
-bool EncodeG4Sse2(std::span<const uint8_t> raster, uint32_t width, uint32_t rows, ByteBuffer& output) {
-    return EncodeG4Lines<BranchlessCoder>(raster, width, rows, output);
+bool EncodeG4Sse2(G4Lines& lines, uint32_t width, uint32_t rows, G4Output& output) {
+    return EncodeG4With<BranchlessCoder>(lines, width, rows, output);
 }
 
 }  // namespace cam::tiff

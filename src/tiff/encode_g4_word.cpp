@@ -74,12 +74,8 @@ class WordCoder {
         return ByteScanner::Scan(line, list);
     }
 
-    void Start(uint8_t* output) { begin = out = output; }
-    void Move(uint8_t* output) {
-        out = output + (out - begin);
-        begin = output;
-    }
-    uint32_t Bytes() const { return static_cast<uint32_t>(out - begin); }
+    uint8_t* End() const { return out; }
+    void GoOnAt(uint8_t* place) { out = place; }
 
     // Throughout, `b` is the first change of the reference line right of a0 with the opposite colour, `a` is
     // a1.
@@ -156,7 +152,6 @@ class WordCoder {
         Put((color ? kBlackTerminating : kWhiteTerminating)[length]);
     }
 
-    uint8_t* begin = nullptr;
     uint8_t* out = nullptr;
     uint32_t pending = 0;  // the lowest count bits are still to be stored
     uint32_t count = 0;    // below 16 between two codes
@@ -164,8 +159,8 @@ class WordCoder {
 
 }  // namespace
 
-bool EncodeG4Word(std::span<const uint8_t> raster, uint32_t width, uint32_t rows, ByteBuffer& output) {
-    return EncodeG4Lines<WordCoder>(raster, width, rows, output);
+bool EncodeG4Word(G4Lines& lines, uint32_t width, uint32_t rows, G4Output& output) {
+    return EncodeG4With<WordCoder>(lines, width, rows, output);
 }
 
 }  // namespace cam::tiff

@@ -1,5 +1,5 @@
-// What the Group 4 kernels share: the lists of changing elements, the bounded output area, and for the fast
-// ones the walk over the rows.
+// What the Group 4 kernels share: the lists of changing elements, how much a line can take, and the walk over
+// the lines.
 #pragma once
 
 #include <stdint.h>
@@ -9,7 +9,6 @@
 #include <span>
 #include <utility>
 
-#include "tiff/byte_buffer.h"
 #include "tiff/encode_g4.h"
 
 namespace cam::tiff {
@@ -53,48 +52,35 @@ constexpr uint32_t G4LineBound(uint32_t width) {
     return width + 32;
 }
 
-// Whether a raster of these measures is in the encoder's range and complete.
-inline bool IsG4Raster(std::span<const uint8_t> raster, uint32_t width, uint32_t rows) {
-    return width <= kG4MaxWidth && width % 8 == 0 && uint64_t{width / 8} * rows <= raster.size();
-}
-
-// Sees to it that `room` bytes follow the first `used` ones of the data area, which are kept.
-inline bool EnsureG4Room(ByteBuffer& output, uint32_t used, uint32_t room) {
-    if (output.Capacity() - used >= room) return true;
-    const uint64_t wanted = uint64_t{output.Capacity()} + output.Capacity() / 2 + room;
-    if (!output.IsGrowable() || wanted > UINT32_MAX - 2 || !output.SetLength(used)) return false;
-    output.Resize(static_cast<uint32_t>(wanted), false);
-    return output.Capacity() - used >= room;
-}
-
 // EncodeG4 by a coder with
-//   Start(output), Move(output)         where the data begin, at first and after the area has grown
-//   Bytes()                             how many whole bytes are stored
+//   End()                               past the last byte that is stored for good; null at first
+//   GoOnAt(place)                       what follows goes there; place for G4LineBound
 //   Scan(line, list)                    writes the positions of a line's changes and returns the place past
 //   them;
 //                                       it may overwrite eight entries beyond that
 //   CodeLine(reference, coding, width)  the lists' first changes; both end as G4LineLists::Terminate makes
-//   them EndBlock()
+//   them EndBlock()                     and whole bytes
 template <typename Coder>
-bool EncodeG4Lines(std::span<const uint8_t> raster, uint32_t width, uint32_t rows, ByteBuffer& output) {
-    if (!IsG4Raster(raster, width, rows)) return false;
+bool EncodeG4With(G4Lines& lines, uint32_t width, uint32_t rows, G4Output& output) {
+    if (width > kG4MaxWidth || width % 8 != 0) return false;
     G4LineLists lists;
     if (!lists.Create(width)) return false;
     Coder coder;
-    coder.Start(output.Data());
-    const uint32_t lineBytes = width / 8;
+    const auto goOn = [&] {
+        uint8_t* const place = output.GoOn(coder.End(), G4LineBound(width));
+        if (place) coder.GoOnAt(place);
+        return place != nullptr;
+    };
     for (uint32_t row = 0; row < rows; ++row) {
-        if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
-        coder.Move(output.Data());
-        const auto line = raster.subspan(size_t{row} * lineBytes, lineBytes);
+        if (!goOn()) return false;
+        const std::span<const uint8_t> line(lines.Next(), width / 8);
         G4LineLists::Terminate(coder.Scan(line, lists.Coding() + 1), width);
         coder.CodeLine(lists.Reference() + 1, lists.Coding() + 1, static_cast<int>(width));
         lists.Swap();
     }
-    if (!EnsureG4Room(output, coder.Bytes(), G4LineBound(width))) return false;
-    coder.Move(output.Data());
+    if (!goOn()) return false;
     coder.EndBlock();
-    return output.SetLength(coder.Bytes());
+    return output.Finish(coder.End());
 }
 
 }  // namespace cam::tiff

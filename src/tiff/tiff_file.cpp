@@ -2,8 +2,10 @@
 
 #include <string.h>
 
+#include <memory>
+#include <new>
+
 #include "tiff/encode_g4.h"
-#include "tiff/g4_output.h"
 #include "tiff/tiff_kernels.h"
 
 namespace cam::tiff {
@@ -73,6 +75,29 @@ uint32_t InlineText(const char* text, uint32_t size) {
     return value;
 }
 
+// The picture's rows as bits.
+class PackedLines final : public G4Lines {
+  public:
+    PackedLines(const ConstFrame& from, uint32_t width)
+        : picture(from), bits(new (std::nothrow) uint8_t[width / 8]) {}
+    bool allocated() const { return bits != nullptr; }
+    const uint8_t* Next() override {
+        pack(picture.Row(y++).data(), static_cast<uint32_t>(picture.width), bits.get());
+        return bits.get();
+    }
+
+  private:
+    PackPixelsKernel* const pack = kTiffKernels.Fastest().packPixels;
+    const ConstFrame& picture;
+    uint32_t y = 0;
+    std::unique_ptr<uint8_t[]> bits;
+};
+
+// Room for most pictures: as much as without compression, and a line.
+constexpr uint64_t StripArea(uint32_t width, uint32_t rows) {
+    return uint64_t{width / 8} * rows + width;
+}
+
 }  // namespace
 
 void WriteTiffSignature(ByteBuffer& out) {
@@ -124,33 +149,28 @@ bool WriteTiffHeader(uint32_t width, uint32_t rows, uint32_t stripBytes, bool gr
     return true;
 }
 
-bool EncodeBilevelTiff(ByteBuffer& out, const ConstFrame& picture, const char* description, bool trailer) {
-    out.Clear();
+bool EncodeBilevelStrip(const ConstFrame& picture, G4Output& output) {
     const uint32_t rows = picture.rows();
     const auto pixelsPerRow = static_cast<uint32_t>(picture.width);
     if (pixelsPerRow > kG4MaxWidth) return false;  // also one below 0
-    const uint32_t paddedWidth = (pixelsPerRow + 7) / 8 * 8;
-    const uint32_t bytesPerRow = paddedWidth / 8;
-    const uint64_t rasterSize = uint64_t{bytesPerRow} * rows;
-    const uint64_t area = rasterSize + G4LineBound(paddedWidth);
-    if (area > UINT32_MAX) return false;
+    const uint32_t width = BilevelWidth(pixelsPerRow);
+    if (StripArea(width, rows) > UINT32_MAX) return false;
+    PackedLines lines(picture, width);
+    return lines.allocated() && EncodeG4(lines, width, rows, output);
+}
 
-    ByteBuffer compressed(static_cast<uint32_t>(area), true);
-    {
-        ByteBuffer raster(static_cast<uint32_t>(area), false);
-        if (!raster.Data() || !compressed.Data()) return false;
-        const TiffKernels& kernels = kTiffKernels.Fastest();
-        uint8_t* bits = raster.Data();
-        for (uint32_t y = 0; y < rows; ++y, bits += bytesPerRow)
-            kernels.packPixels(picture.Row(y).data(), pixelsPerRow, bits);
-        if (!raster.SetLength(static_cast<uint32_t>(rasterSize))) return false;
-        if (!EncodeG4(raster.Bytes(), paddedWidth, rows, compressed)) return false;
-    }
-    const uint32_t stripBytes = compressed.Length();
-    WriteTiffHeader(paddedWidth, rows, stripBytes, false, true, description, out, trailer);
+bool EncodeBilevelTiff(ByteBuffer& out, const ConstFrame& picture, const char* description, bool trailer) {
+    out.Clear();
+    const uint32_t width = BilevelWidth(static_cast<uint32_t>(picture.width));
+    const uint64_t area = StripArea(width, picture.rows());
+    if (area > UINT32_MAX) return false;
+    ByteBuffer strip(static_cast<uint32_t>(area), true);
+    BufferOutput output(strip);
+    if (!strip.Data() || !EncodeBilevelStrip(picture, output)) return false;
+    WriteTiffHeader(width, picture.rows(), strip.Length(), false, true, description, out, trailer);
     // What a buffer of fixed size took is its owner's to see by the length, as after the header. One that
     // should have grown and could not would make a file that ends in the middle of the picture.
-    return out.AppendBytes(compressed.Data(), stripBytes) || !out.IsGrowable();
+    return out.AppendBytes(strip.Data(), strip.Length()) || !out.IsGrowable();
 }
 
 }  // namespace cam::tiff

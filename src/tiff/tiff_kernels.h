@@ -3,13 +3,11 @@
 
 #include <stdint.h>
 
-#include <span>
-
 #include "base/processor.h"
+#include "tiff/encode_g4.h"
 
 namespace cam::tiff {
 
-class ByteBuffer;
 struct ThresholdPlan;
 
 // Replaces a plane by black and white. Takes a checked plan with a window that suits the kernel. False, and
@@ -20,10 +18,6 @@ using ThresholdKernel = bool(const ThresholdPlan& plan);
 // The last byte is filled up with 0. `pixels` is aligned to 2 bytes; `bits` takes (count + 7) / 8 bytes. The
 // two must not overlap.
 using PackPixelsKernel = void(const uint8_t* pixels, uint32_t count, uint8_t* bits);
-
-// As EncodeG4.
-using EncodeG4Kernel = bool(std::span<const uint8_t> raster, uint32_t width, uint32_t rows,
-                            ByteBuffer& output);
 
 struct TiffKernels {
     ThresholdKernel* threshold;

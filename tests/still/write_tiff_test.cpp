@@ -39,6 +39,22 @@ TEST_CASE("a saved picture replaces the file and holds what was assembled") {
     }
 }
 
+TEST_CASE("a file that is written in pieces holds what was assembled") {
+    const TestFile file(L"pieces.tif");
+    std::vector<uint8_t> pixels(1600 * 1200 * 2);
+    uint32_t random = 1;
+    for (size_t i = 0; i < pixels.size(); i += 2) {
+        random = random * 1664525 + 1013904223;
+        pixels[i] = pixels[i + 1] = random >> 31 ? 0xFF : 0;
+    }
+    const ConstFrame frame = {pixels, 1600, 1200, 3200};
+    tiff::ByteBuffer expected(10, true);
+    REQUIRE(EncodeBilevelTiff(expected, frame, nullptr, false));
+    REQUIRE(expected.Length() > 400000);
+    CHECK(Write(file.path(), frame) == 0);
+    CHECK(ReadBytes(file.path()) == std::string(expected.Bytes().begin(), expected.Bytes().end()));
+}
+
 TEST_CASE("failures have their numbers, and leave the file that was there or none") {
     const std::vector<uint8_t> pixels(640 * 480 * 2, 0xFF);
     const ConstFrame frame = {pixels, 640, 480, 1280};

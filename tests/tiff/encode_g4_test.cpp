@@ -40,7 +40,7 @@ std::vector<NamedEncoder> FastEncoders() {
 std::vector<uint8_t> Encode(EncodeG4Kernel* encode, const Raster& raster, uint32_t capacity) {
     const GuardedMemory bits(raster.bits.data(), raster.bits.size());
     ByteBuffer output(capacity, true);
-    REQUIRE(encode({bits.data(), bits.size()}, raster.width, raster.rows, output));
+    REQUIRE(EncodeG4({bits.data(), bits.size()}, raster.width, raster.rows, output, encode));
     return {output.Data(), output.Data() + output.Length()};
 }
 
@@ -99,9 +99,9 @@ TEST_CASE("all pictures of three short lines are coded as by the plain encoder")
         raster.bits = {static_cast<uint8_t>(seed), static_cast<uint8_t>(seed >> 8),
                        static_cast<uint8_t>(seed * 7 >> 3)};
         ByteBuffer expected(64, true), actual(64, true);
-        REQUIRE(EncodeG4Plain(raster.bits, 8, 3, expected));
+        REQUIRE(EncodeG4(raster.bits, 8, 3, expected, EncodeG4Plain));
         for (const NamedEncoder& fast : FastEncoders()) {
-            REQUIRE(fast.encode(raster.bits, 8, 3, actual));
+            REQUIRE(EncodeG4(raster.bits, 8, 3, actual, fast.encode));
             if (actual.Length() != expected.Length() ||
                 memcmp(actual.Data(), expected.Data(), actual.Length()) != 0) {
                 CAPTURE(fast.name);
@@ -115,7 +115,9 @@ TEST_CASE("all pictures of three short lines are coded as by the plain encoder")
 TEST_CASE("what is out of range, incomplete or does not fit is refused") {
     const std::vector<uint8_t> bits(8192, 0x55);
     const std::span<const uint8_t> raster = bits;
-    for (EncodeG4Kernel* encode : {&EncodeG4, &EncodeG4Plain, &EncodeG4Word}) {
+    for (EncodeG4Kernel* kernel : {EncodeG4Plain, EncodeG4Word}) {
+        const auto encode = [&](std::span<const uint8_t> bytes, uint32_t width, uint32_t rows,
+                                ByteBuffer& output) { return EncodeG4(bytes, width, rows, output, kernel); };
         ByteBuffer output(16, true);
         CHECK_FALSE(encode(raster, kG4MaxWidth + 8, 1, output));
         CHECK_FALSE(encode(raster, 12, 1, output));

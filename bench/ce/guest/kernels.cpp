@@ -5,8 +5,9 @@
 #include <new>
 
 #include "still/encoders/jpeg_encoder.h"
-#include "still/pixels/pixel_convert.h"
+#include "still/encoders/picture_writers.h"
 #include "still/encoders/png_encoder.h"
+#include "still/pixels/pixel_convert.h"
 #include "tiff/adaptive_threshold.h"
 #include "tiff/byte_buffer.h"
 #include "tiff/encode_g4.h"
@@ -95,8 +96,9 @@ BOOL WINAPI runThreshold(int set, BYTE* plane, DWORD width, LONG height, DWORD s
 DWORD WINAPI runGroup4(int set, const BYTE* raster, DWORD width, DWORD rows, BYTE* out, DWORD room) {
     tiff::ByteBuffer buffer(64 * 1024, true);
     const std::span<const BYTE> bits(raster, width / 8 * rows);
-    const auto encode = set == kChosen ? tiff::EncodeG4 : tiff::kTiffKernels.sets[set]->encodeG4;
-    if (!encode(bits, width, rows, buffer)) return 0;
+    tiff::EncodeG4Kernel* encode = tiff::EncodeG4;
+    if (set != kChosen) encode = tiff::kTiffKernels.sets[set]->encodeG4;
+    if (!tiff::EncodeG4(bits, width, rows, buffer, encode)) return 0;
     return CopyOut(buffer, buffer.Length(), out, room);
 }
 
@@ -118,6 +120,17 @@ DWORD WINAPI runTiff(const BYTE* pixels, LONG width, LONG height, BYTE* out, DWO
     const ConstFrame picture = FrameOf(pixels, width, height, static_cast<DWORD>(RowStride(width)));
     if (!tiff::EncodeBilevelTiff(buffer, picture, nullptr, false)) return 0;
     return CopyOut(buffer, buffer.Length(), out, room);
+}
+
+// A picture's file, as the library writes it: 0 BMP, 1 JPEG, 2 PNG, 3 TIFF.
+DWORD WINAPI runFile(int format, const BYTE* frame, LONG width, LONG height, const wchar_t* name) {
+    constexpr decltype(&still::WriteBmp) kWriters[] = {still::WriteBmp, still::WriteJpeg, still::WritePng,
+                                                       still::WriteTiff};
+    still::StillPicture picture;
+    picture.fileName.reset(new (std::nothrow) wchar_t[wcslen(name) + 1]);
+    if (!picture.fileName) return static_cast<DWORD>(E_OUTOFMEMORY);
+    wcscpy(picture.fileName.get(), name);
+    return kWriters[format](picture, FrameOf(frame, width, height, static_cast<DWORD>(RowStride(width))));
 }
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {

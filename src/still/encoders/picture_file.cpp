@@ -23,6 +23,12 @@ bool PictureFile::Restart() {
     return SetFilePointer(handle, 0, nullptr, FILE_BEGIN) != INVALID_SET_FILE_POINTER && SetEndOfFile(handle);
 }
 
+bool PictureFile::WriteAt(DWORD offset, std::span<const std::uint8_t> bytes) {
+    return SetFilePointer(handle, static_cast<LONG>(offset), nullptr, FILE_BEGIN) !=
+               INVALID_SET_FILE_POINTER &&
+           Write(bytes);
+}
+
 DWORD PictureFile::Finish(EncodeStatus status) {
     if (handle) {
         CloseHandle(handle);

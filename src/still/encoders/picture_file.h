@@ -24,6 +24,9 @@ class PictureFile final : public ByteSink {
     bool Write(std::span<const std::uint8_t> bytes) override;
     bool Restart() override;
 
+    // In the place of bytes that are written already.
+    bool WriteAt(DWORD offset, std::span<const std::uint8_t> bytes);
+
     // Closes the file, and deletes it unless everything went well. Then 0, E_OUTOFMEMORY, or the thread's
     // last error plus 0x80000000; the last error is that of closing or deleting when one of these failed as
     // well, so for a file that could not be created it says why.

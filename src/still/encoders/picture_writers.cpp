@@ -5,6 +5,7 @@
 #include "still/encoders/jpeg_quality.h"
 #include "still/encoders/picture_file.h"
 #include "still/encoders/png_encoder.h"
+#include "still/encoders/tiff_output.h"
 #include "tiff/tiff_file.h"
 
 namespace cam::still {
@@ -51,18 +52,16 @@ DWORD WritePng(const StillPicture& picture, const ConstFrame& frame) {
 }
 
 DWORD WriteTiff(const StillPicture& picture, const ConstFrame& frame) {
-    tiff::ByteBuffer contents((static_cast<DWORD>(frame.width) * frame.rows() + 7) / 8, true);
-    if (!contents.Data()) return static_cast<DWORD>(E_OUTOFMEMORY);
     // Rows of whole pixels, also where the frame's own stride makes them overlap.
     ConstFrame words = frame;
     words.stride = static_cast<DWORD>(RowStride(static_cast<DWORD>(frame.width), kBitsPerPixel));
-    if (!tiff::EncodeBilevelTiff(contents, words, nullptr, false)) return kEncodingFailed;
-
-    PictureFile file(picture.fileName.get());
-    if (!file.opened()) return file.Finish(EncodeStatus::Failed);
-    const bool isWhole = file.Write(contents.Bytes());
-    file.Finish(isWhole ? EncodeStatus::Done : EncodeStatus::Failed);
-    return isWhole ? 0 : kShortWrite;
+    TiffOutput output(picture.fileName.get(), words);
+    if (!output.allocated()) return static_cast<DWORD>(E_OUTOFMEMORY);
+    const bool isWhole = tiff::EncodeBilevelStrip(words, output);
+    if (!output.file) return kEncodingFailed;
+    const bool isOpen = output.file->opened();
+    const DWORD result = output.file->Finish(isWhole ? EncodeStatus::Done : EncodeStatus::Failed);
+    return isWhole || !isOpen ? result : kShortWrite;
 }
 
 }  // namespace cam::still

@@ -18,8 +18,8 @@ DWORD WriteJpeg(const StillPicture& picture, const ConstFrame& frame);
 
 DWORD WritePng(const StillPicture& picture, const ConstFrame& frame);
 
-// Bilevel Group 4: a word of 0 is black, any other white. The file is assembled in memory and written as a
-// whole, with results of its own: 0x8007000E: no memory for the output; 11: the picture cannot be encoded;
+// Bilevel Group 4: a word of 0 is black, any other white. The file is written as a whole (a large one in
+// pieces), with results of its own: 0x8007000E: no memory for the output; 11: the picture cannot be encoded;
 // 29: not all of it was written, which is also what a file that cannot be created gives. Before the file is
 // touched (0x8007000E and 11) an existing one stays.
 DWORD WriteTiff(const StillPicture& picture, const ConstFrame& frame);
