@@ -1,4 +1,5 @@
 // ole32 and oleaut32: classes, BSTRs, VARIANTs.
+#include <algorithm>
 #include <cstring>
 
 #include "emulator/com_object.h"
@@ -12,7 +13,7 @@ namespace {
 const std::string kOle = "ole32.dll", kAutomation = "oleaut32.dll";
 constexpr u16 kVariantBstr = 8, kVariantDispatch = 9, kVariantUnknown = 13;
 constexpr u32 kVariantBytes = 16;
-constexpr u32 kModeChanged = 0x80010106, kModuleNotFound = 0x8007007E;
+constexpr u32 kNotInitialized = 0x800401F0, kModeChanged = 0x80010106, kModuleNotFound = 0x8007007E;
 
 struct Apartments {
     std::map<u32, int> entered;  // by thread
@@ -142,7 +143,13 @@ void BindCom(Process& p) {
         }
     });
     p.Bind(kOle, "CoCreateInstance",
-           [&p](u32 clsid, u32 outer, u32, u32 iid, u32 out) { return Create(p, clsid, outer, iid, out); });
+           [&p](u32 clsid, u32 outer, u32, u32 iid, u32 out) -> u32 {
+               // Threads that have not entered are in the apartment of those that have.
+               const auto& entered = p.Attachment<Apartments>("apartments").entered;
+               if (std::any_of(entered.begin(), entered.end(), [](const auto& one) { return one.second > 0; }))
+                   return Create(p, clsid, outer, iid, out);
+               return p.machine.Write(out, 0u), kNotInitialized;
+           });
     // DLLs that COM has loaded stay to the end of the process.
     p.Bind(kOle, "CoFreeUnusedLibraries", [] {});
     p.Bind(kOle, "CoTaskMemAlloc", [&p](u32 size) { return p.heap.Allocate(size); });

@@ -13,6 +13,7 @@ constexpr u32 kDeviceRecordBytes = 1584;
 
 struct DeviceSearch final : Object {
     std::string Describe() const override { return "device search"; }
+    const char* Closer() const override { return "FindClose"; }
     Guid wanted;
     size_t next = 0;
 };

@@ -24,5 +24,6 @@ struct FileRoom {
 // folder, or else in the device's \Windows.
 std::string HostPath(Process& process, std::u16string_view name);
 std::u16string DevicePath(Process& process, const std::string& hostPath);
+bool IsReadOnly(const std::string& hostPath);
 
 }  // namespace ce

@@ -8,7 +8,9 @@
 
 namespace ce {
 
-struct Drawable : Object {};
+struct Drawable : Object {
+    const char* Closer() const override { return "DeleteObject"; }
+};
 
 struct Bitmap final : Drawable {
     std::string Describe() const override {
@@ -31,10 +33,16 @@ struct Font final : Drawable {
     std::string Describe() const override { return "font"; }
 };
 
+// What a device context begins with: one pixel.
+constexpr u32 kFirstBitmap = 0x000B0001;
+
 struct DeviceContext final : Object {
+    explicit DeviceContext(const char* givenBackBy) : closer(givenBackBy) {}
     std::string Describe() const override { return "device context"; }
+    const char* Closer() const override { return closer; }
+    const char* closer;
     std::shared_ptr<Bitmap> bitmap;
-    u32 bitmapHandle = 0x000B0001;
+    u32 bitmapHandle = kFirstBitmap;
     u32 fontHandle = 0x000F0001;
     u32 textColor = 0;
     u32 backgroundMode = 2;

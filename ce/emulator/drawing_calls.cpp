@@ -77,15 +77,15 @@ u32 DescribeObject(Process& p, u32 handle, u32 size, u32 out) {
 
 void BindObjects(Process& p) {
     p.Bind(kLibrary, "CreateCompatibleDC",
-           [&p](u32) { return p.AddHandle(std::make_shared<DeviceContext>()); });
+           [&p](u32) { return p.AddHandle(std::make_shared<DeviceContext>("DeleteDC")); });
     p.Bind(kLibrary, "GetDC", [&p](u32 window) -> u32 {
-        return IsGone(p, window) ? 0 : p.AddHandle(std::make_shared<DeviceContext>());
+        return IsGone(p, window) ? 0 : p.AddHandle(std::make_shared<DeviceContext>("ReleaseDC"));
     });
     p.Bind(kLibrary, "ReleaseDC", [&p](u32, u32 handle) -> u32 {
-        return p.FromHandle<DeviceContext>(handle) && p.CloseHandle(handle);
+        return p.FromHandle<DeviceContext>(handle) && p.CloseHandle(handle, "ReleaseDC");
     });
     p.Bind(kLibrary, "DeleteDC",
-           [&p](u32 handle) -> u32 { return p.FromHandle<DeviceContext>(handle) && p.CloseHandle(handle); });
+           [&p](u32 handle) -> u32 { return p.FromHandle<DeviceContext>(handle) && p.CloseHandle(handle, "DeleteDC"); });
     p.Bind(kLibrary, "CreateSolidBrush", [&p](u32 color) {
         auto brush = std::make_shared<Brush>();
         brush->color = color;
@@ -101,14 +101,24 @@ void BindObjects(Process& p) {
         return CreateDeviceBitmap(p, width, height, planes, depth, bits);
     });
     p.Bind(kLibrary, "DeleteObject", [&p](u32 handle) -> u32 {
+        const auto object = p.FromHandle<Drawable>(handle);
+        if (!object) return 0;
+        for (const auto& [other, holder] : p.AllHandles()) {
+            const auto context = std::dynamic_pointer_cast<DeviceContext>(holder);
+            if (!context || (context->bitmapHandle != handle && context->fontHandle != handle)) continue;
+            throw Failure("the " + object->Describe() +
+                          " was deleted while it is selected into a device context\n" +
+                          p.machine.Backtrace());
+        }
         if (const auto bitmap = p.FromHandle<Bitmap>(handle); bitmap && bitmap->ownsBits)
             p.heap.Free(bitmap->bits);
-        return p.FromHandle<Drawable>(handle) ? p.CloseHandle(handle) : 0;
+        return p.CloseHandle(handle, "DeleteObject");
     });
     p.Bind(kLibrary, "SelectObject", [&p](u32 contextHandle, u32 handle) -> u32 {
         const auto context = p.FromHandle<DeviceContext>(contextHandle);
         if (!context) return p.SetLastError(kErrorInvalidHandle), 0;
-        if (const auto bitmap = p.FromHandle<Bitmap>(handle)) {
+        const auto bitmap = p.FromHandle<Bitmap>(handle);
+        if (bitmap || handle == kFirstBitmap) {
             context->bitmap = bitmap;
             return std::exchange(context->bitmapHandle, handle);
         }

@@ -84,7 +84,8 @@ void Machine::OnAccess(uc_engine* engine, uc_mem_type type, u64 address, int siz
     const bool aligned = (address & static_cast<u64>(size - 1)) == 0;
     auto call = machine->calls.upper_bound(static_cast<u32>(address));
     const bool past = call != machine->calls.begin() && address < (--call)->first + kPastArguments;
-    if ((aligned && !past) || !machine->fault.empty()) return;
+    const bool gone = machine->IsForbidden(static_cast<u32>(address));
+    if ((aligned && !past && !gone) || !machine->fault.empty()) return;
     u32 pc = 0;
     uc_reg_read(engine, UC_ARM_REG_PC, &pc);
     machine->fault = std::string(aligned ? "" : "unaligned ") + (type == UC_MEM_WRITE ? "store" : "load") +
@@ -94,6 +95,7 @@ void Machine::OnAccess(uc_engine* engine, uc_mem_type type, u64 address, int siz
         machine->fault += ", past the arguments of " + machine->Describe(call->second) +
                           ": another signature or the other calling convention";
     }
+    if (gone) machine->fault += ", memory that has been freed or lies past the end of a block of the heap";
     machine->faultAddress = static_cast<u32>(address);
     uc_emu_stop(engine);
 }
@@ -107,7 +109,9 @@ bool Machine::OnInvalid(uc_engine* engine, uc_mem_type type, u64 address, int si
                        : type == UC_MEM_WRITE_UNMAPPED || type == UC_MEM_WRITE_PROT ? "store"
                                                                                     : "load";
     machine->fault = std::string("invalid ") + what + " of " + std::to_string(size) + " bytes at " +
-                     Hex(static_cast<u32>(address)) + " in " + machine->Describe(pc);
+                     Hex(static_cast<u32>(address)) +
+                     (type == UC_MEM_WRITE_PROT ? ", which may only be read," : "") + " in " +
+                     machine->Describe(pc);
     machine->faultAddress = static_cast<u32>(address);
     return false;
 }

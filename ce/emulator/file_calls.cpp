@@ -56,15 +56,22 @@ std::u16string DevicePath(Process& process, const std::string& hostPath) {
     return FromUtf8(path);
 }
 
+bool IsReadOnly(const std::string& path) {
+    std::error_code error;
+    const fs::perms rights = fs::status(path, error).permissions();
+    return !error && (rights & fs::perms::owner_write) == fs::perms::none;
+}
+
 namespace {
 
 const std::string kLibrary = "coredll.dll";
 constexpr u32 kInvalidHandle = 0xFFFFFFFF;
 constexpr u32 kGenericWrite = 0x40000000, kGenericRead = 0x80000000;
 constexpr u32 kCreateNew = 1, kCreateAlways = 2, kOpenExisting = 3, kOpenAlways = 4;
-constexpr u32 kErrorPathNotFound = 3, kErrorAccessDenied = 5, kErrorFileExists = 80;
+constexpr u32 kShareRead = 1, kShareWrite = 2;
+constexpr u32 kErrorPathNotFound = 3, kErrorAccessDenied = 5, kErrorSharing = 32, kErrorFileExists = 80;
 constexpr u32 kAttributesMissing = 0xFFFFFFFF;
-constexpr u32 kAttributeFolder = 0x10, kAttributeArchive = 0x20;
+constexpr u32 kAttributeReadOnly = 1, kAttributeFolder = 0x10, kAttributeArchive = 0x20;
 constexpr u32 kMaxPath = 260, kFindRecordBytes = 40 + 2 * kMaxPath;
 
 struct File final : Object {
@@ -75,9 +82,30 @@ struct File final : Object {
     std::string path;
     FILE* stream = nullptr;
     bool readable = false, writable = false;
+    u32 share = 0;  // what others may do meanwhile
 };
 
-u32 OpenFile(Process& p, u32 nameAt, u32 access, u32 disposition) {
+// Files that are open by way of CreateFileW.
+std::vector<std::shared_ptr<File>> OpenFiles(Process& p, const std::string& path) {
+    std::vector<std::shared_ptr<File>> files;
+    for (const auto& [handle, object] : p.AllHandles()) {
+        const auto file = std::dynamic_pointer_cast<File>(object);
+        if (file && file->path == path) files.push_back(file);
+    }
+    return files;
+}
+
+u32 AttributesOf(const std::string& path) {
+    return (fs::is_directory(path) ? kAttributeFolder : kAttributeArchive) |
+           (IsReadOnly(path) ? kAttributeReadOnly : 0);
+}
+
+// Why that file may not be removed or replaced; 0 when it may.
+u32 ObstacleTo(Process& p, const std::string& path) {
+    return !OpenFiles(p, path).empty() ? kErrorSharing : IsReadOnly(path) ? kErrorAccessDenied : 0;
+}
+
+u32 OpenFile(Process& p, u32 nameAt, u32 access, u32 share, u32 disposition) {
     const std::string path = HostPath(p, p.machine.Text(nameAt));
     const bool exists = fs::is_regular_file(path);
     p.SetLastError(0);
@@ -88,9 +116,18 @@ u32 OpenFile(Process& p, u32 nameAt, u32 access, u32 disposition) {
     if (!fs::is_directory(fs::path(path).parent_path())) return refuse(kErrorPathNotFound);
     if (disposition == kOpenExisting && !exists) return refuse(kErrorFileNotFound);
     if (disposition == kCreateNew && exists) return refuse(kErrorFileExists);
+    for (const auto& other : OpenFiles(p, path)) {
+        const bool mayRead = other->share & kShareRead, mayWrite = other->share & kShareWrite;
+        if (((access & kGenericRead) && !mayRead) || ((access & kGenericWrite) && !mayWrite) ||
+            (other->readable && !(share & kShareRead)) || (other->writable && !(share & kShareWrite)))
+            return refuse(kErrorSharing);
+    }
+    if (exists && IsReadOnly(path) && ((access & kGenericWrite) || disposition == kCreateAlways))
+        return refuse(kErrorAccessDenied);
     const bool empty = disposition == kCreateAlways || !exists;
     auto file = std::make_shared<File>();
     file->path = path;
+    file->share = share;
     file->readable = access & kGenericRead;
     file->writable = access & kGenericWrite;
     file->stream = std::fopen(path.c_str(), empty ? "w+b" : file->writable ? "r+b" : "rb");
@@ -99,12 +136,13 @@ u32 OpenFile(Process& p, u32 nameAt, u32 access, u32 disposition) {
 }
 
 void BindReading(Process& p) {
-    p.Bind(kLibrary, "CreateFileW", [&p](u32 name, u32 access, u32, u32, u32 disposition, u32, u32) {
-        return OpenFile(p, name, access, disposition);
+    p.Bind(kLibrary, "CreateFileW", [&p](u32 name, u32 access, u32 share, u32, u32 disposition, u32, u32) {
+        return OpenFile(p, name, access, share, disposition);
     });
     p.Bind(kLibrary, "ReadFile", [&p](u32 handle, u32 buffer, u32 size, u32 doneAt, u32) -> u32 {
         const auto file = p.FromHandle<File>(handle);
-        if (!file || !file->readable) return p.SetLastError(kErrorInvalidHandle), 0;
+        if (!file) return p.SetLastError(kErrorInvalidHandle), 0;
+        if (!file->readable) return p.SetLastError(kErrorAccessDenied), 0;
         const size_t done = size ? std::fread(p.machine.Bytes(buffer, size), 1, size, file->stream) : 0;
         if (doneAt) p.machine.Write(doneAt, static_cast<u32>(done));
         return 1;
@@ -112,7 +150,8 @@ void BindReading(Process& p) {
     p.Bind(kLibrary, "WriteFile", [&p](u32 handle, u32 buffer, u32 size, u32 doneAt, u32) -> u32 {
         const auto file = p.FromHandle<File>(handle);
         if (doneAt) p.machine.Write(doneAt, 0u);
-        if (!file || !file->writable) return p.SetLastError(kErrorInvalidHandle), 0;
+        if (!file) return p.SetLastError(kErrorInvalidHandle), 0;
+        if (!file->writable) return p.SetLastError(kErrorAccessDenied), 0;
         u32 count = size;
         auto& room = p.Attachment<FileRoom>("file room").bytes;
         if (room && count > *room) count = *room;
@@ -130,7 +169,8 @@ void BindReading(Process& p) {
     });
     p.Bind(kLibrary, "SetEndOfFile", [&p](u32 handle) -> u32 {
         const auto file = p.FromHandle<File>(handle);
-        if (!file || !file->writable) return p.SetLastError(kErrorInvalidHandle), 0;
+        if (!file) return p.SetLastError(kErrorInvalidHandle), 0;
+        if (!file->writable) return p.SetLastError(kErrorAccessDenied), 0;
         std::fflush(file->stream);
         fs::resize_file(file->path, static_cast<u64>(std::ftell(file->stream)));
         return 1;
@@ -148,13 +188,15 @@ void BindReading(Process& p) {
     });
     p.Bind(kLibrary, "DeleteFileW", [&p](u32 name) -> u32 {
         std::error_code error;
-        if (fs::remove(HostPath(p, p.machine.Text(name)), error)) return 1;
+        const std::string path = HostPath(p, p.machine.Text(name));
+        if (const u32 obstacle = ObstacleTo(p, path)) return p.SetLastError(obstacle), 0;
+        if (fs::remove(path, error)) return 1;
         return p.SetLastError(kErrorFileNotFound), 0;
     });
     p.Bind(kLibrary, "GetFileAttributesW", [&p](u32 name) -> u32 {
         const std::string path = HostPath(p, p.machine.Text(name));
         if (!fs::exists(path)) return p.SetLastError(kErrorFileNotFound), kAttributesMissing;
-        return fs::is_directory(path) ? kAttributeFolder : kAttributeArchive;
+        return AttributesOf(path);
     });
 }
 
@@ -181,6 +223,7 @@ void BindTimes(Process& p) {
 
 struct FileSearch final : Object {
     std::string Describe() const override { return "file search"; }
+    const char* Closer() const override { return "FindClose"; }
     std::vector<fs::path> found;
     size_t next = 0;
 };
@@ -201,9 +244,8 @@ bool NextFile(Process& p, FileSearch& search, u32 record) {
     if (search.next == search.found.size()) return p.SetLastError(kErrorNoMoreFiles), false;
     const fs::path& path = search.found[search.next++];
     std::memset(p.machine.Bytes(record, kFindRecordBytes), 0, kFindRecordBytes);
-    const bool isFolder = fs::is_directory(path);
-    p.machine.Write(record, isFolder ? kAttributeFolder : kAttributeArchive);
-    if (!isFolder) p.machine.Write(record + 32, static_cast<u32>(fs::file_size(path)));
+    p.machine.Write(record, AttributesOf(path));
+    if (!fs::is_directory(path)) p.machine.Write(record + 32, static_cast<u32>(fs::file_size(path)));
     WriteText(p.machine, record + 40, FromUtf8(path.filename().string()).substr(0, kMaxPath - 1));
     return true;
 }
@@ -224,7 +266,7 @@ void BindFolders(Process& p) {
         const auto search = p.FromHandle<FileSearch>(handle);
         return search && NextFile(p, *search, record);
     });
-    p.Bind(kLibrary, "FindClose", [&p](u32 handle) -> u32 { return p.CloseHandle(handle); });
+    p.Bind(kLibrary, "FindClose", [&p](u32 handle) -> u32 { return p.CloseHandle(handle, "FindClose"); });
     p.Bind(kLibrary, "CreateDirectoryW", [&p](u32 name, u32) -> u32 {
         const std::string path = HostPath(p, p.machine.Text(name));
         std::error_code error;
@@ -240,14 +282,17 @@ void BindFolders(Process& p) {
     p.Bind(kLibrary, "MoveFileW", [&p](u32 from, u32 to) -> u32 {
         const std::string target = HostPath(p, p.machine.Text(to));
         std::error_code error;
+        const std::string source = HostPath(p, p.machine.Text(from));
         if (fs::exists(target)) return p.SetLastError(kErrorAlreadyExists), 0;
-        fs::rename(HostPath(p, p.machine.Text(from)), target, error);
+        if (!OpenFiles(p, source).empty()) return p.SetLastError(kErrorSharing), 0;
+        fs::rename(source, target, error);
         return error ? (p.SetLastError(kErrorFileNotFound), 0) : 1;
     });
     p.Bind(kLibrary, "CopyFileW", [&p](u32 from, u32 to, u32 keepExisting) -> u32 {
         const std::string target = HostPath(p, p.machine.Text(to));
         std::error_code error;
         if (keepExisting && fs::exists(target)) return p.SetLastError(kErrorFileExists), 0;
+        if (const u32 obstacle = ObstacleTo(p, target)) return p.SetLastError(obstacle), 0;
         fs::copy_file(HostPath(p, p.machine.Text(from)), target, fs::copy_options::overwrite_existing, error);
         return error ? (p.SetLastError(kErrorFileNotFound), 0) : 1;
     });

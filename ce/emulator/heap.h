@@ -1,7 +1,8 @@
 // The program's heap, with its book-keeping outside the program's memory: every block has fences, and what is
-// freed twice or written past its end is reported.
+// freed twice, written past its end, or used after it was freed is reported.
 #pragma once
 
+#include <deque>
 #include <map>
 #include <utility>
 
@@ -18,7 +19,7 @@ class Heap {
     u32 AllocateSurely(u32 size);
     void Free(u32 address);
     u32 Size(u32 address);
-    // Fences of all blocks are whole, else Failure.
+    // Fences of all blocks are whole, and nothing was written into what is free, else Failure.
     void Validate();
     size_t Blocks() const { return blocks.size(); }
     u32 Bytes() const { return bytes; }
@@ -41,10 +42,21 @@ class Heap {
     struct Block {
         u32 size, room, serial, caller;
     };
+    // Freed not long ago, and not used again yet.
+    struct Resting {
+        u32 address;
+        Block block;
+        u32 freedBy;
+    };
     void CheckFences(u32 address, const Block& block);
+    void CheckRest(const Resting& rest);
+    void SetGone(u32 address, u32 room, bool gone);
 
     Machine& machine;
     std::map<u32, Block> blocks;
+    std::deque<Resting> resting;
+    u32 restingBytes = 0;
+    std::vector<u8> gone;  // for each 8 bytes, whether they belong to no block
     std::multimap<u32, u32> freeBlocks;  // room → address
     u32 next;
     u32 serial = 0;

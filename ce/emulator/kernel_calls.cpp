@@ -16,6 +16,10 @@ u32 WaitFor(Process& process, const std::vector<u32>& handles, bool all, u32 mil
             process.SetLastError(kErrorInvalidHandle);
             return kWaitFailed;
         }
+        if (!objects.back()->Waitable()) {
+            throw Failure("a wait for " + objects.back()->Describe() + ", which nobody can wait for\n" +
+                          process.machine.Backtrace());
+        }
     }
     return process.scheduler.Wait(std::move(objects), all, milliseconds);
 }
@@ -47,11 +51,9 @@ u32 CreateEventStandIn(Process& process, u32 manual, u32 initial, u32 name) {
     process.SetLastError(0);
     std::u16string text = name ? process.machine.Text(name) : std::u16string();
     if (!text.empty()) {
-        if (auto existing = process.namedObjects.find(text); existing != process.namedObjects.end()) {
-            if (auto shared = existing->second) {
-                process.SetLastError(kErrorAlreadyExists);
-                return process.AddHandle(shared);
-            }
+        if (auto shared = process.namedObjects[text].lock()) {
+            process.SetLastError(kErrorAlreadyExists);
+            return process.AddHandle(shared);
         }
     }
     auto event = std::make_shared<Event>();

@@ -9,6 +9,7 @@ namespace ce {
 
 struct Event final : Object {
     std::string Describe() const override { return "event " + std::string(name.begin(), name.end()); }
+    bool Waitable() const override { return true; }
     bool Signaled(Thread&) override { return signaled; }
     void Consume(Thread&) override {
         if (!manual) signaled = false;
@@ -23,6 +24,7 @@ struct CriticalSection final : Object {
     std::string Describe() const override {
         return "a lock held by " + (owner ? owner->name : std::string("nobody"));
     }
+    bool Waitable() const override { return true; }
     bool Signaled(Thread& thread) override { return !owner || owner == &thread; }
     void Consume(Thread& thread) override {
         owner = &thread;
@@ -34,6 +36,7 @@ struct CriticalSection final : Object {
 
 struct Semaphore final : Object {
     std::string Describe() const override { return "semaphore"; }
+    bool Waitable() const override { return true; }
     bool Signaled(Thread&) override { return count > 0; }
     void Consume(Thread&) override { --count; }
     u32 count = 0, maximum = 0;
@@ -41,6 +44,8 @@ struct Semaphore final : Object {
 
 struct MessageQueue final : Object {
     std::string Describe() const override { return "message queue"; }
+    const char* Closer() const override { return "CloseMsgQueue"; }
+    bool Waitable() const override { return true; }
     bool Signaled(Thread&) override { return !messages.empty(); }
     std::deque<std::vector<u8>> messages;
     u32 maximum = 0;
@@ -50,6 +55,7 @@ struct MessageQueue final : Object {
 
 struct PowerRequest final : Object {
     std::string Describe() const override { return "power notification"; }
+    const char* Closer() const override { return "StopPowerNotifications"; }
     std::weak_ptr<MessageQueue> queue;
     u32 flags = 0;
 };

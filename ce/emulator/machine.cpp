@@ -46,7 +46,8 @@ u64 Arguments::Long() {
 
 Machine::Machine() {
     Check(uc_open(UC_ARCH_ARM, UC_MODE_ARM, &engine), "the emulator does not start");
-    Check(uc_ctl_set_cpu_model(engine, UC_CPU_ARM_926), "no such processor");
+    // The one that has the instructions of ARMv4T and no later ones.
+    Check(uc_ctl_set_cpu_model(engine, UC_CPU_ARM_TI925T), "no such processor");
     Map(kStubBase, kStubBytes);
     for (u32 offset = 0; offset < kStubBytes; offset += 4) Write(kStubBase + offset, kReturnInstruction);
     uc_hook hook;
@@ -90,6 +91,15 @@ const Machine::Region* Machine::Find(u32 address, u32 size) const {
 }
 
 u8* Machine::Bytes(u32 address, u32 size) {
+    if (size && (IsForbidden(address) || IsForbidden(address + size - 1))) {
+        throw Failure("a system call was given the address " + Hex(address) +
+                      ", which belongs to no block of the heap: it has been freed, or lies past an end\n" +
+                      Backtrace());
+    }
+    return Anything(address, size);
+}
+
+u8* Machine::Anything(u32 address, u32 size) {
     const Region* region = Find(address, size);
     if (region) return region->bytes + (address - region->address);
     throw Failure("a system call was given the address " + Hex(address) + ", which is not mapped\n" +
@@ -239,6 +249,14 @@ std::string Machine::Describe(u32 address) const {
     return places.Describe(address);
 }
 
+// Page by page: a range is given up as a whole only when it is one piece, which rights divide.
+void Machine::ForgetCode() {
+    constexpr u32 kPage = 0x1000;
+    for (u32 page = places.CodeLow() / kPage * kPage; page < places.CodeHigh(); page += kPage) {
+        if (IsMapped(page)) uc_ctl_remove_cache(engine, page, page + kPage);
+    }
+}
+
 void Machine::CheckAlignment(bool on) {
     if (on == (accessHook != 0)) return;
     if (on) {
@@ -248,7 +266,7 @@ void Machine::CheckAlignment(bool on) {
     } else {
         uc_hook_del(engine, accessHook);
         accessHook = 0;
-        uc_ctl_remove_cache(engine, places.CodeLow(), places.CodeHigh());
+        ForgetCode();
     }
 }
 
@@ -260,7 +278,7 @@ void Machine::StartCounting() {
     if (blockHook != 0) return;
     Check(uc_hook_add(engine, &blockHook, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnBlock), this, 1, 0),
           "hook");
-    uc_ctl_remove_cache(engine, places.CodeLow(), places.CodeHigh());
+    ForgetCode();
 }
 
 u64 Machine::StopCounting() {

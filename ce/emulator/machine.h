@@ -79,6 +79,15 @@ class Machine {
     void Write(u32 address, T value) {
         __builtin_memcpy(Bytes(address, sizeof(T)), &value, sizeof(T));
     }
+    // As Bytes, and also what is forbidden.
+    u8* Anything(u32 address, u32 size = 1);
+    // Nobody may touch those 8 bytes whose byte in `granules` is not 0. For one range, as long as the machine.
+    void Forbid(u32 address, u32 size, const u8* granules) {
+        forbiddenStart = address, forbiddenSize = size, forbidden = granules;
+    }
+    bool IsForbidden(u32 address) const {
+        return address - forbiddenStart < forbiddenSize && forbidden[(address - forbiddenStart) / 8];
+    }
     bool IsMapped(u32 address, u32 size = 1) const { return Find(address, size) != nullptr; }
     std::u16string Text(u32 address);
     std::string Narrow(u32 address);
@@ -129,6 +138,7 @@ class Machine {
 
     const Region* Find(u32 address, u32 size) const;
     void Run();
+    void ForgetCode();
     u64 RunStub(const Stub& stub, Arguments& arguments);
     std::string DescribeRegisters();
     [[noreturn]] void Fault(uc_err error, u32 pc);
@@ -141,6 +151,8 @@ class Machine {
     uc_hook accessHook = 0;
     uc_hook blockHook = 0;
     std::vector<Region> regions;
+    u32 forbiddenStart = 0, forbiddenSize = 0;
+    const u8* forbidden = nullptr;
     std::deque<Stub> stubs;  // one that runs may add others
     int pendingStub = -1;
     u64 instructions = 0;

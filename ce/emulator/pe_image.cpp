@@ -12,6 +12,7 @@ constexpr u32 kExport = 0, kImport = 1, kRelocation = 5;
 constexpr u16 kDllFlag = 0x2000;
 constexpr u32 kOrdinalFlag = 0x80000000;
 constexpr u16 kHighLow = 3;
+constexpr u32 kWritable = 0x80000000;
 
 template <typename T>
 T At(const std::vector<u8>& bytes, u64 offset, const std::string& path) {
@@ -112,6 +113,8 @@ PeImage PeImage::Read(const std::string& path) {
             throw Failure(path + ": a section lies outside the image");
         }
         if (raw) std::memcpy(image.memory.data() + rva, file.data() + offset, raw);
+        image.sections.push_back(
+            {rva, At<u32>(file, at + 8, path), (At<u32>(file, at + 36, path) & kWritable) != 0});
     }
     const auto directory = [&](u32 index) { return At<u32>(file, optional + 96 + 8 * index, path); };
     if (const u32 table = directory(kImport)) ReadImports(image, table);

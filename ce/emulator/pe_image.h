@@ -17,6 +17,11 @@ struct ImportSlot {
     u32 rva = 0;
 };
 
+struct PeSection {
+    u32 rva = 0, size = 0;
+    bool isWritable = false;
+};
+
 struct PeImage {
     std::string path;
     u32 base = 0;
@@ -25,6 +30,7 @@ struct PeImage {
     u16 machine = 0, subsystem = 0, majorVersion = 0;
     bool isProgram = false;  // else a DLL
     std::vector<u8> memory;  // as mapped, not relocated
+    std::vector<PeSection> sections;
     std::vector<u32> relocations;
     std::vector<ImportSlot> imports;
     std::map<std::string, u32> exports;  // by name

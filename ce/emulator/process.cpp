@@ -69,6 +69,13 @@ Module& Process::Load(const std::string& path) {
     machine.places.Add({module->name, module->base, size}, path.substr(0, path.find_last_of('.')) + ".sym",
                        module->image.exports);
     BindImports(*module);
+    // What the sections say; the processor does not tell code from data.
+    machine.Protect(module->base, size, UC_PROT_READ | UC_PROT_EXEC);
+    for (const PeSection& section : module->image.sections) {
+        const u32 first = section.rva / kPage * kPage;
+        const u32 bytes = std::min((section.rva + section.size + kPage - 1) / kPage * kPage, size) - first;
+        if (section.isWritable) machine.Protect(module->base + first, bytes, UC_PROT_ALL);
+    }
     modules.push_back(std::move(module));
     Module& loaded = *modules.back();
     if (loaded.image.isProgram) return loaded;
@@ -200,10 +207,16 @@ ObjectPtr Process::FromHandle(u32 handle) {
     return found == handles.end() ? nullptr : found->second;
 }
 
-bool Process::CloseHandle(u32 handle) {
-    if (handles.erase(handle)) return true;
-    SetLastError(kErrorInvalidHandle);
-    return false;
+bool Process::CloseHandle(u32 handle, const char* closer) {
+    const ObjectPtr object = FromHandle(handle);
+    if (!object) return SetLastError(kErrorInvalidHandle), false;
+    if (std::strcmp(object->Closer(), closer) != 0) {
+        throw Failure("a handle was closed with " + std::string(closer) + ", but it is that of " +
+                      object->Describe() + ", which " + object->Closer() + " closes\n" +
+                      machine.Backtrace());
+    }
+    handles.erase(handle);
+    return true;
 }
 
 std::string Process::DescribeHandles() const {

@@ -131,7 +131,8 @@ class Process {
     std::shared_ptr<T> FromHandle(u32 handle) {
         return std::dynamic_pointer_cast<T>(FromHandle(handle));
     }
-    bool CloseHandle(u32 handle);
+    // False for what is no handle; Failure when another function has to close it.
+    bool CloseHandle(u32 handle, const char* closer = "CloseHandle");
     size_t Handles() const { return handles.size(); }
     const std::map<u32, ObjectPtr>& AllHandles() const { return handles; }
     std::string DescribeHandles() const;
@@ -143,7 +144,7 @@ class Process {
     u32 NewText(std::u16string_view text);
     u32 NewBlock(u32 size) { return heap.AllocateSurely(size); }
 
-    std::map<std::u16string, ObjectPtr> namedObjects;
+    std::map<std::u16string, std::weak_ptr<Object>> namedObjects;  // they end with their last handle
     std::string folder;
     std::vector<std::u16string> debugText;
     // Told of what the program writes to the debugger and to its standard streams; wide text comes as UTF-8.

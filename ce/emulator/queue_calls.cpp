@@ -46,7 +46,7 @@ void BindQueues(Process& p) {
                p.SetLastError(kErrorInsufficientBuffer);
                return 0;
            });
-    p.Bind(kLibrary, "CloseMsgQueue", [&p](u32 handle) -> u32 { return p.CloseHandle(handle); });
+    p.Bind(kLibrary, "CloseMsgQueue", [&p](u32 handle) -> u32 { return p.CloseHandle(handle, "CloseMsgQueue"); });
     p.Bind(kLibrary, "RequestPowerNotifications", [&p](u32 handle, u32 flags) -> u32 {
         const auto queue = p.FromHandle<MessageQueue>(handle);
         if (!queue) return 0;
@@ -56,7 +56,8 @@ void BindQueues(Process& p) {
         p.Attachment<PowerRequests>("power").push_back(request);
         return p.AddHandle(request);
     });
-    p.Bind(kLibrary, "StopPowerNotifications", [&p](u32 handle) -> u32 { return p.CloseHandle(handle); });
+    p.Bind(kLibrary, "StopPowerNotifications",
+           [&p](u32 handle) -> u32 { return p.CloseHandle(handle, "StopPowerNotifications"); });
 }
 
 bool PostPowerMessage(Process& process, u32 kind) {

@@ -15,6 +15,7 @@ constexpr u32 kFirstRoot = 0x80000000, kLastRoot = 0x80000003;
 
 struct RegistryKey final : Object {
     std::string Describe() const override { return "registry key " + std::string(path.begin(), path.end()); }
+    const char* Closer() const override { return "RegCloseKey"; }
     std::u16string path;
 };
 
@@ -166,7 +167,7 @@ void BindRegistry(Process& p) {
                return OpenKey(p, path, out);
            });
     p.Bind(kLibrary, "RegCloseKey",
-           [&p](u32 key) -> u32 { return IsRoot(key) || p.CloseHandle(key) ? 0 : kErrorInvalidHandle; });
+           [&p](u32 key) -> u32 { return IsRoot(key) || p.CloseHandle(key, "RegCloseKey") ? 0 : kErrorInvalidHandle; });
     p.Bind(kLibrary, "RegQueryValueExW",
            [&p, &registry](u32 key, u32 name, u32, u32 typeAt, u32 buffer, u32 sizeAt) -> u32 {
                std::u16string path;

@@ -129,11 +129,16 @@ u32 Scheduler::Wait(std::vector<ObjectPtr> objects, bool all, u32 milliseconds) 
     thread.deadline.reset();
     if (milliseconds != kInfinite) thread.deadline = now + milliseconds;
     // Signalled already: no switch. A wait for nothing at all lets others run.
-    if (!thread.objects.empty() && Satisfied(thread)) return thread.result;
-    if (!thread.objects.empty() && milliseconds == 0) return kWaitTimeout;
-    thread.waiting = true;
-    SwitchAway();
-    return thread.result;
+    u32 result = kWaitTimeout;
+    if (!thread.objects.empty() && Satisfied(thread)) {
+        result = thread.result;
+    } else if (thread.objects.empty() || milliseconds != 0) {
+        thread.waiting = true;
+        SwitchAway();
+        result = thread.result;
+    }
+    thread.objects.clear();  // they may end with their last handle
+    return result;
 }
 
 void Scheduler::HandOver(const Object& object) {

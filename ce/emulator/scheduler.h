@@ -34,12 +34,17 @@ struct Object {
     // What a wait asks. Objects that cannot be waited on are signalled.
     virtual bool Signaled(Thread&) { return true; }
     virtual void Consume(Thread&) {}
+    // Whether the system lets a program wait for it.
+    virtual bool Waitable() const { return false; }
+    // The one function that gives its handles back.
+    virtual const char* Closer() const { return "CloseHandle"; }
 };
 using ObjectPtr = std::shared_ptr<Object>;
 
 class Thread final : public Object {
   public:
     std::string Describe() const override { return "thread " + name; }
+    bool Waitable() const override { return true; }
     // Without the place that the name of its function comes with.
     std::string ShortName() const { return name.substr(0, name.rfind(" (")); }
     bool Signaled(Thread&) override { return finished; }

@@ -20,6 +20,7 @@ struct Stream final : Object {
     explicit Stream(FILE* opened) : stream(opened) {}
     ~Stream() override { std::fclose(stream); }
     std::string Describe() const override { return "stream"; }
+    const char* Closer() const override { return "fclose"; }
     FILE* stream;
 };
 
@@ -42,7 +43,8 @@ FILE* FileOf(Process& p, u32 handle, const char* call) {
 
 u32 Open(Process& p, const std::u16string& name, const std::u16string& mode) {
     const std::string path = HostPath(p, name);
-    const bool canOpen = !std::filesystem::is_directory(path);
+    const bool isRead = mode.starts_with(u'r') && mode.find(u'+') == std::u16string::npos;
+    const bool canOpen = !std::filesystem::is_directory(path) && (isRead || !IsReadOnly(path));
     FILE* stream = canOpen ? std::fopen(path.c_str(), ToUtf8(mode).c_str()) : nullptr;
     if (!stream) return p.SetLastError(kErrorFileNotFound), 0;
     return p.AddHandle(std::make_shared<Stream>(stream));
@@ -117,7 +119,7 @@ void BindStreams(Process& p) {
     p.Bind(kLibrary, "fopen", [&p](u32 name, u32 mode) {
         return Open(p, FromUtf8(p.machine.Narrow(name)), FromUtf8(p.machine.Narrow(mode)));
     });
-    p.Bind(kLibrary, "fclose", [&p](u32 handle) -> u32 { return p.CloseHandle(handle) ? 0 : kEndOfFile; });
+    p.Bind(kLibrary, "fclose", [&p](u32 handle) -> u32 { return p.CloseHandle(handle, "fclose") ? 0 : kEndOfFile; });
     p.Bind(kLibrary, "fread", [&p](u32 buffer, u32 size, u32 count, u32 handle) -> u32 {
         FILE* stream = FileOf(p, handle, "fread");
         if (size == 0 || count == 0) return 0;

@@ -77,7 +77,12 @@ void BindWide(Process& p) {
            [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), false); });
     p.Bind(kLibrary, "_wcsicmp",
            [&m](u32 one, u32 other) { return Compare(m.Text(one), m.Text(other), true); });
-    p.Bind(kLibrary, "_wcsdup", [&p](u32 text) { return p.NewText(p.machine.Text(text)); });
+    p.Bind(kLibrary, "_wcsdup", [&p](u32 text) {
+        const std::u16string copied = p.machine.Text(text);
+        const u32 block = p.heap.Allocate(static_cast<u32>(2 * copied.size() + 2));
+        if (block) WriteText(p.machine, block, copied);
+        return block;
+    });
     p.Bind(kLibrary, "iswctype", [](u32 unit, u32 type) -> u32 {
         if (unit >= 0x80) return 0;
         const int c = static_cast<int>(unit);

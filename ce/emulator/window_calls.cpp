@@ -154,14 +154,14 @@ void BindLooks(Process& p) {
         Window* found = windows.Find(window);
         if (!found) return 0;
         found->dirty = false;
-        const u32 context = p.AddHandle(std::make_shared<DeviceContext>());
+        const u32 context = p.AddHandle(std::make_shared<DeviceContext>("EndPaint"));
         std::memset(p.machine.Bytes(record, 64), 0, 64);
         p.machine.Write(record, context);
         WriteRectangle(p, record + 8, 0, 0, found->width, found->height);
         return context;
     });
     p.Bind(kLibrary, "EndPaint",
-           [&p](u32, u32 record) -> u32 { return p.CloseHandle(p.machine.Read<u32>(record)); });
+           [&p](u32, u32 record) -> u32 { return p.CloseHandle(p.machine.Read<u32>(record), "EndPaint"); });
     p.Bind(kLibrary, "GetClientRect", [&p, &windows](u32 window, u32 rectangle) -> u32 {
         const Window* found = windows.Find(window);
         if (IsGone(p, window)) return p.SetLastError(kErrorInvalidWindow), 0;

@@ -130,11 +130,33 @@ class Faults(Device):
             (6, ("deadlock", "thread main waits for event never", "from WaitForever+")),
             (7, ("call to an unbound import: late.dll!lateFunction", "from main+")),
             (8, ("a C++ exception", "from Throw+")),
+            (11, ("invalid store of 4 bytes at ", "which may only be read, in StoreToConstant")),
+            (12, ("store of 4 bytes at ", "in StoreToFreed", "memory that has been freed")),
+            (13, ("load of 1 bytes at ", "in LoadPastTheEnd", "past the end of a block of the heap")),
+            (14, ("a system call was given the address ", "it has been freed", "from CopyFromFreed")),
+            (15, ("undefined instruction", "in RunLaterInstruction", "ARMv4T lacks")),
+            (16, ("closed with CloseHandle, but it is that of registry key ", "which RegCloseKey closes", "from CloseKeyAsHandle")),
+            (17, ("closed with RegCloseKey, but it is that of event", "from CloseEventAsKey")),
+            (18, ("that of file search, which FindClose closes", "from CloseSearchAsHandle")),
+            (19, ("a wait for registry key ", "from WaitForKey")),
+            (20, ("closed with ReleaseDC", "which DeleteDC closes", "from ReleaseCompatibleContext")),
+            (21, ("the bitmap 8 x 8 was deleted while it is selected", "from DeleteSelectedBitmap")),
+            (22, ("the buffer of a sample of 32 bytes was written beyond its ends", "from WritePastASample")),
         ):
             with self.subTest(number):
                 done = self.run_it("faults.exe", number, image="faults.exe")
                 self.assertEqual(done.returncode, 125)
                 self.has(done.stderr, *parts, "faults.exe faulted")
+
+    def test_what_is_written_unwatched_after_it_was_freed(self):
+        done = self.run_it("--fast", "faults.exe", 12, image="faults.exe")
+        self.assertEqual(done.returncode, 125)
+        self.has(done.stderr, "the block of 16 bytes allocated by StoreToFreed", "was written after that")
+
+    def test_what_the_system_refuses(self):
+        self.file("fixed.txt", "x").chmod(0o444)
+        done = self.run_it("faults.exe", image="faults.exe")
+        self.assertEqual(done.returncode, 0, f"bits of RefusedInTime: {done.returncode:b}\n{done.stderr}")
 
     def test_place_without_a_list_of_symbols(self):
         shutil.copy(BIN / "selftest.dll", self.folder)

@@ -13,6 +13,8 @@ constexpr u32 kSubtypeAt = 16, kFixedAt = 32, kSampleSizeAt = 40, kFormatAt = 44
               kBlockAt = 68;
 constexpr u32 kTimeAt = 40, kBitmapAt = 48;
 constexpr u32 kBitFields = 3;
+constexpr u32 kMarkBytes = 8;
+constexpr u8 kMarkByte = 0xFD;
 constexpr u32 kYuy2FourCc = 0x32595559;
 
 }  // namespace
@@ -157,8 +159,9 @@ Sample* MemAllocator::TakeBuffer() {
 
 Sample::Sample(Process& owner, MemAllocator& home, u32 bytes)
     : HostObject(owner, "sample"), allocator(home), buffer(TakeBlock(bytes + 16) + 8), size(bytes) {
-    // The size in front of the buffer, for the allocator; behind it a mark that the program must not touch.
+    // The size in front of the buffer, for the allocator; past it a mark that the program must not touch.
     machine.Write(buffer - 8, size);
+    std::memset(machine.Bytes(buffer + size, kMarkBytes), kMarkByte, kMarkBytes);
     std::vector<MethodEntry> methods = {
         Method("GetPointer", [this](u32 out) -> u32 { return machine.Write(out, buffer), kOk; }),
         Method("GetSize", [this]() -> u32 { return size; }),
@@ -178,6 +181,19 @@ Sample::Sample(Process& owner, MemAllocator& home, u32 bytes)
         Method("SetMediaTime", [](u32, u32) -> u32 { return kOk; }),
     };
     Implement(kIidMediaSample, "IMediaSample", std::move(methods));
+}
+
+void MemAllocator::GiveBack(Sample* sample) {
+    sample->CheckMarks();
+    freeSamples.push_back(sample);
+}
+
+void Sample::CheckMarks() const {
+    const u8* mark = machine.Bytes(buffer + size, kMarkBytes);
+    const bool isWhole = std::all_of(mark, mark + kMarkBytes, [](u8 byte) { return byte == kMarkByte; });
+    if (isWhole && machine.Read<u32>(buffer - 8) == size) return;
+    throw Failure("the buffer of a sample of " + std::to_string(size) +
+                  " bytes was written beyond its ends before this release\n" + machine.Backtrace());
 }
 
 Sample::~Sample() {

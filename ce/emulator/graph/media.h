@@ -73,7 +73,7 @@ class MemAllocator : public HostObject {
     u32 SetProperties(u32 count, u32 size);
     // With a reference; null when all buffers are out or it is not committed.
     Sample* TakeBuffer();
-    void GiveBack(Sample* sample) { freeSamples.push_back(sample); }
+    void GiveBack(Sample* sample);
     bool Idle() const override;
     bool committed = false;
     u32 BufferSize() const { return size; }
@@ -90,6 +90,8 @@ class Sample : public HostObject {
     ~Sample() override;
     u32 Buffer() const { return buffer; }
     u32 Pointer() const { return Interface(kIidMediaSample); }
+    // Failure when something was written in front of the buffer or past its end.
+    void CheckMarks() const;
     u32 length = 0;
 
   protected:
