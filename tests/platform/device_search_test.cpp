@@ -46,7 +46,7 @@ class ActiveDevices {
         const std::wstring active = std::wstring(kActive) + L"\\" + number;
         Set(driver, L"IClass", type, classes.c_str(), (classes.size() + 1) * sizeof(wchar_t));
         Set(active, L"Key", REG_SZ, driver.c_str(), (driver.size() + 1) * sizeof(wchar_t));
-        Set(active, L"Name", REG_SZ, name, (wcslen(name) + 1) * sizeof(wchar_t));
+        if (name) Set(active, L"Name", REG_SZ, name, (wcslen(name) + 1) * sizeof(wchar_t));
         if (handle) Set(active, L"Hnd", REG_DWORD, &handle, sizeof handle);
     }
 
@@ -116,6 +116,10 @@ TEST_CASE("the devices of a class are found in the order of their keys") {
         REQUIRE(found.names.size() == 1);
         CHECK(found.names[0] == L"CAMER");
         CHECK(found.handles[0] == nullptr);
+    }
+    SUBCASE("one that lost its name") {
+        devices.Add(L"00", nullptr, 3, REG_SZ, kCamera);
+        CHECK(Search().names == std::vector<std::wstring>{L""});
     }
 }
 
