@@ -142,14 +142,13 @@ void BindCom(Process& p) {
             throw Failure("CoUninitialize without CoInitializeEx\n" + p.machine.Backtrace());
         }
     });
-    p.Bind(kOle, "CoCreateInstance",
-           [&p](u32 clsid, u32 outer, u32, u32 iid, u32 out) -> u32 {
-               // Threads that have not entered are in the apartment of those that have.
-               const auto& entered = p.Attachment<Apartments>("apartments").entered;
-               if (std::any_of(entered.begin(), entered.end(), [](const auto& one) { return one.second > 0; }))
-                   return Create(p, clsid, outer, iid, out);
-               return p.machine.Write(out, 0u), kNotInitialized;
-           });
+    p.Bind(kOle, "CoCreateInstance", [&p](u32 clsid, u32 outer, u32, u32 iid, u32 out) -> u32 {
+        // Threads that have not entered are in the apartment of those that have.
+        const auto& entered = p.Attachment<Apartments>("apartments").entered;
+        if (std::any_of(entered.begin(), entered.end(), [](const auto& one) { return one.second > 0; }))
+            return Create(p, clsid, outer, iid, out);
+        return p.machine.Write(out, 0u), kNotInitialized;
+    });
     // DLLs that COM has loaded stay to the end of the process.
     p.Bind(kOle, "CoFreeUnusedLibraries", [] {});
     p.Bind(kOle, "CoTaskMemAlloc", [&p](u32 size) { return p.heap.Allocate(size); });

@@ -84,8 +84,9 @@ void BindObjects(Process& p) {
     p.Bind(kLibrary, "ReleaseDC", [&p](u32, u32 handle) -> u32 {
         return p.FromHandle<DeviceContext>(handle) && p.CloseHandle(handle, "ReleaseDC");
     });
-    p.Bind(kLibrary, "DeleteDC",
-           [&p](u32 handle) -> u32 { return p.FromHandle<DeviceContext>(handle) && p.CloseHandle(handle, "DeleteDC"); });
+    p.Bind(kLibrary, "DeleteDC", [&p](u32 handle) -> u32 {
+        return p.FromHandle<DeviceContext>(handle) && p.CloseHandle(handle, "DeleteDC");
+    });
     p.Bind(kLibrary, "CreateSolidBrush", [&p](u32 color) {
         auto brush = std::make_shared<Brush>();
         brush->color = color;

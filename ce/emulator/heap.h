@@ -56,7 +56,7 @@ class Heap {
     std::map<u32, Block> blocks;
     std::deque<Resting> resting;
     u32 restingBytes = 0;
-    std::vector<u8> gone;  // for each 8 bytes, whether they belong to no block
+    std::vector<u8> gone;                // for each 8 bytes, whether they belong to no block
     std::multimap<u32, u32> freeBlocks;  // room → address
     u32 next;
     u32 serial = 0;

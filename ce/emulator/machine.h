@@ -81,7 +81,8 @@ class Machine {
     }
     // As Bytes, and also what is forbidden.
     u8* Anything(u32 address, u32 size = 1);
-    // Nobody may touch those 8 bytes whose byte in `granules` is not 0. For one range, as long as the machine.
+    // Nobody may touch those 8 bytes whose byte in `granules` is not 0. For one range, as long as the
+    // machine.
     void Forbid(u32 address, u32 size, const u8* granules) {
         forbiddenStart = address, forbiddenSize = size, forbidden = granules;
     }

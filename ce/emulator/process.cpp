@@ -212,8 +212,7 @@ bool Process::CloseHandle(u32 handle, const char* closer) {
     if (!object) return SetLastError(kErrorInvalidHandle), false;
     if (std::strcmp(object->Closer(), closer) != 0) {
         throw Failure("a handle was closed with " + std::string(closer) + ", but it is that of " +
-                      object->Describe() + ", which " + object->Closer() + " closes\n" +
-                      machine.Backtrace());
+                      object->Describe() + ", which " + object->Closer() + " closes\n" + machine.Backtrace());
     }
     handles.erase(handle);
     return true;

@@ -46,7 +46,8 @@ void BindQueues(Process& p) {
                p.SetLastError(kErrorInsufficientBuffer);
                return 0;
            });
-    p.Bind(kLibrary, "CloseMsgQueue", [&p](u32 handle) -> u32 { return p.CloseHandle(handle, "CloseMsgQueue"); });
+    p.Bind(kLibrary, "CloseMsgQueue",
+           [&p](u32 handle) -> u32 { return p.CloseHandle(handle, "CloseMsgQueue"); });
     p.Bind(kLibrary, "RequestPowerNotifications", [&p](u32 handle, u32 flags) -> u32 {
         const auto queue = p.FromHandle<MessageQueue>(handle);
         if (!queue) return 0;

@@ -166,8 +166,9 @@ void BindRegistry(Process& p) {
                if (dispositionAt) p.machine.Write(dispositionAt, isNew ? 1u : 2u);
                return OpenKey(p, path, out);
            });
-    p.Bind(kLibrary, "RegCloseKey",
-           [&p](u32 key) -> u32 { return IsRoot(key) || p.CloseHandle(key, "RegCloseKey") ? 0 : kErrorInvalidHandle; });
+    p.Bind(kLibrary, "RegCloseKey", [&p](u32 key) -> u32 {
+        return IsRoot(key) || p.CloseHandle(key, "RegCloseKey") ? 0 : kErrorInvalidHandle;
+    });
     p.Bind(kLibrary, "RegQueryValueExW",
            [&p, &registry](u32 key, u32 name, u32, u32 typeAt, u32 buffer, u32 sizeAt) -> u32 {
                std::u16string path;

@@ -119,7 +119,8 @@ void BindStreams(Process& p) {
     p.Bind(kLibrary, "fopen", [&p](u32 name, u32 mode) {
         return Open(p, FromUtf8(p.machine.Narrow(name)), FromUtf8(p.machine.Narrow(mode)));
     });
-    p.Bind(kLibrary, "fclose", [&p](u32 handle) -> u32 { return p.CloseHandle(handle, "fclose") ? 0 : kEndOfFile; });
+    p.Bind(kLibrary, "fclose",
+           [&p](u32 handle) -> u32 { return p.CloseHandle(handle, "fclose") ? 0 : kEndOfFile; });
     p.Bind(kLibrary, "fread", [&p](u32 buffer, u32 size, u32 count, u32 handle) -> u32 {
         FILE* stream = FileOf(p, handle, "fread");
         if (size == 0 || count == 0) return 0;

@@ -25,8 +25,8 @@ TEST_CASE("a wait dispatches messages, one between two looks at the handles") {
     windowClass.lpfnWndProc = Count;
     windowClass.lpszClassName = L"HandleWaitTest";
     RegisterClassW(&windowClass);
-    const HWND window =
-        CreateWindowExW(0, windowClass.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    const HWND window = CreateWindowExW(0, windowClass.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE,
+                                        nullptr, nullptr, nullptr);
     REQUIRE(window);
     const UniqueHandle first(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
         last(CreateEventW(nullptr, FALSE, FALSE, nullptr));

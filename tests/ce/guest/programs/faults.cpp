@@ -1,4 +1,5 @@
-// One fault for each number that it is called with, what a program may leave open, and what the system refuses.
+// One fault for each number that it is called with, what a program may leave open, and what the system
+// refuses.
 #include <windows.h>
 
 #include <objbase.h>
