@@ -3,7 +3,7 @@
 # analysis included: guarded fields without their lock, functions on a thread of another role.
 #
 #   scripts/check.sh                     formatting and structure; a few seconds
-#   scripts/check.sh --tidy [FILES...]   clang-tidy as well, over FILES or all of src, device_kit and tools; minutes
+#   scripts/check.sh --tidy [FILES...]   clang-tidy as well, over FILES or all of src, device_kit, tools and apps; minutes
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -25,7 +25,7 @@ scripts/architecture.py || { echo "check: the structure of the tree is broken as
 [ -n "$tidy" ] || exit 0
 
 [ -f build/host/compile_commands.json ] || { echo "check: configure first: cmake --preset host" >&2; exit 1; }
-if [ $# -eq 0 ]; then mapfile -t files < <(git ls-files 'src/*.cpp' 'device_kit/*.cpp' 'tools/*.cpp' | grep -v '/ce/'); else files=("$@"); fi
+if [ $# -eq 0 ]; then mapfile -t files < <(git ls-files 'src/*.cpp' 'device_kit/*.cpp' 'tools/*.cpp' 'apps/*.cpp' | grep -v '/ce/'); else files=("$@"); fi
 include=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
 printf '%s\0' "${files[@]}" | xargs -0 -n 4 -P 2 clang-tidy -quiet -p build/host \
     --extra-arg=--target=x86_64-w64-mingw32 --extra-arg=-isystem"$include" --extra-arg=-isystem"$include/x86_64-w64-mingw32" \

@@ -41,12 +41,14 @@ std::vector<CameraEntry> ListCameras() {
     return cameras;
 }
 
+void CameraService::Note(std::wstring what) {
+    mailbox.Post(Logged::Now(std::move(what)));
+}
+
 template <typename Value>
 ocellus::Result<Value> CameraService::Note(std::wstring call, ocellus::Result<Value> result, bool quiet) {
     if (quiet) return result;
-    Logged line;
-    GetLocalTime(&line.time);
-    line.call = std::move(call);
+    Logged line = Logged::Now(std::move(call));
     line.result = result.Name();
     line.remedy = result.Remedy();
     mailbox.Post(std::move(line));
@@ -133,8 +135,7 @@ CameraEntry CameraService::Choose(const OpenRequest& request) {
 }
 
 void CameraService::OpenNow(const OpenRequest& request) {
-    if (std::exchange(isSelected, false))
-        static_cast<void>(Note(L"camShutDown", camera->ShutDown(), request.isAgain));
+    CloseNow(request.isAgain);
     {
         const std::lock_guard guard(lock);
         meter.Start(0);
@@ -164,7 +165,22 @@ void CameraService::OpenNow(const OpenRequest& request) {
     StartNow();
 }
 
+// What came of the preview is told as well: no frame may be lost between the camera and here.
+void CameraService::CloseNow(bool quiet) {
+    if (!std::exchange(isSelected, false)) return;
+    static_cast<void>(Note(L"camShutDown", camera->ShutDown(), quiet));
+    const Meter seen = Frames();
+    if (seen.frames == 0) return;
+    std::wstring words =
+        L"preview: " + std::to_wstring(seen.frames) + L" frames, " + std::to_wstring(seen.lost) + L" lost";
+    if (isKit && current.type == CAM_TYPE_DSHOW)
+        words += L", " + std::to_wstring(kitControl.PreviewFrames() - kitFramesBefore) + L" sent by the kit";
+    Note(std::move(words));
+}
+
 void CameraService::StartNow() {
+    isKit = current.type == CAM_TYPE_IMAGER ? KitControl::IsTheImager() : kitControl.IsTheCamera();
+    kitFramesBefore = isKit && current.type == CAM_TYPE_DSHOW ? kitControl.PreviewFrames() : 0;
     const camResult started = Note(L"camStartPreview", camera->StartPreview()).Code();
     {
         const std::lock_guard guard(lock);
@@ -174,7 +190,7 @@ void CameraService::StartNow() {
     if (started != camOk) mailbox.Post(CameraFailed{current.name, started, true});
     CameraOpened opened;
     opened.camera = current;
-    opened.isKit = current.type == CAM_TYPE_IMAGER ? KitControl::IsTheImager() : kitControl.IsTheCamera();
+    opened.isKit = isKit;
     opened.resolutions = Note(L"camGetResolutionCount", camera->Resolutions()).Or({});
     opened.resolution = camera->CurrentResolution().Or({});
     if (auto number = camera->Get(CAM_PROPERTY_CAMERA_ID)) opened.number = std::move(number).OrThrow().value;
@@ -196,7 +212,7 @@ void CameraService::RestartPreview() {
 // A webcam tells what it can send while nobody uses it.
 void CameraService::ListFormats(const CameraEntry& entry, const OpenRequest& again) {
     thread.Do([this, entry, again] {
-        if (std::exchange(isSelected, false)) static_cast<void>(Note(L"camShutDown", camera->ShutDown()));
+        CloseNow();
         auto formats =
             Note(L"camListDeviceFormats " + Quoted(entry.name), ocellus::DeviceFormats(entry.identity));
         const camResult result = formats.Code();
@@ -208,6 +224,7 @@ void CameraService::ListFormats(const CameraEntry& entry, const OpenRequest& aga
 void CameraService::End() {
     thread.Do([this] {
         static_cast<void>(ocellus::WatchDevices(nullptr, 0));
+        CloseNow();
         camera.reset();
         stampFont.reset();
         PostMessageW(eventsWindow, kClosedMessage, 0, 0);

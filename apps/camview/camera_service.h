@@ -88,10 +88,12 @@ class CameraService {
     bool PrepareKit(const OpenRequest& request);
     CameraEntry Choose(const OpenRequest& request);
     void OpenNow(const OpenRequest& request);
+    void CloseNow(bool quiet = false);
     void StartNow();
     void SetWanted(int id);
     camResult SetNow(int id, long value, long flags);
     std::vector<PropertyInfo> ReadProperties();
+    void Note(std::wstring what);
     template <typename Value>
     ocellus::Result<Value> Note(std::wstring call, ocellus::Result<Value> result, bool quiet = false);
 
@@ -111,11 +113,13 @@ class CameraService {
     std::unique_ptr<ocellus::Camera> camera;  // from Begin to End
     CameraEntry current;
     bool isSelected = false;
+    bool isKit = false;        // of `current`, once it is open
+    long kitFramesBefore = 0;  // that the kit had sent by then
     camResult lastFailure = camOk;
     cam::UniqueFont stampFont;  // until the next picture
     double statedRate = 0;
 
-    TaskThread thread{COINIT_MULTITHREADED};  // the last member: its tasks use the others
+    TaskThread thread{COINIT_MULTITHREADED, L"camview camera"};  // the last member: its tasks use the others
 };
 
 // The cameras there are, the imager last when its library is there.

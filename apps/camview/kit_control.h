@@ -31,15 +31,24 @@ class KitControl {
     bool IsTheCamera();
     static bool IsTheImager();
 
-    void Lose() const { loseDevice(); }
+    // Window's thread. It stays lost until somebody wants it back: without a scenario of the viewer's, the
+    // kit has it back whenever a camera is made.
+    void Lose() {
+        loseDevice();
+        staysLost = true;
+    }
+    bool StaysLost() const { return staysLost; }
+    void WantBack() { staysLost = false; }
     void Resume() const { resume(); }
     // The next picture is refused.
     void FailNextTrigger(bool ofImager) const;
     std::wstring Counts() const;
+    long PreviewFrames() const { return previewFrames(); }
     std::wstring CallLog(bool ofImager) const;
 
   private:
     std::atomic<bool> isLoaded = false;  // publishes the others
+    bool staysLost = false;
     decltype(&kitLoadScenario) loadScenario = nullptr;
     decltype(&kitAnswerNext) answerNext = nullptr;
     decltype(&kitResume) resume = nullptr;

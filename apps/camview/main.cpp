@@ -8,6 +8,7 @@
 #include <ocellus/camera.hpp>
 
 #include "model/command_line.h"
+#include "task_thread.h"
 #include "ui/main_window.h"
 #include "ui/screen.h"
 
@@ -44,6 +45,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
     SetEnvironmentVariableW(L"OCELLUS_HEADLESS", L"1");
     INITCOMMONCONTROLSEX controls = {sizeof controls, ICC_WIN95_CLASSES | ICC_STANDARD_CLASSES};
     InitCommonControlsEx(&controls);
+    NameThread(L"camview window");
     ForceDpi(answer.wanted.dpi);
     auto* const window = new MainWindow(answer.wanted);
     window->Show();

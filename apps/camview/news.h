@@ -95,6 +95,13 @@ struct Logged {
     std::wstring call;
     std::wstring result;
     std::wstring remedy;
+
+    static Logged Now(std::wstring what) {
+        Logged line;
+        GetLocalTime(&line.time);
+        line.call = std::move(what);
+        return line;
+    }
 };
 struct PictureFiled {
     std::wstring file;

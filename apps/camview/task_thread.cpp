@@ -6,7 +6,15 @@
 
 namespace camview {
 
-TaskThread::TaskThread(DWORD apartment) : thread([this, apartment] { Run(apartment); }) {}
+void NameThread(const wchar_t* name) {
+    using SetName = HRESULT(WINAPI*)(HANDLE, const wchar_t*);
+    const auto setName = reinterpret_cast<SetName>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernelbase.dll"), "SetThreadDescription")));
+    if (setName) setName(GetCurrentThread(), name);
+}
+
+TaskThread::TaskThread(DWORD apartment, const wchar_t* name)
+    : thread([this, apartment, name] { Run(apartment, name); }) {}
 
 TaskThread::~TaskThread() {
     if (!thread.joinable()) return;
@@ -27,7 +35,8 @@ void TaskThread::Do(std::function<void()> task) {
     wake.notify_one();
 }
 
-void TaskThread::Run(DWORD apartment) {
+void TaskThread::Run(DWORD apartment, const wchar_t* name) {
+    NameThread(name);
     const HRESULT initialised = CoInitializeEx(nullptr, apartment);
     for (;;) {
         std::function<void()> task;

@@ -11,10 +11,13 @@
 
 namespace camview {
 
+// The name that the system's tools show of this thread, where the system keeps names.
+void NameThread(const wchar_t* name);
+
 class TaskThread {
   public:
-    // `apartment`: COINIT_..., for COM on that thread.
-    explicit TaskThread(DWORD apartment);
+    // `apartment`: COINIT_..., for COM on that thread; `name`: for debuggers and for who measures.
+    TaskThread(DWORD apartment, const wchar_t* name);
     // Waits for what is under way; what has not begun is left out.
     ~TaskThread();
     TaskThread(const TaskThread&) = delete;
@@ -24,7 +27,7 @@ class TaskThread {
     void Do(std::function<void()> task);
 
   private:
-    void Run(DWORD apartment);
+    void Run(DWORD apartment, const wchar_t* name);
 
     std::mutex lock;
     std::condition_variable wake;

@@ -5,7 +5,6 @@ stay as it is.
     camview_soak.py CAMVIEW.EXE CAMVIEW_POKE.EXE [MINUTES]
 """
 import os
-import pathlib
 import shutil
 import sys
 import time
@@ -26,14 +25,8 @@ def counts(viewer):
 
 def processor_seconds():
     """Of all of the viewer's threads, from the system below Wine."""
-    for process in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
-            if b"camview.exe" in (process / "comm").read_bytes() and f"{person.FOLDER.name}".encode() in (process / "cmdline").read_bytes():
-                fields = (process / "stat").read_text().rpartition(")")[2].split()
-                return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
-        except OSError:
-            continue  # it has ended meanwhile
-    return 0
+    fields = (person.process_of_viewer() / "stat").read_text().rpartition(")")[2].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 def main():

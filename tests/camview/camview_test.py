@@ -1,11 +1,15 @@
 #!/usr/bin/env python3
 """Uses the viewer as a person does: mouse and keyboard on a display of its own; looks at files, texts and pixels.
 
-    camview_test.py CAMVIEW.EXE CAMVIEW_POKE.EXE
+    camview_test.py CAMVIEW.EXE CAMVIEW_POKE.EXE [pictures|cameras]
+
+What a person does with pictures and settings, or with cameras and their faults; without a word both.
 """
 import os
 import pathlib
+import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -66,14 +70,15 @@ class Control:
 class Viewer:
     """One start of the program."""
 
-    def __init__(self, *arguments, state="state"):
+    def __init__(self, *arguments, state="state", webcams=False):
         self.log = FOLDER / "log"
         self.log.unlink(missing_ok=True)
         self.pictures = FOLDER / "pictures"
         self.pictures.mkdir(exist_ok=True)
         command = [ROOT / "scripts" / "host.sh", PROGRAM, "--state", windows_path(FOLDER / state), "--log", windows_path(self.log),
                    "--dpi", "96", *arguments]
-        self.process = subprocess.Popen([str(part) for part in command], stdin=subprocess.DEVNULL)
+        environment = dict(os.environ, OCELLUS_WEBCAMS="1" if webcams else "0")
+        self.process = subprocess.Popen([str(part) for part in command], stdin=subprocess.DEVNULL, env=environment)
         self.poke = None
 
     def ask(self, command):
@@ -130,7 +135,8 @@ class Viewer:
         self.type(text)
 
     def choose(self, label, entry):
-        """In a drop-down list, by its place; looks whether it has taken, as a person does, and tries again."""
+        """In a drop-down list, by its place; looks whether it has taken, as a person does, and tries again: an open list closes when the
+        camera's own window goes at that moment."""
         def chosen():
             box = self.the(after=label, kind="ComboBox")
             if box.state == entry:
@@ -165,15 +171,36 @@ class Viewer:
         wait_for(f"{count} files {pattern}", lambda: len(self.files(pattern)) >= count)
 
     def close(self):
+        self.focus_picture()
         self.key("alt+F4")
         self.ended()
 
     def ended(self):
         code = self.process.wait(timeout=DEADLINE)
         check(f"the viewer ends with 0, not {code}", code == 0)
+        # One is on its way when the camera is shut down.
+        for seen, sent in re.findall(r"preview: (\d+) frames.* (\d+) sent by the kit", self.log.read_text(encoding="utf-8")):
+            check(f"of {sent} frames {seen} arrived", abs(int(sent) - int(seen)) <= 1)
         if self.poke:
             self.poke.stdin.close()
             self.poke.wait(timeout=DEADLINE)
+
+
+def viewers_below_wine():
+    """The processes of this test's viewers, as folders of /proc."""
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            words = (process / "cmdline").read_bytes().decode(errors="replace")
+        except OSError:
+            continue  # it has ended meanwhile
+        if FOLDER.name in words and words.partition("\0")[0].endswith("camview.exe"):
+            yield process
+
+
+def process_of_viewer():
+    for process in viewers_below_wine():
+        return process
+    raise Failed("the system below Wine does not show the viewer")
 
 
 def pixel(x, y):
@@ -197,8 +224,8 @@ def is_grey(color):
 
 # ---- What a person does ----------------------------------------------------------------------------------------------
 
-def first_start():
-    viewer = Viewer("--folder", windows_path(FOLDER / "pictures"))
+def first_start(state):
+    viewer = Viewer("--folder", windows_path(FOLDER / "pictures"), state=state)
     viewer.logs("first frame")
     check("a newcomer sees the first page", viewer.the(kind="SysTabControl32").state == 0)
     wait_for("the chart is on the screen", lambda: is_red(picture_corner(viewer)))
@@ -399,6 +426,85 @@ def screens(viewer):
         wait_for("the picture is there", lambda: is_red(picture_corner(viewer)))
 
 
+def names(viewer):
+    """As screen readers have them: everything that the Tab key reaches has a name, and fields of one page have different ones."""
+    pages = 0
+    fields = set()
+    for _, kind, number, name in viewer.ask("names"):
+        if kind == "camview.page":
+            pages += 1
+        if kind not in ("Button", "Edit", "ComboBox", "msctls_trackbar32", "SysListView32", "SysTabControl32", "camview.preview"):
+            continue
+        check(f"{kind} {number} of page {pages} has a name, not '{name}'", any(letter.isalnum() for letter in name))
+        if kind in ("Edit", "ComboBox", "msctls_trackbar32", "SysListView32"):
+            check(f"'{name}' is the name of one field", (pages, name) not in fields)
+            fields.add((pages, name))
+    check(f"there are many: {len(fields)}", len(fields) > 50 and pages > 5)
+
+
+def kit_form(viewer):
+    """Properties of the kit's camera, changed by numbers instead of JSON."""
+    frames = viewer.lines("first frame")
+    viewer.tab(4)
+    viewer.choose("Property", 1)
+    wait_for("the camera's own range stands there", lambda: viewer.find(number=113, kind="Edit").text == "200")
+    viewer.set_text(viewer.the(number=113, kind="Edit"), "150")
+    viewer.the("Change").click()
+    viewer.logs("first frame", frames + 1)
+    viewer.choose("Property", 12)
+    viewer.the("Exists").click()
+    viewer.the("Change").click()
+    viewer.logs("first frame", frames + 2)
+    viewer.tab(1)
+    wait_for("there is no zoom", lambda: not viewer.find("Zoom"))
+    viewer.set_text(viewer.the(number=209, kind="Edit"), "170")
+    viewer.key("Return")
+    viewer.logs("camSetProperty 1 = 150\tcamOk")
+    viewer.tab(4)
+    viewer.choose("Property", 1)
+    viewer.set_text(viewer.the(number=114, kind="Edit"), "0")
+    viewer.the("Change").click()
+    viewer.fault("The scenario cannot be played", "step")
+    viewer.dismiss()
+    viewer.choose("Scenario", 1)
+    viewer.choose("Scenario", 0)
+    frames = viewer.lines("first frame")
+    viewer.the("Play scenario").click()
+    viewer.logs("first frame", frames + 1)
+
+
+def webcam():
+    """The kit as a webcam: found, seen, unplugged and plugged in again."""
+    def plug(how):
+        run(ROOT / "scripts" / "host.sh", PROGRAM.parent / "camctl.exe", "kit", "webcam", how)
+
+    plug("on")
+    try:
+        viewer = Viewer("--folder", windows_path(FOLDER / "pictures"), state="webcam", webcams=True)
+        viewer.logs("camSelect \"Device kit webcam\"\tcamOk")
+        viewer.logs("first frame")
+        wait_for("the chart is on the screen", lambda: is_red(picture_corner(viewer)))
+        before = len(viewer.files())
+        viewer.focus_picture()
+        viewer.key("space")
+        viewer.wait_for_files(before + 1)
+        plug("off")
+        viewer.tab(4)
+        viewer.the("Lose the device now").click()
+        viewer.fault("Device kit webcam sends no pictures any more")
+        plug("on")
+        viewer.logs("first frame", 2)
+        viewer.no_fault()
+        wait_for("the chart is back", lambda: is_red(picture_corner(viewer)))
+        viewer.close()
+    finally:
+        plug("off")
+
+
+def close(viewer):
+    viewer.close()
+
+
 def close_with_a_picture_on_its_way(viewer):
     viewer.focus_picture()
     before = len(viewer.files())
@@ -440,9 +546,19 @@ def nothing_registered():
 def from_the_command_line():
     refused = subprocess.run([ROOT / "scripts" / "host.sh", PROGRAM, "--nonsense"], capture_output=True, text=True, stdin=subprocess.DEVNULL)
     check("a wrong word is refused", refused.returncode == 2 and "nonsense" in refused.stderr)
-    viewer = Viewer("--snap", windows_path(FOLDER / "one.png"), "--exit-after", "8", state="fresh")
+    one = FOLDER / "one.png"
+    viewer = Viewer("--snap", windows_path(one), state="fresh")
+    wait_for("the picture that was asked for", lambda: one.exists() and one.stat().st_size)
+    viewer.close()
+    check("it is whole", run("identify", "-regard-warnings", "-format", "%m", one) == "PNG")
+    viewer = Viewer("--exit-after", "1", state="fresh")
     viewer.ended()
-    check("the picture that was asked for", run("identify", "-format", "%m", FOLDER / "one.png") == "PNG")
+
+
+HALVES = {
+    "pictures": (pictures, resolution, controls, settings, bad_places, screens, close_with_a_picture_on_its_way, from_the_command_line),
+    "cameras": (names, faults, kit_form, cameras, close, second_start, webcam, nothing_registered),
+}
 
 
 def display():
@@ -458,6 +574,8 @@ def display():
     os.environ["DISPLAY"] = ":" + os.read(read, 20).decode().strip()
     os.environ["OCELLUS_HEADLESS"] = "0"
     os.environ.setdefault("OCELLUS_WINE_PREFIX", str(ROOT / "build" / "wine-camview"))
+    # A Wine prefix that is made first may take longer than anything has that is waited for.
+    subprocess.run([ROOT / "scripts" / "host.sh", PROGRAM.parent / "camctl.exe", "--version"], check=True, stdout=subprocess.DEVNULL, timeout=300)
     return server
 
 
@@ -467,15 +585,13 @@ def main():
     viewer = None
     try:
         started = time.monotonic()
-        viewer = first_start()
-        for part in (pictures, resolution, controls, settings, bad_places, faults, cameras, screens, close_with_a_picture_on_its_way):
-            step = part.__name__
-            part(viewer)
+        for half in sys.argv[3:] or HALVES:
+            viewer = first_start(half)
             print(f"{step}: {time.monotonic() - started:.1f} s", flush=True)
-        for part in (second_start, from_the_command_line, nothing_registered):
-            step = part.__name__
-            part()
-            print(f"{step}: {time.monotonic() - started:.1f} s", flush=True)
+            for part in HALVES[half]:
+                step = part.__name__
+                part(viewer) if part.__code__.co_argcount else part()
+                print(f"{step}: {time.monotonic() - started:.1f} s", flush=True)
     except Failed as failure:
         picture = ROOT / "build" / "camview-failure.png"
         subprocess.run(["import", "-window", "root", str(picture)], check=False)
@@ -483,8 +599,8 @@ def main():
         print((FOLDER / "log").read_text() if (FOLDER / "log").exists() else "none")
         return 1
     finally:
-        if viewer and viewer.process.poll() is None:
-            viewer.process.terminate()
+        for process in viewers_below_wine():
+            os.kill(int(process.name), signal.SIGTERM)
         server.terminate()
         server.wait()
         shutil.rmtree(FOLDER, ignore_errors=True)

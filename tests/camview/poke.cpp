@@ -3,11 +3,14 @@
 // tells where things are and what they say.
 //
 //     list       every window of the viewer and its dialogs: handle, parent, class, id, visible, enabled,
-//     left, top, width, height, state, text dpi N      tells the viewer that its screen has N dots an inch
-//     counts     handles, GDI objects, user objects, kilobytes of memory, processor milliseconds
+//                left, top, width, height, state, text
+//     names      every control as screen readers have it from the system: handle, class, id, name
+//     dpi N      tells the viewer that its screen has N dots an inch
+//     counts     handles, GDI objects, windows, kilobytes of memory
 #include <windows.h>
 
 #include <commctrl.h>
+#include <oleacc.h>
 #include <psapi.h>
 #include <winternl.h>
 
@@ -71,6 +74,37 @@ BOOL CALLBACK PrintAll(HWND top, LPARAM viewer) {
     if (process != viewersProcess || !IsWindowVisible(top)) return TRUE;
     Print(top, 0);
     EnumChildWindows(top, Print, 0);
+    return TRUE;
+}
+
+// The text before a list names it. Wine's part of the system knows that of fields only.
+std::string LabelBefore(HWND window) {
+    const HWND label = GetWindow(window, GW_HWNDPREV);
+    wchar_t kind[64] = L"", text[400] = L"";
+    GetClassNameW(label, kind, 64);
+    SendMessageTimeoutW(label, WM_GETTEXT, 400, reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG, 2000,
+                        nullptr);
+    return lstrcmpiW(kind, L"Static") == 0 ? Utf8(text) : "";
+}
+
+BOOL CALLBACK PrintName(HWND window, LPARAM) {
+    wchar_t kind[64] = L"";
+    GetClassNameW(window, kind, 64);
+    IAccessible* object = nullptr;
+    BSTR name = nullptr;
+    VARIANT self = {};
+    self.vt = VT_I4;
+    self.lVal = CHILDID_SELF;
+    AccessibleObjectFromWindow(window, static_cast<DWORD>(OBJID_CLIENT), __uuidof(IAccessible),
+                               reinterpret_cast<void**>(&object));
+    if (object) {
+        object->get_accName(self, &name);
+        object->Release();
+    }
+    const bool isList = lstrcmpiW(kind, L"ComboBox") == 0;
+    printf("%p\t%s\t%d\t%s\n", static_cast<void*>(window), Utf8(kind).c_str(), GetDlgCtrlID(window),
+           isList ? LabelBefore(window).c_str() : Utf8(name ? name : L"").c_str());
+    SysFreeString(name);
     return TRUE;
 }
 
@@ -142,11 +176,14 @@ void PrintCounts(HWND window) {
 
 int main() {
     char line[100];
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     while (fgets(line, sizeof line, stdin)) {
         const HWND window = FindWindowW(L"camview", nullptr);
         int dpi = 0;
         if (window && strncmp(line, "list", 4) == 0) {
             EnumWindows(PrintAll, reinterpret_cast<LPARAM>(window));
+        } else if (window && strncmp(line, "names", 5) == 0) {
+            EnumChildWindows(window, PrintName, 0);
         } else if (window && sscanf(line, "dpi %d", &dpi) == 1) {
             constexpr UINT kDpiChanged = 0x02E0;
             SendMessageW(window, kDpiChanged, static_cast<WPARAM>(MAKELONG(dpi, dpi)), 0);

@@ -1,5 +1,9 @@
 #include "model/texts.h"
 
+#include <ocellus/cam_properties.hpp>
+
+#include <algorithm>
+
 namespace camview {
 
 namespace {
@@ -24,6 +28,15 @@ std::wstring Say(Text text, std::initializer_list<std::wstring_view> words) {
         at += word.size();
     }
     return said;
+}
+
+std::wstring SayProperty(int id) {
+    const ocellus::PropertyName* const property = ocellus::FindProperty(id);
+    if (!property) return Say(Text::PropertyNumber, {std::to_wstring(id)});
+    std::wstring name(property->name.begin(), property->name.end());
+    std::replace(name.begin(), name.end(), L'-', L' ');
+    name[0] = static_cast<wchar_t>(name[0] - L'a' + L'A');
+    return name;
 }
 
 std::wstring SayPlainly(Text text) {

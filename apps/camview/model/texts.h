@@ -10,6 +10,7 @@ namespace camview {
 #define CAMVIEW_TEXTS(X)                                                                  \
     X(Title, L"Ocellus camview")                                                          \
     X(TitleWithCamera, L"{} - Ocellus camview")                                           \
+    X(Pages, L"Pages")                                                                    \
     X(TabPicture, L"Picture")                                                             \
     X(TabControls, L"Controls")                                                           \
     X(TabCamera, L"Camera")                                                               \
@@ -30,7 +31,7 @@ namespace camview {
     X(Threshold2, L"20 % darker is black")                                                \
     X(NoChoice, L"none")                                                                  \
     X(Folder, L"F&older")                                                                 \
-    X(Browse, L"...")                                                                     \
+    X(Browse, L"Browse...")                                                               \
     X(BrowseFolder, L"Choose the folder for pictures")                                    \
     X(Pattern, L"&Name")                                                                  \
     X(NextName, L"Next: {}")                                                              \
@@ -118,6 +119,15 @@ namespace camview {
     X(Scenario, L"S&cenario")                                                             \
     X(ScenarioText, L"Scenario as JSON, or the path of a file")                           \
     X(Play, L"&Play scenario")                                                            \
+    X(KitProperty, L"Pr&operty")                                                          \
+    X(KitHas, L"E&xists")                                                                 \
+    X(KitRange, L"From, to, step")                                                        \
+    X(KitMinimum, L"Smallest value")                                                      \
+    X(KitMaximum, L"Largest value")                                                       \
+    X(KitStep, L"Step")                                                                   \
+    X(KitDefault, L"Default value")                                                       \
+    X(KitDefaultUnit, L"default")                                                         \
+    X(KitChange, L"Chan&ge")                                                              \
     X(CopyCalls, L"Copy c&all log")                                                       \
     X(ScenarioPlain, L"No faults")                                                        \
     X(ScenarioSlow, L"Slow driver")                                                       \
@@ -182,6 +192,9 @@ const wchar_t* Say(Text text);
 
 // With {} replaced by the words, in their order.
 std::wstring Say(Text text, std::initializer_list<std::wstring_view> words);
+
+// "White balance"; one without a name has its number.
+std::wstring SayProperty(int id);
 
 // Without the mark of the key: for screen readers.
 std::wstring SayPlainly(Text text);

@@ -40,15 +40,6 @@ ControlsPage::ControlsPage(HWND parent, Viewer& owner) : Page(parent, owner) {
     ShowWindow(unnamed, SW_HIDE);
 }
 
-std::wstring ControlsPage::NameOf(int id) const {
-    const ocellus::PropertyName* const property = ocellus::FindProperty(id);
-    if (!property) return Say(Text::PropertyNumber, {std::to_wstring(id)});
-    std::wstring name(property->name.begin(), property->name.end());
-    std::replace(name.begin(), name.end(), L'-', L' ');
-    name[0] = static_cast<wchar_t>(name[0] - L'a' + L'A');
-    return name;
-}
-
 void ControlsPage::ShowProperties(std::vector<PropertyInfo> properties) {
     const auto sameRange = [](const PropertyInfo& a, const PropertyInfo& b) {
         return a.id == b.id && a.range.minimum == b.range.minimum && a.range.maximum == b.range.maximum &&
@@ -95,7 +86,7 @@ void ControlsPage::RemoveRows() {
 
 void ControlsPage::AddRow(const PropertyInfo& info) {
     const int id = kFirstRow + info.id * kControlsInRow;
-    const std::wstring name = NameOf(info.id);
+    const std::wstring name = SayProperty(info.id);
     Row row = {};
     row.info = info;
     row.label = Add(L"STATIC", name, SS_LEFT | SS_NOPREFIX | SS_ENDELLIPSIS, 0);
@@ -132,8 +123,7 @@ void ControlsPage::ShowRow(const Row& row) {
         SendMessageW(row.slider, TBM_SETPOS, TRUE, (value - row.info.range.minimum) / StepOf(row.info));
         EnableWindow(row.slider, !isAuto);
         EnableWindow(row.number, !isAuto);
-        if (TextOf(row.number) != std::to_wstring(value))
-            SetWindowTextW(row.number, std::to_wstring(value).c_str());
+        ShowText(row.number, std::to_wstring(value));
     }
     isFilling = false;
 }

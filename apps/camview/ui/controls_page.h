@@ -14,7 +14,6 @@ class ControlsPage final : public Page {
     void OnFocus(HWND control) override;
     void ShowProperties(std::vector<PropertyInfo> properties);
     void ShowValue(int id, ocellus::PropertyValue now);
-    std::wstring NameOf(int id) const;
 
   private:
     enum : int { kReset = 100, kSave, kLoad, kUnnamed, kFirstRow = 200, kControlsInRow = 8 };

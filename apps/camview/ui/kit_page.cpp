@@ -1,6 +1,7 @@
 #include "ui/kit_page.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "base/file_extension.h"
 
@@ -45,6 +46,17 @@ std::wstring Escaped(const std::wstring& path) {
     return escaped;
 }
 
+// "focus-step" is "focusStep" there.
+std::wstring InScenario(std::string_view name) {
+    std::wstring written;
+    for (const char letter : name) {
+        const bool startsWord = !written.empty() && written.back() == L'-';
+        if (startsWord) written.pop_back();
+        written += static_cast<wchar_t>(startsWord ? letter - 'a' + 'A' : letter);
+    }
+    return written;
+}
+
 }  // namespace
 
 KitPage::KitPage(HWND parent, Viewer& owner) : Page(parent, owner) {
@@ -58,6 +70,20 @@ KitPage::KitPage(HWND parent, Viewer& owner) : Page(parent, owner) {
     bringBack = AddButton(Text::ReturnDevice, kReturn);
     resume = AddButton(Text::ResumeDevice, kResume);
     fail = AddButton(Text::FailTrigger, kFail);
+    propertyLabel = AddLabel(Text::KitProperty);
+    property = AddList(kProperty);
+    has = AddCheck(Text::KitHas, kHas);
+    change = AddButton(Text::KitChange, kChange);
+    rangeLabel = AddLabel(Text::KitRange);
+    const auto addNumber = [this](Text name, int id) {
+        AddName(Say(name));
+        return AddEdit(id, ES_AUTOHSCROLL | ES_RIGHT);
+    };
+    minimum = addNumber(Text::KitMinimum, kMinimum);
+    maximum = addNumber(Text::KitMaximum, kMaximum);
+    step = addNumber(Text::KitStep, kStep);
+    defaultUnit = AddLabel(Text::KitDefaultUnit);
+    defaultValue = addNumber(Text::KitDefault, kDefault);
     readyLabel = AddLabel(Text::Scenario);
     ready = AddList(kReady);
     AddName(Say(Text::ScenarioText));
@@ -72,6 +98,9 @@ KitPage::KitPage(HWND parent, Viewer& owner) : Page(parent, owner) {
     std::vector<std::wstring> names;
     for (const ReadyScenario& one : camview::kReady) names.push_back(Say(one.name));
     FillList(ready, names, 0);
+    names.clear();
+    for (const ocellus::PropertyName& one : ocellus::kPropertyNames) names.push_back(SayProperty(one.id));
+    FillList(property, names, 0);
     SetWindowTextW(json, camview::kReady[0].json);
     ShowIsCamera(false);
 }
@@ -85,6 +114,9 @@ void KitPage::Layout() {
     rows.Add(nullptr, {{faultsLabel}}, 18);
     rows.Add(nullptr, {{lose}, {bringBack, 150}}, Rows::kHeight + 4);
     rows.Add(nullptr, {{fail}, {resume, 150}}, Rows::kHeight + 4);
+    rows.Space(6);
+    rows.Add(propertyLabel, {{property, 0, 320}, {has, 64}, {change, 76}});
+    rows.Add(rangeLabel, {{minimum, 50}, {maximum, 50}, {step, 44}, {defaultUnit, 46}, {defaultValue, 56}});
     rows.Space(6);
     rows.Add(readyLabel, {{ready, 0, 260}});
     RECT client;
@@ -104,14 +136,72 @@ void KitPage::ShowIsCamera(bool is) {
 }
 
 void KitPage::ShowCounts() {
-    if (viewer.Kit().IsLoaded()) SetWindowTextW(counts, viewer.Kit().Counts().c_str());
+    if (viewer.Kit().IsLoaded()) ShowText(counts, viewer.Kit().Counts());
 }
 
 void KitPage::PlayScene(const std::wstring& wanted) {
     sceneJson = wanted;
-    const std::wstring frames = kRates[std::max(0, ChosenOf(rate))];
-    ShowScenario(L"{\"scene\": " + sceneJson + L", \"framesPerSecond\": " + frames + L"}");
+    PlayForm();
+}
+
+void KitPage::PlayForm() {
+    std::wstring text =
+        L"{\"scene\": " + sceneJson + L", \"framesPerSecond\": " + kRates[std::max(0, ChosenOf(rate))];
+    const wchar_t* before = L",\r\n \"properties\": {\r\n  ";
+    const wchar_t* end = L"";
+    for (size_t index = 0; index < std::size(properties); ++index) {
+        const Property& one = properties[index];
+        if (!one.isChanged) continue;
+        text += before + (L"\"" + InScenario(ocellus::kPropertyNames[index].name)) + L"\": {";
+        if (one.isThere) {
+            text += L"\"minimum\": " + std::to_wstring(one.range.minimum) + L", \"maximum\": " +
+                    std::to_wstring(one.range.maximum) + L", \"step\": " + std::to_wstring(one.range.step) +
+                    L", \"default\": " + std::to_wstring(one.range.defaultValue) + L"}";
+        } else {
+            text += L"\"supported\": false}";
+        }
+        before = L",\r\n  ";
+        end = L"}";
+    }
+    ShowScenario(text + end + L"}");
     viewer.PlayScenario(TextOf(json));
+}
+
+void KitPage::ShowProperties(const std::vector<PropertyInfo>& all) {
+    if (!isCamera || viewer.Current().type != CAM_TYPE_DSHOW) return;
+    for (size_t index = 0; index < std::size(properties); ++index) {
+        const int id = ocellus::kPropertyNames[index].id;
+        const auto found =
+            std::find_if(all.begin(), all.end(), [id](const PropertyInfo& info) { return info.id == id; });
+        properties[index].isThere = found != all.end();
+        if (found != all.end()) properties[index].range = found->range;
+    }
+    ShowProperty();
+}
+
+void KitPage::ShowProperty() {
+    const Property& shown = properties[std::max(0, ChosenOf(property))];
+    SendMessageW(has, BM_SETCHECK, shown.isThere, 0);
+    const std::pair<HWND, long> fields[] = {{minimum, shown.range.minimum},
+                                            {maximum, shown.range.maximum},
+                                            {step, shown.range.step},
+                                            {defaultValue, shown.range.defaultValue}};
+    for (const auto& [field, value] : fields) {
+        ShowText(field, std::to_wstring(value));
+        EnableWindow(field, shown.isThere);
+    }
+}
+
+// The kit says what is wrong with the numbers.
+void KitPage::TakeProperty() {
+    Property& taken = properties[std::max(0, ChosenOf(property))];
+    taken.isThere = SendMessageW(has, BM_GETCHECK, 0, 0) == BST_CHECKED;
+    taken.range.minimum = NumberOf(minimum, taken.range.minimum);
+    taken.range.maximum = NumberOf(maximum, taken.range.maximum);
+    taken.range.step = NumberOf(step, taken.range.step);
+    taken.range.defaultValue = NumberOf(defaultValue, taken.range.defaultValue);
+    taken.isChanged = true;
+    PlayForm();
 }
 
 void KitPage::ShowScenario(const std::wstring& text) {
@@ -153,8 +243,20 @@ void KitPage::OnCommand(int id, int code, HWND) {
             viewer.Kit().FailNextTrigger(ofImager);
             return;
         case kReady:
-            if (code == CBN_SELCHANGE && ChosenOf(ready) >= 0)
+            if (code == CBN_SELCHANGE && ChosenOf(ready) >= 0) {
+                for (Property& one : properties) one.isChanged = false;
                 ShowScenario(camview::kReady[ChosenOf(ready)].json);
+            }
+            return;
+        case kProperty:
+            if (code == CBN_SELCHANGE) ShowProperty();
+            return;
+        case kHas:
+            for (const HWND field : {minimum, maximum, step, defaultValue})
+                EnableWindow(field, SendMessageW(has, BM_GETCHECK, 0, 0) == BST_CHECKED);
+            return;
+        case kChange:
+            TakeProperty();
             return;
         case kCalls:
             if (viewer.Kit().IsLoaded()) viewer.CopyText(viewer.Kit().CallLog(ofImager));

@@ -214,10 +214,7 @@ void LogPage::Layout() {
 }
 
 void LogPage::NoteNow(const std::wstring& what) {
-    Logged line;
-    GetLocalTime(&line.time);
-    line.call = what;
-    Note(line);
+    Note(Logged::Now(what));
 }
 
 void LogPage::Note(const Logged& line) {

@@ -14,6 +14,7 @@ constexpr std::int64_t kSilence = 3 * kSecond;
 constexpr std::int64_t kFirstFrame = 10 * kSecond;
 constexpr std::int64_t kTryAgain = 3 * kSecond;
 constexpr std::int64_t kPictureSeconds = 15;
+constexpr UINT kPlanMs = 50;
 
 std::int64_t Milliseconds() {
     return Microseconds() / 1000;
@@ -53,6 +54,7 @@ SIZE ClientSize(HWND window) {
 
 void MainWindow::Open(OpenRequest wanted) {
     request = std::move(wanted);
+    kit.WantBack();
     life = Life::Opening;
     isTrying = true;
     openedAt = Microseconds();
@@ -126,7 +128,8 @@ void MainWindow::LookAfterFrames() {
             drawnSize = size;
             service.RestartPreview();
         }
-    } else if ((life == Life::Lost || life == Life::Failed) && now - triedAt > kTryAgain) {
+    } else if ((life == Life::Lost || life == Life::Failed) && now - triedAt > kTryAgain &&
+               !kit.StaysLost()) {
         OpenAgain();
     }
     if (!onItsWay.empty() && now - askedAt > kPictureSeconds * kSecond) {
@@ -142,6 +145,7 @@ void MainWindow::On(const CamerasListed& news) {
 
 void MainWindow::On(const CameraOpening& news) {
     if (life == Life::Ending) return;
+    TakeBackKeys();
     request.camera = news.camera;
     request.choice.clear();
     request.scenario.clear();
@@ -154,11 +158,13 @@ void MainWindow::On(const CameraOpening& news) {
 void MainWindow::On(const CameraOpened& news) {
     isTrying = false;
     if (life == Life::Ending) return;
+    kit.WantBack();
     // What was chosen by a part of its name is known by its own from here on.
     for (const CameraEntry& entry : cameras) {
         const bool isIt = entry.identity == news.camera.identity;
         if (isIt && entry.type == news.camera.type) request.camera = entry;
     }
+    TakeBackKeys();
     settings.camera = request.camera.identity;
     life = Life::Live;
     openedAt = Microseconds();
@@ -179,6 +185,7 @@ void MainWindow::On(const CameraFailed& news) {
     const bool isNew = life != Life::Failed && life != Life::Lost;
     if (!news.starting && life != Life::Lost) life = Life::Failed;
     if (!isNew) return;
+    TakeBackKeys();
     kitPage->ShowIsCamera(false);
     controlsPage->ShowProperties({});
     std::wstring what = Say(news.starting ? Text::FaultStart : Text::FaultOpen,
@@ -216,7 +223,7 @@ void MainWindow::On(const FirstFrame&) {
     logPage->NoteNow(L"first frame");
     if (life != Life::Live && life != Life::Opening) return;
     if (banner->IsShown() && banner->IsAboutCamera()) DismissFault();
-    if (!onlyFile.empty()) plan.Ask();
+    if (!onlyFile.empty()) TakePictures(1);
 }
 
 // ---- Pictures
@@ -225,7 +232,7 @@ void MainWindow::On(const FirstFrame&) {
 void MainWindow::TakePictures(int count) {
     if (life == Life::Ending) return;
     plan.Ask(count);
-    TakeDuePicture();
+    FollowPlan();
 }
 
 void MainWindow::SwitchInterval() {
@@ -234,7 +241,16 @@ void MainWindow::SwitchInterval() {
     else
         plan.StartInterval(Milliseconds(), settings.intervalMs);
     picturePage->ShowInterval();
+    FollowPlan();
+}
+
+// The timer runs as long as there is something to wait for.
+void MainWindow::FollowPlan() {
     TakeDuePicture();
+    if (plan.RunsInterval() || plan.Waiting() > 0)
+        SetTimer(window, kPlanTimer, kPlanMs, nullptr);
+    else
+        KillTimer(window, kPlanTimer);
 }
 
 void MainWindow::TakeDuePicture() {
@@ -311,12 +327,13 @@ void MainWindow::On(const ResolutionSet& news) {
 
 void MainWindow::On(const PropertiesRead& news) {
     controlsPage->ShowProperties(news.properties);
+    kitPage->ShowProperties(news.properties);
 }
 
 void MainWindow::On(const PropertySet& news) {
     if (news.result != camOk) {
-        Complain({Say(Text::FaultProperty, {controlsPage->NameOf(news.id), std::to_wstring(news.wanted),
-                                            ocellus::ResultName(news.result)}),
+        Complain({Say(Text::FaultProperty,
+                      {SayProperty(news.id), std::to_wstring(news.wanted), ocellus::ResultName(news.result)}),
                   Say(Text::RemedyRange)});
     }
     controlsPage->ShowValue(news.id, news.now);

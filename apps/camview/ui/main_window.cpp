@@ -21,8 +21,7 @@ constexpr int kTabCount = 5;
 constexpr int kStatusParts[] = {110, 290, 370, 450, -1};  // right edges
 constexpr int kMaxScreen = 30'000;
 
-constexpr UINT_PTR kPlanTimer = 1, kStatusTimer = 2, kEndTimer = 3, kExitTimer = 4;
-constexpr UINT kPlanMs = 50, kStatusMs = 500;
+constexpr UINT kStatusMs = 500;
 constexpr UINT kEndMs = 12'000;  // for a camera that does not let go
 
 }  // namespace
@@ -67,8 +66,9 @@ void MainWindow::MakeParts() {
     banner = std::make_unique<Banner>(window, *this);
     preview = std::make_unique<PreviewPane>(window);
     preview->SetZoom(settings.zoom);
-    tabs = CreateWindowExW(0, WC_TABCONTROLW, L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_CLIPSIBLINGS, 0, 0,
-                           0, 0, window, nullptr, windowClass.hInstance, nullptr);
+    tabs = CreateWindowExW(0, WC_TABCONTROLW, Say(Text::Pages),
+                           WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_CLIPSIBLINGS, 0, 0, 0, 0, window, nullptr,
+                           windowClass.hInstance, nullptr);
     for (int tab = 0; tab < kTabCount; ++tab) {
         TCITEMW item = {};
         item.mask = TCIF_TEXT;
@@ -123,7 +123,6 @@ void MainWindow::Show() {
     first.settings = line.settings;
     first.section = line.section;
     Open(first);
-    SetTimer(window, kPlanTimer, kPlanMs, nullptr);
     SetTimer(window, kStatusTimer, kStatusMs, nullptr);
     if (line.exitAfter > 0) SetTimer(window, kExitTimer, static_cast<UINT>(line.exitAfter * 1000), nullptr);
 }
@@ -197,6 +196,13 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_SIZE:
             Layout();
             return 0;
+        case WM_ACTIVATE:
+            // When the library lets go of its video window, some systems activate that, hidden as it is.
+            if (LOWORD(wParam) != WA_INACTIVE)
+                wasDeprived = false;
+            else if (lParam && !IsWindowVisible(reinterpret_cast<HWND>(lParam)))
+                wasDeprived = true;
+            return DefWindowProcW(window, message, wParam, lParam);
         case WM_GETMINMAXINFO: {
             auto* const info = reinterpret_cast<MINMAXINFO*>(lParam);
             info->ptMinTrackSize = {Scaled(kMinWidth, dpi), Scaled(kMinHeight, dpi)};
@@ -300,11 +306,19 @@ bool MainWindow::TakeKey(const MSG& message) {
 
 void MainWindow::NoteFocus() {
     const HWND now = GetFocus();
-    if (now == focus) return;
+    if (!now || now == window || now == focus) return;
     focus = now;
     for (int tab = 0; tab < kTabCount; ++tab) {
         if (IsChild(TabPage(tab).Window(), now)) TabPage(tab).OnFocus(now);
     }
+}
+
+// Once the library is done with its window, so that the two do not take turns; keys would reach nobody.
+void MainWindow::TakeBackKeys() {
+    const HWND now = GetForegroundWindow();
+    if (!wasDeprived || (now && now != window && IsWindowVisible(now))) return;
+    SetForegroundWindow(window);
+    SetFocus(focus ? focus : preview->Window());
 }
 
 void MainWindow::KeepState() {
@@ -332,7 +346,7 @@ void MainWindow::OnClose() {
 void MainWindow::OnTimer(UINT_PTR timer) {
     switch (timer) {
         case kPlanTimer:
-            TakeDuePicture();
+            FollowPlan();
             return;
         case kStatusTimer:
             if (life == Life::Live) service.ReadState();

@@ -52,6 +52,7 @@ class MainWindow final : public Viewer {
     void CopyText(const std::wstring& text) override;
 
   private:
+    enum : UINT_PTR { kPlanTimer = 1, kStatusTimer, kEndTimer, kExitTimer };
     enum class Life { Opening, Live, Failed, Lost, Ending };
 
     static LRESULT CALLBACK Procedure(HWND, UINT, WPARAM, LPARAM);
@@ -64,12 +65,14 @@ class MainWindow final : public Viewer {
     void OnTimer(UINT_PTR timer);
     void OnClose();
     void KeepState();
+    void TakeBackKeys();
 
     // ---- Camera
     void Open(OpenRequest wanted);
     void OpenAgain();
     void OnDevices(WPARAM what);
     void OnPictureTaken();
+    void FollowPlan();
     void TakeDuePicture();
     void EndPicture();
     void LookAfterFrames();
@@ -106,7 +109,8 @@ class MainWindow final : public Viewer {
     HWND window = nullptr;
     HWND tabs = nullptr;
     HWND status = nullptr;
-    HWND focus = nullptr;  // the last one
+    HWND focus = nullptr;      // the last one
+    bool wasDeprived = false;  // of the keys, by a window that nobody sees
     int dpi = kBaseDpi;
     Fonts fonts;
     std::unique_ptr<PreviewPane> preview;
@@ -134,8 +138,8 @@ class MainWindow final : public Viewer {
     std::optional<std::pair<int, ocellus::Size>> wantedResolution;  // waits for a picture on its way
 
     // Last: their tasks use the others.
-    TaskThread files{COINIT_MULTITHREADED};
-    TaskThread dialogs{COINIT_APARTMENTTHREADED};
+    TaskThread files{COINIT_MULTITHREADED, L"camview files"};
+    TaskThread dialogs{COINIT_APARTMENTTHREADED, L"camview dialogs"};
     CameraService service{mailbox, kit};
 };
 

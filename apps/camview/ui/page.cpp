@@ -7,10 +7,10 @@ namespace camview {
 namespace {
 constexpr wchar_t kClass[] = L"camview.page";
 
-bool IsField(HWND control) {
+bool IsA(const wchar_t* kind, HWND control) {
     wchar_t name[16] = L"";
     GetClassNameW(control, name, 16);
-    return _wcsicmp(name, L"Edit") == 0;
+    return _wcsicmp(name, kind) == 0;
 }
 
 }  // namespace
@@ -121,12 +121,15 @@ void Rows::Add(HWND label, std::initializer_list<Cell> cells, int height) {
     for (const Cell& cell : cells) rest -= Scaled(cell.width, dpi) + gap;
     for (const Cell& cell : cells) {
         const int width = cell.width ? Scaled(cell.width, dpi) : rest;
-        const bool isField = height == kHeight && IsField(cell.control);
+        const bool isField = height == kHeight && IsA(L"Edit", cell.control);
+        // Words between fields stand on the line of their text.
+        const bool isWord = height == kHeight && IsA(L"Static", cell.control);
         const int cellHeight = cell.listHeight ? Scaled(cell.listHeight, dpi)
                                : isField       ? fieldHeight
                                                : rowHeight;
-        const int down = isField ? (rowHeight - fieldHeight) / 2 : 0;
-        SetWindowPos(cell.control, nullptr, x, top + down, width, cellHeight, SWP_NOZORDER | SWP_NOACTIVATE);
+        const int down = isField ? (rowHeight - fieldHeight) / 2 : isWord ? Scaled(4, dpi) : 0;
+        SetWindowPos(cell.control, nullptr, x, top + down, width, cellHeight - (isWord ? down : 0),
+                     SWP_NOZORDER | SWP_NOACTIVATE);
         x += width + gap;
     }
     top += rowHeight + gap;
@@ -136,6 +139,10 @@ std::wstring TextOf(HWND control) {
     std::wstring text(static_cast<size_t>(GetWindowTextLengthW(control)) + 1, L'\0');
     text.resize(static_cast<size_t>(GetWindowTextW(control, text.data(), static_cast<int>(text.size()))));
     return text;
+}
+
+void ShowText(HWND control, const std::wstring& text) {
+    if (TextOf(control) != text) SetWindowTextW(control, text.c_str());
 }
 
 // A list that is open in the user's hand is left as it is when its entries are the same.

@@ -88,6 +88,8 @@ class Rows {
 };
 
 std::wstring TextOf(HWND control);
+// Nothing is drawn anew when it is the text that the control has.
+void ShowText(HWND control, const std::wstring& text);
 void FillList(HWND list, const std::vector<std::wstring>& entries, int chosen);
 inline int ChosenOf(HWND list) {
     return static_cast<int>(SendMessageW(list, CB_GETCURSEL, 0, 0));

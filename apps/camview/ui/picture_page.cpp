@@ -79,7 +79,6 @@ PicturePage::PicturePage(HWND parent, Viewer& owner) : Page(parent, owner) {
     mode = AddList(kMode);
     folderLabel = AddLabel(Text::Folder);
     folder = AddEdit(kFolder);
-    AddName(Say(Text::BrowseFolder));
     browse = AddButton(Text::Browse, kBrowse);
     patternLabel = AddLabel(Text::Pattern);
     pattern = AddEdit(kPattern);
@@ -143,7 +142,7 @@ void PicturePage::Layout() {
     rows.Add(formatLabel, {{format, 0, kOpened}});
     rows.Add(modeLabel, {{mode, 0, kOpened}});
     rows.Space(4);
-    rows.Add(folderLabel, {{folder}, {browse, 32}});
+    rows.Add(folderLabel, {{folder}, {browse, 76}});
     rows.Add(patternLabel, {{pattern}});
     rows.Add(nullptr, {{nextName}}, 18);
     rows.Space(4);
@@ -168,13 +167,6 @@ void PicturePage::Layout() {
                        {interval},
                        {intervalSeconds, 46},
                        {intervalUnit, 50}});
-    for (const HWND unit : {burstUnit, intervalUnit}) {
-        RECT place;
-        GetWindowRect(unit, &place);
-        MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&place), 2);
-        SetWindowPos(unit, nullptr, place.left, place.top + Px(4), 0, 0,
-                     SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOSIZE);
-    }
 }
 
 void PicturePage::ShowCameras(const std::vector<CameraEntry>& cameras, const CameraEntry& chosen) {
@@ -238,7 +230,7 @@ std::wstring PicturePage::Extension() const {
 void PicturePage::ShowNextName() {
     const auto file = NextFile(L"", viewer.Settings().pattern, Now(), Extension(),
                                [](const std::wstring&) { return false; });
-    SetWindowTextW(nextName, file ? Say(Text::NextName, {*file}).c_str() : Say(Text::BadPattern));
+    ShowText(nextName, file ? Say(Text::NextName, {*file}) : Say(Text::BadPattern));
 }
 
 void PicturePage::TakeFields() {
