@@ -4,17 +4,23 @@
 //     camSnapPicture to message 2623          less what the picture itself costs (conversion and file)
 //     640 x 480 at 30 frames a second         frames lost
 //
-// Usage: latency_bench [SECONDS]     SECONDS of the last measurement, 60 unless told
+// or, with the kit as a webcam behind the driver, in each encoding:
+//
+//     camSnapPicture to the callback
+//     1280 x 720 at 30 frames a second        frames lost, delay from the webcam to the callback, processor
+//
+// Usage: latency_bench [SECONDS [webcam]]     SECONDS of the last measurement, 60 unless told
 #include <windows.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <vector>
 
 #include <devicekit.h>
-#include <ocellus/cam.h>
+#include <ocellus/cam_devices.h>
 
 #include "scene/chart_reader.h"
 
@@ -24,6 +30,7 @@ namespace {
 constexpr double kSleepsToFirstFrame = 300;  // ms
 constexpr double kInitGoal = 150;            // ms over the sleeps
 constexpr double kStillGoal = 10;            // ms over conversion and file
+constexpr double kFrame = 1000.0 / 30;       // ms
 constexpr int kRounds = 10;
 constexpr DWORD kLongEnough = 10000;  // ms
 
@@ -182,6 +189,81 @@ void MeasureLoss(HWND window, int seconds) {
     printf("preview 640 x 480 at 30: %ld frames in %.1f s, %ld lost\n", framesSeen, passed, framesLost);
 }
 
+// ---- Webcams ----------------------------------------------------------------------------------------------
+
+Samples delays;
+
+// On the webcam's own thread, inside its delivery.
+void WINAPI CountDelay(void* bytes, DWORD size, LONG height, LONG width, DWORD format) {
+    LARGE_INTEGER frequency;
+    QueryPerformanceFrequency(&frequency);
+    const double sent = static_cast<double>(kitFrameSent()) * 1000 / static_cast<double>(frequency.QuadPart);
+    delays.Add(Now() - sent);
+    CountFrame(bytes, size, height, width, format);
+}
+
+// Seconds that the process has worked.
+double Worked() {
+    FILETIME begin, end, kernel, user;
+    GetProcessTimes(GetCurrentProcess(), &begin, &end, &kernel, &user);
+    const auto seconds = [](const FILETIME& time) {
+        return static_cast<double>(static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime) /
+               1e7;
+    };
+    return seconds(kernel) + seconds(user);
+}
+
+// Share of one core that the process takes while preview runs.
+double ShareWhileRunning(HWND window, int seconds, int warmUpFrames) {
+    camSetWarmUpFrames(warmUpFrames);
+    if (camInit(window, nullptr, nullptr) != camOk) Fail("the camera could not be brought up");
+    camRegisterPreviewCallback(CountDelay);
+    if (camStartPreview() != camOk) Fail("preview did not start");
+    const double begin = Now(), before = Worked();
+    while (Now() - begin < seconds * 1000.0) {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, 100, QS_ALLINPUT);
+    }
+    const double share = (Worked() - before) * 1000 / (Now() - begin);
+    camStopPreview();
+    camRegisterPreviewCallback(nullptr);
+    camShutDown();
+    return share;
+}
+
+void MeasureWebcam(HWND window, int seconds, const char* encoding) {
+    wchar_t scenario[300], error[300] = L"";
+    swprintf(scenario, 300,
+             L"{\"webcams\": [{\"name\": \"Latency\"}], \"webcamFormats\": [{\"encoding\": \"%hs\", "
+             L"\"width\": 1280, \"height\": 720}]}",
+             encoding);
+    if (!kitLoadScenario(scenario, error, 300)) Fail("the device kit refuses the scenario");
+    camChooseDevice(L"Latency");
+    printf(
+        "%s, 1280 x 720 at 30 a second; aims: to the callback of a picture at most %.1f ms, delay at most "
+        "%.1f ms, no frame lost\n",
+        encoding, 1.5 * kFrame, kFrame);
+    MeasureStill(window, L".bmp");
+    framesSeen = framesLost = 0;
+    delays.values.clear();
+    const double all = ShareWhileRunning(window, seconds, 0);
+    const LONG seen = framesSeen, lost = framesLost;
+    const double median = delays.Median(), largest = delays.Largest();
+    const double others = ShareWhileRunning(window, std::max(1, seconds / 2), 1'000'000);
+    printf(
+        "preview: %ld frames in %d s, %ld lost; webcam to callback: median %.1f ms, largest %.1f; "
+        "processor: %.0f %% of a core, without the kit's own drawing %.0f %%\n",
+        seen, seconds, lost, median, largest, all * 100, (all - others) * 100);
+}
+
+void MeasureWebcams(HWND window, int seconds) {
+    SetEnvironmentVariableW(L"OCELLUS_WEBCAMS", L"1");
+    for (const char* encoding : {"YUY2", "NV12", "MJPG", "RGB24"}) MeasureWebcam(window, seconds, encoding);
+    camSetWarmUpFrames(0);
+    kitLoadScenario(L"{\"webcams\": []}", nullptr, 0);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -195,6 +277,11 @@ int main(int count, char** arguments) {
     }
     const HWND window = CreateWindowW(L"STATIC", L"latency", WS_POPUP | WS_VISIBLE, 0, 0, 320, 240, nullptr,
                                       nullptr, nullptr, nullptr);
+    if (count > 2 && strcmp(arguments[2], "webcam") == 0) {
+        MeasureWebcams(window, seconds);
+        DestroyWindow(window);
+        return 0;
+    }
     MeasureInit(window);
     for (const wchar_t* extension : {L".bmp", L".jpg", L".png", L".tif"}) MeasureStill(window, extension);
     MeasureLoss(window, seconds);

@@ -11,7 +11,6 @@ namespace {
 
 constexpr wchar_t kArgument[] = L"CaptureFilter";
 constexpr wchar_t kNameProperty[] = L"VCapName";
-constexpr LONG kModeTrigger = 8;  // VideoControlFlag_Trigger
 
 struct NamedInterface {
     const IID& iid;
@@ -21,7 +20,7 @@ struct NamedInterface {
 }  // namespace
 
 CaptureFilter::CaptureFilter(std::shared_ptr<const Scenario> played)
-    : CaptureFilterBase(L"Video Capture", nullptr, kClsidCaptureFilter),
+    : CameraFilter(L"Video Capture", nullptr, kClsidCaptureFilter),
       scenario(std::move(played)),
       properties(scenario->properties),
       preview(*this, CapturePin::Role::Preview, L"Preview", scenario->preview),
@@ -44,21 +43,9 @@ HRESULT CaptureFilter::NonDelegatingQueryInterface(REFIID iid, void** out) {
     for (const NamedInterface& entry : seen) {
         if (entry.iid != iid) continue;
         return DeviceCall(L"IBaseFilter::QueryInterface", entry.name,
-                          [&] { return FindInterface(iid, out); });
+                          [&] { return CameraFilter::NonDelegatingQueryInterface(iid, out); });
     }
-    return FindInterface(iid, out);
-}
-
-HRESULT CaptureFilter::FindInterface(REFIID iid, void** out) {
-    if (iid == __uuidof(IAMVideoProcAmp)) {
-        *out = static_cast<IAMVideoProcAmp*>(&videoProcAmp);
-    } else if (iid == __uuidof(IAMCameraControl)) {
-        *out = static_cast<IAMCameraControl*>(&cameraControl);
-    } else {
-        return CaptureFilterBase::NonDelegatingQueryInterface(iid, out);
-    }
-    AddRef();
-    return S_OK;
+    return CameraFilter::NonDelegatingQueryInterface(iid, out);
 }
 
 // ---- IMediaFilter -----------------------------------------------------------------------------------------
@@ -81,12 +68,6 @@ HRESULT CaptureFilter::Pause() {
 
 HRESULT CaptureFilter::Run(REFERENCE_TIME start) {
     return CameraCall(L"IBaseFilter::Run", kArgument, [&] { return Filter::Run(start); });
-}
-
-// A live source has no frame to show while it is paused.
-HRESULT CaptureFilter::GetState(DWORD timeoutMs, FILTER_STATE* out) {
-    const HRESULT hr = Filter::GetState(timeoutMs, out);
-    return hr == S_OK && *out == State_Paused ? VFW_S_CANT_CUE : hr;
 }
 
 // ---- IPersistPropertyBag ----------------------------------------------------------------------------------
@@ -124,38 +105,9 @@ HRESULT CaptureFilter::Save(IPropertyBag* bag, BOOL, BOOL) {
 
 // ---- IAMVideoControl --------------------------------------------------------------------------------------
 
-HRESULT CaptureFilter::GetCaps(IPin* pin, LONG* flags) {
-    if (!pin || !flags) return E_POINTER;
-    *flags = pin == static_cast<IPin*>(&still) ? kModeTrigger : 0;
-    return S_OK;
-}
-
 HRESULT CaptureFilter::SetMode(IPin* pin, LONG mode) {
-    return CameraCall(L"IAMVideoControl::SetMode", std::to_wstring(mode), [&]() -> HRESULT {
-        if (!pin) return E_POINTER;
-        if (pin != static_cast<IPin*>(&still) || (mode != kModeTrigger && mode != 0)) return E_INVALIDARG;
-        return mode == kModeTrigger ? still.Trigger() : S_OK;
-    });
-}
-
-HRESULT CaptureFilter::GetMode(IPin* pin, LONG* mode) {
-    if (!pin || !mode) return E_POINTER;
-    *mode = 0;
-    return S_OK;
-}
-
-HRESULT CaptureFilter::GetCurrentActualFrameRate(IPin* pin, LONGLONG* frameTime) {
-    return GetMaxAvailableFrameRate(pin, 0, {}, frameTime);
-}
-
-HRESULT CaptureFilter::GetMaxAvailableFrameRate(IPin* pin, LONG, SIZE, LONGLONG* frameTime) {
-    if (!pin || !frameTime) return E_POINTER;
-    *frameTime = 10000000 / scenario->framesPerSecond;
-    return S_OK;
-}
-
-HRESULT CaptureFilter::GetFrameRateList(IPin*, LONG, SIZE, LONG*, LONGLONG**) {
-    return E_NOTIMPL;
+    return CameraCall(L"IAMVideoControl::SetMode", std::to_wstring(mode),
+                      [&] { return CameraFilter::SetMode(pin, mode); });
 }
 
 }  // namespace kit

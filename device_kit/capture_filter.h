@@ -1,9 +1,6 @@
 // The camera: a capture source filter as a camera driver's platform registers it.
 #pragma once
 
-#include <ocidl.h>
-#include <strmif.h>
-
 #include <array>
 #include <atomic>
 #include <memory>
@@ -11,17 +8,14 @@
 
 #include "capture_pin.h"
 #include "class_ids.h"
-#include "filter_base/filter.h"
+#include "filter_base/camera_filter.h"
 #include "kit.h"
 #include "properties.h"
 #include "property_facet.h"
 
 namespace kit {
 
-using CaptureFilterBase =
-    cam::filter_base::Implements<cam::filter_base::Filter, IPersistPropertyBag, IAMVideoControl>;
-
-class CaptureFilter final : public CaptureFilterBase {
+class CaptureFilter final : public cam::filter_base::CameraFilter {
   public:
     explicit CaptureFilter(std::shared_ptr<const Scenario> scenario);
 
@@ -53,30 +47,24 @@ class CaptureFilter final : public CaptureFilterBase {
     int PinCount() override { return static_cast<int>(pins.size()); }
     cam::filter_base::Pin* PinAt(int index) override { return pins[static_cast<std::size_t>(index)]; }
     HRESULT NonDelegatingQueryInterface(REFIID iid, void** out) override;
-    // IPersist
-    HRESULT STDMETHODCALLTYPE GetClassID(CLSID* out) override { return Filter::GetClassID(out); }
     // IMediaFilter
     HRESULT STDMETHODCALLTYPE Stop() override;
     HRESULT STDMETHODCALLTYPE Pause() override;
     HRESULT STDMETHODCALLTYPE Run(REFERENCE_TIME start) override;
-    HRESULT STDMETHODCALLTYPE GetState(DWORD timeoutMs, FILTER_STATE* out) override;
+    // CameraFilter
+    IAMVideoProcAmp& VideoProcAmp() override { return videoProcAmp; }
+    IAMCameraControl& CameraControl() override { return cameraControl; }
+    cam::filter_base::Pin* TriggeredPin() override { return &still; }
+    HRESULT TriggerStill() override { return still.Trigger(); }
+    LONGLONG FrameTime() override { return 10000000 / scenario->framesPerSecond; }
     // IPersistPropertyBag
-    HRESULT STDMETHODCALLTYPE InitNew() override { return S_OK; }
     HRESULT STDMETHODCALLTYPE Load(IPropertyBag* bag, IErrorLog* errors) override;
     HRESULT STDMETHODCALLTYPE Save(IPropertyBag* bag, BOOL clearDirty, BOOL saveAll) override;
     // IAMVideoControl
-    HRESULT STDMETHODCALLTYPE GetCaps(IPin* pin, LONG* flags) override;
     HRESULT STDMETHODCALLTYPE SetMode(IPin* pin, LONG mode) override;
-    HRESULT STDMETHODCALLTYPE GetMode(IPin* pin, LONG* mode) override;
-    HRESULT STDMETHODCALLTYPE GetCurrentActualFrameRate(IPin* pin, LONGLONG* frameTime) override;
-    HRESULT STDMETHODCALLTYPE GetMaxAvailableFrameRate(IPin* pin, LONG index, SIZE size,
-                                                       LONGLONG* frameTime) override;
-    HRESULT STDMETHODCALLTYPE GetFrameRateList(IPin* pin, LONG index, SIZE size, LONG* count,
-                                               LONGLONG** frameTimes) override;
 
   private:
     static constexpr long kNotLoaded = -1;
-    HRESULT FindInterface(REFIID iid, void** out);
     HRESULT OpenDevice(const std::wstring& name);
 
     const std::shared_ptr<const Scenario> scenario;

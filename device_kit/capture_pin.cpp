@@ -234,6 +234,7 @@ HRESULT CapturePin::SendPicture() {
     sample->SetSyncPoint(TRUE);
     // Without time stamps the renderer shows a frame as soon as it comes.
     sample->SetTime(nullptr, nullptr);
+    if (role == Role::Preview) NoteFrameSent();
     return Deliver(sample.get());
 }
 

@@ -51,6 +51,9 @@ LONG WINAPI kitLiveObjects(void);
 LONG WINAPI kitPreviewFrames(void);
 LONG WINAPI kitStillPictures(void);
 
+/* The performance counter when the newest preview frame was handed on by the camera; 0: none was. */
+LONGLONG WINAPI kitFrameSent(void);
+
 #ifdef __cplusplus
 }
 #endif

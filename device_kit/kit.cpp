@@ -26,6 +26,7 @@ struct State {
     std::atomic<bool> lost = false;
     std::atomic<LONG> previewFrames = 0;
     std::atomic<LONG> stills = 0;
+    std::atomic<LONGLONG> frameSent = 0;
 };
 
 // Never destroyed: streaming threads and other libraries may still be at work while the process ends.
@@ -72,6 +73,7 @@ void PlayScenario(Scenario scenario) {
         state.lost = false;
         state.previewFrames = 0;
         state.stills = 0;
+        state.frameSent = 0;
     }
     RecordDevices(shared->devices);
     if (shared->webcams) RecordWebcams(*shared->webcams);
@@ -143,6 +145,12 @@ void CountPreviewFrame() {
     if (frames == scenario->loseDeviceAfterFrames) kitLoseDevice();
 }
 
+void NoteFrameSent() {
+    LARGE_INTEGER now;
+    QueryPerformanceCounter(&now);
+    TheState().frameSent = now.QuadPart;
+}
+
 void CountStill() {
     DawdleOverFrame();
     ++TheState().stills;
@@ -158,6 +166,9 @@ LONG WINAPI kitPreviewFrames() {
 }
 LONG WINAPI kitStillPictures() {
     return kit::TheState().stills;
+}
+LONGLONG WINAPI kitFrameSent() {
+    return kit::TheState().frameSent;
 }
 LONG WINAPI kitLiveObjects() {
     return cam::filter_base::LiveObjects() + kit::LiveObject::Count();

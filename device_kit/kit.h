@@ -72,6 +72,8 @@ std::wstring CallLog();
 // scenario asks for.
 void CountPreviewFrame();
 void CountStill();
+// A preview frame is about to be delivered.
+void NoteFrameSent();
 
 // Records the devices under HKEY_LOCAL_MACHINE\Drivers\Active in place of those recorded before, as the
 // device manager does on a device. What other programs recorded stays.

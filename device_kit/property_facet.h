@@ -1,26 +1,20 @@
 // The controls of the kit's cameras.
 #pragma once
 
-#include <strmif.h>
-
 #include <string>
 
+#include "filter_base/camera_filter.h"
 #include "properties.h"
 
 namespace kit {
 
-// IAMVideoProcAmp or IAMCameraControl: the two have the same operations, so one object cannot implement both.
-// Part of the filter `Owner`.
+// One set of properties of the filter `Owner`.
 template <typename Interface, PropertySet kSet, typename Owner>
-class PropertyFacet final : public Interface {
+class PropertyFacet final : public cam::filter_base::PropertySetPart<Interface> {
   public:
-    explicit PropertyFacet(Owner& owner) : filter(owner) {}
-    virtual ~PropertyFacet() = default;
+    explicit PropertyFacet(Owner& owner)
+        : cam::filter_base::PropertySetPart<Interface>(owner), filter(owner) {}
 
-    // IUnknown
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
     // IAMVideoProcAmp, IAMCameraControl
     HRESULT STDMETHODCALLTYPE GetRange(LONG number, LONG* minimum, LONG* maximum, LONG* step, LONG* initial,
                                        LONG* flags) override;
@@ -30,21 +24,6 @@ class PropertyFacet final : public Interface {
   private:
     Owner& filter;
 };
-
-template <typename Interface, PropertySet kSet, typename Owner>
-HRESULT PropertyFacet<Interface, kSet, Owner>::QueryInterface(REFIID iid, void** out) {
-    return filter.QueryInterface(iid, out);
-}
-
-template <typename Interface, PropertySet kSet, typename Owner>
-ULONG PropertyFacet<Interface, kSet, Owner>::AddRef() {
-    return filter.AddRef();
-}
-
-template <typename Interface, PropertySet kSet, typename Owner>
-ULONG PropertyFacet<Interface, kSet, Owner>::Release() {
-    return filter.Release();
-}
 
 inline std::wstring CallOf(PropertySet set, const wchar_t* method) {
     return (set == PropertySet::VideoProcAmp ? L"IAMVideoProcAmp::" : L"IAMCameraControl::") +

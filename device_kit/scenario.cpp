@@ -6,25 +6,12 @@
 #include <nlohmann/json.hpp>
 
 #include "rules/json_values.h"
+#include "webcam/read_webcams.h"
 
 namespace kit {
 namespace {
 
 using Json = nlohmann::json;
-
-constexpr int kMaxSide = 4096;
-constexpr int kMaxFramesPerSecond = 60;
-
-bool Boolean(const std::string& member, const Json& value) {
-    if (!value.is_boolean()) Refuse(member, value, "give true or false");
-    return value.get<bool>();
-}
-
-std::string Text(const std::string& member, const Json& value) {
-    if (!value.is_string() || value.get_ref<const std::string&>().empty())
-        Refuse(member, value, "give a text");
-    return value.get<std::string>();
-}
 
 void ReadDevices(const std::string& path, const Json& list, Scenario& scenario) {
     if (!list.is_array()) Refuse(path, list, "give a list such as [\"CAM1:\"]; an empty one means no device");
@@ -169,70 +156,6 @@ void ReadProperties(const std::string& path, const Json& object, Scenario& scena
                });
 }
 
-void ReadWebcams(const std::string& path, const Json& list, Scenario& scenario) {
-    constexpr std::size_t kMaxWebcams = 9;
-    if (!list.is_array() || list.size() > kMaxWebcams) Refuse(path, list, "give a list of at most 9 webcams");
-    scenario.webcams.emplace();
-    for (std::size_t index = 0; index < list.size(); ++index) {
-        WebcamEntry entry;
-        ReadObject(Inner(path, index), list[index], "\"name\" and \"path\"",
-                   [&](const std::string& name, const std::string& member, const Json& value) {
-                       if (name != "name" && name != "path") return false;
-                       (name == "name" ? entry.name : entry.path) = Text(member, value);
-                       return true;
-                   });
-        if (entry.name.empty()) Refuse(Inner(path, index), list[index], "add \"name\", such as \"Webcam\"");
-        scenario.webcams->push_back(entry);
-    }
-}
-
-void ReadWebcamFormats(const std::string& path, const Json& list, Scenario& scenario) {
-    if (!list.is_array() || list.empty()) Refuse(path, list, "give a list of at least one format");
-    scenario.webcamFormats.clear();
-    for (std::size_t index = 0; index < list.size(); ++index) {
-        WebcamFormat format;
-        ReadObject(Inner(path, index), list[index],
-                   "\"encoding\", \"width\", \"height\", \"framesPerSecond\" and \"longBlock\"",
-                   [&](const std::string& name, const std::string& member, const Json& value) {
-                       if (name == "encoding") {
-                           const char* const names[] = {"YUY2", "NV12", "MJPG", "RGB24"};
-                           const auto found = std::find(std::begin(names), std::end(names), value);
-                           if (found == std::end(names))
-                               Refuse(member, value, "give \"YUY2\", \"NV12\", \"MJPG\" or \"RGB24\"");
-                           format.encoding = static_cast<WebcamEncoding>(found - std::begin(names));
-                       } else if (name == "width" || name == "height") {
-                           (name == "width" ? format.width : format.height) =
-                               static_cast<int>(Integer(member, value, 1, kMaxSide));
-                       } else if (name == "framesPerSecond") {
-                           format.framesPerSecond =
-                               static_cast<int>(Integer(member, value, 1, kMaxFramesPerSecond));
-                       } else if (name == "longBlock") {
-                           format.longBlock = Boolean(member, value);
-                       } else {
-                           return false;
-                       }
-                       return true;
-                   });
-        scenario.webcamFormats.push_back(format);
-    }
-}
-
-void ReadWebcamHabits(const std::string& path, const Json& object, WebcamHabits& habits) {
-    ReadObject(path, object, "\"losesSilently\", \"huffmanTables\", \"blackFrames\" and \"brokenFrameEvery\"",
-               [&](const std::string& name, const std::string& member, const Json& value) {
-                   if (name == "losesSilently" || name == "huffmanTables") {
-                       (name == "huffmanTables" ? habits.huffmanTables : habits.losesSilently) =
-                           Boolean(member, value);
-                   } else if (name == "blackFrames" || name == "brokenFrameEvery") {
-                       (name == "blackFrames" ? habits.blackFrames : habits.brokenFrameEvery) =
-                           Integer(member, value, 0, INT32_MAX);
-                   } else {
-                       return false;
-                   }
-                   return true;
-               });
-}
-
 std::uint32_t ReadChaos(const std::string& path, const Json& object) {
     std::optional<std::uint32_t> seed;
     ReadObject(path, object, "\"seed\"",
@@ -250,7 +173,7 @@ Scenario Interpret(const Json& document, const std::string& folder, const Player
     const Json* stillFormat = nullptr;
     const std::string known =
         "\"devices\", \"scene\", \"framesPerSecond\", \"preview\", \"stillFormats\", \"stillFormat\", "
-        "\"properties\", \"webcams\", \"webcamFormats\", \"webcamHabits\", "
+        "\"properties\", \"webcams\", \"webcamFormats\", \"webcamStillFormats\", \"webcamHabits\", "
         "\"watchGraph\", \"calls\", \"chaos\", \"imager\", \"loseDeviceAfterFrames\" and "
         "\"resumeAfterFrames\"";
     ReadObject("", document, known, [&](const std::string& name, const std::string& path, const Json& value) {
@@ -268,12 +191,6 @@ Scenario Interpret(const Json& document, const std::string& folder, const Player
             stillFormat = &value;
         } else if (name == "properties") {
             ReadProperties(path, value, scenario);
-        } else if (name == "webcams") {
-            ReadWebcams(path, value, scenario);
-        } else if (name == "webcamFormats") {
-            ReadWebcamFormats(path, value, scenario);
-        } else if (name == "webcamHabits") {
-            ReadWebcamHabits(path, value, scenario.webcamHabits);
         } else if (name == "watchGraph") {
             scenario.watchGraph = Boolean(path, value);
         } else if (name == "calls") {
@@ -285,7 +202,8 @@ Scenario Interpret(const Json& document, const std::string& folder, const Player
         } else if (name == "resumeAfterFrames") {
             scenario.resumeAfterFrames = Integer(path, value, 1, INT32_MAX);
         } else {
-            return name == "imager";  // read by the imager library
+            // What is the imager's is read by its library.
+            return ReadWebcamMember(name, path, value, scenario) || name == "imager";
         }
         return true;
     });

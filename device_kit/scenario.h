@@ -21,6 +21,10 @@ struct Device {
     long cameraId = 1;
 };
 
+// Of every picture that a scenario names.
+constexpr int kMaxSide = 4096;
+constexpr int kMaxFramesPerSecond = 60;
+
 struct Scenario {
     Scenario();
 
@@ -34,6 +38,7 @@ struct Scenario {
     // The kit's webcams, recorded when the scenario is loaded; without a value those recorded before stay.
     std::optional<std::vector<WebcamEntry>> webcams;
     std::vector<WebcamFormat> webcamFormats = UsualWebcamFormats();
+    std::vector<WebcamFormat> webcamStillFormats;  // empty: the webcams have no still pin
     WebcamHabits webcamHabits;
     bool watchGraph = false;
     std::vector<CallRule> calls;     // named "Interface::Method", perhaps with an argument after a space

@@ -2,7 +2,7 @@
 # Sets up, builds, measures, and prints every table of docs/performance.md, then what is aimed at beside what was reached.
 #
 #   scripts/bench.sh             everything; about ten minutes on an idle machine
-#   scripts/bench.sh TABLE...    only some of: pixel png kernels files latency arm bilevel
+#   scripts/bench.sh TABLE...    only some of: pixel png kernels files latency arm bilevel webcam
 #   scripts/bench.sh --build-only [TABLE...]    sets up and builds what they need, and measures nothing
 #
 # Each table stays in build/bench/TABLE.txt. Times are ratios within one run, best of many rounds; others on the machine disturb them
@@ -11,7 +11,7 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-tables=(pixel png kernels files latency arm bilevel)
+tables=(pixel png kernels files latency arm bilevel webcam)
 buildOnly=
 if [ "${1:-}" = --build-only ]; then
     buildOnly=yes
@@ -36,6 +36,7 @@ if wanted png; then native+=(png_bench); fi
 if wanted bilevel; then native+=(bilevel_bench); fi
 if wanted kernels; then native+=(kernel_bench) host+=(kernel_bench); fi
 if wanted files; then host+=(picture_bench); fi
+if wanted webcam; then native+=(webcam_bench) host+=(latency_bench ocellus devicekit); fi
 if wanted latency; then host+=(latency_bench ocellus devicekit); fi
 if wanted arm; then native+=(ce_instructions) ce+=(kernels); fi
 
@@ -88,6 +89,11 @@ measure() { # TABLE
     files) scripts/host.sh build/host/bin/picture_bench.exe | tr -d '\r' ;;
     latency) scripts/host.sh build/host/bin/latency_bench.exe "$previewSeconds" | tr -d '\r' ;;
     arm) build/native/bin/ce_instructions ;;
+    webcam)
+        build/native/bin/webcam_bench
+        printf '\n'
+        scripts/host.sh build/host/bin/latency_bench.exe "$previewSeconds" webcam | tr -d '\r'
+        ;;
     bilevel)
         build/native/bin/bilevel_bench
         printf '\n'
@@ -98,6 +104,7 @@ measure() { # TABLE
 
 declare -A titles=([pixel]="Pixels and encoders, against other libraries" [png]="PNG files, scene by scene" [kernels]="Windows build (under Wine) against the native build"
     [files]="Picture files and stamped text (Wine)" [latency]="The camera as an application sees it (Wine, device kit)"
+    [webcam]="Webcams: conversions, delay, lost frames, processor"
     [arm]="Instructions on ARM v4T" [bilevel]="Black and white TIFF, against other libraries")
 printf '%s, %d cores, %s, %s\n' "$(sed -n 's/^model name\t*: //p' /proc/cpuinfo | head -n 1)" "$(nproc)" "$(date +%F)" "$(gcc --version | head -n 1)"
 failed=0
@@ -117,7 +124,7 @@ done
 printf '\n## Aims\n\n| what | size | aim | reached | |\n|---|---|---|---|---|\n'
 files=()
 for table in "${tables[@]}"; do
-    if [ "$table" != latency ] && [ -f "$out/$table.txt" ]; then files+=("$out/$table.txt"); fi
+    if [[ ! $table =~ ^(latency|webcam)$ ]] && [ -f "$out/$table.txt" ]; then files+=("$out/$table.txt"); fi
 done
 awk -f scripts/bench-aims.awk "${files[@]}" /dev/null
 exit $failed

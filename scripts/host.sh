@@ -5,7 +5,8 @@
 #
 # Headless unless OCELLUS_HEADLESS=0 is set (then the X display in DISPLAY is used). Without the machine's own webcams unless OCELLUS_WEBCAMS=1
 # is set: what runs here should not depend on what is plugged in. The program's exit code is passed on; 126 when it did
-# not start. OCELLUS_WINE_PREFIX names another prefix than build/wine. With OCELLUS_REGISTER=0 nothing is registered.
+# not start. OCELLUS_WINE_PREFIX names another prefix than build/wine. With OCELLUS_REGISTER=0 nothing is registered. OCELLUS_PRELOAD names a
+# library that Wine's own side of the program loads before all others.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -90,7 +91,7 @@ trap 'rm -f "$report"' EXIT
 # what has left no trace is tried again.
 for attempt in 1 2 3; do
     set +e
-    OCELLUS_LAUNCH_REPORT=$(windowsPath "$report") wine "$launcher" "$(windowsPath "$program")" "$@"
+    OCELLUS_LAUNCH_REPORT=$(windowsPath "$report") LD_PRELOAD=${OCELLUS_PRELOAD:-} wine "$launcher" "$(windowsPath "$program")" "$@"
     set -e
     code=$(tr -d '\r\n' <"$report")
     [ -z "$code" ] || break

@@ -222,18 +222,18 @@ fi
 
 # ---- Wine's tests of the platform's filters --------------------------------------------------------------------------
 
-# What platform_filter_test compiles, from Debian's source package of Wine; that test is skipped without it.
-if [ "$goal" != run ] && [ ! -f "$deps/filter-tests/.complete" ]; then
+# What platform_filter_test and webcam_platform_test compile, from Debian's source package of Wine; they are skipped without it.
+filterTests=(qedit/tests/samplegrabber.c qedit/tests/nullrenderer.c qcap/tests/videocapture.c)
+if [ "$goal" != run ] && [ "$(cat "$deps/filter-tests/.complete" 2>/dev/null)" != "${filterTests[*]}" ]; then
     wineFile=wine_8.0~repack.orig.tar.xz
     if (fetchSource wine "$wineFile" 537c6889647a528ee9092b109e65b0fde288ba55d535044907cf168ca6f6e745); then
         rm -rf "$deps/filter-tests"
         mkdir -p "$deps/filter-tests"
         tar -xf "$deps/src/$wineFile" -C "$deps/filter-tests" --strip-components=1 --wildcards '*/COPYING.LIB' '*/libs/strmbase/*' \
-            '*/dlls/qedit/tests/samplegrabber.c' '*/dlls/qedit/tests/nullrenderer.c' \
-            '*/include/wine/'{strmbase,test,list,debug,heap}.h
-        touch "$deps/filter-tests/.complete"
+            '*/include/wine/'{strmbase,test,list,debug,heap}.h "${filterTests[@]/#/*/dlls/}"
+        echo "${filterTests[*]}" >"$deps/filter-tests/.complete"
     else
-        say "Without the source of Wine's filter tests: platform_filter_test will be skipped"
+        say "Without the source of Wine's filter tests: platform_filter_test and webcam_platform_test will be skipped"
     fi
 fi
 

@@ -2,14 +2,14 @@
 # Months in hours: sessions with both types of camera, one after the other in one process, every fifth with a device that is lost. What the
 # process holds after each is written to build/soak/TARGET.csv and drawn to TARGET.svg; fails with the kind that grows.
 #
-#   scripts/soak.sh --cycles N [device|desktop]    both without a word
+#   scripts/soak.sh --cycles N [device|desktop|webcam]    all without a word; webcam: on the desktop, through the driver for webcams
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 [ "${1:-}" = --cycles ] && [[ ${2:-} =~ ^[1-9][0-9]*$ ]] || refuse "--cycles wants a number"
 cycles=$2
-case ${3:-} in device | desktop) targets=$3 ;; '') targets="device desktop" ;; *) refuse "there is no target '$3'" ;; esac
+case ${3:-} in device | desktop | webcam) targets=$3 ;; '') targets="device desktop webcam" ;; *) refuse "there is no target '$3'" ;; esac
 mkdir -p build/soak/files
 failed=0
 for target in $targets; do
@@ -17,6 +17,10 @@ for target in $targets; do
     rm -f build/soak/files/*
     if [ "$target" = device ]; then
         python3 tests/reliability/on_device.py build/native/bin/ce-run build/ce play --folder build/soak/files cycles "$cycles" || failed=1
+    elif [ "$target" = webcam ]; then
+        export OCELLUS_WINE_PREFIX=$PWD/build/wine-webcams OCELLUS_WEBCAMS=1 OCELLUS_CAMERA="Device kit webcam"
+        scripts/host.sh build/host/bin/camctl.exe kit webcam on
+        (cd build/soak/files && ../../../scripts/host.sh ../../host/bin/reliability.exe "" webcams "$cycles") || failed=1
     else
         (cd build/soak/files && ../../../scripts/host.sh ../../host/bin/reliability.exe "" cycles "$cycles") || failed=1
     fi

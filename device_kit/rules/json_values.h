@@ -24,6 +24,17 @@ inline long Integer(const std::string& member, const nlohmann::json& value, long
     return value.get<long>();
 }
 
+inline bool Boolean(const std::string& member, const nlohmann::json& value) {
+    if (!value.is_boolean()) Refuse(member, value, "give true or false");
+    return value.get<bool>();
+}
+
+inline std::string Text(const std::string& member, const nlohmann::json& value) {
+    if (!value.is_string() || value.get_ref<const std::string&>().empty())
+        Refuse(member, value, "give a text");
+    return value.get<std::string>();
+}
+
 // The name of a member of `path` in texts.
 inline std::string Inner(const std::string& path, const std::string& name) {
     std::string inner = path;

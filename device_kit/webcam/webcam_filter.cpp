@@ -1,8 +1,5 @@
 #include "webcam/webcam_filter.h"
 
-#include <uuids.h>
-#include <vfwmsgs.h>
-
 namespace kit {
 
 namespace {
@@ -14,19 +11,6 @@ WebcamFilter::WebcamFilter(std::shared_ptr<const Scenario> played)
       scenario(std::move(played)),
       properties(scenario->properties) {}
 
-HRESULT WebcamFilter::NonDelegatingQueryInterface(REFIID iid, void** out) {
-    if (!out) return E_POINTER;
-    if (iid == __uuidof(IAMVideoProcAmp)) {
-        *out = static_cast<IAMVideoProcAmp*>(&videoProcAmp);
-    } else if (iid == __uuidof(IAMCameraControl)) {
-        *out = static_cast<IAMCameraControl*>(&cameraControl);
-    } else {
-        return WebcamFilterBase::NonDelegatingQueryInterface(iid, out);
-    }
-    AddRef();
-    return S_OK;
-}
-
 // A webcam that is gone stops without a word.
 HRESULT WebcamFilter::Stop() {
     return Call(L"IBaseFilter::Stop", kArgument, [&] { return Filter::Stop(); });
@@ -35,7 +19,7 @@ HRESULT WebcamFilter::Stop() {
 HRESULT WebcamFilter::Pause() {
     return CameraCall(L"IBaseFilter::Pause", kArgument, [&] {
         const HRESULT hr = Filter::Pause();
-        pin.Hold();
+        for (WebcamPin* const pin : pins) pin->Hold();
         return hr;
     });
 }
@@ -44,14 +28,16 @@ HRESULT WebcamFilter::Run(REFERENCE_TIME start) {
     return CameraCall(L"IBaseFilter::Run", kArgument, [&] { return Filter::Run(start); });
 }
 
-// A live source has no frame to show while it is paused.
-HRESULT WebcamFilter::GetState(DWORD timeoutMs, FILTER_STATE* out) {
-    const HRESULT hr = Filter::GetState(timeoutMs, out);
-    return hr == S_OK && *out == State_Paused ? VFW_S_CANT_CUE : hr;
+HRESULT WebcamFilter::Load(IPropertyBag*, IErrorLog*) {
+    return CameraCall(L"IPersistPropertyBag::Load", kArgument, [&] {
+        const HRESULT hr = capture.OpenScene();
+        return SUCCEEDED(hr) ? still.OpenScene() : hr;
+    });
 }
 
-HRESULT WebcamFilter::Load(IPropertyBag*, IErrorLog*) {
-    return CameraCall(L"IPersistPropertyBag::Load", kArgument, [&] { return pin.OpenScene(); });
+HRESULT WebcamFilter::SetMode(IPin* pin, LONG mode) {
+    return CameraCall(L"IAMVideoControl::SetMode", kArgument,
+                      [&] { return CameraFilter::SetMode(pin, mode); });
 }
 
 }  // namespace kit

@@ -1,9 +1,7 @@
 // The kit as a webcam of the desktop, for every program on it.
 #pragma once
 
-#include <ocidl.h>
-#include <strmif.h>
-
+#include <array>
 #include <atomic>
 #include <memory>
 #include <mutex>
@@ -11,8 +9,8 @@
 
 #include "base/unique_resource.h"
 #include "class_ids.h"
+#include "filter_base/camera_filter.h"
 #include "filter_base/category_pin.h"
-#include "filter_base/filter.h"
 #include "kit.h"
 #include "look.h"
 #include "property_facet.h"
@@ -23,21 +21,26 @@ class WebcamFilter;
 
 using WebcamPinBase = cam::filter_base::Implements<cam::filter_base::CategoryPin, IAMStreamConfig>;
 
-// The one pin, of the capture category. Frames at the format's rate with time stamps while the graph runs;
-// the streaming thread lives from pause to stop and never takes the filter's lock.
+// Capture: frames at the format's rate with time stamps while the graph runs. Still: one sample for every
+// trigger. The streaming thread lives from pause to stop and never takes the filter's lock.
 class WebcamPin final : public WebcamPinBase {
   public:
-    explicit WebcamPin(WebcamFilter& owner);
+    enum class Role { Capture, Still };
+    WebcamPin(WebcamFilter& owner, Role part);
     ~WebcamPin() override;
 
     HRESULT OpenScene();
     void Hold() { ResetEvent(running.get()); }
+    // Still pin: one more sample, while the graph runs.
+    HRESULT Trigger();
+    const WebcamFormat& Current() const { return format; }
 
     // Pin
     HRESULT CheckMediaType(const AM_MEDIA_TYPE& type) override;
     HRESULT SetMediaType(const AM_MEDIA_TYPE& type) override;
     HRESULT GetMediaType(int position, cam::filter_base::MediaType& type) override;
     HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override;
+    void BreakConnect() override;
     HRESULT Active() override;
     void Inactive() override;
     HRESULT Run(REFERENCE_TIME start) override;
@@ -48,30 +51,33 @@ class WebcamPin final : public WebcamPinBase {
     HRESULT STDMETHODCALLTYPE GetStreamCaps(int index, AM_MEDIA_TYPE** out, BYTE* capabilities) override;
 
   private:
+    const std::vector<WebcamFormat>& Formats() const;
     const WebcamFormat* Find(const AM_MEDIA_TYPE& type) const;
     HRESULT NewType(const WebcamFormat& wanted, AM_MEDIA_TYPE** out) const;
     void EndStreaming();
     void Stream();
+    void StreamFrames();
+    void StreamStills();
     bool WaitForTurn(HANDLE event, DWORD timeoutMs);
     bool IsGone();
     HRESULT SendFrame();
 
     WebcamFilter& webcam;
+    const Role role;
     WebcamFormat format;
     bool isChosen = false;  // by SetFormat: the only type then
     std::unique_ptr<Scene> scene;
     Picture black;
     Look look;
-    unsigned frameNumber = 0;  // counts on from start to start
     long framesSinceStart = 0;
     bool hasToldOfLoss = false;
     cam::UniqueHandle stopping;  // manual-reset
     cam::UniqueHandle running;   // manual-reset
+    cam::UniqueHandle triggers;  // semaphore: stills asked for and not yet taken
     std::thread thread;
 };
 
-using WebcamFilterBase =
-    cam::filter_base::Implements<cam::filter_base::Filter, IPersistPropertyBag, IAMFilterMiscFlags>;
+using WebcamFilterBase = cam::filter_base::Implements<cam::filter_base::CameraFilter, IAMFilterMiscFlags>;
 
 class WebcamFilter final : public WebcamFilterBase {
   public:
@@ -94,31 +100,42 @@ class WebcamFilter final : public WebcamFilterBase {
         return DeviceCall(call, argument, std::forward<Work>(work));
     }
 
+    // The number of the next frame; the capture pin counts on, from start to start. Streaming threads.
+    unsigned FrameNumber() const { return frameNumber; }
+    void NextFrame() { ++frameNumber; }
+
     // Filter
-    int PinCount() override { return 1; }
-    cam::filter_base::Pin* PinAt(int) override { return &pin; }
-    HRESULT NonDelegatingQueryInterface(REFIID iid, void** out) override;
-    // IPersist
-    HRESULT STDMETHODCALLTYPE GetClassID(CLSID* out) override { return Filter::GetClassID(out); }
+    int PinCount() override { return HasStillPin() ? 2 : 1; }
+    cam::filter_base::Pin* PinAt(int index) override { return pins[static_cast<std::size_t>(index)]; }
+    // CameraFilter
+    IAMVideoProcAmp& VideoProcAmp() override { return videoProcAmp; }
+    IAMCameraControl& CameraControl() override { return cameraControl; }
+    cam::filter_base::Pin* TriggeredPin() override { return HasStillPin() ? &still : nullptr; }
+    HRESULT TriggerStill() override { return still.Trigger(); }
+    LONGLONG FrameTime() override { return 10000000 / capture.Current().framesPerSecond; }
     // IMediaFilter
     HRESULT STDMETHODCALLTYPE Stop() override;
     HRESULT STDMETHODCALLTYPE Pause() override;
     HRESULT STDMETHODCALLTYPE Run(REFERENCE_TIME start) override;
-    HRESULT STDMETHODCALLTYPE GetState(DWORD timeoutMs, FILTER_STATE* out) override;
     // IPersistPropertyBag
-    HRESULT STDMETHODCALLTYPE InitNew() override { return S_OK; }
     HRESULT STDMETHODCALLTYPE Load(IPropertyBag* bag, IErrorLog* errors) override;
-    HRESULT STDMETHODCALLTYPE Save(IPropertyBag*, BOOL, BOOL) override { return E_NOTIMPL; }
+    // IAMVideoControl
+    HRESULT STDMETHODCALLTYPE SetMode(IPin* pin, LONG mode) override;
     // IAMFilterMiscFlags
     ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_SOURCE; }
 
   private:
+    bool HasStillPin() const { return !scenario->webcamStillFormats.empty(); }
+
     const std::shared_ptr<const Scenario> scenario;
+    std::atomic<unsigned> frameNumber = 0;
     std::mutex propertyLock;
     PropertyTable properties;
     PropertyFacet<IAMVideoProcAmp, PropertySet::VideoProcAmp, WebcamFilter> videoProcAmp{*this};
     PropertyFacet<IAMCameraControl, PropertySet::CameraControl, WebcamFilter> cameraControl{*this};
-    WebcamPin pin{*this};
+    WebcamPin capture{*this, WebcamPin::Role::Capture};
+    WebcamPin still{*this, WebcamPin::Role::Still};  // without formats it is not shown
+    const std::array<WebcamPin*, 2> pins = {&capture, &still};
 };
 
 // The one that registration records.

@@ -32,6 +32,8 @@ EncodingOfType TypeOf(WebcamEncoding encoding) {
             return {MAKEFOURCC('M', 'J', 'P', 'G'), 24};
         case WebcamEncoding::Rgb24:
             return {BI_RGB, 24};
+        case WebcamEncoding::Y800:
+            return {MAKEFOURCC('Y', '8', '0', '0'), 8};
         case WebcamEncoding::Yuy2:
             break;
     }
@@ -84,6 +86,16 @@ int PackNv12(const Picture& picture, BYTE* sample) {
             *chroma++ = static_cast<BYTE>((row[2 * x + 1] + next[2 * x + 1] + 1) / 2);
     }
     return static_cast<int>(chroma - sample);
+}
+
+int PackGrey(const Picture& picture, BYTE* sample) {
+    BYTE* out = sample;
+    for (int y = 0; y < picture.height; ++y) {
+        const Pixel* const in = picture.Row(y);
+        for (int x = 0; x < picture.width; ++x)
+            *out++ = static_cast<BYTE>((2 * Red(in[x]) + 5 * Green(in[x]) + Blue(in[x])) / 8);
+    }
+    return static_cast<int>(out - sample);
 }
 
 std::vector<BYTE> EncodeJpeg(const Picture& picture) {
@@ -166,6 +178,7 @@ bool Matches(const WebcamFormat& format, const AM_MEDIA_TYPE& type) {
 int Pack(const Picture& picture, const WebcamFormat& format, const WebcamHabits& habits, BYTE* sample) {
     if (format.encoding == WebcamEncoding::Rgb24) return PackBgr(picture, sample);
     if (format.encoding == WebcamEncoding::Nv12) return PackNv12(picture, sample);
+    if (format.encoding == WebcamEncoding::Y800) return PackGrey(picture, sample);
     if (format.encoding == WebcamEncoding::Yuy2) {
         const Format whole = {Layout::Yuy2, picture.width, picture.height, true};
         Pack(picture, whole, sample);

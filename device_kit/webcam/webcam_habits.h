@@ -8,7 +8,8 @@
 
 namespace kit {
 
-enum class WebcamEncoding { Yuy2, Nv12, Mjpg, Rgb24 };
+// The last is grey of 8 bits, as cameras for infrared light send it: there are programs that do not know it.
+enum class WebcamEncoding { Yuy2, Nv12, Mjpg, Rgb24, Y800 };
 
 struct WebcamFormat {
     WebcamEncoding encoding = WebcamEncoding::Yuy2;
@@ -25,6 +26,8 @@ struct WebcamFormat {
                 return width * height + evenWidth * evenHeight / 2;
             case WebcamEncoding::Rgb24:
                 return static_cast<int>(cam::RowStride(static_cast<unsigned>(width), 24)) * height;
+            case WebcamEncoding::Y800:
+                return width * height;
             default:
                 return evenWidth * 2 * height;
         }
@@ -43,6 +46,7 @@ struct WebcamHabits {
     bool huffmanTables = true;   // in its JPEG pictures
     long blackFrames = 0;        // at every start
     long brokenFrameEvery = 0;   // JPEG pictures that are cut off; 0: none
+    long firstFrameMs = 0;       // from every start
 };
 
 // What a camera that knows its trade lists by itself.

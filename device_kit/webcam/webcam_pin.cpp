@@ -15,14 +15,22 @@ using cam::filter_base::MediaType;
 
 namespace {
 constexpr REFERENCE_TIME kSecond = 10000000;
-}
 
-WebcamPin::WebcamPin(WebcamFilter& owner)
-    : WebcamPinBase(owner, L"Capture", PIN_CATEGORY_CAPTURE),
+bool IsStill(WebcamPin::Role role) {
+    return role == WebcamPin::Role::Still;
+}
+}  // namespace
+
+WebcamPin::WebcamPin(WebcamFilter& owner, Role part)
+    : WebcamPinBase(owner, IsStill(part) ? L"Still" : L"Capture",
+                    IsStill(part) ? PIN_CATEGORY_STILL : PIN_CATEGORY_CAPTURE),
       webcam(owner),
-      format(owner.Played().webcamFormats.front()),
+      role(part),
       stopping(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
-      running(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+      running(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      triggers(CreateSemaphoreW(nullptr, 0, LONG_MAX, nullptr)) {
+    if (!Formats().empty()) format = Formats().front();
+}
 
 // A graph may drop its filters without having stopped them.
 WebcamPin::~WebcamPin() {
@@ -35,18 +43,30 @@ HRESULT WebcamPin::OpenScene() {
     return scene ? S_OK : E_FAIL;
 }
 
+HRESULT WebcamPin::Trigger() {
+    if (!IsConnected()) return VFW_E_NOT_CONNECTED;
+    if (webcam.State() != State_Running) return VFW_E_NOT_RUNNING;
+    return ReleaseSemaphore(triggers.get(), 1, nullptr) ? S_OK : E_FAIL;
+}
+
 // ---- Pin --------------------------------------------------------------------------------------------------
 
+const std::vector<WebcamFormat>& WebcamPin::Formats() const {
+    const Scenario& played = webcam.Played();
+    return IsStill(role) ? played.webcamStillFormats : played.webcamFormats;
+}
+
 const WebcamFormat* WebcamPin::Find(const AM_MEDIA_TYPE& type) const {
+    if (type.majortype != MEDIATYPE_Video) return nullptr;
     if (isChosen) return Matches(format, type) ? &format : nullptr;
-    const auto& formats = webcam.Played().webcamFormats;
+    const auto& formats = Formats();
     const auto found =
         std::find_if(formats.begin(), formats.end(), [&](const auto& one) { return Matches(one, type); });
     return found == formats.end() ? nullptr : &*found;
 }
 
 HRESULT WebcamPin::CheckMediaType(const AM_MEDIA_TYPE& type) {
-    return type.majortype == MEDIATYPE_Video && Find(type) ? S_OK : S_FALSE;
+    return Find(type) ? S_OK : S_FALSE;
 }
 
 HRESULT WebcamPin::SetMediaType(const AM_MEDIA_TYPE& type) {
@@ -55,7 +75,7 @@ HRESULT WebcamPin::SetMediaType(const AM_MEDIA_TYPE& type) {
 }
 
 HRESULT WebcamPin::GetMediaType(int position, MediaType& type) {
-    const auto& formats = webcam.Played().webcamFormats;
+    const auto& formats = Formats();
     if (position < 0 || position >= (isChosen ? 1 : static_cast<int>(formats.size())))
         return VFW_S_NO_MORE_ITEMS;
     const WebcamFormat& listed = isChosen ? format : formats[static_cast<std::size_t>(position)];
@@ -71,6 +91,12 @@ HRESULT WebcamPin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
     return actual.cBuffers >= 1 && actual.cbBuffer >= format.SampleSize() ? S_OK : E_FAIL;
 }
 
+// What a connection settled ends with it.
+void WebcamPin::BreakConnect() {
+    if (!isChosen) format = Formats().front();
+    WebcamPinBase::BreakConnect();
+}
+
 // ---- IAMStreamConfig --------------------------------------------------------------------------------------
 
 HRESULT WebcamPin::NewType(const WebcamFormat& wanted, AM_MEDIA_TYPE** out) const {
@@ -80,7 +106,7 @@ HRESULT WebcamPin::NewType(const WebcamFormat& wanted, AM_MEDIA_TYPE** out) cons
     return *out ? S_OK : E_OUTOFMEMORY;
 }
 
-// Null: any format again.
+// Null: any format again. E_FAIL for one that is not offered, as the system's own filter for webcams says.
 HRESULT WebcamPin::SetFormat(AM_MEDIA_TYPE* type) {
     return DeviceCall(L"IAMStreamConfig::SetFormat", Name(), [&]() -> HRESULT {
         const LockGuard guard(webcam.StateLock());
@@ -89,7 +115,7 @@ HRESULT WebcamPin::SetFormat(AM_MEDIA_TYPE* type) {
         isChosen = false;
         if (!type) return S_OK;
         const WebcamFormat* const found = Find(*type);
-        if (!found) return VFW_E_INVALIDMEDIATYPE;
+        if (!found) return E_FAIL;
         format = *found;
         // The rate is the caller's to lower.
         const auto frameTime = reinterpret_cast<const VIDEOINFOHEADER*>(type->pbFormat)->AvgTimePerFrame;
@@ -108,16 +134,16 @@ HRESULT WebcamPin::GetFormat(AM_MEDIA_TYPE** out) {
 
 HRESULT WebcamPin::GetNumberOfCapabilities(int* count, int* size) {
     if (!count || !size) return E_POINTER;
-    *count = static_cast<int>(webcam.Played().webcamFormats.size());
+    *count = static_cast<int>(Formats().size());
     *size = sizeof(VIDEO_STREAM_CONFIG_CAPS);
     return S_OK;
 }
 
 HRESULT WebcamPin::GetStreamCaps(int index, AM_MEDIA_TYPE** out, BYTE* capabilities) {
-    if (!out || !capabilities) return E_POINTER;
     if (index < 0) return E_INVALIDARG;
-    const auto& formats = webcam.Played().webcamFormats;
+    const auto& formats = Formats();
     if (static_cast<std::size_t>(index) >= formats.size()) return S_FALSE;
+    if (!out || !capabilities) return E_POINTER;
     const WebcamFormat& listed = formats[static_cast<std::size_t>(index)];
     const HRESULT hr = NewType(listed, out);
     if (FAILED(hr)) return hr;
@@ -175,6 +201,21 @@ bool WebcamPin::IsGone() {
 }
 
 void WebcamPin::Stream() {
+    if (IsStill(role)) {
+        StreamStills();
+    } else if (WaitForTurn(running.get(), INFINITE) &&
+               WaitForTurn(nullptr, static_cast<DWORD>(webcam.Played().webcamHabits.firstFrameMs))) {
+        StreamFrames();
+    }
+}
+
+void WebcamPin::StreamStills() {
+    while (WaitForTurn(running.get(), INFINITE) && WaitForTurn(triggers.get(), INFINITE)) {
+        if (!IsLost() && SendFrame() == S_OK) CountStill();
+    }
+}
+
+void WebcamPin::StreamFrames() {
     LARGE_INTEGER frequency, now;
     QueryPerformanceFrequency(&frequency);
     const LONGLONG interval = frequency.QuadPart / format.framesPerSecond;
@@ -190,7 +231,9 @@ void WebcamPin::Stream() {
             WaitForTurn(nullptr, INFINITE);
             return;
         }
-        if (SendFrame() == S_OK) CountPreviewFrame();
+        if (SendFrame() != S_OK) continue;
+        webcam.NextFrame();
+        CountPreviewFrame();
     }
 }
 
@@ -203,9 +246,9 @@ HRESULT WebcamPin::SendFrame() {
     if (sample->GetSize() < format.SampleSize()) return E_UNEXPECTED;
     const WebcamHabits& habits = webcam.Played().webcamHabits;
     const long index = framesSinceStart++;
-    const Picture& seen = scene->Frame(frameNumber++, format.width, format.height);
-    const Picture* picture = &look.Apply(seen, webcam.Properties(), false);
-    if (index < habits.blackFrames) {
+    const Picture& seen = scene->Frame(webcam.FrameNumber(), format.width, format.height);
+    const Picture* picture = &look.Apply(seen, webcam.Properties(), IsStill(role));
+    if (!IsStill(role) && index < habits.blackFrames) {
         black.Resize(format.width, format.height);
         std::fill(black.pixels.begin(), black.pixels.end(), Rgb(0, 0, 0));
         picture = &black;
@@ -218,6 +261,7 @@ HRESULT WebcamPin::SendFrame() {
     REFERENCE_TIME start = index * kSecond / format.framesPerSecond;
     REFERENCE_TIME end = start + kSecond / format.framesPerSecond;
     sample->SetTime(&start, &end);
+    if (!IsStill(role)) NoteFrameSent();
     return Deliver(sample.get());
 }
 

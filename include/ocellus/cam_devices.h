@@ -4,7 +4,8 @@
  *
  * On the desktop the cameras are the recorded drivers, as on Windows CE, and then the webcams that the system
  * knows; a webcam needs nothing registered. On Windows CE they are the active drivers, which can be listed
- * and chosen; camListDeviceFormats, camGetStreamState and camWatchDevices answer camFailed there.
+ * and chosen; camListDeviceFormats, camGetStreamState, camWatchDevices and camSetWarmUpFrames answer camFailed
+ * there.
  *
  * Without a choice camera type 1 takes the second of two cameras or more. The environment variable
  * OCELLUS_CAMERA chooses for programs that do not call camChooseDevice. With OCELLUS_WEBCAMS=0 there are no
@@ -65,8 +66,13 @@ typedef struct camStreamState {
     LONG lost;                         /* not 0: it stopped sending, or was taken away */
 } camStreamState;
 
-/* How the webcam does that runs, or ran last. camInvalidArgument: a null pointer; camFailed: none has run. */
+/* How the webcam does that runs, or ran last. camInvalidArgument: a null pointer; camFailed: none has run
+ * since a camera of type 1 was selected. */
 camResult WINAPI camGetStreamState(camStreamState* state);
+
+/* Lets so many frames of a webcam pass after every start, before preview and stills see any: some begin with
+ * black or wrongly exposed ones. 0 unless set; counts from the next start on. camInvalidArgument: below 0. */
+camResult WINAPI camSetWarmUpFrames(int frames);
 
 /* wParam of the message that camWatchDevices asks for; lParam is 0. */
 enum {

@@ -177,6 +177,10 @@ inline Result<std::vector<camDeviceFormat>> DeviceFormats(const Text& device) {
     return {"camListDeviceFormats", result, std::move(formats)};
 }
 
+inline Result<> SetWarmUpFrames(int frames) {
+    return {"camSetWarmUpFrames", camSetWarmUpFrames(frames)};
+}
+
 inline Result<> WatchDevices(HWND window, UINT message) {
     return {"camWatchDevices", camWatchDevices(window, message)};
 }

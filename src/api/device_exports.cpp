@@ -95,6 +95,11 @@ camResult WINAPI camGetStreamState(camStreamState* state) {
     return camOk;
 }
 
+camResult WINAPI camSetWarmUpFrames(int frames) {
+    if (frames < 0) return camInvalidArgument;
+    return cam::platform::SetWarmUpFrames(static_cast<DWORD>(frames)) ? camOk : camFailed;
+}
+
 camResult WINAPI camWatchDevices(HWND window, UINT message) try {
     return cam::platform::WatchDevices(window, message) ? camOk : camFailed;
 } catch (const std::bad_alloc&) {

@@ -70,8 +70,12 @@ struct StreamState {
     bool lost;            // it has stopped sending
 };
 
-// Of the webcam that was started last. False: there has been none; so on a device.
+// Of the webcam that was started last, if no capture filter has been created since. False: there has been
+// none; so on a device.
 bool GetStreamState(StreamState* state);
+
+// So many frames of a webcam are let pass after every start. FALSE: it cannot be done; so on a device.
+BOOL SetWarmUpFrames(DWORD frames);
 
 // Posts `message` to `window` when webcams come (wParam 1), go (2), stop sending while they are used (3) or
 // come back (4); a null window ends it. FALSE: it cannot be done; so on a device.

@@ -147,6 +147,118 @@ TEST_CASE("each size is listed once, and the one chosen is the still's while pre
     CHECK(IsNear(PixelAt(frame, preview, 5, 65), chart::kTopLeft, kTolerance));
 }
 
+namespace {
+
+// The still pin's format of that size, as an application chooses it.
+void ChooseStill(DriverGraph& graph, LONG width) {
+    int count = 0, size = 0;
+    REQUIRE(graph.stillConfig->GetNumberOfCapabilities(&count, &size) == S_OK);
+    ComPtr<IPin> receiver;
+    REQUIRE(graph.stillPin->ConnectedTo(receiver.put()) == S_OK);
+    REQUIRE(graph.graph->Disconnect(receiver.get()) == S_OK);
+    REQUIRE(graph.graph->Disconnect(graph.stillPin.get()) == S_OK);
+    for (int i = 0; i < count; ++i) {
+        VIDEO_STREAM_CONFIG_CAPS caps;
+        cam::filter_base::UniqueMediaType type;
+        REQUIRE(graph.stillConfig->GetStreamCaps(i, type.put(), reinterpret_cast<BYTE*>(&caps)) == S_OK);
+        if (caps.InputSize.cx != width) continue;
+        REQUIRE(graph.stillConfig->SetFormat(type.get()) == S_OK);
+        REQUIRE(graph.graph->ConnectDirect(graph.stillPin.get(), receiver.get(), type.get()) == S_OK);
+        return;
+    }
+    FAIL("there is no such size");
+}
+
+}  // namespace
+
+TEST_CASE("a webcam's own still pin takes the pictures of its sizes, and the video stays as it is") {
+    Play(
+        R"({"encoding": "YUY2", "width": 640, "height": 480}, {"encoding": "YUY2", "width": 320, "height": 240})",
+        R"(, "webcamStillFormats": [{"encoding": "MJPG", "width": 1280, "height": 960},
+             {"encoding": "YUY2", "width": 640, "height": 480}, {"encoding": "Y800", "width": 99, "height": 99}])");
+    {
+        DriverGraph graph;
+        REQUIRE(graph.BuildDriver() == S_OK);
+        const auto picturesOf = [&](LONG width, LONG height, LONG own) {
+            CAPTURE(width);
+            const std::size_t before = graph.stillFrames.Count();
+            const LONG ownBefore = kitStillPictures();
+            REQUIRE(graph.TriggerStill() == S_OK);  // ahead of the start, and another while it runs
+            REQUIRE(SUCCEEDED(graph.Run()));
+            REQUIRE(graph.stillFrames.WaitFor(before + 1));
+            REQUIRE(graph.previewFrames.WaitFor(graph.previewFrames.Count() + 2));
+            REQUIRE(graph.TriggerStill() == S_OK);
+            REQUIRE(graph.stillFrames.WaitFor(before + 2));
+            REQUIRE(SUCCEEDED(graph.Stop()));
+            CHECK(kitStillPictures() - ownBefore == own);
+            CHECK(
+                ShowsChart(graph.stillFrames.Last().bytes, {Layout::Yuy2, width, height, true}, kTolerance));
+            CHECK(
+                ShowsChart(graph.previewFrames.Last().bytes, {Layout::Rgb555, 640, 480, false}, kTolerance));
+            cam::platform::StreamState state = {};
+            REQUIRE(cam::platform::GetStreamState(&state));
+            CHECK(state.format.width == (own ? 640 : width));
+        };
+        picturesOf(640, 480, 2);
+        ChooseStill(graph, 1280);
+        picturesOf(1280, 960, 2);
+        ChooseStill(graph, 320);
+        picturesOf(320, 240, 0);
+        ChooseStill(graph, 640);
+        picturesOf(640, 480, 2);
+        int count = 0, size = 0;
+        REQUIRE(graph.stillConfig->GetNumberOfCapabilities(&count, &size) == S_OK);
+        CHECK(count == 3);
+
+        REQUIRE(SUCCEEDED(graph.Run()));
+        kitAnswerNext(L"IAMVideoControl::SetMode", E_FAIL);
+        CHECK(graph.TriggerStill() == E_FAIL);
+        const std::size_t before = graph.stillFrames.Count();
+        CHECK(graph.TriggerStill() == S_OK);
+        CHECK(graph.stillFrames.WaitFor(before + 1));
+    }
+    CHECK(kitLiveObjects() == 0);
+}
+
+TEST_CASE("frames of the warm-up are let pass after every start") {
+    constexpr DWORD kFrames = 6;
+    Play(R"({"encoding": "YUY2", "width": 320, "height": 240})", R"(, "webcamHabits": {"blackFrames": 6})");
+    const Format preview = {Layout::Rgb555, 320, 240, false}, still = {Layout::Yuy2, 320, 240, true};
+    DriverGraph graph;
+    REQUIRE(graph.BuildDriver() == S_OK);
+    for (const DWORD frames : {DWORD{0}, kFrames, kFrames}) {
+        CAPTURE(frames);
+        REQUIRE(cam::platform::SetWarmUpFrames(frames));
+        const std::size_t before = graph.stillFrames.Count();
+        REQUIRE(graph.TriggerStill() == S_OK);
+        REQUIRE(SUCCEEDED(graph.Run()));
+        REQUIRE(graph.stillFrames.WaitFor(before + 1));
+        CHECK(ShowsChart(graph.stillFrames.Last().bytes, still, kTolerance) == (frames > 0));
+        REQUIRE(SUCCEEDED(graph.Stop()));
+        if (frames > 0) CHECK(ShowsChart(graph.previewFrames.Last().bytes, preview, kTolerance));
+        cam::platform::StreamState state = {};
+        REQUIRE(cam::platform::GetStreamState(&state));
+        CHECK(state.frames > frames);
+    }
+    cam::platform::SetWarmUpFrames(0);
+}
+
+TEST_CASE("a camera that is no webcam has no stream to tell of, whatever ran before") {
+    Play(R"({"encoding": "YUY2", "width": 320, "height": 240})");
+    {
+        DriverGraph graph;
+        REQUIRE(graph.BuildDriver() == S_OK);
+        REQUIRE(SUCCEEDED(graph.Run()));
+        REQUIRE(graph.previewFrames.WaitFor(1));
+    }
+    cam::platform::StreamState state = {};
+    CHECK(cam::platform::GetStreamState(&state));
+    ComPtr<IBaseFilter> driver;
+    const auto find = [](wchar_t* name) { return wcscpy(name, L"CAM1:"), S_OK; };
+    REQUIRE(cam::platform::CreateCaptureFilter(kClsidCaptureFilter, find, driver.put()) == S_OK);
+    CHECK_FALSE(cam::platform::GetStreamState(&state));
+}
+
 TEST_CASE("broken JPEG pictures are passed over and counted") {
     Play(R"({"encoding": "MJPG", "width": 320, "height": 240})",
          R"(, "webcamHabits": {"brokenFrameEvery": 3})");

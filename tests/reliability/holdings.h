@@ -12,7 +12,8 @@ namespace reliability {
 using Holdings = std::vector<std::pair<std::string, long>>;
 Holdings CountHoldings();
 
-// What the system itself keeps of a session, by kind, whatever the library does.
-Holdings LostBySystem();
+// What the system itself keeps, by kind, of so many sessions with so many filter graphs in all, whatever the
+// library does.
+Holdings LostBySystem(long sessions, long graphs);
 
 }  // namespace reliability

@@ -23,7 +23,7 @@ Holdings CountHoldings() {
     return holdings;
 }
 
-Holdings LostBySystem() {
+Holdings LostBySystem(long, long) {
     return {};
 }
 

@@ -27,7 +27,8 @@ constexpr char kUsage[] =
     "                                   occurrence; of all these every EVERYth, beginning with that one\n"
     "reliability FOLDER cycles COUNT    what the process holds after each session, in holdings.csv there; "
     "fails\n"
-    "                                   when anything grows";
+    "                                   when anything grows\n"
+    "reliability FOLDER webcams COUNT   the same with the device kit's webcam, which OCELLUS_CAMERA names";
 
 int failures;
 
@@ -182,14 +183,15 @@ long Of(const Holdings& holdings, const std::string& kind) {
     return 0;
 }
 
+constexpr wchar_t kWebcamOpened[] = L"IPersistPropertyBag::Load Webcam";
+
 // What the system makes once and keeps comes in the first cycles; what each session loses, or each one with a
 // lost device, grows between the middle and the end.
-void JudgeGrowth(const Holdings& middle, const Holdings& end, int cycles) {
+void JudgeGrowth(const Holdings& middle, const Holdings& end, int cycles, long graphs) {
     constexpr long kKept = 4, kKeptBytes = 256 * 1024;
-    const Holdings lost = LostBySystem();
-    const int counted = cycles - 1 - cycles / 2;
+    const Holdings lost = LostBySystem(cycles - 1 - cycles / 2, graphs);
     for (const auto& [kind, count] : end) {
-        const long before = Of(middle, kind) + counted * Of(lost, kind);
+        const long before = Of(middle, kind) + Of(lost, kind);
         if (count - before > (kind == "private bytes" ? kKeptBytes : kKept)) {
             Tell({kind + " grows: " + std::to_string(before) + " after half of " + std::to_string(cycles) +
                   " cycles, " + std::to_string(count) + " at the end"});
@@ -197,18 +199,36 @@ void JudgeGrowth(const Holdings& middle, const Holdings& end, int cycles) {
     }
 }
 
-void Soak(const std::string& folder, int cycles) {
+// Every second loss of a webcam comes without a word of it.
+void Soak(const std::string& folder, int cycles, bool isWebcam) {
     constexpr int kLossEvery = 5;
     std::string table;
     Holdings middle, end;
+    long graphs = 0;  // since the middle
     for (int cycle = 0; cycle < cycles; ++cycle) {
         const bool isLost = cycle % kLossEvery == kLossEvery - 1;
-        Begin(isLost ? ", \"loseDeviceAfterFrames\": 8" : "");
+        std::string scenario = isLost ? ", \"loseDeviceAfterFrames\": 8" : "";
+        if (isWebcam) {
+            scenario +=
+                ", \"webcamFormats\": [{\"encoding\": \"YUY2\", \"width\": 160, \"height\": 120}, "
+                "{\"encoding\": \"MJPG\", \"width\": 176, \"height\": 144}]";
+            if (cycle % (2 * kLossEvery) == kLossEvery - 1)
+                scenario += ", \"webcamHabits\": {\"losesSilently\": true}";
+        }
+        Begin(scenario);
         Plan plan = Resuming(folder, "b", isLost);
         plan.hasOwner = cycle % 2 == 0;
         Tell(PlaySession(plan));
         end = CountHoldings();
-        if (cycle == cycles / 2) middle = end;
+        // A webcam is in a graph of its own each time that it is opened.
+        ++graphs;
+        const long opened = OfKit<decltype(kitCallCount)>("kitCallCount")(kWebcamOpened);
+        if (isWebcam != (opened > 0)) Tell({"a webcam was opened " + std::to_string(opened) + " times"});
+        graphs += opened;
+        if (cycle == cycles / 2) {
+            middle = end;
+            graphs = 0;
+        }
         if (cycle == 0) {
             table = "cycle";
             for (const auto& [kind, count] : end) table += "," + kind;
@@ -220,7 +240,7 @@ void Soak(const std::string& folder, int cycles) {
         constexpr int kWriteEvery = 50;
         if (cycle % kWriteEvery == 0 || cycle == cycles - 1) WriteFileOf(folder + "holdings.csv", table);
     }
-    JudgeGrowth(middle, end, cycles);
+    JudgeGrowth(middle, end, cycles, graphs);
 }
 
 bool Run(const std::string& folder, const std::string& mode, int number, int count) {
@@ -236,8 +256,8 @@ bool Run(const std::string& folder, const std::string& mode, int number, int cou
         PlayChaos(folder, number, count);
     } else if (mode == "sweep" && number > 0) {
         Sweep(folder, number, count);
-    } else if (mode == "cycles" && number > 0) {
-        Soak(folder, number);
+    } else if ((mode == "cycles" || mode == "webcams") && number > 0) {
+        Soak(folder, number, mode == "webcams");
     } else {
         return false;
     }
@@ -253,12 +273,13 @@ int main(int count, char** arguments) {
     WriteFileOf(folder + "profiles.exm",
                 "<?xml version=\"1.0\"?>\r\n<ConfigDoc><Section name='Profiles'><Section name='A'/>"
                 "<Section name='B'/></Section></ConfigDoc>");
+    const bool isSoak = mode == "cycles" || mode == "webcams";
     // Elsewhere whoever runs the program looks to its time.
-    if (mode == "chaos" || mode == "sweep" || mode == "cycles") WatchForHangs();
+    if (mode == "chaos" || mode == "sweep" || isSoak) WatchForHangs();
     // The graph can be watched from such a thread only.
     if (mode == "chaos") CoInitializeEx(nullptr, 0);
     // Many sessions with one library: loading it that often is the loader's test.
-    if (mode == "sweep" || mode == "cycles") LoadLibraryW(L"ocellus.dll");
+    if (mode == "sweep" || isSoak) LoadLibraryW(L"ocellus.dll");
     if (!Run(folder, mode, number(3), number(4))) {
         Print(kUsage);
         return 2;

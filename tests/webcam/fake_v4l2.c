@@ -2,7 +2,7 @@
  * Plays Video4Linux cameras to one process, so that Wine's own webcam filter has something to open:
  * preloaded, it answers for /dev/video0 to /dev/video9 what a camera would that sends B, G, R in 3 bytes.
  *
- *     LD_PRELOAD=fake_v4l2.so FAKE_V4L2=FOLDER wine PROGRAM
+ *     LD_PRELOAD=fake_v4l2.so FAKE_V4L2=FOLDER wine PROGRAM     (scripts/host.sh: OCELLUS_PRELOAD)
  *
  * A file FOLDER/videoN is a camera; "name: 640x480@30 1280x720@10" is what it says of it. Without the file it
  * is unplugged, at any moment; beside a file FOLDER/videoN.hangs reading from it does not return until that
@@ -20,6 +20,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <time.h>
@@ -48,7 +49,20 @@ typedef struct {
 
 static Stream streams[kDescriptors]; /* by file descriptor; each is used by one thread at a time */
 
-#define REAL(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
+/* The headers turn these names into those of the functions with long offsets and times, if they are asked to. */
+#ifdef __i386__
+#define LIBRARY_NAME_open "open64"
+#define LIBRARY_NAME_stat "__stat64_time64"
+#define LIBRARY_NAME_ioctl "__ioctl_time64"
+#else
+#define LIBRARY_NAME_open "open"
+#define LIBRARY_NAME_stat "stat"
+#define LIBRARY_NAME_ioctl "ioctl"
+#endif
+#define LIBRARY_NAME_close "close"
+#define LIBRARY_NAME_read "read"
+#define LIBRARY_NAME_dlopen "dlopen"
+#define REAL(name) ((__typeof__(&name))dlsym(RTLD_NEXT, LIBRARY_NAME_##name))
 
 /* The number of "/dev/videoN", or -1. */
 static int CameraOf(const char* path) {

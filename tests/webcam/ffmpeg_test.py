@@ -9,10 +9,11 @@ Ends with 77 when the package is not there (scripts/setup.sh test fetches it). T
 import re
 import shutil
 import statistics
-import subprocess
 import sys
 import tarfile
 from pathlib import Path
+
+from programs import Programs, check, finish
 
 NAME = "Device kit webcam"
 FRAMES = 15
@@ -29,14 +30,6 @@ MARKS = {(0, 0): (255, 0, 0), (15, 0): (0, 255, 0), (0, 11): (0, 0, 255), (15, 1
 COUNTER_ROW, COUNTER_COLUMNS = 10, range(2, 14)
 TOLERANCE = 40  # of 255: ffmpeg's conversions, and JPEG
 
-problems = []
-
-
-def check(good, what):
-    print(("ok: " if good else "WRONG: ") + what, flush=True)
-    if not good:
-        problems.append(what)
-
 
 def cell(frame, width, height, column, row):
     x, y = (2 * column + 1) * width // (2 * COLUMNS), (2 * row + 1) * height // (2 * ROWS)
@@ -51,26 +44,6 @@ def frame_number(frame, width, height):
     return number
 
 
-class Programs:
-    def __init__(self, run, folder):
-        self.run, self.folder = run, folder
-
-    def start(self, program, *arguments):
-        return subprocess.Popen([str(self.run), str(program), *arguments], cwd=self.folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                stderr=subprocess.STDOUT, text=True, errors="replace")
-
-    def call(self, program, *arguments):
-        process = self.start(program, *arguments)
-        try:
-            output = process.communicate(timeout=60)[0]
-        except subprocess.TimeoutExpired:
-            process.kill()
-            return None, "not ended after 60 s"
-        if process.returncode == 77:
-            sys.exit(77)
-        return process.returncode, output
-
-
 def input_options(encoding, width, height, rate):
     kind = ["-vcodec", "mjpeg"] if encoding == "mjpeg" else ["-pixel_format", encoding]
     return ["-hide_banner", "-y", "-f", "dshow", *kind, "-video_size", f"{width}x{height}", "-framerate", str(rate), "-i", f"video={NAME}"]
@@ -81,7 +54,7 @@ def judge_capture(programs, ffmpeg, encoding, width, height, rate):
     raw, stamps = programs.folder / "out.raw", programs.folder / "out.stamps"
     for old in (raw, stamps):
         old.unlink(missing_ok=True)
-    code, output = programs.call(ffmpeg, *input_options(encoding, width, height, rate), "-vsync", "0", "-frames:v", str(FRAMES), "-f", "rawvideo",
+    output, code = programs.call(ffmpeg, *input_options(encoding, width, height, rate), "-vsync", "0", "-frames:v", str(FRAMES), "-f", "rawvideo",
                                  "-pix_fmt", "rgb24", raw.name, "-c:v", "copy", "-copyts", "-frames:v", str(FRAMES), "-f", "framecrc", stamps.name)
     size = 3 * width * height
     data = raw.read_bytes() if raw.exists() else b""
@@ -112,10 +85,10 @@ def main():
         with tarfile.open(package) as archive, archive.extractfile("package/ffmpeg.exe") as source, open(ffmpeg, "wb") as target:
             shutil.copyfileobj(source, target)
     shutil.copy(binaries / "launch.exe", folder)
-    programs = Programs(run, folder)
-    _, output = programs.call(ffmpeg, "-hide_banner", "-list_devices", "true", "-f", "dshow", "-i", "dummy")
+    programs = Programs(run, binaries, folder)
+    output, _ = programs.call(ffmpeg, "-hide_banner", "-list_devices", "true", "-f", "dshow", "-i", "dummy")
     check(f'"{NAME}"' in output, "ffmpeg lists the webcam")
-    _, output = programs.call(ffmpeg, "-hide_banner", "-f", "dshow", "-list_options", "true", "-i", f"video={NAME}")
+    output, _ = programs.call(ffmpeg, "-hide_banner", "-f", "dshow", "-list_options", "true", "-i", f"video={NAME}")
     seen = [(kind, int(width), int(height), int(rate)) for kind, width, height, rate in
             re.findall(r"(?:pixel_format|vcodec)=(\w+) .* max s=(\d+)x(\d+) fps=(\d+)", output)]
     check(seen == OFFERED, f"ffmpeg lists every format {'' if seen == OFFERED else seen}")
@@ -123,12 +96,11 @@ def main():
         judge_capture(programs, ffmpeg, *format)
 
     # Two programs at once: ffmpeg, and the library with its own driver.
-    other = programs.start(binaries / "camctl.exe", "preview", "--seconds", "2", "--camera", NAME)
+    other = programs.start("camctl.exe", "preview", "--seconds", "2", "--camera", NAME)
     judge_capture(programs, ffmpeg, "yuyv422", 640, 480, 30)
-    output = other.communicate(timeout=60)[0]
-    check(other.returncode == 0, f"the library beside it: {output.strip().splitlines()[:3]}")
-    print(f"{len(problems)} wrong")
-    return 1 if problems else 0
+    output, code = programs.end(other)
+    check(code == 0, f"the library beside it: {output.strip().splitlines()[:3]}")
+    return finish()
 
 
 if __name__ == "__main__":

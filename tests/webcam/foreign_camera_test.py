@@ -1,38 +1,29 @@
 #!/usr/bin/env python3
 """The library's driver on a camera that nobody here wrote: Wine's webcam filter, which opens what fake_v4l2.c plays to it.
 
-    foreign_camera_test.py RUN BIN SHIM FOLDER    scripts/host.sh, the folder of the build's programs, the preloaded fake_v4l2.so, a folder to work in
+    foreign_camera_test.py RUN BIN SHIM FOLDER    scripts/host.sh or host32.sh, the folder of the build's programs, fake_v4l2.so of that width, a
+                                                  folder to work in
 
 In every size a preview and a still, looked at; two cameras at once; unplugged in mid-stream, and there again; one that hangs; camverify.
 """
-import json
-import os
 import re
 import struct
-import subprocess
 import sys
 import time
 from pathlib import Path
+
+from programs import Programs, check, finish
 
 ONE, TWO = "Foreign camera one", "Foreign camera two"
 SIZES = [(640, 480, 30), (1280, 720, 10), (320, 240, 30)]
 MARKS = {(0, 0): (255, 0, 0), (15, 0): (0, 255, 0), (0, 11): (0, 0, 255), (15, 11): (255, 255, 255)}
 TOLERANCE = 24  # of 255: YUY2 on the way
 
-problems = []
 
-
-def check(good, what):
-    print(("ok: " if good else "WRONG: ") + what, flush=True)
-    if not good:
-        problems.append(what)
-
-
-class Session:
+class Session(Programs):
     def __init__(self, run, binaries, shim, folder):
-        self.run, self.binaries, self.folder = run, binaries, folder
         self.cameras = folder / "cameras"
-        self.environment = {**os.environ, "LD_PRELOAD": str(shim), "FAKE_V4L2": str(self.cameras)}
+        super().__init__(run, binaries, folder, OCELLUS_PRELOAD=str(shim), FAKE_V4L2=str(self.cameras))
 
     def plug(self, number, name, sizes):
         listed = " ".join(f"{width}x{height}@{rate}" for width, height, rate in sizes)
@@ -43,20 +34,6 @@ class Session:
 
     def mark(self, number, what):
         return self.cameras / f"video{number}.{what}"
-
-    def start(self, program, *arguments):
-        return subprocess.Popen([str(self.run), str(self.binaries / program), *arguments], cwd=self.folder, env=self.environment,
-                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace")
-
-    def end(self, process, seconds=60):
-        try:
-            return process.communicate(timeout=seconds)[0], process.returncode
-        except subprocess.TimeoutExpired:
-            process.kill()
-            return f"not ended after {seconds} s", None
-
-    def camctl(self, *arguments):
-        return self.end(self.start("camctl.exe", *arguments))
 
     # In mid-stream, with the time that is left.
     def disturb(self, number, how, seconds):
@@ -136,16 +113,10 @@ def main():
     hangs.unlink()
     judge_still(session, 640, 480)
 
-    session.environment["OCELLUS_CAMERA"] = ONE
-    report = session.folder / "camverify.json"
-    output, code = session.end(session.start("camverify.exe", "--no-kit", "--json", report.name), 300)
-    check(code == 0, f"camverify: {output.strip().splitlines()[-1]}")
-    if code != 0:
+    output, code = session.end(session.start("camverify.exe", "--no-kit", OCELLUS_CAMERA=ONE), 300)
+    if not check(code == 0, f"camverify: {output.strip().splitlines()[-1]}"):
         print(output)
-    else:
-        json.loads(report.read_text())
-    print(f"{len(problems)} wrong")
-    return 1 if problems else 0
+    return finish()
 
 
 if __name__ == "__main__":

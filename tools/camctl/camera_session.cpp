@@ -202,6 +202,7 @@ CameraSession::CameraSession(const CameraOptions& wanted) : options(wanted) {
     choice.owner = OwnerWindow();
     choice.type = options.type;
     if (options.type == CAM_TYPE_DSHOW) choice.device = options.camera;
+    if (options.warmUpFrames > 0) Require(camSetWarmUpFrames(options.warmUpFrames), "setting the warm-up");
     choice.settingsFile = options.settingsFile;
     choice.settingsSection = options.settingsSection;
     const camResult result = camera.Select(choice).Code();
@@ -244,6 +245,7 @@ void CameraSession::SkipFrames(long count) {
     const double deadline = Seconds() + options.timeoutSeconds;
     const auto enough = [&] { return previewFrames >= count; };
     while (!PumpUntil(std::min(0.5, deadline - Seconds()), enough)) {
+        RequireStream();
         const std::string frames = std::to_string(previewFrames) + " of " + std::to_string(count);
         ShowProgress("preview frame " + frames);
         if (Seconds() < deadline) continue;
@@ -251,6 +253,22 @@ void CameraSession::SkipFrames(long count) {
                         "only " + frames + " preview frames came within " + TimeoutText(options),
                         "check the camera, or allow more time with --timeout"};
     }
+}
+
+// Of a webcam: the graph may keep it to itself that it could not be started, or that it is gone.
+void CameraSession::RequireStream() const {
+    camStreamState stream = {};
+    if (camGetStreamState(&stream) != camOk) return;
+    Require(stream.startResult, "starting the webcam");
+    constexpr HRESULT kGone = HRESULT_FROM_WIN32(ERROR_DEVICE_NOT_CONNECTED);
+    if (!stream.lost) return;
+    throw ToolError{ExitCode::NoCamera,
+                    stream.frames > 0 ? "the webcam stopped sending, or was taken away"
+                                      : "the webcam was started, and sent no frame",
+                    stream.frames > 0 ? RemedyFor(kGone)
+                                      : "unplug it and plug it in again; other programs show whether it "
+                                        "sends anything at all",
+                    kGone};
 }
 
 void CameraSession::Pump(double seconds) {
@@ -281,6 +299,7 @@ double CameraSession::Snap(const std::wstring& file, int mode, const ocellus::Pi
     Require((text ? camera.Snap(file, mode, *text) : camera.Snap(file, mode)).Code(),
             "taking the picture '" + ToUtf8(file) + "'");
     if (!PumpUntil(options.timeoutSeconds, [&] { return stillsReported != reportedBefore; })) {
+        RequireStream();
         throw ToolError{ExitCode::Timeout,
                         "the picture '" + ToUtf8(file) + "' was not reported within " + TimeoutText(options),
                         options.type == CAM_TYPE_IMAGER

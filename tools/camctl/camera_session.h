@@ -24,6 +24,7 @@ struct CameraOptions {
     std::string settingsFile;
     std::string settingsSection;
     double timeoutSeconds = 10;
+    int warmUpFrames = 0;     // of a webcam, after every start
     bool showWindow = false;  // that in which preview is drawn
 };
 
@@ -61,6 +62,7 @@ class CameraSession {
   private:
     template <typename Condition>
     bool PumpUntil(double seconds, Condition condition);
+    void RequireStream() const;
 
     CameraOptions options;
     // Written by the library's streaming threads.

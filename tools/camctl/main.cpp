@@ -44,6 +44,9 @@ void AddCamera(CLI::App* command, CameraOptions& options, bool& asJson) {
         command->add_option("--settings", options.settingsFile, "Settings file to apply (INI or XML)");
     command->add_option("--section", options.settingsSection, "Its section")->needs(settings);
     settings->needs("--section");
+    command->add_option("--warm-up", options.warmUpFrames, "Frames of a webcam to let pass after every start")
+        ->check(CLI::Range(0, 100000))
+        ->capture_default_str();
     command
         ->add_option("--timeout", options.timeoutSeconds, "Seconds to wait for frames and for each picture")
         ->check(CLI::Range(0.1, 3600.0))

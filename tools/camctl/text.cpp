@@ -8,7 +8,7 @@
 
 #include <cstdio>
 
-#include <ocellus/cam.h>
+#include <ocellus/cam_results.hpp>
 
 namespace camctl {
 
@@ -80,6 +80,9 @@ std::string HresultName(HRESULT result) {
     for (const ResultName& known : kHresultNames) {
         if (known.result == result) return known.name;
     }
+    // What the system says of an error seldom fits a camera.
+    if (const ocellus::ResultText* const known = ocellus::FindResultText(result))
+        return ToUtf8(std::wstring(known->name));
     std::string name;
     if (HRESULT_FACILITY(result) == FACILITY_WIN32) {
         name = "HRESULT_FROM_WIN32(" + std::to_string(HRESULT_CODE(result)) + ")";

@@ -105,6 +105,7 @@ void DeviceLists() {
     Equal("no list", cam.ListDevices(nullptr, 1, &count), bad);
     Equal("less than no room", cam.ListDevices(devices, -1, &count), bad);
     Equal("no state", cam.GetStreamState(nullptr), bad);
+    Equal("less than no frames to warm up", cam.SetWarmUpFrames(-1), bad);
 }
 
 void DeviceFormats() {
@@ -134,6 +135,14 @@ void LostDevice() {
     Equal("objects of the kit's that live", kit.liveObjects(), LONG{0});
 }
 
+// A webcam that ran before is another camera.
+void NoStreamOfDriver() {
+    const Session session(std::wstring(L"{}"));
+    session.NeedPreview();
+    camStreamState stream = {};
+    Equal("the state of a webcam's stream", cam.GetStreamState(&stream), camResult{camFailed});
+}
+
 constexpr Check kChecks[] = {
     {"without a camera driver nothing comes up, and the next selection works", kKit, NoDriver, kLibraryFault},
     {"of two camera drivers the second is opened, further ones are not looked at", kKit, SecondDriver,
@@ -142,6 +151,7 @@ constexpr Check kChecks[] = {
      kKit, Choice, kLibraryFault},
     {"the cameras are listed as far as there is room, and counted", kKit, DeviceLists, kLibraryFault},
     {"a driver has no list of a webcam's formats", kKit | kDesktop, DeviceFormats, kLibraryFault},
+    {"a driver has no state of a webcam's stream", kKit, NoStreamOfDriver, kLibraryFault},
     {"a camera that is lost in mid-stream is shut down like any other", kKit, LostDevice, kLibraryFault},
 };
 

@@ -108,6 +108,7 @@ class Library {
     Export<decltype(camListDeviceFormats)> ListDeviceFormats{*this, "camListDeviceFormats", 30};
     Export<decltype(camGetStreamState)> GetStreamState{*this, "camGetStreamState", 31};
     Export<decltype(camWatchDevices)> WatchDevices{*this, "camWatchDevices", 32};
+    Export<decltype(camSetWarmUpFrames)> SetWarmUpFrames{*this, "camSetWarmUpFrames", 33};
 
   private:
     HMODULE module = nullptr;

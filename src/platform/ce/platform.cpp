@@ -54,6 +54,10 @@ bool GetStreamState(StreamState*) {
     return false;
 }
 
+BOOL SetWarmUpFrames(DWORD) {
+    return FALSE;
+}
+
 BOOL WatchDevices(HWND, UINT) {
     return FALSE;
 }

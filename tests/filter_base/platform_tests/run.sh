@@ -1,20 +1,22 @@
 #!/usr/bin/env bash
-# Compares the library's two filters with what the platform's filters of the same kind do, as Wine's tests of them state it: each check that
-# does not hold must stand in differences.txt with its reason, and each line there must still be one. The tests' sources come from Debian's
-# source package (scripts/setup.sh test); without them the test is skipped.
+# Compares our filters with what the platform's filters of the same kind do, as Wine's tests of them state it: each check that does not hold
+# must stand in differences.txt with its reason, and each line there must still be one. The tests' sources come from Debian's source package
+# (scripts/setup.sh test); without them the test is skipped.
 #
-#   run.sh FOLDER COMPILER    the folder with ocellus.dll; a C compiler for its target
+#   run.sh FOLDER COMPILER TEST...    the folder with ocellus.dll; a C compiler for its target; samplegrabber and nullrenderer (the library's two
+#                                     filters), or videocapture (the device kit's webcam, which the Wine prefix must have: camctl kit webcam on)
 set -euo pipefail
 bin=$(readlink -f "$1")
 compiler=$2
+shift 2
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$(cd "$here/../../.." && pwd)
 sources=$root/build/deps/filter-tests
-[ -f "$sources/.complete" ] || { echo "skipped: the sources of Wine's filter tests are not here; scripts/setup.sh test fetches them"; exit 77; }
-work=$bin/filter-tests
+[ -f "$sources/dlls/qcap/tests/videocapture.c" ] || { echo "skipped: the sources of Wine's filter tests are not here; scripts/setup.sh test fetches them"; exit 77; }
+work=$bin/filter-tests-$1
 rm -rf "$work"
 mkdir -p "$work"
-cp "$sources"/libs/strmbase/*.[ch] "$sources"/dlls/qedit/tests/{samplegrabber,nullrenderer}.c "$work/"
+cp "$sources"/libs/strmbase/*.[ch] "$sources"/dlls/{qedit/tests/{samplegrabber,nullrenderer},qcap/tests/videocapture}.c "$work/"
 cd "$work"
 
 # Members that this compiler's headers do not have. No line is added or taken away: differences.txt counts them.
@@ -30,7 +32,7 @@ for file in dispatch filter mediatype pin pospass renderer seeking; do
     objects+=("$file.o")
 done
 status=0
-for test in samplegrabber nullrenderer; do
+for test in "$@"; do
     "$compiler" "${flags[@]}" "$here/ids.c" $test.c "${objects[@]}" -o $test.exe -lstrmiids -lole32 -loleaut32 -luuid -lmsvfw32
     cp $test.exe "$bin/filter-test-$test.exe"
     # The program's end is told by its last line; a crash has none.

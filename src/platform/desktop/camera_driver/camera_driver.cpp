@@ -1,5 +1,6 @@
 #include "platform/desktop/camera_driver/camera_driver.h"
 
+#include <algorithm>
 #include <new>
 
 #include "base/automation.h"
@@ -17,12 +18,22 @@ constexpr wchar_t kNameProperty[] = L"VCapName";
 constexpr CLSID kClsidCameraDriver = {
     0x2F4D6F0C, 0x7E0B, 0x4E6B, {0x9C, 0x51, 0x6E, 0x0D, 0x7A, 0x1B, 0x93, 0xD4}};
 
+HRESULT CopyFormats(const std::vector<SourceFormat>& from, std::vector<SourceFormat>& to) {
+    for (const SourceFormat& format : from) {
+        SourceFormat copy = {format.shape, format.frameTime, {}};
+        CAM_RETURN_IF_FAILED(copy.type.CopyFrom(format.type));
+        to.push_back(std::move(copy));
+    }
+    return S_OK;
+}
+
 }  // namespace
 
 Guarded<StreamReport> theStreamReport;
+std::atomic<DWORD> theWarmUpFrames = 0;
 
 CameraDriver::CameraDriver()
-    : CameraDriverBase(L"Webcam", nullptr, kClsidCameraDriver),
+    : CameraFilter(L"Webcam", nullptr, kClsidCameraDriver),
       stopping(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
       ended(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
       stillReady(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
@@ -36,19 +47,6 @@ CameraDriver::~CameraDriver() {
 filter_base::Pin* CameraDriver::PinAt(int index) {
     filter_base::Pin* const pins[] = {&preview, &capture, &still};
     return pins[index];
-}
-
-HRESULT CameraDriver::NonDelegatingQueryInterface(REFIID id, void** out) {
-    if (!out) return E_POINTER;
-    if (id == __uuidof(IAMVideoProcAmp)) {
-        *out = static_cast<IAMVideoProcAmp*>(&videoProcAmp);
-    } else if (id == __uuidof(IAMCameraControl)) {
-        *out = static_cast<IAMCameraControl*>(&cameraControl);
-    } else {
-        return CameraDriverBase::NonDelegatingQueryInterface(id, out);
-    }
-    AddRef();
-    return S_OK;
 }
 
 // ---- The webcam -----------------------------------------------------------------------------------------
@@ -74,19 +72,28 @@ HRESULT CameraDriver::OpenWebcam() {
     CAM_RETURN_IF_FAILED(webcam.Open(identity));
     lost = false;
     if (!formats.empty()) return S_OK;
-    for (const SourceFormat& format : webcam.Formats()) {
-        SourceFormat copy = {format.shape, format.frameTime, {}};
-        CAM_RETURN_IF_FAILED(copy.type.CopyFrom(format.type));
-        formats.push_back(std::move(copy));
-    }
+    CAM_RETURN_IF_FAILED(CopyFormats(webcam.Formats(), formats));
+    CAM_RETURN_IF_FAILED(CopyFormats(webcam.StillFormats(), stillFormats));
     sizes = SizesOf(formats);
     previewSize = stillSize = PreviewSize(sizes);
+    for (const PictureSize size : SizesOf(stillFormats)) {
+        if (std::find(sizes.begin(), sizes.end(), size) == sizes.end()) sizes.push_back(size);
+    }
     scaler = std::make_unique<PreviewScaler>(previewSize.width, previewSize.height);
     return S_OK;
 }
 
-LONGLONG CameraDriver::FrameTime() const {
-    const SourceFormat* const format = FormatOf(stillSize);
+const SourceFormat* CameraDriver::FormatOf(PictureSize size) const {
+    const SourceFormat* const own = BestFormat(stillFormats, size);
+    return own ? own : BestFormat(formats, size);
+}
+
+const SourceFormat* CameraDriver::VideoFormat() const {
+    return BestFormat(formats, OwnStillFormat() ? previewSize : stillSize);
+}
+
+LONGLONG CameraDriver::FrameTime() {
+    const SourceFormat* const format = VideoFormat();
     return format ? format->frameTime : 0;
 }
 
@@ -97,7 +104,8 @@ bool CameraDriver::ChooseStill(PictureSize size) {
 }
 
 HRESULT CameraDriver::StartWebcam() {
-    const SourceFormat* const format = FormatOf(stillSize);
+    const SourceFormat* const format = VideoFormat();
+    const SourceFormat* const ownStills = OwnStillFormat();
     if (!format) return VFW_E_INVALIDMEDIATYPE;
     {
         const auto report = theStreamReport.Locked();
@@ -108,10 +116,11 @@ HRESULT CameraDriver::StartWebcam() {
     ResetEvent(stopping.get());
     ResetEvent(ended.get());
     ResetEvent(stillReady.get());
-    pendingStill.Locked()->waits = false;
+    pendingStills.Locked()->clear();
+    hasOwnStills = ownStills != nullptr;
     hasFrames = false;
     lastFrame = GetTickCount();
-    CAM_RETURN_IF_FAILED(webcam.Start(*format, *this));
+    CAM_RETURN_IF_FAILED(webcam.Start(*format, *this, ownStills, stillReceiver));
     thread.reset(platform::CreateLibraryThread(Thread, this, nullptr));
     return thread ? S_OK : HresultFromLastError();
 }
@@ -144,6 +153,9 @@ HRESULT STDMETHODCALLTYPE CameraDriver::Pause() try {
 HRESULT STDMETHODCALLTYPE CameraDriver::Run(REFERENCE_TIME start) {
     const LockGuard lock(StateLock());
     const HRESULT result = Filter::Run(start);
+    if (SUCCEEDED(result) && !running && hasOwnStills) {
+        for (LONG ahead = triggers; ahead > 0; --ahead) webcam.TriggerStill();
+    }
     running = SUCCEEDED(result);
     return result;
 }
@@ -158,51 +170,18 @@ HRESULT STDMETHODCALLTYPE CameraDriver::Stop() {
     return result;
 }
 
-// A live source has no frame to show while it is paused.
-HRESULT STDMETHODCALLTYPE CameraDriver::GetState(DWORD timeoutMs, FILTER_STATE* state) {
-    const HRESULT result = Filter::GetState(timeoutMs, state);
-    return result == S_OK && *state == State_Paused ? VFW_S_CANT_CUE : result;
-}
-
-// ---- IAMVideoControl ------------------------------------------------------------------------------------
-
-HRESULT STDMETHODCALLTYPE CameraDriver::GetCaps(IPin* pin, LONG* flags) {
-    if (!pin || !flags) return E_POINTER;
-    *flags = pin == static_cast<IPin*>(&still) ? VideoControlFlag_Trigger : 0;
-    return S_OK;
-}
+// ---- Stills ---------------------------------------------------------------------------------------------
 
 // A trigger given while the graph does not run is kept until it does.
-HRESULT STDMETHODCALLTYPE CameraDriver::SetMode(IPin* pin, LONG mode) {
-    if (!pin) return E_POINTER;
-    if (pin != static_cast<IPin*>(&still) || (mode != VideoControlFlag_Trigger && mode != 0))
-        return E_INVALIDARG;
-    if (mode == 0) return S_OK;
+HRESULT CameraDriver::TriggerStill() {
+    const LockGuard lock(StateLock());
     if (!still.IsConnected()) return VFW_E_NOT_CONNECTED;
     if (lost) return HresultFromError(ERROR_DEVICE_NOT_CONNECTED);
     ++triggers;
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CameraDriver::GetMode(IPin* pin, LONG* mode) {
-    if (!pin || !mode) return E_POINTER;
-    *mode = 0;
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CameraDriver::GetCurrentActualFrameRate(IPin* pin, LONGLONG* frameTime) {
-    return GetMaxAvailableFrameRate(pin, 0, {}, frameTime);
-}
-
-HRESULT STDMETHODCALLTYPE CameraDriver::GetMaxAvailableFrameRate(IPin* pin, LONG, SIZE, LONGLONG* frameTime) {
-    if (!pin || !frameTime) return E_POINTER;
-    const LockGuard lock(StateLock());
-    *frameTime = FrameTime();
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CameraDriver::GetFrameRateList(IPin*, LONG, SIZE, LONG*, LONGLONG**) {
-    return E_NOTIMPL;
+    if (!hasOwnStills || !running) return S_OK;
+    const HRESULT result = webcam.TriggerStill();
+    if (FAILED(result)) --triggers;
+    return result;
 }
 
 }  // namespace cam::driver

@@ -1,12 +1,11 @@
 // The desktop's camera driver: a webcam as a capture filter of the platform's kind.
 #pragma once
 
-#include <ocidl.h>
-
 #include <atomic>
 #include <memory>
 
 #include "base/unique_resource.h"
+#include "filter_base/camera_filter.h"
 #include "platform/desktop/camera_driver/driver_pins.h"
 #include "platform/desktop/camera_driver/jpeg_frame.h"
 #include "platform/desktop/camera_driver/property_facet.h"
@@ -14,28 +13,26 @@
 
 namespace cam::driver {
 
-using CameraDriverBase = filter_base::Implements<filter_base::Filter, IPersistPropertyBag, IAMVideoControl>;
-
-// The webcam runs from pause to stop, in the still size that is chosen. Every frame goes to preview, shrunk
-// to preview's own size; the next one after a trigger goes to the still pin as well, which has a thread of
-// its own so that storing a picture does not hold up preview.
+// The webcam runs from pause to stop. Every frame goes to preview, shrunk to preview's own size. A webcam
+// with a still pin runs in preview's size, and a trigger is handed on to that pin, for every size that the
+// pin has. Of other sizes a still is the next frame after the trigger, and the webcam runs in that size. The
+// driver's still pin has a thread of its own, so that storing a picture does not hold up preview.
 //
-// Threads: the webcam's *streaming* thread brings frames. The driver's own thread sends stills and watches
-// the webcam: one that sends nothing for a while, or tells of its end, is lost. It is opened anew at the next
-// start. Neither takes the filter's lock.
-class CameraDriver final : public CameraDriverBase, private FrameReceiver {
+// Threads: the webcam's *streaming* threads bring frames, and stills of its own pin. The driver's own thread
+// sends stills and watches the webcam: one that sends nothing for a while, or tells of its end, is lost. It
+// is opened anew at the next start. None of them takes the filter's lock.
+class CameraDriver final : public filter_base::CameraFilter, private FrameReceiver {
   public:
     CameraDriver();
     ~CameraDriver() override;
 
     bool IsLoaded() const { return !identity.empty(); }
+    // Those of stills.
     const std::vector<PictureSize>& Sizes() const { return sizes; }
-    // Null: the webcam does not have that size.
-    const SourceFormat* FormatOf(PictureSize size) const { return BestFormat(formats, size); }
+    // Of stills; null: the webcam does not have that size.
+    const SourceFormat* FormatOf(PictureSize size) const;
     PictureSize PreviewFrame() const { return previewSize; }
     PictureSize StillFrame() const { return stillSize; }
-    // Of the size in which the webcam runs.
-    LONGLONG FrameTime() const;
     // While stopped. False: there is no such size.
     bool ChooseStill(PictureSize size);
     // The webcam's own controls. Any thread.
@@ -45,29 +42,36 @@ class CameraDriver final : public CameraDriverBase, private FrameReceiver {
     // Filter
     int PinCount() override { return 3; }
     filter_base::Pin* PinAt(int index) override;
-    HRESULT NonDelegatingQueryInterface(REFIID id, void** out) override;
-    // IPersist
-    HRESULT STDMETHODCALLTYPE GetClassID(CLSID* out) override { return Filter::GetClassID(out); }
+    // CameraFilter
+    IAMVideoProcAmp& VideoProcAmp() override { return videoProcAmp; }
+    IAMCameraControl& CameraControl() override { return cameraControl; }
+    filter_base::Pin* TriggeredPin() override { return &still; }
+    HRESULT TriggerStill() override;
+    // In which the webcam runs.
+    LONGLONG FrameTime() override;
     // IMediaFilter
     HRESULT STDMETHODCALLTYPE Stop() override;
     HRESULT STDMETHODCALLTYPE Pause() override;
     HRESULT STDMETHODCALLTYPE Run(REFERENCE_TIME start) override;
-    HRESULT STDMETHODCALLTYPE GetState(DWORD timeoutMs, FILTER_STATE* state) override;
     // IPersistPropertyBag
-    HRESULT STDMETHODCALLTYPE InitNew() override { return S_OK; }
     HRESULT STDMETHODCALLTYPE Load(IPropertyBag* bag, IErrorLog* errors) override;
-    HRESULT STDMETHODCALLTYPE Save(IPropertyBag*, BOOL, BOOL) override { return E_NOTIMPL; }
-    // IAMVideoControl
-    HRESULT STDMETHODCALLTYPE GetCaps(IPin* pin, LONG* flags) override;
-    HRESULT STDMETHODCALLTYPE SetMode(IPin* pin, LONG mode) override;
-    HRESULT STDMETHODCALLTYPE GetMode(IPin* pin, LONG* mode) override;
-    HRESULT STDMETHODCALLTYPE GetCurrentActualFrameRate(IPin* pin, LONGLONG* frameTime) override;
-    HRESULT STDMETHODCALLTYPE GetMaxAvailableFrameRate(IPin* pin, LONG index, SIZE size,
-                                                       LONGLONG* frameTime) override;
-    HRESULT STDMETHODCALLTYPE GetFrameRateList(IPin* pin, LONG index, SIZE size, LONG* count,
-                                               LONGLONG** frameTimes) override;
 
   private:
+    // What the webcam's own still pin sends.
+    class StillReceiver final : public FrameReceiver {
+      public:
+        explicit StillReceiver(CameraDriver& owner) : driver(owner) {}
+        void OnFrame(const SourceShape& shape, std::span<const std::uint8_t> sample) override;
+        void OnBrokenFrame() override {}
+        void OnEnd() override {}
+
+      private:
+        CameraDriver& driver;
+        JpegFrame jpeg;
+    };
+
+    const SourceFormat* VideoFormat() const;
+    const SourceFormat* OwnStillFormat() const { return BestFormat(stillFormats, stillSize); }
     HRESULT OpenWebcam();
     HRESULT StartWebcam();
     void EndThread();
@@ -84,16 +88,13 @@ class CameraDriver final : public CameraDriverBase, private FrameReceiver {
     void OnBrokenFrame() override;
     void OnEnd() override;
 
-    // The picture that waits for the driver's thread.
-    struct PendingStill {
-        std::vector<std::uint8_t> bytes;
-        bool waits = false;
-    };
+    using Pictures = std::vector<std::vector<std::uint8_t>>;
 
     std::wstring identity;
     long number = 0;
     WebcamGraph webcam;
-    std::vector<SourceFormat> formats;  // stay when the webcam is lost
+    // Stay when the webcam is lost.
+    std::vector<SourceFormat> formats, stillFormats;
     std::vector<PictureSize> sizes;
     PictureSize previewSize = {}, stillSize = {};
 
@@ -104,12 +105,14 @@ class CameraDriver final : public CameraDriverBase, private FrameReceiver {
     std::atomic<bool> running = false;
     std::atomic<bool> lost = false;
     std::atomic<LONG> triggers = 0;    // stills asked for and not taken yet
+    bool hasOwnStills = false;         // the webcam's own pin sends them; set before it starts
     std::atomic<DWORD> lastFrame = 0;  // tick, of the start before the first one
     std::atomic<bool> hasFrames = false;
-    Guarded<PendingStill> pendingStill;
+    Guarded<Pictures> pendingStills;  // for the driver's thread
     // *Streaming* only.
     JpegFrame jpeg;
     std::unique_ptr<PreviewScaler> scaler;
+    StillReceiver stillReceiver{*this};
 
     PropertyFacet<IAMVideoProcAmp> videoProcAmp{*this};
     PropertyFacet<IAMCameraControl> cameraControl{*this};

@@ -43,6 +43,7 @@ bool IsWebcam(const wchar_t* legacyName) {
 
 HRESULT CreateCaptureFilter(REFCLSID registered, DeviceFinder find, IBaseFilter** out) try {
     wchar_t name[MAX_PATH] = {};
+    *driver::theStreamReport.Locked() = {};  // of another camera
     if (FAILED(find(name)) || !IsWebcam(name)) {
         return CoCreateInstance(registered, nullptr, CLSCTX_ALL, __uuidof(IBaseFilter),
                                 reinterpret_cast<void**>(out));
@@ -74,6 +75,11 @@ bool GetStreamState(StreamState* state) {
         Describe(report->shape, report->frameTime), report->startResult, report->frames, report->brokenFrames,
         report->lastTick - report->firstTick,       report->lost};
     return true;
+}
+
+BOOL SetWarmUpFrames(DWORD frames) {
+    driver::theWarmUpFrames = frames;
+    return TRUE;
 }
 
 }  // namespace cam::platform

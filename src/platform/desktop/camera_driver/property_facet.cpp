@@ -18,19 +18,8 @@ HRESULT Ask(CameraDriver& driver, ComPtr<Interface>& out) {
 }  // namespace
 
 template <typename Interface>
-HRESULT STDMETHODCALLTYPE PropertyFacet<Interface>::QueryInterface(REFIID id, void** out) {
-    return driver.QueryInterface(id, out);
-}
-
-template <typename Interface>
-ULONG STDMETHODCALLTYPE PropertyFacet<Interface>::AddRef() {
-    return driver.AddRef();
-}
-
-template <typename Interface>
-ULONG STDMETHODCALLTYPE PropertyFacet<Interface>::Release() {
-    return driver.Release();
-}
+PropertyFacet<Interface>::PropertyFacet(CameraDriver& owner)
+    : filter_base::PropertySetPart<Interface>(owner), driver(owner) {}
 
 template <typename Interface>
 HRESULT STDMETHODCALLTYPE PropertyFacet<Interface>::GetRange(LONG number, LONG* minimum, LONG* maximum,

@@ -1,24 +1,18 @@
 // A webcam's controls as the driver's own.
 #pragma once
 
-#include <strmif.h>
+#include "filter_base/camera_filter.h"
 
 namespace cam::driver {
 
 class CameraDriver;
 
-// IAMVideoProcAmp or IAMCameraControl, part of the driver: the two have the same operations, so one object
-// cannot implement both. Ranges, values and flags are the webcam's; property -1 is the number of the webcam.
+// Ranges, values and flags are the webcam's; property -1 is the number of the webcam.
 template <typename Interface>
-class PropertyFacet final : public Interface {
+class PropertyFacet final : public filter_base::PropertySetPart<Interface> {
   public:
-    explicit PropertyFacet(CameraDriver& owner) : driver(owner) {}
-    virtual ~PropertyFacet() = default;
+    explicit PropertyFacet(CameraDriver& owner);
 
-    // IUnknown
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** out) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
     // IAMVideoProcAmp, IAMCameraControl
     HRESULT STDMETHODCALLTYPE GetRange(LONG number, LONG* minimum, LONG* maximum, LONG* step, LONG* initial,
                                        LONG* flags) override;

@@ -4,12 +4,14 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 #include "base/lock.h"
 #include "platform/desktop/camera_driver/source_picture.h"
 
 namespace cam::driver {
 
-// Of the webcam that ran last. One camera at a time is used in a process.
+// Of the webcam that ran last, until another camera is created. One at a time is used in a process.
 struct StreamReport {
     SourceShape shape;
     LONGLONG frameTime = 0;  // as agreed upon, in 100 ns; 0: the webcam does not say
@@ -21,5 +23,9 @@ struct StreamReport {
 };
 
 extern Guarded<StreamReport> theStreamReport;
+
+// Of the video, from every start: they are counted and not used. Some webcams begin with black pictures, or
+// with wrongly exposed ones.
+extern std::atomic<DWORD> theWarmUpFrames;
 
 }  // namespace cam::driver

@@ -23,22 +23,21 @@ void CameraDriver::OnFrame(const SourceShape& shape, std::span<const std::uint8_
     const DWORD now = GetTickCount();
     lastFrame = now;
     hasFrames = true;
+    bool isWarmingUp;
     {
         const auto report = theStreamReport.Locked();
-        if (report->frames++ == 0) report->firstTick = now;
+        if (report->frames == 0) report->firstTick = now;
         report->lastTick = now;
+        isWarmingUp = report->frames++ < theWarmUpFrames;
     }
-    if (!running) return;
-    if (shape.encoding != Encoding::Mjpg) {
-        const SourcePicture picture(shape, sample);
-        KeepStill(picture);
-        SendPreview(picture);
-    } else if (const auto picture = jpeg.Decode(sample, shape.width, shape.height)) {
-        KeepStill(*picture);
-        SendPreview(*picture);
-    } else {
+    if (!running || isWarmingUp) return;
+    const auto picture = jpeg.Read(shape, sample);
+    if (!picture) {
         ++theStreamReport.Locked()->brokenFrames;
+        return;
     }
+    if (!hasOwnStills) KeepStill(*picture);
+    SendPreview(*picture);
 } catch (const std::bad_alloc&) {
     // A frame is left out.
 }
@@ -60,16 +59,24 @@ void CameraDriver::SendPreview(const SourcePicture& picture) {
     preview.Send(*sample.get());
 }
 
-// The frame waits for the driver's thread. While one waits there, the next trigger waits for a later frame.
+// One for which there is no trigger comes from the button on the webcam: nobody has asked for it.
+void CameraDriver::StillReceiver::OnFrame(const SourceShape& shape,
+                                          std::span<const std::uint8_t> sample) try {
+    if (const auto picture = jpeg.Read(shape, sample)) driver.KeepStill(*picture);
+} catch (const std::bad_alloc&) {
+    // The picture is left out.
+}
+
+// The picture waits for the driver's thread. While one of the video waits there, the next trigger waits for a
+// later frame; of the webcam's own stills each belongs to its trigger.
 void CameraDriver::KeepStill(const SourcePicture& picture) {
     if (triggers <= 0) return;
     const SourceShape& shape = picture.Shape();
     if (PictureSize{shape.width, shape.height} != stillSize) return;
-    const auto pending = pendingStill.Locked();
-    if (pending->waits) return;
-    pending->bytes.resize(RowStride(shape.width) * shape.height);
-    MakeStill(picture, pending->bytes.data());
-    pending->waits = true;
+    const auto pending = pendingStills.Locked();
+    if (!hasOwnStills && !pending->empty()) return;
+    pending->emplace_back(RowStride(shape.width) * shape.height);
+    MakeStill(picture, pending->back().data());
     --triggers;
     SetEvent(stillReady.get());
 }
@@ -124,17 +131,20 @@ void CameraDriver::Lose() {
 }
 
 void CameraDriver::SendStill() {
-    ComPtr<IMediaSample> sample;
-    BYTE* bytes = nullptr;
-    HRESULT result = still.GetPictureBuffer(sample, bytes);
-    {
-        const auto pending = pendingStill.Locked();
-        if (SUCCEEDED(result) && static_cast<std::size_t>(sample->GetSize()) < pending->bytes.size())
-            result = E_UNEXPECTED;
-        if (SUCCEEDED(result)) std::memcpy(bytes, pending->bytes.data(), pending->bytes.size());
-        pending->waits = false;
+    while (!pendingStills.Locked()->empty()) {
+        ComPtr<IMediaSample> sample;
+        BYTE* bytes = nullptr;
+        HRESULT result = still.GetPictureBuffer(sample, bytes);
+        {
+            const auto pending = pendingStills.Locked();
+            const std::vector<std::uint8_t>& picture = pending->front();
+            if (SUCCEEDED(result) && static_cast<std::size_t>(sample->GetSize()) < picture.size())
+                result = E_UNEXPECTED;
+            if (SUCCEEDED(result)) std::memcpy(bytes, picture.data(), picture.size());
+            pending->erase(pending->begin());
+        }
+        if (SUCCEEDED(result)) still.Send(*sample.get());
     }
-    if (SUCCEEDED(result)) still.Send(*sample.get());
 }
 
 }  // namespace cam::driver

@@ -18,7 +18,7 @@ namespace {
 // What stopping a webcam may take: some wait for the frame that is on its way.
 constexpr DWORD kStopMs = 2000;
 
-bool IsCapturePin(IPin& pin) {
+bool HasCategory(IPin& pin, const GUID& wanted) {
     PIN_DIRECTION direction;
     ComPtr<filter_base::KsPropertySet> properties;
     GUID category = GUID_NULL;
@@ -27,15 +27,16 @@ bool IsCapturePin(IPin& pin) {
            SUCCEEDED(pin.QueryInterface(__uuidof(filter_base::KsPropertySet), properties.putVoid())) &&
            SUCCEEDED(properties->Get(AMPROPSETID_Pin, AMPROPERTY_PIN_CATEGORY, nullptr, 0, &category,
                                      sizeof category, &size)) &&
-           category == PIN_CATEGORY_CAPTURE;
+           category == wanted;
 }
 
-HRESULT FindCapturePin(IBaseFilter& filter, ComPtr<IPin>& out) {
+// The first output pin of a category.
+HRESULT FindPin(IBaseFilter& filter, const GUID& category, ComPtr<IPin>& out) {
     ComPtr<IEnumPins> pins;
     CAM_RETURN_IF_FAILED(filter.EnumPins(pins.put()));
     ComPtr<IPin> pin;
     while (pins->Next(1, pin.put(), nullptr) == S_OK) {
-        if (!IsCapturePin(*pin.get())) continue;
+        if (!HasCategory(*pin.get(), category)) continue;
         out = pin;
         return S_OK;
     }
@@ -55,45 +56,24 @@ HRESULT RunAll(IMediaControl& control, IBaseFilter& source) {
 
 }  // namespace
 
-HRESULT WebcamGraph::Open(const std::wstring& identity) {
-    Close();
-    const auto webcam = FindWebcam(identity);
-    if (!webcam) return HresultFromError(ERROR_DEVICE_NOT_CONNECTED);
-    HRESULT result = Build(*webcam);
-    if (SUCCEEDED(result)) result = ListFormats();
-    if (FAILED(result)) Close();
-    return result;
-}
+// ---- A branch -------------------------------------------------------------------------------------------
 
-HRESULT WebcamGraph::Build(const Webcam& webcam) {
-    CAM_RETURN_IF_FAILED(CoCreateInstance(CLSID_FilterGraph, nullptr, CLSCTX_INPROC_SERVER,
-                                          __uuidof(IGraphBuilder), parts.graph.putVoid()));
-    CAM_RETURN_IF_FAILED(parts.graph.QueryTo(parts.control));
-    CAM_RETURN_IF_FAILED(
-        webcam.moniker->BindToObject(nullptr, nullptr, __uuidof(IBaseFilter), parts.source.putVoid()));
-    *source.Locked() = parts.source;
-    CAM_RETURN_IF_FAILED(parts.graph->AddFilter(parts.source.get(), L"Webcam"));
+HRESULT WebcamGraph::Branch::Build(IGraphBuilder& graph, IPin& pin) {
     frameSink = new (std::nothrow) FrameSink;
     if (!frameSink) return E_OUTOFMEMORY;
     parts.sink = ComPtr<IBaseFilter>(frameSink);
     parts.sinkPin = ComPtr<IPin>(frameSink->PinAt(0));
-    CAM_RETURN_IF_FAILED(parts.graph->AddFilter(parts.sink.get(), L"Frame sink"));
-    CAM_RETURN_IF_FAILED(FindCapturePin(*parts.source.get(), parts.sourcePin));
+    parts.sourcePin = ComPtr<IPin>(&pin);
     parts.sourcePin.QueryTo(parts.config);
-
-    // Frames go on as they come.
-    ComPtr<IMediaFilter> timing;
-    CAM_RETURN_IF_FAILED(parts.graph.QueryTo(timing));
-    CAM_RETURN_IF_FAILED(timing->SetSyncSource(nullptr));
-    ComPtr<IMediaEvent> events;
-    OAEVENT handle = 0;
-    CAM_RETURN_IF_FAILED(parts.graph.QueryTo(events));
-    CAM_RETURN_IF_FAILED(events->GetEventHandle(&handle));
-    eventHandle = reinterpret_cast<HANDLE>(handle);
-    return S_OK;
+    return graph.AddFilter(parts.sink.get(), L"Frame sink");
 }
 
-HRESULT WebcamGraph::ListFormats() {
+void WebcamGraph::Branch::Forget() {
+    parts = {};
+    frameSink = nullptr;
+}
+
+HRESULT WebcamGraph::Branch::ListFormats() {
     if (parts.config) CAM_RETURN_IF_FAILED(ReadFormats(*parts.config.get(), formats));
     ComPtr<IEnumMediaTypes> types;
     filter_base::UniqueMediaType type;
@@ -111,28 +91,100 @@ HRESULT WebcamGraph::ListFormats() {
     return formats.empty() ? VFW_E_INVALIDMEDIATYPE : S_OK;
 }
 
+HRESULT WebcamGraph::Branch::Disconnect(IGraphBuilder& graph) {
+    CAM_RETURN_IF_FAILED(graph.Disconnect(parts.sourcePin.get()));
+    return graph.Disconnect(parts.sinkPin.get());
+}
+
 // The pin may list nothing but its current format: it is given the type as it was handed out.
-HRESULT WebcamGraph::Connect(const SourceFormat& format) {
+HRESULT WebcamGraph::Branch::Connect(IGraphBuilder& graph, const SourceFormat& format) {
     filter_base::MediaType current;
     if (parts.sinkPin->ConnectionMediaType(&current) == S_OK) {
         if (filter_base::SameMediaType(current, format.type)) return S_OK;
-        CAM_RETURN_IF_FAILED(parts.graph->Disconnect(parts.sourcePin.get()));
-        CAM_RETURN_IF_FAILED(parts.graph->Disconnect(parts.sinkPin.get()));
+        CAM_RETURN_IF_FAILED(Disconnect(graph));
     }
     filter_base::MediaType type;
     CAM_RETURN_IF_FAILED(type.CopyFrom(format.type));
     if (parts.config) CAM_RETURN_IF_FAILED(parts.config->SetFormat(&type));
-    return parts.graph->ConnectDirect(parts.sourcePin.get(), parts.sinkPin.get(), &type);
+    return graph.ConnectDirect(parts.sourcePin.get(), parts.sinkPin.get(), &type);
 }
 
-HRESULT WebcamGraph::Start(const SourceFormat& format, FrameReceiver& receiver) {
+void WebcamGraph::Branch::SendTo(FrameReceiver* receiver) {
+    if (frameSink) frameSink->SendTo(receiver);
+}
+
+// ---- The graph ------------------------------------------------------------------------------------------
+
+HRESULT WebcamGraph::Open(const std::wstring& identity) {
+    Close();
+    const auto webcam = FindWebcam(identity);
+    if (!webcam) return HresultFromError(ERROR_DEVICE_NOT_CONNECTED);
+    HRESULT result = Build(*webcam);
+    if (SUCCEEDED(result)) result = video.ListFormats();
+    if (SUCCEEDED(result)) result = BuildStills();
+    if (FAILED(result)) Close();
+    return result;
+}
+
+HRESULT WebcamGraph::Build(const Webcam& webcam) {
+    CAM_RETURN_IF_FAILED(CoCreateInstance(CLSID_FilterGraph, nullptr, CLSCTX_INPROC_SERVER,
+                                          __uuidof(IGraphBuilder), parts.graph.putVoid()));
+    CAM_RETURN_IF_FAILED(parts.graph.QueryTo(parts.control));
+    CAM_RETURN_IF_FAILED(
+        webcam.moniker->BindToObject(nullptr, nullptr, __uuidof(IBaseFilter), parts.source.putVoid()));
+    *source.Locked() = parts.source;
+    CAM_RETURN_IF_FAILED(parts.graph->AddFilter(parts.source.get(), L"Webcam"));
+    ComPtr<IPin> pin;
+    CAM_RETURN_IF_FAILED(FindPin(*parts.source.get(), PIN_CATEGORY_CAPTURE, pin));
+    CAM_RETURN_IF_FAILED(video.Build(*parts.graph.get(), *pin.get()));
+
+    // Frames go on as they come.
+    ComPtr<IMediaFilter> timing;
+    CAM_RETURN_IF_FAILED(parts.graph.QueryTo(timing));
+    CAM_RETURN_IF_FAILED(timing->SetSyncSource(nullptr));
+    ComPtr<IMediaEvent> events;
+    OAEVENT handle = 0;
+    CAM_RETURN_IF_FAILED(parts.graph.QueryTo(events));
+    CAM_RETURN_IF_FAILED(events->GetEventHandle(&handle));
+    eventHandle = reinterpret_cast<HANDLE>(handle);
+    return S_OK;
+}
+
+// A still pin is of use if it can be triggered, in a format that is understood.
+HRESULT WebcamGraph::BuildStills() {
+    ComPtr<IPin> pin;
+    ComPtr<IAMVideoControl> control;
+    LONG flags = 0;
+    if (FAILED(FindPin(*parts.source.get(), PIN_CATEGORY_STILL, pin)) ||
+        FAILED(parts.source.QueryTo(control)) || FAILED(control->GetCaps(pin.get(), &flags)) ||
+        !(flags & VideoControlFlag_Trigger)) {
+        return S_OK;
+    }
+    CAM_RETURN_IF_FAILED(still.Build(*parts.graph.get(), *pin.get()));
+    if (FAILED(still.ListFormats())) still.formats.clear();
+    return S_OK;
+}
+
+HRESULT WebcamGraph::Start(const SourceFormat& format, FrameReceiver& receiver,
+                           const SourceFormat* stillFormat, FrameReceiver& stillReceiver) {
     if (!IsOpen()) return HresultFromError(ERROR_DEVICE_NOT_CONNECTED);
-    CAM_RETURN_IF_FAILED(Connect(format));
+    // The still pin follows the video's, which some webcams want connected first.
+    if (still.frameSink && !stillFormat) still.Disconnect(*parts.graph.get());
+    CAM_RETURN_IF_FAILED(video.Connect(*parts.graph.get(), format));
+    if (stillFormat) CAM_RETURN_IF_FAILED(still.Connect(*parts.graph.get(), *stillFormat));
     TakeEvents();
-    frameSink->SendTo(&receiver);
+    video.SendTo(&receiver);
+    still.SendTo(&stillReceiver);
     const HRESULT result = RunAll(*parts.control.get(), *parts.source.get());
     if (FAILED(result)) Stop();
     return result;
+}
+
+HRESULT WebcamGraph::TriggerStill() {
+    ComPtr<IAMVideoControl> control;
+    if (!IsOpen()) return HresultFromError(ERROR_DEVICE_NOT_CONNECTED);
+    CAM_RETURN_IF_FAILED(parts.source.QueryTo(control));
+    return control->SetMode(parts.still.sourcePin.get(), VideoControlFlag_Trigger);
 }
 
 bool WebcamGraph::TakeEvents() {
@@ -172,21 +224,28 @@ bool WebcamGraph::StopInTime(Parts last) {
 
 void WebcamGraph::Forget() {
     parts = {};
-    frameSink = nullptr;
+    video.Forget();
+    still.Forget();
     eventHandle = nullptr;
     *source.Locked() = nullptr;
 }
 
+void WebcamGraph::SendToNobody() {
+    video.SendTo(nullptr);
+    still.SendTo(nullptr);
+}
+
 void WebcamGraph::Stop() {
     if (!IsOpen()) return;
-    frameSink->SendTo(nullptr);
+    SendToNobody();
     if (!StopInTime(parts)) Forget();
 }
 
 // The webcam's filter is let go of where it may take its time.
 void WebcamGraph::Close() {
-    if (frameSink) frameSink->SendTo(nullptr);
-    formats.clear();
+    SendToNobody();
+    video.formats.clear();
+    still.formats.clear();
     Parts last = parts;
     Forget();
     if (last.control) StopInTime(std::move(last));

@@ -14,8 +14,9 @@
 
 namespace cam::driver {
 
-// The system's filter for the webcam, joined to a frame sink. All but Source() is called by one thread at a
-// time, which nothing here blocks for long: a webcam that does not stop is given up, with its graph.
+// The system's filter for the webcam, its video joined to a frame sink, and its still pin, if it has one and
+// it is wanted, to another. All but Source() is called by one thread at a time, which nothing here blocks for
+// long: a webcam that does not stop is given up, with its graph.
 class WebcamGraph {
   public:
     WebcamGraph() = default;
@@ -26,11 +27,17 @@ class WebcamGraph {
     // ERROR_DEVICE_NOT_CONNECTED as an HRESULT: there is no such webcam (any more).
     HRESULT Open(const std::wstring& identity);
     bool IsOpen() const { return static_cast<bool>(parts.graph); }
-    const std::vector<SourceFormat>& Formats() const { return formats; }
+    const std::vector<SourceFormat>& Formats() const { return video.formats; }
+    // Of the webcam's own still pin; empty without one that can be triggered.
+    const std::vector<SourceFormat>& StillFormats() const { return still.formats; }
 
-    // Begins to send frames of that format, one of Formats(), to `receiver`. A failure is the webcam's own:
-    // in use, switched off for privacy, too little bandwidth.
-    HRESULT Start(const SourceFormat& format, FrameReceiver& receiver);
+    // Begins to send frames of `format`, one of Formats(), to `receiver`, and of `stillFormat`, one of
+    // StillFormats() or null, to `stillReceiver` for every TriggerStill. A failure is the webcam's own: in
+    // use, switched off for privacy, too little bandwidth.
+    HRESULT Start(const SourceFormat& format, FrameReceiver& receiver, const SourceFormat* stillFormat,
+                  FrameReceiver& stillReceiver);
+    // While it runs with a still format.
+    HRESULT TriggerStill();
     // No frame comes any more when it returns.
     void Stop();
     void Close();
@@ -45,26 +52,42 @@ class WebcamGraph {
 
   private:
     // What hangs together with a webcam that hangs.
+    struct BranchParts {
+        ComPtr<IPin> sourcePin;
+        ComPtr<IBaseFilter> sink;
+        ComPtr<IPin> sinkPin;
+        ComPtr<IAMStreamConfig> config;  // null: the pin has one format
+    };
     struct Parts {
         ComPtr<IGraphBuilder> graph;
         ComPtr<IMediaControl> control;
         ComPtr<IBaseFilter> source;
-        ComPtr<IPin> sourcePin;
-        ComPtr<IBaseFilter> sink;
-        ComPtr<IPin> sinkPin;
-        ComPtr<IAMStreamConfig> config;  // null: the webcam has one format
+        BranchParts video, still;
+    };
+    // From a pin of the webcam to its sink.
+    struct Branch {
+        explicit Branch(BranchParts& of) : parts(of) {}
+        void Forget();
+        HRESULT Build(IGraphBuilder& graph, IPin& pin);
+        HRESULT ListFormats();
+        HRESULT Connect(IGraphBuilder& graph, const SourceFormat& format);
+        HRESULT Disconnect(IGraphBuilder& graph);
+        void SendTo(FrameReceiver* receiver);
+
+        BranchParts& parts;
+        FrameSink* frameSink = nullptr;  // parts.sink
+        std::vector<SourceFormat> formats;
     };
     static DWORD WINAPI StopThread(void* parts);
 
     HRESULT Build(const Webcam& webcam);
-    HRESULT ListFormats();
-    HRESULT Connect(const SourceFormat& format);
+    HRESULT BuildStills();
+    void SendToNobody();
     static bool StopInTime(Parts last);
     void Forget();
 
     Parts parts;
-    FrameSink* frameSink = nullptr;  // parts.sink
-    std::vector<SourceFormat> formats;
+    Branch video{parts.video}, still{parts.still};
     HANDLE eventHandle = nullptr;  // the graph's
     Guarded<ComPtr<IBaseFilter>> source;
 };
