@@ -29,7 +29,7 @@ class Programs:
                                 env={**self.environment, **environment}, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                 stderr=subprocess.STDOUT, text=True, errors="replace")
 
-    def end(self, process, seconds=60):
+    def end(self, process, seconds=120):
         try:
             output = process.communicate(timeout=seconds)[0]
         except subprocess.TimeoutExpired:

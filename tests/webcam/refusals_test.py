@@ -20,7 +20,7 @@ def refused(call, result):
 
 
 RUN, LOAD = "IBaseFilter::Run Webcam", "IPersistPropertyBag::Load Webcam"
-# What is wrong, the scenario, the result with its name, words of the remedy, and what camctl is told besides.
+# What is wrong, the scenario, the result with its name, words of the remedy, and options of camctl.
 CASES = [
     ("in use", refused(RUN, "0x8007001F"), "0x8007001F (in use)", "another program uses the camera", []),
     ("in use, or too little bandwidth", refused(RUN, "0x800705AA"), "0x800705AA (no resources)", "another port", []),
@@ -28,7 +28,7 @@ CASES = [
     ("switched off for privacy", refused(RUN, "0x80070005"), "0x80070005 (E_ACCESSDENIED)", "ms-settings:privacy-webcam", []),
     ("switched off for privacy, at the opening", refused(LOAD, "0x80070005"), "0x80070005 (E_ACCESSDENIED)", "ms-settings:privacy-webcam", []),
     ("no format that is understood", {"webcamFormats": [{"encoding": "Y800"}]}, "0x80040200 (no format)", "list --formats", []),
-    ("not there", {}, "0x8007048F (not connected)", "plug it in", ["--camera", "Another webcam"]),
+    ("not there", {}, "0x8007048F (not connected)", "plug it in", ["--camera", "A webcam that is not there"]),
     ("unplugged", {"loseDeviceAfterFrames": 3}, "0x8007048F (not connected)", "plug it in", ["--skip", "5"]),
     ("unplugged, without a word of it", {"loseDeviceAfterFrames": 3, "webcamHabits": {"losesSilently": True}}, "0x8007048F (not connected)",
      "plug it in", ["--skip", "5"]),
@@ -44,7 +44,8 @@ def main():
     for what, scenario, result, remedy, more in CASES:
         picture = folder / "refused.bmp"
         picture.unlink(missing_ok=True)
-        output, code = programs.camctl("snap", picture.name, "--camera", NAME, "--scenario", json.dumps(scenario), *more)
+        camera = [] if "--camera" in more else ["--camera", NAME]
+        output, code = programs.camctl("snap", picture.name, "--scenario", json.dumps(scenario), *camera, *more)
         good = code == NO_CAMERA and result in output and remedy in output and not picture.exists()
         check(good, f"{what}: exit code {code}: {' '.join(output.split())}")
     # Slow, but not too slow.
