@@ -45,6 +45,8 @@ EncodeG4Kernel EncodeG4Sse2;  // 64-bit processors only
 inline constexpr uint32_t kAnySide = UINT32_MAX;
 inline constexpr uint32_t kMaxFloatSide = 255;  // every sum is below 2^24, and so the same number as a float
 inline constexpr uint32_t kMaxSignedSide = 2901;  // every sum is below 2^31, and so a signed number
+static_assert(255ULL * kMaxSignedSide * kMaxSignedSide < 1ULL << 31 &&
+              255ULL * (kMaxSignedSide + 1) * (kMaxSignedSide + 1) >= 1ULL << 31);
 
 inline constexpr TiffKernels kPlainTiffKernels = {ThresholdPlain, kAnySide, PackPixelsPlain, EncodeG4Plain};
 inline constexpr TiffKernels kWordTiffKernels = {ThresholdWord, kMaxFloatSide, PackPixelsWord, EncodeG4Word};
