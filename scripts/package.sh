@@ -47,7 +47,7 @@ for build in "${builds[@]}"; do
     cmake --install "$build" --prefix "$sdk" --component sdk >"$work/install.log" || { cat "$work/install.log" >&2; exit 1; }
     if [ -f "$build/bin/ocellus.sym" ]; then
         mkdir -p "$symbols/ce-armv4"
-        cp "$build/bin/ocellus.sym" "$build/bin/camverify.sym" "$symbols/ce-armv4/"
+        cp "$build/bin/"{ocellus,camverify,ocellus_restore}.sym "$symbols/ce-armv4/"
     fi
 done
 # Debuggers find a program's symbols by the name in it.
@@ -82,7 +82,7 @@ if [ -d "$sdk/bin/x64" ]; then packaging/nuget.py "$sdk" "$version" "$out/Ocellu
 if [ -d "$sdk/bin/ce-armv4" ]; then
     packaging/ce/sample.sh "$sdk/bin/ce-armv4/TakePictures.exe"
     touch -d "@$SOURCE_DATE_EPOCH" "$sdk/bin/ce-armv4/TakePictures.exe"
-    for name in ocellus camverify; do
+    for name in ocellus ocellus-flash camverify; do
         packaging/ce/cabinet.py make "packaging/ce/$name.inf" "$sdk/bin/ce-armv4" "$out/$name.armv4.cab"
         cp "$out/$name.armv4.cab" "$sdk/bin/ce-armv4/"
     done

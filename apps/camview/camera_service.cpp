@@ -19,6 +19,12 @@ std::wstring Quoted(const std::wstring& text) {
     return L"\"" + text + L"\"";
 }
 
+template <typename Value>
+std::optional<Value> Known(ocellus::Result<Value>&& result) {
+    if (!result) return std::nullopt;
+    return std::forward<ocellus::Result<Value>>(result).OrThrow();
+}
+
 }  // namespace
 
 std::int64_t Microseconds() {
@@ -154,7 +160,7 @@ void CameraService::OpenNow(const OpenRequest& request) {
     auto selected = camera->Select(choice);
     const bool isQuiet = request.isAgain && selected.Code() == lastFailure;
     const std::wstring call = L"camSelect " + Quoted(current.name);
-    const camResult result = Note(call, std::move(selected), isQuiet).Code();
+    const camResult result = Note(call, selected, isQuiet).Code();
     lastFailure = result;
     isSelected = true;
     if (result != camOk) {
@@ -193,7 +199,7 @@ void CameraService::StartNow() {
     opened.isKit = isKit;
     opened.resolutions = Note(L"camGetResolutionCount", camera->Resolutions()).Or({});
     opened.resolution = camera->CurrentResolution().Or({});
-    if (auto number = camera->Get(CAM_PROPERTY_CAMERA_ID)) opened.number = std::move(number).OrThrow().value;
+    if (const auto number = Known(camera->Get(CAM_PROPERTY_CAMERA_ID))) opened.number = number->value;
     mailbox.Post(std::move(opened));
     mailbox.Post(PropertiesRead{ReadProperties()});
 }
@@ -261,8 +267,7 @@ std::vector<PropertyInfo> CameraService::ReadProperties() {
     for (int id = 0; id <= CAM_PROPERTY_LAST; ++id) {
         // The value first: the imager takes from it which exposure setting is meant.
         const ocellus::PropertyValue now = camera->Get(id).Or({});
-        auto range = camera->Range(id);
-        if (range) properties.push_back({id, std::move(range).OrThrow(), now});
+        if (const auto range = Known(camera->Range(id))) properties.push_back({id, *range, now});
     }
     return properties;
 }
@@ -368,9 +373,7 @@ void CameraService::ReadState() {
     thread.Do([this] {
         StateRead read;
         read.state = camera->State().Or(CAM_STATE_NONE);
-        if (current.isWebcam) {
-            if (auto stream = camera->Stream()) read.stream = std::move(stream).OrThrow();
-        }
+        if (current.isWebcam) read.stream = Known(camera->Stream());
         stateIsAsked = false;
         mailbox.Post(read);
     });

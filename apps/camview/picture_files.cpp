@@ -12,7 +12,7 @@ namespace camview {
 
 namespace {
 
-constexpr unsigned long long kFull = 256 * 1024;  // bytes; a disk with less is full
+constexpr unsigned long long kFull = 256 * 1024ULL;  // bytes; a disk with less is full
 
 HBITMAP MakeBitmap(IWICImagingFactory& factory, IWICBitmapSource& picture, SIZE box) {
     UINT width = 0, height = 0;

@@ -1,4 +1,6 @@
 // Loading DLLs and finding their functions.
+#include <filesystem>
+
 #include "emulator/devices.h"
 #include "emulator/process.h"
 #include "emulator/text.h"
@@ -23,10 +25,23 @@ std::string LibraryName(std::u16string_view path) {
     return name;
 }
 
+// The file that a path names, if there is one; any other is looked for by its name alone.
+Module* LoadNamed(Process& p, const std::u16string& path) {
+    const std::string name = LibraryName(path);
+    const std::string file = HostPath(p, path);
+    if (p.Find(name) || path.find(u'\\') == std::u16string::npos || !std::filesystem::is_regular_file(file))
+        return p.FindOrLoad(name);
+    try {
+        return &p.Load(file);
+    } catch (const NotStarted&) {
+        return nullptr;
+    }
+}
+
 u32 Load(Process& p, u32 nameAt) {
-    const std::string name = LibraryName(p.machine.Text(nameAt));
-    const bool isNew = !p.Find(name);
-    Module* module = p.FindOrLoad(name);
+    const std::u16string path = p.machine.Text(nameAt);
+    const bool isNew = !p.Find(LibraryName(path));
+    Module* module = LoadNamed(p, path);
     if (!module) return p.SetLastError(kErrorModuleNotFound), 0;
     if (isNew || module->uses) ++module->uses;
     return module->base;

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Makes a cabinet that Windows CE installs, and shows what one holds.
 
-    packaging/ce/cabinet.py make FILE.inf FOLDER OUT.cab    the installation that FILE.inf describes, of the files in FOLDER
-    packaging/ce/cabinet.py show IN.cab                     what the device would do, a line each
+    packaging/ce/cabinet.py make FILE.inf FOLDER OUT.cab [NAME=VALUE...]    the installation that FILE.inf describes, of the files in FOLDER;
+                                                                            VALUE instead of what [CEStrings] says of NAME
+    packaging/ce/cabinet.py show IN.cab                                     what the device would do, a line each
 
 A cabinet's first file, NAME.000, says what becomes of the others: little-endian tables of strings, folders, files, registry keys and
 shortcuts, which name each other by number. The archive itself is gcab's (stored, not compressed). Of the description file the sections
@@ -35,7 +36,7 @@ class Refused(Exception):
 class Description:
     """A description file: sections of lines, by lower-case name."""
 
-    def __init__(self, path):
+    def __init__(self, path, changes=()):
         self.path = path
         self.sections = {}
         section = None
@@ -50,6 +51,11 @@ class Description:
             else:
                 section.append((number, line))
         self.strings = {f"%{name}%".lower(): value.strip('"') for name, value in self.members("cestrings").items()}
+        for change in changes:
+            name, _, value = change.partition("=")
+            if f"%{name}%".lower() not in self.strings:
+                raise Refused(f"{path}: [CEStrings] says nothing of {name}, which {change} is to change")
+            self.strings[f"%{name}%".lower()] = value
         listed = {name.lower() for member in ("copyfiles", "addreg", "ceshortcuts") for name in self.names(member)}
         for section in self.sections.keys() - SECTIONS - listed:
             raise Refused(f"{path}: section [{section}] is used by nothing; name it in [DefaultInstall] or remove it")
@@ -156,12 +162,12 @@ class Tables:
         return header + application + provider + b"".join(parts)
 
 
-def make(inf, source, out):
-    description = Description(inf)
+def make(inf, source, out, changes):
+    description = Description(inf, changes)
     tables = Tables()
     registered = {name.lower() for name in description.names("ceselfregister")}
     folders = description.members("destinationdirs")
-    numbers = {}
+    numbers, sources = {}, {}
 
     def destination(section):
         if section.lower() not in folders:
@@ -169,9 +175,10 @@ def make(inf, source, out):
         return description.expand(folders[section.lower()].split(",", 1)[1].strip())
 
     for section in description.names("copyfiles"):
-        for number, (name, _, _, flags, _) in description.fields(section, 1):
-            if not (source / name).is_file():
-                raise Refused(f"{inf}:{number}: there is no {source / name}; build it first: cmake --build --preset ce")
+        for number, (name, origin, _, flags, _) in description.fields(section, 1):
+            sources[name.lower()] = path = source / (origin or name)
+            if not path.is_file():
+                raise Refused(f"{inf}:{number}: there is no {path}; build it first: cmake --build --preset ce")
             flags = int(flags or "0", 0) | (SELF_REGISTER if name.lower() in registered else 0)
             numbers[name.lower()] = tables.file(destination(section), name, flags)
     for name in registered - numbers.keys():
@@ -200,7 +207,7 @@ def make(inf, source, out):
         # The description is read first; then the files, the highest number before the others.
         for number, _, _, name in reversed(tables.files):
             names.append(short(name, number))
-            shutil.copy2(source / name, folder / names[-1])
+            shutil.copy2(sources[name.lower()], folder / names[-1])
         # Dated like the files that it describes, so that the same files give the same cabinet.
         newest = max(path.stat().st_mtime for path in folder.iterdir() if path.name != names[0])
         os.utime(folder / names[0], (newest, newest))
@@ -280,8 +287,8 @@ def show(cabinet):
 def main():
     try:
         match sys.argv[1:]:
-            case ["make", inf, folder, out]:
-                make(pathlib.Path(inf), pathlib.Path(folder), pathlib.Path(out))
+            case ["make", inf, folder, out, *changes]:
+                make(pathlib.Path(inf), pathlib.Path(folder), pathlib.Path(out), changes)
             case ["show", cabinet]:
                 show(pathlib.Path(cabinet))
             case _:

@@ -79,6 +79,7 @@ std::optional<SavedSettings> ReadCameraSettings(const std::wstring& file) {
     if (GetFileAttributesW(file.c_str()) == INVALID_FILE_ATTRIBUTES) return std::nullopt;
     const std::vector<Key> keys = AllKeys();
     std::vector<std::wstring> autoKeys;
+    autoKeys.reserve(keys.size());
     for (const Key& key : keys) autoKeys.push_back(key.name + kAuto);
     std::vector<int32_t> values(2 * keys.size() + 1);
     std::vector<SettingsRequest> requests;

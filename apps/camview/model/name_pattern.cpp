@@ -57,7 +57,8 @@ std::optional<std::wstring> NextFile(const std::wstring& folder, std::wstring_vi
     const bool hasSeparator = !folder.empty() && (folder.back() == L'\\' || folder.back() == L'/');
     const std::wstring stem = folder + (folder.empty() || hasSeparator ? L"" : L"\\") + *name;
     std::wstring file = stem + extension;
-    for (int number = 2; exists(file); ++number) file = stem + L"-" + std::to_wstring(number) + extension;
+    for (int number = 2; exists(file); ++number)
+        file = std::wstring(stem).append(L"-").append(std::to_wstring(number)).append(extension);
     return file;
 }
 
