@@ -117,6 +117,12 @@ TEST_CASE("connections are refused and undone as they should") {
     SUBCASE("no allocator can be agreed on: both sides are free again") {
         pair.source->pin.sizeResult = E_OUTOFMEMORY;
         CHECK(output->Connect(input, &type) == E_OUTOFMEMORY);
+        CHECK(pair.sink->pin.disconnects == 1);
+    }
+    SUBCASE("the sender itself does not have that type: the receiver hears nothing of it") {
+        const MediaType other8 = VideoType(MEDIASUBTYPE_RGB8, 320, 240, 8);
+        CHECK(output->Connect(input, &other8) == VFW_E_TYPE_NOT_ACCEPTED);
+        CHECK(pair.sink->pin.disconnects == 0);
     }
     SUBCASE("connected: no second time, no disconnecting while active") {
         REQUIRE(output->Connect(input, &type) == S_OK);

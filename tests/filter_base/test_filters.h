@@ -112,6 +112,7 @@ class TestSinkPin final : public InputPin {
     HRESULT CheckMediaType(const AM_MEDIA_TYPE& type) override;
     HRESULT GetMediaType(int position, MediaType& type) override;
 
+    HRESULT STDMETHODCALLTYPE Disconnect() override { return ++disconnects, InputPin::Disconnect(); }
     HRESULT STDMETHODCALLTYPE EndOfStream() override { return ++ends, S_OK; }
     HRESULT STDMETHODCALLTYPE BeginFlush() override { return ++flushBegins, InputPin::BeginFlush(); }
     HRESULT STDMETHODCALLTYPE EndFlush() override { return ++flushEnds, InputPin::EndFlush(); }
@@ -132,7 +133,7 @@ class TestSinkPin final : public InputPin {
     std::function<void(IMediaSample&)> onSample;
     std::vector<BYTE> marks;           // first bytes of the samples received
     std::vector<const BYTE*> buffers;  // and their places
-    LONG ends = 0, flushBegins = 0, flushEnds = 0;
+    LONG disconnects = 0, ends = 0, flushBegins = 0, flushEnds = 0;
     REFERENCE_TIME segmentStart = -1;
 };
 

@@ -61,6 +61,22 @@ TEST_CASE("a message longer than the queue allows is not taken") {
     CHECK(CloseMsgQueue(queue));
 }
 
+TEST_CASE("a queue with a name, for writing, or without room is not made") {
+    const MSGQUEUEOPTIONS good = {sizeof good, 0, 3, 144, TRUE};
+    MSGQUEUEOPTIONS small = good, writing = good, empty = good;
+    small.dwSize = 4;
+    writing.bReadAccess = FALSE;
+    empty.dwMaxMessages = 0;
+    const auto refused = [](const wchar_t* name, MSGQUEUEOPTIONS options) {
+        SetLastError(0);
+        return CreateMsgQueue(name, &options) == nullptr && GetLastError() == ERROR_INVALID_PARAMETER;
+    };
+    CHECK(refused(L"name", good));
+    CHECK(refused(nullptr, small));
+    CHECK(refused(nullptr, writing));
+    CHECK(refused(nullptr, empty));
+}
+
 TEST_CASE("a resume reaches everybody who asked, and the window goes with the last of them") {
     CHECK(NotificationWindow() == nullptr);
     for (int round = 0; round < 2; ++round) {
