@@ -1,3 +1,5 @@
+// For processors with 32-bit registers and nothing wider: whole numbers only, two sums moved at once, and no
+// product for a pixel but the one that says what its limit is.
 #include <string.h>
 
 #include "tiff/threshold_plan.h"
@@ -10,54 +12,165 @@ namespace {
 // precision.
 constexpr int kKeepBits = 24;
 
-// One pass over a row: the sums of the columns move down by a row, and the window's sum slides along them.
+using AliasedWord __attribute__((may_alias)) = uint32_t;
+
+uint32_t LoadWord(const uint8_t* at) {
+    return *reinterpret_cast<const AliasedWord*>(at);
+}
+void StoreWord(uint8_t* at, uint32_t word) {
+    *reinterpret_cast<AliasedWord*>(at) = word;
+}
+
+// Sums are half-words (the window is at most 255 high), and those of four columns stand in the order 0, 2, 1,
+// 3: a word of samples becomes two words of half-words with a mask and a shift.
+constexpr uint32_t kGroup = 4;
+constexpr uint32_t kEvenBytes = 0x00FF00FF;
+constexpr uint32_t PlaceOf(uint32_t column) {
+    return (column & ~3u) | (column & 1) << 1 | (column >> 1 & 1);
+}
+
+// Row by row: the sums of the columns move down by a row, and the window's sum slides along them. Columns of
+// zeros stand on both sides, so that it slides alike along the whole row.
 class RowThreshold {
   public:
-    RowThreshold(const ThresholdPlan& checked, uint32_t* scratch)
-        : plan(checked), columns(scratch), keep(static_cast<uint32_t>(checked.keep * (1 << kKeepBits))) {}
-
-    void AddRow(const uint8_t* added) const {
-        for (uint32_t x = 0; x < plan.width; ++x) columns[x] += added[x];
+    // Half-words of memory, zeros at first.
+    static uint64_t SumsFor(const ThresholdPlan& plan) {
+        return 2 * uint64_t{Margin(plan)} + (uint64_t{plan.width} + kGroup - 1) / kGroup * kGroup;
     }
 
-    // Classifies `row`. `added` enters the window at its bottom. `kept` holds the row that leaves it at the
-    // top, and gets the samples of `row`: reading is ahead of writing.
-    void Classify(uint8_t* row, uint8_t* kept, const uint8_t* added, uint32_t windowRows) const {
-        const uint32_t half = plan.half;
-        const uint32_t side = plan.side;
-        const uint32_t width = plan.width;
-        uint32_t* const columnSums = columns;  // in a register
-        uint32_t sum = 0;
-        auto moveColumn = [&](uint32_t c) {
-            columnSums[c] += added[c] - kept[c];
-            sum += columnSums[c];
-        };
-        auto finish = [&](uint32_t x, uint32_t count) {
-            const uint32_t sample = row[x];
-            kept[x] = static_cast<uint8_t>(sample);
-            row[x] = IsBlack(sample * count, sum) ? 0 : 255;
-        };
+    RowThreshold(const ThresholdPlan& checked, uint16_t* sums)
+        : plan(checked),
+          columns(sums + Margin(checked)),
+          keep(static_cast<uint32_t>(checked.keep * (1 << kKeepBits))),
+          inWords(checked.width % kGroup == 0 &&
+                  reinterpret_cast<uintptr_t>(checked.plane) % sizeof(uint32_t) == 0) {}
 
-        for (uint32_t c = 0; c < half; ++c) moveColumn(c);
-        uint32_t count = windowRows * half;
-        for (uint32_t c = half; c < side; ++c) {
-            moveColumn(c);
-            count += windowRows;
-            finish(c - half, count);
+    // `added` enters the window at its bottom, `removed` leaves it at the top.
+    void MoveDown(const uint8_t* added, const uint8_t* removed) const {
+        if (inWords) {
+            auto* sums = reinterpret_cast<AliasedWord*>(columns);
+            const uint8_t* const end = added + plan.width;
+#pragma GCC unroll 2
+            for (; added != end; added += kGroup, removed += kGroup, sums += 2) {
+                const uint32_t more = LoadWord(added), less = LoadWord(removed);
+                // Each half ends within 16 bits, so what it borrows on the way is given back.
+                sums[0] = sums[0] + (more & kEvenBytes) - (less & kEvenBytes);
+                sums[1] = sums[1] + (more >> 8 & kEvenBytes) - (less >> 8 & kEvenBytes);
+            }
+            return;
         }
-        for (uint32_t c = side; c < width; ++c) {
-            moveColumn(c);
-            sum -= columnSums[c - side];
-            finish(c - half, count);
+        for (uint32_t x = 0; x < plan.width; ++x) {
+            uint16_t& sum = columns[PlaceOf(x)];
+            sum = static_cast<uint16_t>(sum + added[x] - removed[x]);
         }
-        for (uint32_t x = width - half; x < width; ++x) {
-            sum -= columnSums[x - half - 1];
-            count -= windowRows;
-            finish(x, count);
-        }
+    }
+
+    // Replaces `row` by black and white; `kept` gets its samples.
+    void Classify(uint8_t* row, uint8_t* kept, uint32_t windowRows) {
+        if (windowRows != rowsCounted) SetWindowRows(windowRows);
+        Window window = {row, kept, 0, 0, windowRows * plan.half};
+        for (uint32_t x = 0; x < plan.half; ++x) window.sum += columns[PlaceOf(x)];
+        if (!inWords) return ClassifyBytes(window);
+        const uint32_t last = plan.width - plan.half;  // from there on no column enters
+        const Runs& runs = kRuns[plan.half % kGroup];
+        (this->*runs.left)(window, plan.half / kGroup * kGroup + kGroup);
+        (this->*runs.middle)(window, last / kGroup * kGroup);
+        (this->*runs.right)(window, plan.width);
     }
 
   private:
+    // On its way along a row.
+    struct Window {
+        uint8_t* row;
+        uint8_t* kept;
+        uint32_t x;
+        uint32_t sum;
+        uint32_t count;  // of pixels
+    };
+
+    static uint32_t Margin(const ThresholdPlan& plan) {
+        return (plan.half + kGroup) / kGroup * kGroup;
+    }
+
+    // In the middle of a row a limit is found as a single sample: the window's sum times `perSample` is at
+    // least the limit, and less than 1/256 above it.
+    void SetWindowRows(uint32_t windowRows) {
+        rowsCounted = windowRows;
+        countInside = windowRows * plan.side;
+        perSample =
+            static_cast<uint32_t>(((uint64_t{keep} << (32 - kKeepBits)) + countInside - 1) / countInside);
+    }
+
+    enum class Part { Left, Middle, Right };
+
+    // Samples up to `end`, a word at a time. `Phase`: plan.half % kGroup, so that sums are found at constant
+    // distances.
+    template <Part Where, uint32_t Phase>
+    void Run(Window& window, uint32_t end) const {
+        uint32_t x = window.x, sum = window.sum, count = window.count;
+        const uint32_t half = plan.half, last = plan.width - half, step = rowsCounted, factor = perSample;
+        const uint16_t* entering = columns + x + (half - Phase);
+        const uint16_t* leaving = columns + x - (half - Phase) - kGroup;
+        for (; x != end; x += kGroup, entering += kGroup, leaving += kGroup) {
+            const uint32_t samples = LoadWord(window.row + x);
+            StoreWord(window.kept + x, samples);
+            uint32_t colors = ~0u;
+            const auto finish = [&]<uint32_t I>() {
+                sum += entering[PlaceOf(Phase + I)];
+                sum -= leaving[PlaceOf(kGroup - 1 - Phase + I)];
+                const uint32_t sample = samples >> (8 * I) & 0xFF;
+                constexpr uint32_t kWhite = 0xFFu << (8 * I);
+                // Most are white.
+                if constexpr (Where == Part::Middle) {
+                    const auto limit = static_cast<uint32_t>(uint64_t{sum} * factor >> 32);
+                    if (sample <= limit) [[unlikely]] {
+                        if (sample < limit || IsBlackByCount(sample, sum)) colors &= ~kWhite;
+                    }
+                } else {
+                    if (Where == Part::Left && x + I <= half) count += step;
+                    if (Where == Part::Right && x + I >= last) count -= step;
+                    if (IsBlack(sample * count, sum)) [[unlikely]]
+                        colors &= ~kWhite;
+                }
+            };
+            finish.template operator()<0>();
+            finish.template operator()<1>();
+            finish.template operator()<2>();
+            finish.template operator()<3>();
+            StoreWord(window.row + x, colors);
+        }
+        window.x = x;
+        window.sum = sum;
+        window.count = count;
+    }
+    struct Runs {
+        void (RowThreshold::*left)(Window&, uint32_t) const;
+        void (RowThreshold::*middle)(Window&, uint32_t) const;
+        void (RowThreshold::*right)(Window&, uint32_t) const;
+    };
+    template <uint32_t Phase>
+    static constexpr Runs RunsOf() {
+        return {&RowThreshold::Run<Part::Left, Phase>, &RowThreshold::Run<Part::Middle, Phase>,
+                &RowThreshold::Run<Part::Right, Phase>};
+    }
+    static const Runs kRuns[kGroup];
+
+    void ClassifyBytes(Window& window) const {
+        uint8_t* const row = window.row;
+        for (uint32_t x = 0; x < plan.width; ++x) {
+            if (x + plan.half < plan.width) {
+                window.sum += columns[PlaceOf(x + plan.half)];
+                window.count += rowsCounted;
+            }
+            if (x > plan.half) {
+                window.sum -= columns[PlaceOf(x - plan.half - 1)];
+                window.count -= rowsCounted;
+            }
+            window.kept[x] = row[x];
+            row[x] = IsBlack(row[x] * window.count, window.sum) ? 0 : 255;
+        }
+    }
+
     // weighted < sum * keep as single-precision numbers. The product in whole numbers decides, but where only
     // its fraction, and so the rounding, can make the difference.
     bool IsBlack(uint32_t weighted, uint32_t sum) const {
@@ -67,15 +180,25 @@ class RowThreshold {
         return weighted < limit;
     }
 
+    __attribute__((noinline)) bool IsBlackByCount(uint32_t sample, uint32_t sum) const {
+        return IsBlack(sample * countInside, sum);
+    }
+
     __attribute__((noinline)) bool IsBlackByRounding(uint32_t weighted, uint32_t sum) const {
         const float limit = static_cast<float>(static_cast<int32_t>(sum)) * plan.keep;
         return static_cast<float>(weighted) < limit;
     }
 
     const ThresholdPlan& plan;
-    uint32_t* columns;
-    uint32_t keep;
+    uint16_t* const columns;
+    const uint32_t keep;
+    const bool inWords;
+    uint32_t rowsCounted = 0;
+    uint32_t countInside = 0;  // pixels of a window of so many rows and whole width
+    uint32_t perSample = 0;
 };
+
+const RowThreshold::Runs RowThreshold::kRuns[] = {RunsOf<0>(), RunsOf<1>(), RunsOf<2>(), RunsOf<3>()};
 
 }  // namespace
 
@@ -88,25 +211,26 @@ bool ThresholdWord(const ThresholdPlan& plan) {
         return true;
     }
 
-    // The sums of the columns, the samples of the last half + 1 classified rows, and a row of zeros for those
-    // below the picture.
-    const uint64_t sumBytes = uint64_t{width} * sizeof(uint32_t);
+    // The sums of the columns, a row of zeros for those beyond the picture, and the samples of the last half
+    // + 1 classified rows.
+    const uint64_t sumBytes = RowThreshold::SumsFor(plan) * sizeof(uint16_t);
     const uint64_t size = sumBytes + uint64_t{half + 2} * width;
     ThresholdScratch scratch;
     auto* memory = static_cast<uint8_t*>(scratch.Take(plan, size, sizeof(uint32_t)));
     if (!memory) return false;
     memset(memory, 0, static_cast<size_t>(size));
-    const RowThreshold threshold(plan, reinterpret_cast<uint32_t*>(memory));
+    RowThreshold threshold(plan, reinterpret_cast<uint16_t*>(memory));
     const uint8_t* const zeros = memory + sumBytes;
     uint8_t* const keptRows = memory + sumBytes + width;
 
-    for (uint32_t y = 0; y < half; ++y) threshold.AddRow(plan.plane + size_t{y} * width);
+    const auto rowAt = [&](uint32_t y) { return plan.plane + size_t{y} * width; };
+    for (uint32_t y = 0; y < half; ++y) threshold.MoveDown(rowAt(y), zeros);
     uint32_t slot = 0;  // of the row half + 1 above, and then of this one
     for (uint32_t y = 0; y < plan.rows; ++y) {
         const uint32_t entering = y + half;
-        const uint8_t* added = entering < plan.rows ? plan.plane + size_t{entering} * width : zeros;
-        threshold.Classify(plan.plane + size_t{y} * width, keptRows + size_t{slot} * width, added,
-                           plan.WindowBottom(y) - plan.WindowTop(y));
+        uint8_t* const kept = keptRows + size_t{slot} * width;
+        threshold.MoveDown(entering < plan.rows ? rowAt(entering) : zeros, kept);
+        threshold.Classify(rowAt(y), kept, plan.WindowBottom(y) - plan.WindowTop(y));
         slot = slot == half ? 0 : slot + 1;
     }
     return true;

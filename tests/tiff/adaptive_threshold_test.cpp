@@ -102,10 +102,10 @@ TEST_CASE("the plain threshold is the comparison with the window's mean") {
 }
 
 TEST_CASE("every kernel gives the plane of the plain one") {
-    constexpr uint32_t kSizes[][2] = {{1, 1},    {1, 40},    {40, 1},    {15, 200}, {16, 16},
-                                      {17, 16},  {16, 33},   {23, 23},   {24, 31},  {31, 100},
-                                      {32, 64},  {33, 65},   {63, 40},   {64, 48},  {65, 49},
-                                      {100, 16}, {160, 121}, {322, 241}, {640, 120}};
+    constexpr uint32_t kSizes[][2] = {{1, 1},   {1, 40},   {40, 1},    {15, 200},  {16, 16},
+                                      {17, 16}, {16, 33},  {23, 23},   {24, 31},   {31, 100},
+                                      {32, 64}, {33, 65},  {63, 40},   {64, 48},   {65, 49},
+                                      {72, 64}, {100, 16}, {160, 121}, {322, 241}, {640, 120}};
     uint32_t seed = 1;
     for (const auto& size : kSizes) {
         const uint32_t width = size[0], rows = size[1];
