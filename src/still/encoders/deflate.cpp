@@ -16,7 +16,14 @@ constexpr std::uint32_t kZlibHeader = 0x5E78;
 constexpr bool kLoadsAnywhere = sizeof(std::size_t) == 8;
 
 constexpr unsigned kHashedBytes = 4;  // and the shortest match
-constexpr std::size_t kLongHashBytes = 12;
+// Twelve bytes in a row, and twelve out of more: in writing and dots of large pixels the nearest ones are the
+// same almost everywhere.
+struct LongSpan {
+    std::size_t second, third;  // words that are looked at beside the first
+};
+constexpr LongSpan kNarrowSpan = {4, 8};
+constexpr LongSpan kWideSpan = {11, 22};
+constexpr std::size_t kLongHashBytes = kWideSpan.third + 4;
 
 // Up to this length a match is weighed against its bytes.
 constexpr unsigned kLongestWeighed = 24;
@@ -90,8 +97,8 @@ inline unsigned Deflate::LongHash(std::uint32_t first, std::uint32_t second, std
 }
 
 // The longest of: the byte before over and over, the same four bytes where they were seen last; where it is
-// worth while also what is as far back as the last match or as the row above, and the same twelve bytes where
-// they were seen the last times. Of the same length the first: distances that recur are cheap.
+// worth while also what is as far back as the last match or as the row above, and the same bytes of two spans
+// where they were seen the last times. Of the same length the first: distances that recur are cheap.
 inline Deflate::Match Deflate::FindMatch(std::size_t at) {
     const std::uint8_t* const here = window.data() + at;
     const auto most = static_cast<unsigned>(std::min<std::size_t>(filled - at, kMaxMatch));
@@ -116,9 +123,17 @@ inline Deflate::Match Deflate::FindMatch(std::size_t at) {
     consider(distanceTo(last));
     last = Place(at);
     if (thorough && most >= kLongHashBytes && best.length < kLongEnough) {
-        auto& places = latestLong[LongHash(bytes, LoadFour(here + 4), LoadFour(here + 8))];
-        for (const std::uint16_t place : places) consider(distanceTo(place));
-        places[nextWay++ % kWays] = Place(at);
+        const auto placesBy = [&](LongTable & table, const LongSpan& span) -> auto& {
+            return table[LongHash(bytes, LoadFour(here + span.second), LoadFour(here + span.third))];
+        };
+        auto& wide = placesBy(latestWide, kWideSpan);
+        auto& narrow = placesBy(latestNarrow, kNarrowSpan);
+        for (const std::uint16_t place : wide) consider(distanceTo(place));
+        if (best.length < kLongEnough) {
+            for (const std::uint16_t place : narrow) consider(distanceTo(place));
+        }
+        const unsigned way = nextWay++ % kWays;
+        wide[way] = narrow[way] = Place(at);
     }
     return best;
 }
@@ -174,14 +189,19 @@ inline void Deflate::Remember(std::size_t from, std::size_t to) {
     }
     if (!thorough || filled < from + kLongHashBytes) return;
     const std::size_t lastLong = std::min(to, filled - kLongHashBytes + 1);
-    first = LoadFour(bytes + from - 1);
-    std::uint32_t second = LoadFour(bytes + from + 3);
-    std::uint32_t third = LoadFour(bytes + from + 7);
+    const auto lead = [&](std::size_t offset) { return LoadFour(bytes + from - 1 + offset); };
+    first = lead(0);
+    std::uint32_t narrow[] = {lead(kNarrowSpan.second), lead(kNarrowSpan.third)};
+    std::uint32_t wide[] = {lead(kWideSpan.second), lead(kWideSpan.third)};
     for (std::size_t at = from; at < lastLong; ++at) {
         move(first, at);
-        move(second, at + 4);
-        move(third, at + 8);
-        latestLong[LongHash(first, second, third)][nextWay++ % kWays] = Place(at);
+        move(narrow[0], at + kNarrowSpan.second);
+        move(narrow[1], at + kNarrowSpan.third);
+        move(wide[0], at + kWideSpan.second);
+        move(wide[1], at + kWideSpan.third);
+        const unsigned way = nextWay++ % kWays;
+        latestNarrow[LongHash(first, narrow[0], narrow[1])][way] = Place(at);
+        latestWide[LongHash(first, wide[0], wide[1])][way] = Place(at);
     }
 }
 

@@ -46,8 +46,9 @@ class Deflate {
     static constexpr std::size_t kKeptBytes = 16384;  // at least, of what was compressed already
     static constexpr unsigned kHashBits = 12;
     static constexpr unsigned kLongHashBits = 10;
-    static constexpr unsigned kWays = 8;
+    static constexpr unsigned kWays = 4;
     static constexpr std::size_t kSpan = 4096;
+    using LongTable = std::array<std::array<std::uint16_t, kWays>, 1 << kLongHashBits>;
 
     static unsigned Hash(std::uint32_t fourBytes);
     static unsigned LongHash(std::uint32_t first, std::uint32_t second, std::uint32_t third);
@@ -76,7 +77,8 @@ class Deflate {
     // Where bytes of that hash stood last, as the low bits of the place in the input: what is found there has
     // to be compared anyway, so that places long gone need not be cleared.
     std::array<std::uint16_t, 1 << kHashBits> latest{};
-    std::array<std::array<std::uint16_t, kWays>, 1 << kLongHashBits> latestLong{};
+    LongTable latestNarrow{};
+    LongTable latestWide{};
     unsigned nextWay = 0;
     deflate::Block block;
     deflate::BitWriter bits;
