@@ -240,6 +240,7 @@ void MeasureWebcam(HWND window, int seconds, const char* encoding) {
              encoding);
     if (!kitLoadScenario(scenario, error, 300)) Fail("the device kit refuses the scenario");
     camChooseDevice(L"Latency");
+    camSetWarmUpFrames(0);
     printf(
         "%s, 1280 x 720 at 30 a second; aims: to the callback of a picture at most %.1f ms, delay at most "
         "%.1f ms, no frame lost\n",
@@ -260,7 +261,6 @@ void MeasureWebcam(HWND window, int seconds, const char* encoding) {
 void MeasureWebcams(HWND window, int seconds) {
     SetEnvironmentVariableW(L"OCELLUS_WEBCAMS", L"1");
     for (const char* encoding : {"YUY2", "NV12", "MJPG", "RGB24"}) MeasureWebcam(window, seconds, encoding);
-    camSetWarmUpFrames(0);
     kitLoadScenario(L"{\"webcams\": []}", nullptr, 0);
 }
 
