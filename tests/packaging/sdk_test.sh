@@ -40,10 +40,17 @@ export PKG_CONFIG_PATH
 "$compiler" "${sample[@]}" $(pkg-config --cflags --libs ocellus) -o "$sdk/bin/$target/by_pkg_config.exe"
 "$compiler" "${sample[@]}" -I"$sdk/include" "$sdk/lib/$target/ocellus.lib" -o "$sdk/bin/$target/by_lib.exe"
 cp consumer/by_package.exe "$sdk/bin/$target/"
+programs=(by_package by_pkg_config by_lib take_pictures)
+if [ "$target" = x64 ]; then
+    code=0
+    "$sources/cmake_windows_test.sh" "$sdk" "$compiler" "$run" "$folder/windows" || code=$?
+    [ $code = 0 ] && cp windows/out/by_package.exe "$sdk/bin/$target/by_windows.exe" && programs+=(by_windows)
+    [ $code = 0 ] || [ $code = 77 ] || exit $code
+fi
 
 cp "$build/bin/launch.exe" "$sdk/bin/$target/"
 cd "$sdk/bin/$target"
-for program in by_package by_pkg_config by_lib take_pictures; do
+for program in "${programs[@]}"; do
     code=0
     timeout 120 "$run" "$PWD/$program.exe" $program.jpg || code=$?
     [ $code = 77 ] && exit 77
