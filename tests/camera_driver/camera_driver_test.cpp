@@ -229,10 +229,11 @@ TEST_CASE("frames of the warm-up are let pass after every start") {
     for (const DWORD frames : {DWORD{0}, kFrames, kFrames}) {
         CAPTURE(frames);
         REQUIRE(cam::platform::SetWarmUpFrames(frames));
-        const std::size_t before = graph.stillFrames.Count();
+        const std::size_t before = graph.stillFrames.Count(), shown = graph.previewFrames.Count();
         REQUIRE(graph.TriggerStill() == S_OK);
         REQUIRE(SUCCEEDED(graph.Run()));
         REQUIRE(graph.stillFrames.WaitFor(before + 1));
+        REQUIRE(graph.previewFrames.WaitFor(shown + 1));
         CHECK(ShowsChart(graph.stillFrames.Last().bytes, still, kTolerance) == (frames > 0));
         REQUIRE(SUCCEEDED(graph.Stop()));
         if (frames > 0) CHECK(ShowsChart(graph.previewFrames.Last().bytes, preview, kTolerance));
