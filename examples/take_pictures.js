@@ -37,23 +37,29 @@ function call(name, ...values) {
   });
 }
 
-// Node has no message loop: messages are looked for now and then.
-function nextMessage(wanted) {
+// Looks now and then whether it has come.
+function until(hasCome, failure) {
   return new Promise((resolve, reject) => {
     const end = Date.now() + kTimeout;
     const timer = setInterval(() => {
-      const message = {};
-      let seen = false;
-      while (PeekMessageW(message, null, 0, 0, 1)) {
-        seen = seen || message.message === wanted;
-        DispatchMessageW(message);
-      }
-      if (!seen && Date.now() < end) return;
+      const come = hasCome();
+      if (!come && Date.now() < end) return;
       clearInterval(timer);
-      if (seen) resolve();
-      else reject(new Error('the camera took no picture within ten seconds'));
+      if (come) resolve();
+      else reject(new Error(failure));
     }, 20);
   });
+}
+
+// Node has no message loop.
+function takeMessages(wanted) {
+  const message = {};
+  let seen = false;
+  while (PeekMessageW(message, null, 0, 0, 1)) {
+    seen = seen || message.message === wanted;
+    DispatchMessageW(message);
+  }
+  return seen;
 }
 
 async function main(file) {
@@ -65,8 +71,9 @@ async function main(file) {
     await call('camSetEventsWindow', window);
     await call('camRegisterPreviewCallback', onFrame);
     await call('camStartPreview');
+    await until(() => frames > 0, 'the camera sends no frames within ten seconds');
     await call('camSnapPicture', file, 0);
-    await nextMessage(kStillCaptured);
+    await until(() => takeMessages(kStillCaptured), 'the camera took no picture within ten seconds');
     console.log(`${file}, after ${frames} frames of preview`);
   } finally {
     await call('camRegisterPreviewCallback', null);
