@@ -19,13 +19,17 @@ void Print(const std::string& text) {
     fflush(stdout);
 }
 
+static BOOL CALLBACK CountOwn(HWND window, LPARAM count) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    *reinterpret_cast<int*>(count) += process == GetCurrentProcessId();
+    return TRUE;
+}
+
 Holdings CountHoldings() {
     Holdings holdings = {counts::Handles(), counts::Threads(), counts::GdiObjects(), 0};
-    for (HWND window = nullptr; (window = FindWindowExW(nullptr, window, nullptr, nullptr));) {
-        DWORD process = 0;
-        GetWindowThreadProcessId(window, &process);
-        holdings.windows += process == GetCurrentProcessId();
-    }
+    // A list that the system makes at once: other programs' windows come and go meanwhile.
+    EnumWindows(CountOwn, reinterpret_cast<LPARAM>(&holdings.windows));
     return holdings;
 }
 
