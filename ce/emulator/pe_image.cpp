@@ -107,14 +107,14 @@ PeImage PeImage::Read(const std::string& path) {
     for (u32 i = 0; i < sections; ++i) {
         const u32 at = optional + At<u16>(file, header + 20, path) + 40 * i;
         const u32 rva = At<u32>(file, at + 12, path);
-        const u32 raw = std::min(At<u32>(file, at + 16, path), At<u32>(file, at + 8, path));
+        const u32 size = At<u32>(file, at + 8, path);
+        const u32 raw = std::min(At<u32>(file, at + 16, path), size);
         const u32 offset = At<u32>(file, at + 20, path);
-        if (static_cast<u64>(offset) + raw > file.size() || static_cast<u64>(rva) + raw > image.size) {
+        if (static_cast<u64>(offset) + raw > file.size() || static_cast<u64>(rva) + size > image.size) {
             throw Failure(path + ": a section lies outside the image");
         }
         if (raw) std::memcpy(image.memory.data() + rva, file.data() + offset, raw);
-        image.sections.push_back(
-            {rva, At<u32>(file, at + 8, path), (At<u32>(file, at + 36, path) & kWritable) != 0});
+        image.sections.push_back({rva, size, (At<u32>(file, at + 36, path) & kWritable) != 0});
     }
     const auto directory = [&](u32 index) { return At<u32>(file, optional + 96 + 8 * index, path); };
     if (const u32 table = directory(kImport)) ReadImports(image, table);
