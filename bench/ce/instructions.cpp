@@ -1,7 +1,8 @@
-// Instructions for each pixel on ARM code: exact, and the same in every run. Cycles depend on the device's
-// memory; see docs/targets.md.
+// Instructions for each pixel on ARM code: exact, and the same in every run.
 //
 //   ce_instructions [--chart] [FOLDER]    of kernels.dll; default: the ce build's
+//   ce_instructions --time [FOLDER]       also the time that a device may take (emulator/device_time.h); from
+//                                         empty caches, twice as slow
 //   ce_instructions --memory [FOLDER]     instead, the memory that each format takes beside the frame
 //
 // The picture is a frame of the real film when scripts/setup.sh has put it into build/media, else, or with
@@ -55,8 +56,8 @@ std::vector<u8> MakeChart() {
 
 class Bench {
   public:
-    Bench(const std::string& folder, std::vector<u8> frame)
-        : module(LoadCounted(folder + "/kernels.dll")), yuy2(std::move(frame)) {
+    Bench(const std::string& folder, std::vector<u8> frame, bool isTimed)
+        : module(LoadCounted(folder + "/kernels.dll", isTimed)), yuy2(std::move(frame)) {
         process.machine.Map(kFrame, kBytes);
         process.machine.Map(kOut, kBytes);
         process.machine.CheckAlignment(false);
@@ -84,8 +85,10 @@ class Bench {
         }
     }
     void All() {
-        std::printf("%-28s %-8s %14s %12s %10s %10s\n", "640 x 480", "kernels", "instructions", "per pixel",
+        std::printf("%-28s %-8s %14s %12s %10s %10s", "640 x 480", "kernels", "instructions", "per pixel",
                     "of plain", "bytes");
+        if (process.machine.Time()) std::printf(" %10s %10s %10s %10s", "accesses", "fills", "cycles", "ms");
+        std::printf("\n");
         Pixels("YUY2 to RGB565", 0, yuy2, true);
         Pixels("luma of YUY2", 1, yuy2, false);
         Pixels("grey of RGB565", 2, rgb565, false);
@@ -116,7 +119,8 @@ class Bench {
     bool repeatable = true;
 
   private:
-    Module& LoadCounted(const std::string& path) {
+    Module& LoadCounted(const std::string& path, bool isTimed) {
+        if (isTimed) process.machine.EstimateTime();
         process.machine.StartCounting();
         return process.Load(path);
     }
@@ -156,10 +160,16 @@ class Bench {
             std::snprintf(ofPlain, sizeof ofPlain, "%.3f",
                           static_cast<double>(counts[0]) / static_cast<double>(plainCount));
         }
-        std::printf("%-28s %-8s %14llu %12.2f %10s %10u%s\n", name, sets[set],
-                    static_cast<unsigned long long>(counts[0]), static_cast<double>(counts[0]) / kPixels,
-                    ofPlain, bytes, counts[0] == counts[1] ? "" : "  NOT REPEATED");
+        std::printf("%-28s %-8s %14llu %12.2f %10s %10u", name, sets[set],
+                    static_cast<unsigned long long>(counts[0]), PerPixel(counts[0]), ofPlain, bytes);
+        if (const DeviceTime* time = process.machine.Time()) {
+            std::printf(" %10.2f %10.3f %10.2f %10.1f", PerPixel(time->accesses),
+                        PerPixel(time->data.fills + time->code.fills), PerPixel(time->Cycles()),
+                        1000.0 * static_cast<double>(time->Cycles()) / DeviceTime::kHertz);
+        }
+        std::printf("%s\n", counts[0] == counts[1] ? "" : "  NOT REPEATED");
     }
+    static double PerPixel(u64 count) { return static_cast<double>(count) / kPixels; }
 
     Process process;
     Module& module;
@@ -223,7 +233,7 @@ int main(int count, char** arguments) {
                                      : frame.empty() ? "a chart (run scripts/setup.sh for a real one)"
                                                      : "a frame of build/media/film.y4m");
         if (frame.empty()) frame = MakeChart();
-        Bench bench(folder, std::move(frame));
+        Bench bench(folder, std::move(frame), option == "--time");
         bench.All();
         return bench.repeatable ? 0 : 1;
     } catch (const Failure& failure) {

@@ -275,6 +275,7 @@ void Machine::CheckAlignment(bool on) {
 void Machine::StartCounting() {
     if (sliceEnd != UINT64_MAX) sliceEnd -= instructions;
     instructions = 0;
+    if (time) *time = DeviceTime();
     if (blockHook != 0) return;
     Check(uc_hook_add(engine, &blockHook, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnBlock), this, 1, 0),
           "hook");
@@ -283,6 +284,24 @@ void Machine::StartCounting() {
 
 u64 Machine::StopCounting() {
     return instructions;
+}
+
+void Machine::EstimateTime() {
+    time = std::make_unique<DeviceTime>();
+    uc_hook hook;
+    Check(uc_hook_add(engine, &hook, UC_HOOK_BLOCK, reinterpret_cast<void*>(OnTimedBlock), this, 1, 0),
+          "hook");
+    Check(uc_hook_add(engine, &hook, UC_HOOK_MEM_READ | UC_HOOK_MEM_WRITE,
+                      reinterpret_cast<void*>(OnTimedAccess), this, 1, 0),
+          "hook");
+}
+
+void Machine::OnTimedBlock(uc_engine*, u64 address, u32 size, void* self) {
+    static_cast<Machine*>(self)->time->Execute(static_cast<u32>(address), size);
+}
+
+void Machine::OnTimedAccess(uc_engine*, uc_mem_type type, u64 address, int, i64, void* self) {
+    static_cast<Machine*>(self)->time->Access(static_cast<u32>(address), type == UC_MEM_WRITE);
 }
 
 }  // namespace ce

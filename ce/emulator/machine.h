@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "emulator/device_time.h"
 #include "emulator/failure.h"
 #include "emulator/places.h"
 
@@ -121,6 +122,10 @@ class Machine {
     // is loaded: code that ran before is not sure to be counted.
     void StartCounting();
     u64 StopCounting();
+    // Estimates a device's time as well, from each StartCounting on. Before the first module is loaded; much
+    // slower.
+    void EstimateTime();
+    const DeviceTime* Time() const { return time.get(); }
     // After so many instructions, counted while counting is on, `onSlice` is told between two blocks of code.
     void SliceAfter(u64 count) { sliceEnd = instructions + count; }
     std::function<void()> onSlice;
@@ -146,6 +151,8 @@ class Machine {
     static void OnStub(uc_engine*, u64 address, u32 size, void* self);
     static void OnBlock(uc_engine*, u64 address, u32 size, void* self);
     static void OnAccess(uc_engine*, uc_mem_type, u64 address, int size, i64 value, void* self);
+    static void OnTimedBlock(uc_engine*, u64 address, u32 size, void* self);
+    static void OnTimedAccess(uc_engine*, uc_mem_type type, u64 address, int size, i64 value, void* self);
     static bool OnInvalid(uc_engine*, uc_mem_type, u64 address, int size, i64 value, void* self);
 
     uc_engine* engine = nullptr;
@@ -157,6 +164,7 @@ class Machine {
     std::deque<Stub> stubs;  // one that runs may add others
     int pendingStub = -1;
     u64 instructions = 0;
+    std::unique_ptr<DeviceTime> time;
     u64 sliceEnd = UINT64_MAX;
     std::string fault;
     u32 faultAddress = 0;

@@ -107,6 +107,7 @@ Outcome Run(Process& process, const Options& options) {
     }
     if (!outcome.fault.empty() && !outcome.fault.ends_with('\n')) outcome.fault += '\n';
     outcome.instructions = process.machine.StopCounting();
+    if (process.machine.Time()) outcome.time = *process.machine.Time();
     return outcome;
 }
 
@@ -141,6 +142,7 @@ int RunWith(const Options& options) {
     process.onOutput = ShowOutput;
     if (!options.registry.empty()) ReadRegistryFile(process, options.registry);
     OfferScenario(process, platform, options.scenario);
+    if (options.time) process.machine.EstimateTime();
     if (options.fast) process.machine.CheckAlignment(false);
     if (options.trace) TraceCalls(process);
 

@@ -90,6 +90,8 @@ std::optional<Options> ReadOptions(int count, char** arguments, int& exitCode) {
         ->type_name("FUNCTION:N")
         ->needs("--watch");
     app.add_flag("--fast", options.fast, "Does not watch the alignment of accesses: about ten times faster");
+    app.add_flag("--time", options.time,
+                 "Estimates the cycles that a device would take, caches included; about twice as slow");
     app.add_flag("--quiet", options.quiet, "No report at the end");
     app.add_option("--json", options.json, "Writes the report there")->type_name("FILE");
     try {

@@ -18,7 +18,7 @@ struct Options {
     std::string failing;  // which of them fails: FUNCTION:N
     std::optional<std::uint64_t> seed;
     unsigned deviceSeconds = 0;  // 0: no end
-    bool trace = false, quiet = false, fast = false;
+    bool trace = false, quiet = false, fast = false, time = false;
     unsigned deadlineSeconds = 60;
     unsigned stackKilobytes = 64;
 };

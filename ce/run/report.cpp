@@ -66,6 +66,13 @@ std::string ToText(const Report& report) {
     out << "  instructions     " << report.outcome.instructions << "\n";
     std::map<std::string, u32> stacks;
     for (const auto& use : report.stacks) stacks[use.thread] = std::max(stacks[use.thread], use.bytes);
+    if (const auto& time = report.outcome.time) {
+        out << "  estimated cycles " << time->Cycles() << ", " << 1000 * time->Cycles() / DeviceTime::kHertz
+            << " ms of a processor at 400 MHz\n";
+        out << "  accesses         " << time->accesses << ", lines of the cache filled " << time->data.fills
+            << ", written back " << time->data.writeBacks << ", filled with code " << time->code.fills
+            << "\n";
+    }
     out << "  deepest stacks  ";
     for (const auto& [thread, bytes] : stacks)
         out << (thread == stacks.begin()->first ? "" : ",") << " " << thread << " " << bytes;
@@ -95,6 +102,14 @@ std::string ToJson(const Report& report) {
                      {"messageBoxes", report.boxes},
                      {"references", report.references}};
     if (!report.outcome.fault.empty()) document["fault"] = report.outcome.fault;
+    if (const auto& time = report.outcome.time) {
+        document["time"] = {{"cycles", time->Cycles()},
+                            {"accesses", time->accesses},
+                            {"branches", time->branches},
+                            {"dataFills", time->data.fills},
+                            {"writeBacks", time->data.writeBacks},
+                            {"codeFills", time->code.fills}};
+    }
     document["stacks"] = Json::array();
     for (const auto& use : report.stacks)
         document["stacks"].push_back({{"thread", use.thread}, {"id", use.id}, {"bytes", use.bytes}});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@ struct Outcome {
     u32 value = 0;      // exit code, or the export's result
     std::string fault;  // its text, or where the deadline found the program
     u64 instructions = 0;
+    std::optional<DeviceTime> time;
 };
 
 struct Report {
