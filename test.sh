@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Sets up, builds and passes every test.
 #
-#   ./test.sh                  everything, each fuzzer for 3 seconds, 10 cycles of the camera's life
+#   ./test.sh                  everything, each fuzzer for a second, 10 cycles of the camera's life
 #   ./test.sh --fuzz SECONDS   each fuzzer that long
 #   ./test.sh --soak           200 cycles of the camera's life
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/scripts/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
-fuzzSeconds=3
+fuzzSeconds=1
 cycles=10
 while [ $# -gt 0 ]; do
     case $1 in
@@ -42,8 +42,8 @@ scripts/check.sh
 # One run over all builds, with one closing line.
 printf 'subdirs(%s)\n' "${presets[*]}" >build/CTestTestfile.cmake
 say "Testing"
-# More at a time than there are cores: what takes longest are the pauses that a camera needs, not work.
-if ! ctest --test-dir build --output-on-failure -j $(($(nproc) + 3)); then
+# Many more at a time than there are cores: what takes longest are the pauses that a camera needs, not work.
+if ! ctest --test-dir build --output-on-failure -j $((5 * $(nproc))); then
     # One after the other, and said aloud: a test that passes now failed by chance, or because the machine was busy, and has a fault of its own.
     say "Testing once more, one at a time, what failed"
     cp build/Testing/Temporary/LastTestsFailed.log build/failed-at-first.log

@@ -25,7 +25,7 @@ command -v wine >/dev/null || die "wine is not installed; run scripts/setup.sh"
 
 export WINEPREFIX=${OCELLUS_WINE_PREFIX:-$root/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
-export WINEDLLOVERRIDES="mscoree,mshtml="
+export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe="
 export OCELLUS_HEADLESS=${OCELLUS_HEADLESS:-1}
 export OCELLUS_WEBCAMS=${OCELLUS_WEBCAMS:-0}
 
@@ -70,13 +70,19 @@ registerLibraries() {
     done
 }
 
+# The server and Wine's own services take longer to start than most programs run: they stay for a while. A display may go earlier than that.
+startServer() {
+    if [ "$OCELLUS_HEADLESS" != 0 ]; then wineserver -p30 2>/dev/null || true; fi
+    wine cmd /c exit >/dev/null 2>&1
+}
+
 mkdir -p "$(dirname "$WINEPREFIX")"
 (
     flock 9
     # The server and services that the first program starts outlive it: they must inherit neither the lock nor its output.
     {
         [ -f "$WINEPREFIX/.complete" ] || makePrefix
-        wineserver -k0 2>/dev/null || wine cmd /c exit >/dev/null 2>&1
+        wineserver -k0 2>/dev/null || startServer
         if [ "${OCELLUS_REGISTER:-1}" != 0 ]; then registerLibraries; fi
     } 9>&-
 ) 9>"$WINEPREFIX.lock"

@@ -1,7 +1,19 @@
-# Read by run.sh, in the folder with the copies.
-# shellcheck shell=bash disable=SC2148
+#!/usr/bin/env bash
+# Copies the sources of Wine's filter tests and makes them fit our compiler's headers and our filters. No line is added or taken away:
+# differences.txt counts them.
+#
+#   adapt.sh SOURCES FOLDER    Wine's source folder; where the copies go
+set -euo pipefail
+mkdir -p "$2"
+cp "$1"/libs/strmbase/*.[ch] "$1"/dlls/{qedit/tests/{samplegrabber,nullrenderer},qcap/tests/videocapture}.c "$2/"
+cd "$2"
 
-# test FILE FUNCTION...: leaves these functions out of a program.
+# Members that this compiler's headers do not have.
+sed -i 's/.*DebugInfo->Spare.*/;/' ./*.c
+sed -i 's/vih->u\.dwControlFlags/vih->dwControlFlags/g' mediatype.c
+
+# What belongs to another interface than ours, and the types that our filters take. The sink is not asked what it makes of samples: it stores them.
+# FILE FUNCTION...: leaves these functions out of a program.
 leaveOut() {
     local file=$1 function
     shift
