@@ -109,7 +109,7 @@ HRESULT InputPin::CheckSample(IMediaSample& sample) {
     const HRESULT result = CheckStreaming();
     if (result != S_OK) return result;
     AM_MEDIA_TYPE* offered = nullptr;
-    if (sample.GetMediaType(&offered) != S_OK) return S_OK;  // no change
+    if (sample.GetMediaType(&offered) != S_OK || !offered) return S_OK;  // no change
     const bool accepted = CheckMediaType(*offered) == S_OK && SUCCEEDED(SetMediaType(*offered));
     DeleteMediaType(offered);
     if (accepted) return S_OK;

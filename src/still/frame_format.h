@@ -11,6 +11,7 @@ inline const VIDEOINFOHEADER* CompleteVideoInfo(const AM_MEDIA_TYPE& type) {
     static_assert(sizeof(VIDEOINFOHEADER) == 88, "the format block that senders fill in");
     if (!IsEqualGUID(type.formattype, FORMAT_VideoInfo) || type.cbFormat < sizeof(VIDEOINFOHEADER))
         return nullptr;
+    // Null also where a sender tells a length and gives no block.
     return reinterpret_cast<const VIDEOINFOHEADER*>(type.pbFormat);
 }
 

@@ -1,5 +1,6 @@
 #include "still/sample_grabber.h"
 
+#include <algorithm>
 #include <new>
 
 #include "base/hresult.h"
@@ -50,8 +51,9 @@ HRESULT SampleGrabberFilter::Transform(IMediaSample* sample) {
     BYTE* frame = nullptr;
     const HRESULT result = sample->GetPointer(&frame);
     if (FAILED(result)) return result;
-    // The whole buffer, not the length of the data in it.
-    const auto size = static_cast<DWORD>(sample->GetSize());
+    // The whole buffer, not the length of the data in it. A sender may tell a size below 0, or one of
+    // nothing.
+    const DWORD size = frame ? static_cast<DWORD>(std::max(sample->GetSize(), 0L)) : 0;
     if (const camFrameCallback receiver = callback) {
         const Frame measures = format.Locked()->frame;
         receiver(frame, size, measures.height, measures.width, measures.stride);

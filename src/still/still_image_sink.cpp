@@ -130,8 +130,10 @@ void StillImageSinkFilter::MakePicture(const Frame& frame) {
     bitmap.reset();
     bitmap.reset(CreateBitmap(frame.width, frame.height, 1, kBitsPerPixel, frame.bytes.data()));
 
+    // A sender may state a size beyond its buffer's.
+    const auto size = static_cast<DWORD>(std::min<std::size_t>(sampleSize, frame.bytes.size()));
     const camFrameCallback receiver = callback;
-    if (receiver) receiver(frame.bytes.data(), sampleSize, frame.height, frame.width, frame.stride);
+    if (receiver) receiver(frame.bytes.data(), size, frame.height, frame.width, frame.stride);
 
     // A picture that could not be written leaves no file; nobody is told but those who look for it.
     writer.Store();
@@ -143,7 +145,7 @@ HRESULT StillImageSinkFilter::DoRenderSample(IMediaSample* sample) {
     HRESULT result = sample->GetPointer(&bytes);
     if (FAILED(result)) return result;
     Frame frame = format;
-    frame.bytes = {bytes, static_cast<std::size_t>(std::max(sample->GetSize(), 0L))};
+    if (bytes) frame.bytes = {bytes, static_cast<std::size_t>(std::max(sample->GetSize(), 0L))};
 
     // The frame is rewritten in place: one that is too short for its type is a picture that failed.
     if (HoldsAllRows(frame)) {

@@ -144,6 +144,11 @@ HRESULT STDMETHODCALLTYPE FakeAllocator::SetProperties(ALLOCATOR_PROPERTIES* req
     return result;
 }
 
+HRESULT STDMETHODCALLTYPE FakeSample::GetMediaType(AM_MEDIA_TYPE** type) {
+    *type = newType ? newType() : nullptr;
+    return newType ? S_OK : S_FALSE;
+}
+
 HRESULT STDMETHODCALLTYPE FakeSample::GetPointer(BYTE** out) {
     *out = buffer;
     return pointerResult;

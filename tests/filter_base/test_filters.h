@@ -241,7 +241,7 @@ class FakeSample final : public Implements<ComObject, IMediaSample> {
     HRESULT STDMETHODCALLTYPE SetPreroll(BOOL) override { return E_NOTIMPL; }
     long STDMETHODCALLTYPE GetActualDataLength() override { return dataLength; }
     HRESULT STDMETHODCALLTYPE SetActualDataLength(long) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetMediaType(AM_MEDIA_TYPE** type) override { return *type = nullptr, S_FALSE; }
+    HRESULT STDMETHODCALLTYPE GetMediaType(AM_MEDIA_TYPE** type) override;
     HRESULT STDMETHODCALLTYPE SetMediaType(AM_MEDIA_TYPE*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE IsDiscontinuity() override { return S_FALSE; }
     HRESULT STDMETHODCALLTYPE SetDiscontinuity(BOOL) override { return E_NOTIMPL; }
@@ -252,6 +252,7 @@ class FakeSample final : public Implements<ComObject, IMediaSample> {
     long size;
     long dataLength = 0;
     HRESULT pointerResult = S_OK;
+    std::function<AM_MEDIA_TYPE*()> newType;  // told with this frame; empty: no change
 };
 
 }  // namespace cam::test

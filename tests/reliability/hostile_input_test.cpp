@@ -1,0 +1,261 @@
+// What others wrote, at random: media types and samples of a foreign filter at the library's pins, and XML
+// documents. Nothing may be read or written past its end, and nothing may stay behind. Memory of the sender's
+// ends where no access is allowed.
+//
+// In the environment: OCELLUS_FUZZ_SECONDS, how long each of them goes on, 1 unless set; OCELLUS_FUZZ_SEED,
+// the first round's number; OCELLUS_FUZZ_TELL=1, each round is told before it is played, for one that ends
+// the process.
+#include <doctest/doctest.h>
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "config/camera_profiles.h"
+#include "config/settings_store.h"
+#include "filter_base/test_filters.h"
+#include "guarded_memory.h"
+#include "still/sample_grabber.h"
+#include "still/still_image_sink.h"
+#include "test_files.h"
+
+using namespace cam;
+using namespace cam::test;
+
+namespace {
+
+class Random {
+  public:
+    explicit Random(unsigned seed) : engine(seed) {}
+    int Below(int limit) { return static_cast<int>(engine() % static_cast<unsigned>(limit)); }
+    bool OneIn(int count) { return Below(count) == 0; }
+    template <typename T, size_t kCount>
+    const T& Of(const T (&choices)[kCount]) {
+        return choices[Below(static_cast<int>(kCount))];
+    }
+    LONG Bits() { return static_cast<LONG>(engine()); }
+
+  private:
+    std::mt19937 engine;
+};
+
+int Setting(const char* name, int otherwise) {
+    const char* const text = getenv(name);
+    return text ? atoi(text) : otherwise;
+}
+
+// Plays rounds until the time is over.
+template <typename Round>
+void PlayRounds(const char* what, const Round& round) {
+    const DWORD start = GetTickCount();
+    const auto limitMs = static_cast<DWORD>(Setting("OCELLUS_FUZZ_SECONDS", 1)) * 1000;
+    const int first = Setting("OCELLUS_FUZZ_SEED", 1);
+    const bool isTold = Setting("OCELLUS_FUZZ_TELL", 0) != 0;
+    int number = first;
+    for (; GetTickCount() - start < limitMs; ++number) {
+        if (isTold) fprintf(stderr, "%s %d\n", what, number);
+        CAPTURE(number);
+        Random random(static_cast<unsigned>(number));
+        round(random);
+    }
+    CHECK(number > first);
+    printf("%s: %d rounds\n", what, number - first);
+}
+
+// ---- A foreign filter --------------------------------------------------------------------------
+
+const GUID kSubtypes[] = {MEDIASUBTYPE_RGB565, MEDIASUBTYPE_RGB555, MEDIASUBTYPE_YUY2,
+                          MEDIASUBTYPE_RGB24,  GUID_NULL,           MEDIASUBTYPE_MJPG};
+constexpr LONG kMeasures[] = {
+    0, 1, -1, 2, 3, 16, 33, -40, 0x7FFF, 0x10000, 0x40000001, 0x7FFFFFFF, static_cast<LONG>(0x80000000)};
+constexpr WORD kBits[] = {16, 16, 16, 0, 1, 8, 12, 24, 32, 0xFFFF};
+constexpr ULONG kBlockSizes[] = {88, 88, 88, 0, 1, 40, 87, 89, 200};
+constexpr LONG kSmall = 48;
+
+// A media type of a foreign sender's, its format block in guarded memory.
+struct ForeignType {
+    explicit ForeignType(Random& random) {
+        const bool isSmall = !random.OneIn(3);
+        const auto measure = [&] { return isSmall ? random.Below(kSmall) : random.Of(kMeasures); };
+        const ULONG size = random.Of(kBlockSizes);
+        MediaType made = VideoType(random.Of(kSubtypes), measure(), measure(), random.Of(kBits), 200);
+        memory = std::make_unique<GuardedMemory>(made.pbFormat, size);
+        type = made;
+        type.pUnk = nullptr;
+        type.cbFormat = size;
+        type.pbFormat = random.OneIn(10) ? nullptr : memory->data();
+        if (random.OneIn(10)) type.cbFormat = 0, type.pbFormat = nullptr;
+        if (random.OneIn(10)) type.formattype = FORMAT_VideoInfo2;
+        if (random.OneIn(20)) type.majortype = MEDIATYPE_Audio;
+        if (random.OneIn(5)) type.lSampleSize = static_cast<ULONG>(random.Of(kMeasures));
+    }
+
+    AM_MEDIA_TYPE type;
+    std::unique_ptr<GuardedMemory> memory;
+};
+
+// A type handed over with a sample is the receiver's to free.
+AM_MEDIA_TYPE* HandOver(Random& random) {
+    if (random.OneIn(8)) return nullptr;
+    const ForeignType foreign(random);
+    return CreateMediaType(foreign.type);
+}
+
+unsigned bytesSeen;
+
+// The application looks at every byte that it is told of.
+void WINAPI LookAt(void* data, DWORD size, LONG, LONG, DWORD) {
+    for (DWORD i = 0; data && i < size; ++i) bytesSeen += static_cast<BYTE*>(data)[i];
+}
+
+void SendSamples(Random& random, IMemInputPin& pin) {
+    for (int left = random.Below(6); left > 0; --left) {
+        constexpr long kExact = kSmall * kSmall * 2;
+        const long length = random.OneIn(2) ? kExact : random.Below(2 * kExact);
+        GuardedMemory memory(static_cast<size_t>(length), random.OneIn(2) ? Flush::AtStart : Flush::AtEnd);
+        const Held<FakeSample, BYTE*, long> sample(random.OneIn(20) ? nullptr : memory.data(), length);
+        if (random.OneIn(10)) sample->size = random.OneIn(2) ? -1 : random.Below(length + 1);
+        sample->dataLength = random.Bits();
+        if (random.OneIn(20)) sample->pointerResult = E_FAIL;
+        if (random.OneIn(3)) sample->newType = [&] { return HandOver(random); };
+        pin.Receive(sample.get());
+    }
+}
+
+void SetUp(Random&, still::SampleGrabberFilter& grabber) {
+    grabber.SetCallback(LookAt);
+}
+
+constexpr const wchar_t* kNames[] = {L"hostile.bmp", L"hostile.jpg", L"hostile.png", L"hostile.tif"};
+
+void SetUp(Random& random, still::StillImageSinkFilter& sink) {
+    sink.SetCallback(LookAt);
+    sink.SetFileName(random.Of(kNames));
+    sink.SetQualityLevel(random.Below(300));
+    constexpr wchar_t kText[] = L"text";
+    if (random.OneIn(2)) {
+        sink.SetText(reinterpret_cast<UINT_PTR>(kText), 4, static_cast<UINT_PTR>(random.Bits()),
+                     static_cast<UINT_PTR>(random.Bits()),
+                     reinterpret_cast<UINT_PTR>(GetStockObject(SYSTEM_FONT)));
+    }
+}
+
+template <typename Filter>
+void PlayForeignSender(Random& random) {
+    const NoLeaks noLeaks;
+    const Held<Filter, IUnknown*> filter(nullptr);
+    const Held<TestSource> source;
+    const Held<FakeGraph> graph;
+    filter->JoinFilterGraph(graph.get(), nullptr);
+    SetUp(random, *filter);
+    ComPtr<IMemInputPin> memoryPin;
+    IPin* const pin = filter->PinAt(0);
+    REQUIRE(SUCCEEDED(pin->QueryInterface(__uuidof(IMemInputPin), memoryPin.putVoid())));
+    for (int tries = 0; tries < 8; ++tries) {
+        const ForeignType foreign(random);
+        const HRESULT accepted = pin->QueryAccept(&foreign.type);
+        const HRESULT connected = pin->ReceiveConnection(&source->pin, &foreign.type);
+        if (SUCCEEDED(connected)) {
+            CHECK(accepted == S_OK);
+            MediaType stored;
+            CHECK(pin->ConnectionMediaType(stored.put()) == S_OK);
+            CHECK(SameMediaType(stored, foreign.type));
+            break;
+        }
+    }
+    if (!random.OneIn(10)) {
+        filter->Pause();
+        filter->Run(0);
+    }
+    SendSamples(random, *memoryPin.get());
+    filter->Stop();
+    pin->Disconnect();
+    filter->JoinFilterGraph(nullptr, nullptr);
+}
+
+// ---- Documents ---------------------------------------------------------------------------------
+
+constexpr const char* kDocuments[] = {
+    "<?xml version=\"1.0\"?><ConfigDoc name='x'><Section name='Profiles'><Section name='A'/><Section "
+    "name='B' "
+    "flags='1'/><!-- c --></Section></ConfigDoc>",
+    "<?xml version='1.0' encoding='ISO-8859-1'?><ConfigDoc><Section name='Camera'><Key name='Zoom' "
+    "type='int' "
+    "flags='32'>7</Key><Key name='Text'>abc &amp; def</Key></Section></ConfigDoc>",
+    "<!DOCTYPE ConfigDoc><ConfigDoc><Section name='Camera'><Section name='Camera'><Key name='Zoom'>0x10</Key>"
+    "</Section></Section></ConfigDoc>",
+};
+
+std::string Damaged(Random& random) {
+    std::string text = random.Of(kDocuments);
+    const std::string other = random.Of(kDocuments);
+    const auto place = [&] { return static_cast<size_t>(random.Below(static_cast<int>(text.size()) + 1)); };
+    for (int left = random.Below(4); left > 0; --left) {
+        const size_t from = place(), count = static_cast<size_t>(random.Below(30));
+        switch (random.Below(4)) {
+            case 0:
+                text.insert(from, other, static_cast<size_t>(random.Below(static_cast<int>(other.size()))),
+                            count);
+                break;
+            case 1:
+                text.erase(from, count);
+                break;
+            case 2:
+                text.insert(from, 1, static_cast<char>(random.Below(256)));
+                break;
+            default:
+                text.insert(from, text.substr(0, count));
+                break;
+        }
+    }
+    return text;
+}
+
+void PlayDocument(Random& random) {
+    const TestFile file(L"hostile.exm", Damaged(random));
+    wchar_t** slots = nullptr;
+    if (config::GetProfiles(file.path(), &slots)) {
+        for (int i = 0; i < config::kProfileSlots; ++i) {
+            bool isFirst = slots[i] != nullptr;
+            for (int before = 0; before < i; ++before) isFirst = isFirst && slots[before] != slots[i];
+            if (isFirst) free(slots[i]);
+        }
+        free(slots);
+    }
+    constexpr int32_t kUntouched = -77;
+    int32_t zoom = kUntouched;
+    const int length = random.Below(6);
+    // One character more than its length is the reader's, for the terminator.
+    GuardedMemory text(static_cast<size_t>(length + 1) * sizeof(wchar_t));
+    config::SettingsRequest requests[] = {
+        {random.OneIn(2) ? L"Camera" : nullptr, L"Zoom", 0, &zoom, 0, 0, 0},
+        {L"Camera", L"Text", 1, text.data(), length, 0, 0},
+    };
+    config::settingsStore.ReadSettings(nullptr, {});
+    const int result = config::settingsStore.ReadSettings(file.path(), requests);
+    CHECK(result <= 0);
+    CHECK((requests[0].found != 0 || zoom == kUntouched));
+    config::settingsStore.ReadSettings(nullptr, {});
+}
+
+}  // namespace
+
+TEST_CASE("whatever a foreign filter sends, the grabber and the sink stay within it") {
+    PlayRounds("samples", [](Random& random) {
+        if (random.OneIn(3)) {
+            PlayForeignSender<still::SampleGrabberFilter>(random);
+        } else {
+            PlayForeignSender<still::StillImageSinkFilter>(random);
+        }
+    });
+    for (const wchar_t* const name : kNames) DeleteFileW(name);
+}
+
+TEST_CASE("a damaged document is refused or read, and nothing else") {
+    PlayRounds("documents", PlayDocument);
+}
