@@ -98,8 +98,9 @@ void KitControl::FailNextTrigger(bool ofImager) const {
 }
 
 std::wstring KitControl::Counts() const {
-    return Say(Text::KitCounts, {std::to_wstring(previewFrames()), std::to_wstring(stillPictures()),
-                                 std::to_wstring(liveObjects())});
+    return Say(Text::KitCounts, {SayCount(Text::Frame, Text::Frames, previewFrames()),
+                                 SayCount(Text::Still, Text::Stills, stillPictures()),
+                                 SayCount(Text::LiveObject, Text::LiveObjects, liveObjects())});
 }
 
 std::wstring KitControl::CallLog(bool ofImager) const {

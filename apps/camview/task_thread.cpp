@@ -4,12 +4,13 @@
 
 #include <utility>
 
+#include "system_function.h"
+
 namespace camview {
 
 void NameThread(const wchar_t* name) {
     using SetName = HRESULT(WINAPI*)(HANDLE, const wchar_t*);
-    const auto setName = reinterpret_cast<SetName>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernelbase.dll"), "SetThreadDescription")));
+    const auto setName = SystemFunction<SetName>(L"kernelbase.dll", "SetThreadDescription");
     if (setName) setName(GetCurrentThread(), name);
 }
 

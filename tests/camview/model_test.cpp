@@ -238,6 +238,12 @@ TEST_CASE("the command line says which camera and what the kit plays, or what is
 }
 
 TEST_CASE("texts are filled in in their order") {
+    CHECK(SayCount(Text::Still, Text::Stills, 0) == L"0 stills");
+    CHECK(SayCount(Text::Still, Text::Stills, 1) == L"1 still");
+    CHECK(SayCount(Text::ShowUnnamedOne, Text::ShowUnnamed, 1) == L"Show the property without a name");
+    CHECK(SayProperty(CAM_PROPERTY_BACKLIGHT_COMPENSATION) == L"Backlight compensation");
+    CHECK(SayProperty(CAM_PROPERTY_FOCUS_FIXED) == L"Focus fixed");
+    CHECK(SayProperty(77) == L"Property 77");
     CHECK(Say(Text::FaultProperty, {L"Zoom {}", L"9", L"camFailed"}) ==
           L"Zoom {} could not be set to 9 (camFailed).");
     CHECK(SayPlainly(Text::Camera) == L"Camera");

@@ -28,6 +28,11 @@ bool IsDevice(std::wstring_view name) {
 
 }  // namespace
 
+std::tm LocalTime() {
+    const std::time_t now = std::time(nullptr);
+    return *std::localtime(&now);
+}
+
 std::optional<std::wstring> ExpandPattern(std::wstring_view pattern, const std::tm& moment) {
     for (size_t at = 0; (at = pattern.find(L'%', at)) != std::wstring_view::npos; at += 2) {
         if (at + 1 >= pattern.size() || kConversions.find(pattern[at + 1]) == std::wstring_view::npos)

@@ -9,6 +9,9 @@
 
 namespace camview {
 
+// Now, as the clock on the wall shows it.
+std::tm LocalTime();
+
 // The pattern at a moment; nothing when it has a conversion that strftime does not have, or gives no text.
 std::optional<std::wstring> ExpandPattern(std::wstring_view pattern, const std::tm& moment);
 

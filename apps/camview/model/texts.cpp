@@ -2,7 +2,7 @@
 
 #include <ocellus/cam_properties.hpp>
 
-#include <algorithm>
+#include <iterator>
 
 namespace camview {
 
@@ -12,6 +12,15 @@ constexpr const wchar_t* kTexts[] = {
     CAMVIEW_TEXTS(CAMVIEW_TEXT)
 #undef CAMVIEW_TEXT
 };
+
+// In the order of the library's names.
+constexpr Text kProperties[] = {
+    Text::Brightness, Text::Contrast, Text::Hue, Text::Saturation, Text::Sharpness, Text::Gamma,
+    Text::ColorEnable, Text::WhiteBalance, Text::BacklightCompensation, Text::Pan, Text::Tilt, Text::Roll,
+    Text::Zoom, Text::Exposure, Text::Iris, Text::Focus, Text::Flash, Text::FocusStep, Text::FocusMaximum,
+    Text::FocusMinimum, Text::FocusFixed,
+};
+static_assert(std::size(kProperties) == std::size(ocellus::kPropertyNames));
 }  // namespace
 
 const wchar_t* Say(Text text) {
@@ -30,13 +39,18 @@ std::wstring Say(Text text, std::initializer_list<std::wstring_view> words) {
     return said;
 }
 
+std::wstring SayCount(Text one, Text many, long long count) {
+    return Say(count == 1 ? one : many, {std::to_wstring(count)});
+}
+
+std::wstring SaySize(long width, long height) {
+    return Say(Text::Size, {std::to_wstring(width), std::to_wstring(height)});
+}
+
 std::wstring SayProperty(int id) {
     const ocellus::PropertyName* const property = ocellus::FindProperty(id);
     if (!property) return Say(Text::PropertyNumber, {std::to_wstring(id)});
-    std::wstring name(property->name.begin(), property->name.end());
-    std::replace(name.begin(), name.end(), L'-', L' ');
-    name[0] = static_cast<wchar_t>(name[0] - L'a' + L'A');
-    return name;
+    return Say(kProperties[property - ocellus::kPropertyNames]);
 }
 
 std::wstring SayPlainly(Text text) {

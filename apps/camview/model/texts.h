@@ -21,6 +21,10 @@ namespace camview {
     X(Imager, L"Imager")                                                                  \
     X(Resolution, L"&Resolution")                                                         \
     X(Format, L"&Format")                                                                 \
+    X(FormatBmp, L"BMP")                                                                  \
+    X(FormatJpeg, L"JPEG")                                                                \
+    X(FormatPng, L"PNG")                                                                  \
+    X(FormatTiff, L"TIFF, black and white")                                               \
     X(Quality, L"&Quality")                                                               \
     X(Threshold, L"&Threshold")                                                           \
     X(QualityLevel0, L"Level 1")                                                          \
@@ -38,9 +42,32 @@ namespace camview {
     X(BadPattern, L"No file can have this name")                                          \
     X(Stamp, L"&Stamp text")                                                              \
     X(Position, L"&Position")                                                             \
+    X(TopLeft, L"top left")                                                               \
+    X(TopCentre, L"top centre")                                                           \
+    X(TopRight, L"top right")                                                             \
+    X(MiddleLeft, L"middle left")                                                         \
+    X(Middle, L"middle")                                                                  \
+    X(MiddleRight, L"middle right")                                                       \
+    X(BottomLeft, L"bottom left")                                                         \
+    X(BottomCentre, L"bottom centre")                                                     \
+    X(BottomRight, L"bottom right")                                                       \
     X(TextColor, L"Text co&lour")                                                         \
     X(Outline, L"Outline")                                                                \
     X(Background, L"Background")                                                          \
+    X(White, L"white")                                                                    \
+    X(Black, L"black")                                                                    \
+    X(Grey, L"grey")                                                                      \
+    X(Silver, L"silver")                                                                  \
+    X(Red, L"red")                                                                        \
+    X(Magenta, L"magenta")                                                                \
+    X(Orange, L"orange")                                                                  \
+    X(Yellow, L"yellow")                                                                  \
+    X(Brown, L"brown")                                                                    \
+    X(Green, L"green")                                                                    \
+    X(Blue, L"blue")                                                                      \
+    X(Cyan, L"cyan")                                                                      \
+    X(Violet, L"violet")                                                                  \
+    X(Inverse, L"inverse")                                                                \
     X(Font, L"Font")                                                                      \
     X(FontSize, L"Font size in pixels")                                                   \
     X(Bold, L"&Bold")                                                                     \
@@ -51,7 +78,9 @@ namespace camview {
     X(StartInterval, L"&Every")                                                           \
     X(StopInterval, L"Stop (&E)")                                                         \
     X(IntervalSeconds, L"Seconds between pictures")                                       \
+    X(Second, L"second")                                                                  \
     X(Seconds, L"seconds")                                                                \
+    X(Picture, L"picture")                                                                \
     X(Pictures, L"pictures")                                                              \
     X(Taken, L"Pictures that were taken")                                                 \
     X(OpenFile, L"Open file")                                                             \
@@ -62,11 +91,35 @@ namespace camview {
     X(NoProperties, L"This camera has nothing to set.")                                   \
     X(NoCameraYet, L"No camera is open.")                                                 \
     X(Auto, L"Auto")                                                                      \
-    X(AutoOf, L"{}, automatic")                                                           \
-    X(NumberOf, L"{}, number")                                                            \
-    X(DefaultOf, L"Default")                                                              \
+    X(Default, L"Default")                                                                \
     X(On, L"On")                                                                          \
+    X(NameOfNumber, L"{}: number")                                                        \
+    X(NameOfOn, L"{}: on")                                                                \
+    X(NameOfAuto, L"{}: automatic")                                                       \
+    X(NameOfDefault, L"{}: default")                                                      \
+    X(Brightness, L"Brightness")                                                          \
+    X(Contrast, L"Contrast")                                                              \
+    X(Hue, L"Hue")                                                                        \
+    X(Saturation, L"Saturation")                                                          \
+    X(Sharpness, L"Sharpness")                                                            \
+    X(Gamma, L"Gamma")                                                                    \
+    X(ColorEnable, L"Color enable")                                                       \
+    X(WhiteBalance, L"White balance")                                                     \
+    X(BacklightCompensation, L"Backlight compensation")                                   \
+    X(Pan, L"Pan")                                                                        \
+    X(Tilt, L"Tilt")                                                                      \
+    X(Roll, L"Roll")                                                                      \
+    X(Zoom, L"Zoom")                                                                      \
+    X(Exposure, L"Exposure")                                                              \
+    X(Iris, L"Iris")                                                                      \
+    X(Focus, L"Focus")                                                                    \
+    X(Flash, L"Flash")                                                                    \
+    X(FocusStep, L"Focus step")                                                           \
+    X(FocusMaximum, L"Focus maximum")                                                     \
+    X(FocusMinimum, L"Focus minimum")                                                     \
+    X(FocusFixed, L"Focus fixed")                                                         \
     X(PropertyNumber, L"Property {}")                                                     \
+    X(ShowUnnamedOne, L"Show the property without a name")                                \
     X(ShowUnnamed, L"Show the {} properties without a name")                              \
     X(ResetAll, L"Reset &all")                                                            \
     X(SaveSettings, L"&Save...")                                                          \
@@ -95,6 +148,8 @@ namespace camview {
     X(KindWebcam, L"webcam")                                                              \
     X(KindImager, L"imager")                                                              \
     X(CurrentMark, L" (chosen size)")                                                     \
+    X(Size, L"{} x {}")                                                                   \
+    X(BytesARow, L"{} bytes a row")                                                       \
     X(PerSecond, L"{} a second")                                                          \
     X(LogTime, L"Time")                                                                   \
     X(LogCall, L"Call")                                                                   \
@@ -136,7 +191,13 @@ namespace camview {
     X(ScenarioNone, L"No camera")                                                         \
     X(ScenarioInUse, L"In use by another program")                                        \
     X(ScenarioFewControls, L"Few controls")                                               \
-    X(KitCounts, L"{} frames, {} stills, {} live objects")                                \
+    X(KitCounts, L"{}, {}, {}")                                                           \
+    X(Frame, L"{} frame")                                                                 \
+    X(Frames, L"{} frames")                                                               \
+    X(Still, L"{} still")                                                                 \
+    X(Stills, L"{} stills")                                                               \
+    X(LiveObject, L"{} live object")                                                      \
+    X(LiveObjects, L"{} live objects")                                                    \
     X(StateOpening, L"Opening")                                                           \
     X(StateNone, L"No camera")                                                            \
     X(StateInitialised, L"Ready")                                                         \
@@ -165,7 +226,7 @@ namespace camview {
     X(FaultSettingsFile, L"{} could not be read.")                                        \
     X(FaultSettingsWrite, L"{} could not be written.")                                    \
     X(FaultSettingsNewer, L"{} was written by a later version.")                          \
-    X(FaultSettingsPart, L"{} of {} settings of {} were refused by this camera.")         \
+    X(FaultSettingsPart, L"Settings of {} that this camera refused: {} of {}.")           \
     X(FaultFormats, L"What {} can send could not be listed ({}).")                        \
     X(FaultKit, L"The device kit could not be registered ({}).")                          \
     X(RemedyFolder, L"Choose another folder, or make this one.")                          \
@@ -192,6 +253,12 @@ const wchar_t* Say(Text text);
 
 // With {} replaced by the words, in their order.
 std::wstring Say(Text text, std::initializer_list<std::wstring_view> words);
+
+// One thing, or so and so many: {} is the number.
+std::wstring SayCount(Text one, Text many, long long count);
+
+// "640 x 480".
+std::wstring SaySize(long width, long height);
 
 // "White balance"; one without a name has its number.
 std::wstring SayProperty(int id);

@@ -4,6 +4,8 @@
 
 #include <ocellus/cam_properties.hpp>
 
+#include "ui/accessible_name.h"
+
 namespace camview {
 
 namespace {
@@ -62,7 +64,7 @@ void ControlsPage::MakeRows() {
     const auto nameless =
         std::count_if(all.begin(), all.end(), [&](const auto& info) { return !hasName(info); });
     const bool showsAll = SendMessageW(unnamed, BM_GETCHECK, 0, 0) == BST_CHECKED;
-    SetWindowTextW(unnamed, Say(Text::ShowUnnamed, {std::to_wstring(nameless)}).c_str());
+    SetWindowTextW(unnamed, SayCount(Text::ShowUnnamedOne, Text::ShowUnnamed, nameless).c_str());
     ShowWindow(unnamed, nameless > 0 ? SW_SHOW : SW_HIDE);
     for (const PropertyInfo& info : all) {
         if (hasName(info)) AddRow(info);
@@ -92,6 +94,7 @@ void ControlsPage::AddRow(const PropertyInfo& info) {
     row.label = Add(L"STATIC", name, SS_LEFT | SS_NOPREFIX | SS_ENDELLIPSIS, 0);
     if (IsSwitch(info)) {
         row.onOff = AddCheck(Text::On, id + kSwitch);
+        GiveAccessibleName(row.onOff, Say(Text::NameOfOn, {name}));
     } else {
         row.slider = Add(TRACKBAR_CLASSW, name,
                          TBS_HORZ | TBS_BOTH | TBS_NOTICKS | TBS_FIXEDLENGTH | WS_TABSTOP, id + kSlider);
@@ -100,12 +103,16 @@ void ControlsPage::AddRow(const PropertyInfo& info) {
         SendMessageW(row.slider, TBM_SETRANGEMAX, FALSE, steps);
         SendMessageW(row.slider, TBM_SETLINESIZE, 0, 1);
         SendMessageW(row.slider, TBM_SETPAGESIZE, 0, std::max(1L, steps / 10));
-        row.numberName = Add(L"STATIC", Say(Text::NumberOf, {name}), SS_LEFT, 0);
+        row.numberName = Add(L"STATIC", Say(Text::NameOfNumber, {name}), SS_LEFT, 0);
         row.number = AddEdit(id + kNumber, ES_AUTOHSCROLL | ES_RIGHT);
     }
     constexpr long kBoth = CAM_FLAG_AUTO | CAM_FLAG_MANUAL;
-    if ((info.range.flags & kBoth) == kBoth) row.automatic = AddCheck(Text::Auto, id + kAuto);
-    row.toDefault = AddButton(Text::DefaultOf, id + kDefault);
+    if ((info.range.flags & kBoth) == kBoth) {
+        row.automatic = AddCheck(Text::Auto, id + kAuto);
+        GiveAccessibleName(row.automatic, Say(Text::NameOfAuto, {name}));
+    }
+    row.toDefault = AddButton(Text::Default, id + kDefault);
+    GiveAccessibleName(row.toDefault, Say(Text::NameOfDefault, {name}));
     rows.push_back(row);
     ShowRow(rows.back());
 }

@@ -28,14 +28,10 @@ std::wstring Rate(double perSecond) {
     return Say(Text::PerSecond, {text});
 }
 
-std::wstring SizeText(long width, long height) {
-    return std::to_wstring(width) + L" x " + std::to_wstring(height);
-}
-
 std::wstring FormatText(const camDeviceFormat& format) {
     std::wstring text;
     for (int i = 0; i < 4; ++i) text += static_cast<wchar_t>(format.fourcc >> 8 * i & 0xFF);
-    return text + L" " + SizeText(format.width, format.height) + L", " +
+    return text + L" " + SaySize(format.width, format.height) + L", " +
            Rate(format.milliFramesPerSecond / 1000.0);
 }
 
@@ -157,7 +153,7 @@ void CameraPage::ShowResolution(ocellus::Size current) {
     for (size_t index = 0; index < sizes.size(); ++index) {
         const std::wstring mark = sizes[index] == current ? Say(Text::CurrentMark) : L"";
         Tell(Say(Text::FactStill, {std::to_wstring(index)}),
-             SizeText(sizes[index].width, sizes[index].height) + mark);
+             SaySize(sizes[index].width, sizes[index].height) + mark);
     }
 }
 
@@ -166,8 +162,8 @@ void CameraPage::ShowPreview(const ocellus::PreviewFormat& format) {
     preview = format;
     if (rowOf.empty()) return;
     Tell(Say(Text::FactPreview), std::wstring(FormatName(format.formatCode)) + L", " +
-                                     SizeText(format.width, std::abs(format.height)) + L", " +
-                                     std::to_wstring(format.stride) + L" bytes a row");
+                                     SaySize(format.width, std::abs(format.height)) + L", " +
+                                     Say(Text::BytesARow, {std::to_wstring(format.stride)}));
     Tell(Say(Text::FactAskedRate), Rate(format.framesPerSecond));
 }
 

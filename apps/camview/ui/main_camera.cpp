@@ -20,10 +20,6 @@ std::int64_t Milliseconds() {
     return Microseconds() / 1000;
 }
 
-std::wstring SizeText(ocellus::Size size) {
-    return std::to_wstring(size.width) + L" x " + std::to_wstring(size.height);
-}
-
 Text StateName(int state) {
     switch (state) {
         case CAM_STATE_INITIALISED:
@@ -318,7 +314,7 @@ void MainWindow::ChooseResolution(int index, ocellus::Size size) {
 
 void MainWindow::On(const ResolutionSet& news) {
     if (news.result != camOk) {
-        Complain({Say(Text::FaultResolution, {SizeText(news.wanted), ocellus::ResultName(news.result)}),
+        Complain({Say(Text::FaultResolution, {SaySize(news.wanted.width, news.wanted.height), ocellus::ResultName(news.result)}),
                   std::wstring(ocellus::Remedy(news.result))});
     }
     picturePage->ShowResolution(news.now);
@@ -347,7 +343,7 @@ void MainWindow::On(const SettingsDone& news) {
         Complain({Say(Text::FaultSettingsNewer, {news.file}), Say(Text::RemedyNewer)});
     } else if (news.refused > 0) {
         Complain({Say(Text::FaultSettingsPart,
-                      {std::to_wstring(news.refused), std::to_wstring(news.all), news.file}),
+                      {news.file, std::to_wstring(news.refused), std::to_wstring(news.all)}),
                   Say(Text::RemedyRange)});
     }
 }
@@ -410,7 +406,7 @@ void MainWindow::ShowStatus() {
     const bool isBmp = request.camera.type == CAM_TYPE_IMAGER;
     const std::wstring parts[] = {
         StateText(),
-        picturePage->ResolutionText() + L"  " + kPictureFormats[isBmp ? 0 : settings.format].name,
+        picturePage->ResolutionText() + L"  " + Say(kPictureFormats[isBmp ? 0 : settings.format].name),
         Say(Text::StatusRate, {rate}), Say(Text::StatusLost, {std::to_wstring(meter.lost)}),
         lastPictureMs < 0 ? L"" : Say(Text::StatusPicture, {std::to_wstring(lastPictureMs)})};
     for (size_t part = 0; part < std::size(parts); ++part) {

@@ -318,7 +318,7 @@ void MainWindow::TakeBackKeys() {
     const HWND now = GetForegroundWindow();
     if (!wasDeprived || (now && now != window && IsWindowVisible(now))) return;
     SetForegroundWindow(window);
-    SetFocus(focus ? focus : preview->Window());
+    SetFocus(IsWindow(focus) ? focus : preview->Window());
 }
 
 void MainWindow::KeepState() {
@@ -375,9 +375,11 @@ void MainWindow::Complain(const Fault& fault) {
 
 void MainWindow::DismissFault() {
     if (!banner->IsShown()) return;
+    // It may go by itself, when the camera is back: whoever types or holds a button keeps the focus.
+    const bool goesWithFocus = IsChild(banner->Window(), GetFocus());
     banner->Hide();
     Layout();
-    SetFocus(preview->Window());
+    if (goesWithFocus) SetFocus(preview->Window());
 }
 
 void MainWindow::AskForPath(PathChosen::Purpose purpose) {

@@ -1,23 +1,14 @@
 #include "ui/picture_page.h"
 
 #include <algorithm>
-#include <ctime>
 
 #include "model/choices.h"
 #include "model/name_pattern.h"
+#include "ui/stamp.h"
 
 namespace camview {
 
 namespace {
-
-std::tm Now() {
-    const std::time_t now = std::time(nullptr);
-    return *std::localtime(&now);
-}
-
-std::wstring SizeText(ocellus::Size size) {
-    return std::to_wstring(size.width) + L" x " + std::to_wstring(size.height);
-}
 
 bool Exists(const std::wstring& path) {
     return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
@@ -26,43 +17,8 @@ bool Exists(const std::wstring& path) {
 template <typename Choice, size_t count>
 std::vector<std::wstring> Names(const Choice (&choices)[count]) {
     std::vector<std::wstring> names;
-    for (const Choice& choice : choices) names.push_back(choice.name);
+    for (const Choice& choice : choices) names.push_back(Say(choice.name));
     return names;
-}
-
-// The names of fonts for vertical text begin with "@".
-int CALLBACK AddFamily(const LOGFONTW* font, const TEXTMETRICW*, DWORD, LPARAM names) {
-    if (font->lfFaceName[0] != L'@')
-        reinterpret_cast<std::vector<std::wstring>*>(names)->push_back(font->lfFaceName);
-    return 1;
-}
-
-std::vector<std::wstring> FontFamilies() {
-    std::vector<std::wstring> names;
-    LOGFONTW any = {};
-    any.lfCharSet = DEFAULT_CHARSET;
-    const HDC screen = GetDC(nullptr);
-    EnumFontFamiliesExW(screen, &any, AddFamily, reinterpret_cast<LPARAM>(&names), 0);
-    ReleaseDC(nullptr, screen);
-    std::sort(names.begin(), names.end());
-    names.erase(std::unique(names.begin(), names.end()), names.end());
-    return names;
-}
-
-LOGFONTW FontOf(const ViewSettings& settings) {
-    LOGFONTW font = {};
-    font.lfHeight = -settings.fontPixels;
-    font.lfWeight = settings.fontBold ? FW_BOLD : FW_NORMAL;
-    font.lfCharSet = DEFAULT_CHARSET;
-    font.lfQuality = ANTIALIASED_QUALITY;
-    settings.fontName.copy(font.lfFaceName, LF_FACESIZE - 1);
-    return font;
-}
-
-// Lines end as the library wants them; conversions of strftime are filled in where the text has valid ones.
-std::wstring StampText(std::wstring text) {
-    std::erase(text, L'\r');
-    return text.empty() ? text : ExpandPattern(text, Now()).value_or(text);
 }
 
 }  // namespace
@@ -130,6 +86,7 @@ PicturePage::PicturePage(HWND parent, Viewer& owner) : Page(parent, owner) {
     swprintf(seconds, 32, L"%g", settings.intervalMs / 1000.0);
     SetWindowTextW(intervalSeconds, seconds);
     ShowModes();
+    ShowUnits();
     isFilling = false;
     ShowNextName();
 }
@@ -190,7 +147,7 @@ void PicturePage::ShowResolutions(std::vector<ocellus::Size> all, ocellus::Size 
     std::vector<std::wstring> names;
     int place = -1;
     for (size_t index = 0; index < all.size(); ++index) {
-        const std::wstring name = SizeText(all[index]);
+        const std::wstring name = SaySize(all[index].width, all[index].height);
         if (all[index] == current && place < 0) place = static_cast<int>(names.size());
         if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
     }
@@ -221,6 +178,13 @@ void PicturePage::ShowModes() {
     EnableWindow(mode, hasMode);
 }
 
+// The words after the numbers.
+void PicturePage::ShowUnits() {
+    const ViewSettings& settings = viewer.Settings();
+    ShowText(burstUnit, Say(settings.burst == 1 ? Text::Picture : Text::Pictures));
+    ShowText(intervalUnit, Say(settings.intervalMs == 1000 ? Text::Second : Text::Seconds));
+}
+
 // The imager writes BMP, whatever the name says.
 std::wstring PicturePage::Extension() const {
     return viewer.Current().type == CAM_TYPE_IMAGER ? L".bmp"
@@ -228,7 +192,7 @@ std::wstring PicturePage::Extension() const {
 }
 
 void PicturePage::ShowNextName() {
-    const auto file = NextFile(L"", viewer.Settings().pattern, Now(), Extension(),
+    const auto file = NextFile(L"", viewer.Settings().pattern, LocalTime(), Extension(),
                                [](const std::wstring&) { return false; });
     ShowText(nextName, file ? Say(Text::NextName, {*file}) : Say(Text::BadPattern));
 }
@@ -262,7 +226,7 @@ std::optional<SnapRequest> PicturePage::NextPicture() {
             return std::nullopt;
         }
     }
-    const auto file = NextFile(settings.folder, settings.pattern, Now(), Extension(), Exists);
+    const auto file = NextFile(settings.folder, settings.pattern, LocalTime(), Extension(), Exists);
     if (!file) {
         viewer.Complain({Say(Text::FaultPattern, {settings.pattern}), Say(Text::RemedyPattern)});
         return std::nullopt;
@@ -270,12 +234,12 @@ std::optional<SnapRequest> PicturePage::NextPicture() {
     SnapRequest request;
     request.file = *file;
     request.mode = settings.mode;
-    request.stamp = StampText(settings.stamp);
+    request.stamp = StampWords(settings);
     request.position = kPositions[settings.position].position;
     request.color = kTextColors[settings.color].color;
     request.outline = kStampColors[settings.outline].code;
     request.background = kStampColors[settings.background].code;
-    request.font = FontOf(settings);
+    request.font = StampFont(settings);
     return request;
 }
 
@@ -290,7 +254,7 @@ void PicturePage::OnCommand(int id, int code, HWND) {
             if (code == CBN_SELCHANGE && ChosenOf(resolution) >= 0) {
                 const std::wstring wanted = TextOf(resolution);
                 const auto found = std::find_if(sizes.begin(), sizes.end(),
-                                                [&](ocellus::Size size) { return SizeText(size) == wanted; });
+                                                [&](ocellus::Size size) { return SaySize(size.width, size.height) == wanted; });
                 if (found != sizes.end())
                     viewer.ChooseResolution(static_cast<int>(found - sizes.begin()), *found);
             }
@@ -318,67 +282,15 @@ void PicturePage::OnCommand(int id, int code, HWND) {
     if (code != CBN_SELCHANGE && code != EN_CHANGE && !(id == kBold && code == BN_CLICKED)) return;
     TakeFields();
     if (id == kFormat) ShowModes();
+    ShowUnits();
     ShowNextName();
     InvalidateRect(example, nullptr, FALSE);
 }
 
 bool PicturePage::OnDraw(const DRAWITEMSTRUCT& item) {
     if (item.hwndItem != example) return false;
-    DrawExample(item.hDC, item.rcItem);
+    DrawStampExample(item.hDC, item.rcItem, viewer.Settings());
     return true;
-}
-
-// The text as it will stand in a picture, pixel for pixel, over a plain slope of grey.
-void PicturePage::DrawExample(HDC context, const RECT& area) const {
-    const ViewSettings& settings = viewer.Settings();
-    constexpr int kSteps = 32;
-    for (int step = 0; step < kSteps; ++step) {
-        RECT part = area;
-        part.left = area.left + MulDiv(area.right - area.left, step, kSteps);
-        part.right = area.left + MulDiv(area.right - area.left, step + 1, kSteps);
-        const BYTE grey = static_cast<BYTE>(70 + 4 * step);
-        SetDCBrushColor(context, RGB(grey, grey, grey + 6));
-        FillRect(context, &part, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
-    }
-    const std::wstring text = StampText(settings.stamp);
-    if (text.empty()) return;
-    const LOGFONTW wanted = FontOf(settings);
-    const cam::UniqueFont stampFont(CreateFontIndirectW(&wanted));
-    const HGDIOBJ before = SelectObject(context, stampFont.get());
-    const int column = settings.position % 3, line = settings.position / 3;
-    const UINT align = column == 0 ? DT_LEFT : column == 1 ? DT_CENTER : DT_RIGHT;
-    RECT needed = area;
-    DrawTextW(context, text.c_str(), -1, &needed, align | DT_NOPREFIX | DT_CALCRECT);
-    const LONG width = needed.right - needed.left, height = needed.bottom - needed.top;
-    RECT place = area;
-    place.left += (area.right - area.left - width) * column / 2;
-    place.top += (area.bottom - area.top - height) * line / 2;
-    place.right = place.left + width;
-    place.bottom = place.top + height;
-    const COLORREF ink = kTextColors[settings.color].color;
-    const auto colorOf = [&](const StampChoice& choice) {
-        const COLORREF inverse = ~ink & 0xFFFFFF;
-        return choice.code == ocellus::StampColor::InverseOfText ? inverse : choice.color;
-    };
-    const StampChoice& edge = kStampColors[settings.outline];
-    const StampChoice& box = kStampColors[settings.background];
-    if (box.code != ocellus::StampColor::None) {
-        SetDCBrushColor(context, colorOf(box));
-        FillRect(context, &place, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
-    }
-    SetBkMode(context, TRANSPARENT);
-    const auto draw = [&](COLORREF textColor, int x, int y) {
-        RECT moved = place;
-        OffsetRect(&moved, x, y);
-        SetTextColor(context, textColor);
-        DrawTextW(context, text.c_str(), -1, &moved, align | DT_NOPREFIX | DT_NOCLIP);
-    };
-    if (edge.code != ocellus::StampColor::None) {
-        for (const POINT shift : {POINT{-1, 0}, POINT{1, 0}, POINT{0, -1}, POINT{0, 1}})
-            draw(colorOf(edge), shift.x, shift.y);
-    }
-    draw(ink, 0, 0);
-    SelectObject(context, before);
 }
 
 }  // namespace camview

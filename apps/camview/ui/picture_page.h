@@ -52,9 +52,9 @@ class PicturePage final : public Page {
     void OnCommand(int id, int code, HWND) override;
     bool OnDraw(const DRAWITEMSTRUCT& item) override;
     void ShowModes();
+    void ShowUnits();
     void TakeFields();
     std::wstring Extension() const;
-    void DrawExample(HDC context, const RECT& area) const;
 
     HWND cameraLabel, camera, resolutionLabel, resolution, formatLabel, format, modeLabel, mode, folderLabel,
         folder, browse, patternLabel, pattern, nextName, stampLabel, stamp, positionLabel, position,

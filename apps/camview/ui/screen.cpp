@@ -1,17 +1,12 @@
 #include "ui/screen.h"
 
+#include "system_function.h"
+
 namespace camview {
 
 namespace {
 
 int forcedDpi = 0;
-
-template <typename Function>
-Function Find(const wchar_t* library, const char* name) {
-    const HMODULE module = LoadLibraryW(library);
-    return reinterpret_cast<Function>(
-        reinterpret_cast<void*>(module ? GetProcAddress(module, name) : nullptr));
-}
 
 int SystemDpi() {
     const HDC screen = GetDC(nullptr);
@@ -29,7 +24,7 @@ void ForceDpi(int dpi) {
 int DpiOf(HWND window) {
     if (forcedDpi) return forcedDpi;
     using GetDpi = UINT(WINAPI*)(HWND);
-    static const GetDpi getDpi = Find<GetDpi>(L"user32.dll", "GetDpiForWindow");
+    static const GetDpi getDpi = SystemFunction<GetDpi>(L"user32.dll", "GetDpiForWindow");
     const UINT dpi = getDpi ? getDpi(window) : 0;
     return dpi ? static_cast<int>(dpi) : SystemDpi();
 }
@@ -66,7 +61,7 @@ void FollowDarkMode(HWND window) {
     RegGetValueW(HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize",
                  L"AppsUseLightTheme", RRF_RT_REG_DWORD, nullptr, &light, &bytes);
     using SetAttribute = HRESULT(WINAPI*)(HWND, DWORD, const void*, DWORD);
-    const SetAttribute set = Find<SetAttribute>(L"dwmapi.dll", "DwmSetWindowAttribute");
+    const SetAttribute set = SystemFunction<SetAttribute>(L"dwmapi.dll", "DwmSetWindowAttribute");
     constexpr DWORD kUseDarkTitle = 20;
     const BOOL dark = light == 0;
     if (set) set(window, kUseDarkTitle, &dark, sizeof dark);
