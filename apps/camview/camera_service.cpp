@@ -174,13 +174,15 @@ void CameraService::OpenNow(const OpenRequest& request) {
 // What came of the preview is told as well: no frame may be lost between the camera and here.
 void CameraService::CloseNow(bool quiet) {
     if (!std::exchange(isSelected, false)) return;
+    // While the camera is shut down, which may take a while, the kit goes on sending to nobody.
+    const bool isFromKit = isKit && current.type == CAM_TYPE_DSHOW;
+    const long sent = isFromKit ? kitControl.PreviewFrames() - kitFramesBefore : 0;
     static_cast<void>(Note(L"camShutDown", camera->ShutDown(), quiet));
     const Meter seen = Frames();
     if (seen.frames == 0) return;
     std::wstring words =
         L"preview: " + std::to_wstring(seen.frames) + L" frames, " + std::to_wstring(seen.lost) + L" lost";
-    if (isKit && current.type == CAM_TYPE_DSHOW)
-        words += L", " + std::to_wstring(kitControl.PreviewFrames() - kitFramesBefore) + L" sent by the kit";
+    if (isFromKit) words += L", " + std::to_wstring(sent) + L" sent by the kit";
     Note(std::move(words));
 }
 

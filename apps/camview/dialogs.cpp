@@ -4,6 +4,7 @@
 #include <shlobj.h>
 
 #include "model/texts.h"
+#include "system_function.h"
 
 namespace camview {
 
@@ -44,7 +45,10 @@ std::wstring AskForFile(HWND owner, const wchar_t* name, const wchar_t* patterns
     dialog.nMaxFile = MAX_PATH;
     dialog.lpstrDefExt = extension;
     dialog.Flags = OFN_NOCHANGEDIR | OFN_HIDEREADONLY | (toSave ? OFN_OVERWRITEPROMPT : OFN_FILEMUSTEXIST);
-    return (toSave ? GetSaveFileNameW(&dialog) : GetOpenFileNameW(&dialog)) ? path : L"";
+    // Loaded when it is needed, so that the program starts sooner.
+    using Ask = decltype(&GetOpenFileNameW);
+    const Ask ask = SystemFunction<Ask>(L"comdlg32.dll", toSave ? "GetSaveFileNameW" : "GetOpenFileNameW");
+    return ask && ask(&dialog) ? path : L"";
 }
 
 }  // namespace camview

@@ -48,14 +48,18 @@ SIZE ClientSize(HWND window) {
 // ---- Opening
 // ------------------------------------------------------------------------------------------------
 
-void MainWindow::Open(OpenRequest wanted) {
+void MainWindow::Ask(OpenRequest wanted) {
     request = std::move(wanted);
     kit.WantBack();
     life = Life::Opening;
     isTrying = true;
     openedAt = Microseconds();
-    cameraPage->Forget();
     service.Open(request);
+}
+
+void MainWindow::Open(OpenRequest wanted) {
+    Ask(std::move(wanted));
+    cameraPage->Forget();
     ShowStatus();
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "dialogs.h"
 #include "picture_files.h"
@@ -17,7 +18,6 @@ constexpr int kStartWidth = 1160, kStartHeight = 720;
 constexpr int kTabHeight = 30;
 constexpr Text kTabNames[] = {Text::TabPicture, Text::TabControls, Text::TabCamera, Text::TabLog,
                               Text::TabKit};
-constexpr int kTabCount = 5;
 constexpr int kStatusParts[] = {110, 290, 370, 450, -1};  // right edges
 constexpr int kMaxScreen = 30'000;
 
@@ -40,15 +40,16 @@ MainWindow::MainWindow(const CommandLine& given) : line(given), onlyFile(given.s
         settings.folder = folder;
     }
     if (line.tab >= 0) settings.tab = line.tab;
+    MakeWindow();
     MakeParts();
-    if (!keepsState) Complain({Say(Text::FaultSettingsNewer, {stateFile}), Say(Text::RemedyNewerView)});
 }
 
 MainWindow::~MainWindow() {
     KillTimer(window, kPlanTimer);
 }
 
-void MainWindow::MakeParts() {
+// Where it was the last time, if a screen is there, and in its final size: what it holds is laid out once.
+void MainWindow::MakeWindow() {
     WNDCLASSEXW windowClass = {};
     windowClass.cbSize = sizeof windowClass;
     windowClass.lpfnWndProc = Procedure;
@@ -58,50 +59,76 @@ void MainWindow::MakeParts() {
     windowClass.hbrBackground = GetSysColorBrush(COLOR_WINDOW);
     windowClass.lpszClassName = kClass;
     RegisterClassExW(&windowClass);
+    dpi = DpiOf(nullptr);
+    const RECT& last = settings.window;
+    const RECT area = {last.left, last.top, last.right, last.bottom};
+    const bool isSeen = last.right > last.left && MonitorFromRect(&area, MONITOR_DEFAULTTONULL) != nullptr;
+    const int width = isSeen ? last.right - last.left : Scaled(kStartWidth, dpi);
+    const int height = isSeen ? last.bottom - last.top : Scaled(kStartHeight, dpi);
     window = CreateWindowExW(0, kClass, Say(Text::Title), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
-                             CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr,
-                             windowClass.hInstance, this);
+                             isSeen ? last.left : CW_USEDEFAULT, isSeen ? last.top : CW_USEDEFAULT, width,
+                             height, nullptr, nullptr, windowClass.hInstance, this);
+    const int guessed = std::exchange(dpi, DpiOf(window));
+    if (!isSeen && dpi != guessed)
+        SetWindowPos(window, nullptr, 0, 0, Scaled(kStartWidth, dpi), Scaled(kStartHeight, dpi),
+                     SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    font = MakeFont(dpi);
     FollowDarkMode(window);
+    mailbox.Deliver(window);
+}
+
+// What is seen first: of the pages, the one that is open.
+void MainWindow::MakeParts() {
+    const HINSTANCE instance = GetModuleHandleW(nullptr);
     // In the order in which the Tab key goes through them.
     banner = std::make_unique<Banner>(window, *this);
     preview = std::make_unique<PreviewPane>(window);
     preview->SetZoom(settings.zoom);
     tabs = CreateWindowExW(0, WC_TABCONTROLW, Say(Text::Pages),
                            WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_CLIPSIBLINGS, 0, 0, 0, 0, window, nullptr,
-                           windowClass.hInstance, nullptr);
+                           instance, nullptr);
     for (int tab = 0; tab < kTabCount; ++tab) {
         TCITEMW item = {};
         item.mask = TCIF_TEXT;
         item.pszText = const_cast<wchar_t*>(Say(kTabNames[tab]));
         SendMessageW(tabs, TCM_INSERTITEMW, static_cast<WPARAM>(tab), reinterpret_cast<LPARAM>(&item));
     }
-    picturePage = std::make_unique<PicturePage>(window, *this);
-    controlsPage = std::make_unique<ControlsPage>(window, *this);
-    cameraPage = std::make_unique<CameraPage>(window, *this);
-    logPage = std::make_unique<LogPage>(window, *this);
-    logPage->WriteTo(line.log);
-    kitPage = std::make_unique<KitPage>(window, *this);
+    MakePage(settings.tab);
     thumbnails = std::make_unique<Thumbnails>(window, *this);
     thumbnails->ShowZoom(settings.zoom);
     ShowWindow(thumbnails->Window(), SW_SHOWNA);
     status = CreateWindowExW(0, STATUSCLASSNAMEW, L"", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0, 0, 0, 0,
-                             window, nullptr, windowClass.hInstance, nullptr);
-    SetScreen();
+                             window, nullptr, instance, nullptr);
+    FitStatus();
+    Layout();
     ShowTab(settings.tab);
-    mailbox.Deliver(window);
 }
 
-void MainWindow::Show() {
-    const RECT& place = settings.window;
-    const RECT area = {place.left, place.top, place.right, place.bottom};
-    const bool isSeen = MonitorFromRect(&area, MONITOR_DEFAULTTONULL) != nullptr;
-    if (place.right > place.left && isSeen) {
-        SetWindowPos(window, nullptr, place.left, place.top, place.right - place.left,
-                     place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
-    } else {
-        SetWindowPos(window, nullptr, 0, 0, Scaled(kStartWidth, dpi), Scaled(kStartHeight, dpi),
-                     SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+void MainWindow::MakePage(int tab) {
+    switch (tab) {
+        case kPictureTab:
+            picturePage = std::make_unique<PicturePage>(window, *this);
+            break;
+        case kControlsTab:
+            controlsPage = std::make_unique<ControlsPage>(window, *this);
+            break;
+        case kCameraTab:
+            cameraPage = std::make_unique<CameraPage>(window, *this);
+            break;
+        case kLogTab:
+            logPage = std::make_unique<LogPage>(window, *this);
+            logPage->WriteTo(line.log);
+            break;
+        default:
+            kitPage = std::make_unique<KitPage>(window, *this);
+            break;
     }
+    // For the Tab key, which would come to it last.
+    SetWindowPos(TabPage(tab)->Window(), tabs, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+}
+
+// The window and its first page are painted before anything else is done.
+void MainWindow::Show() {
     ShowWindow(window, settings.maximised ? SW_SHOWMAXIMIZED : SW_SHOW);
     UpdateWindow(window);
     SetFocus(preview->Window());
@@ -111,7 +138,6 @@ void MainWindow::Show() {
     const auto ticks = [](FILETIME t) {
         return static_cast<long long>(t.dwHighDateTime) << 32 | t.dwLowDateTime;
     };
-    logPage->NoteNow(L"window shown, " + std::to_wstring((ticks(now) - ticks(created)) / 10'000) + L" ms");
     service.Begin(preview->Owner(), window);
     OpenRequest first;
     first.camera = {line.type, false, L"", settings.camera};
@@ -122,42 +148,55 @@ void MainWindow::Show() {
     first.scenario = line.scenario;
     first.settings = line.settings;
     first.section = line.section;
-    Open(first);
+    Ask(first);
+    for (int tab = 0; tab < kTabCount; ++tab) {
+        if (!TabPage(tab)) MakePage(tab);
+    }
+    Layout();
+    logPage->NoteNow(L"window shown, " + std::to_wstring((ticks(now) - ticks(created)) / 10'000) + L" ms");
+    if (!keepsState) Complain({Say(Text::FaultSettingsNewer, {stateFile}), Say(Text::RemedyNewerView)});
+    ShowStatus();
     SetTimer(window, kStatusTimer, kStatusMs, nullptr);
     if (line.exitAfter > 0) SetTimer(window, kExitTimer, static_cast<UINT>(line.exitAfter * 1000), nullptr);
 }
 
-Page& MainWindow::TabPage(int tab) {
+Page* MainWindow::TabPage(int tab) const {
     Page* const pages[kTabCount] = {picturePage.get(), controlsPage.get(), cameraPage.get(), logPage.get(),
                                     kitPage.get()};
-    return *pages[tab];
+    return pages[tab];
 }
 
 void MainWindow::ShowTab(int tab) {
     settings.tab = tab;
     SendMessageW(tabs, TCM_SETCURSEL, static_cast<WPARAM>(tab), 0);
-    for (int other = 0; other < kTabCount; ++other)
-        ShowWindow(TabPage(other).Window(), other == tab ? SW_SHOWNA : SW_HIDE);
+    for (int other = 0; other < kTabCount; ++other) {
+        if (Page* const page = TabPage(other)) ShowWindow(page->Window(), other == tab ? SW_SHOWNA : SW_HIDE);
+    }
 }
 
 void MainWindow::SetScreen() {
     dpi = DpiOf(window);
-    fonts = MakeFonts(dpi);
-    const auto normal = reinterpret_cast<WPARAM>(fonts.normal.get());
-    SendMessageW(tabs, WM_SETFONT, normal, TRUE);
-    SendMessageW(status, WM_SETFONT, normal, TRUE);
-    for (int tab = 0; tab < kTabCount; ++tab) TabPage(tab).SetScreen(dpi, fonts);
-    banner->SetScreen(dpi, fonts);
-    thumbnails->SetScreen(dpi, fonts);
+    const cam::UniqueFont before = std::exchange(font, MakeFont(dpi));
+    FitStatus();
+    for (int tab = 0; tab < kTabCount; ++tab) {
+        if (Page* const page = TabPage(tab)) page->SetScreen();
+    }
+    banner->SetScreen();
+    thumbnails->SetScreen();
+    Layout();
+}
+
+void MainWindow::FitStatus() {
+    SendMessageW(tabs, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
+    SendMessageW(status, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
     int edges[std::size(kStatusParts)];
     std::transform(std::begin(kStatusParts), std::end(kStatusParts), edges,
                    [this](int edge) { return edge < 0 ? edge : Scaled(edge, dpi); });
     SendMessageW(status, SB_SETPARTS, std::size(edges), reinterpret_cast<LPARAM>(edges));
-    Layout();
 }
 
 void MainWindow::Layout() {
-    if (!kitPage || !thumbnails || !status) return;
+    if (!status) return;  // the last of its parts
     RECT client, statusArea;
     GetClientRect(window, &client);
     SendMessageW(status, WM_SIZE, 0, 0);
@@ -175,8 +214,10 @@ void MainWindow::Layout() {
     place(thumbnails->Window(), 0, bottom - strip, left, strip);
     const int tabHeight = Scaled(kTabHeight, dpi), gap = Scaled(6, dpi);
     place(tabs, left + gap, gap, panel - gap, tabHeight - gap);
-    for (int tab = 0; tab < kTabCount; ++tab)
-        place(TabPage(tab).Window(), left + 1, tabHeight, panel - 1, bottom - tabHeight);
+    for (int tab = 0; tab < kTabCount; ++tab) {
+        if (const Page* const page = TabPage(tab))
+            place(page->Window(), left + 1, tabHeight, panel - 1, bottom - tabHeight);
+    }
 }
 
 LRESULT CALLBACK MainWindow::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -237,7 +278,7 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_COMMAND:
             switch (LOWORD(wParam)) {
                 case IDOK:
-                    for (int tab = 0; tab < kTabCount; ++tab) TabPage(tab).OnEnter(GetFocus());
+                    for (int tab = 0; tab < kTabCount; ++tab) TabPage(tab)->OnEnter(GetFocus());
                     thumbnails->OnEnter(GetFocus());
                     return 0;
                 case IDCANCEL:
@@ -309,7 +350,7 @@ void MainWindow::NoteFocus() {
     if (!now || now == window || now == focus) return;
     focus = now;
     for (int tab = 0; tab < kTabCount; ++tab) {
-        if (IsChild(TabPage(tab).Window(), now)) TabPage(tab).OnFocus(now);
+        if (IsChild(TabPage(tab)->Window(), now)) TabPage(tab)->OnFocus(now);
     }
 }
 
@@ -352,8 +393,8 @@ void MainWindow::OnTimer(UINT_PTR timer) {
             if (life == Life::Live) service.ReadState();
             LookAfterFrames();
             ShowStatus();
-            if (settings.tab == kTabCount - 1) kitPage->ShowCounts();
-            if (settings.tab == 0) picturePage->ShowNextName();
+            if (settings.tab == kKitTab) kitPage->ShowCounts();
+            if (settings.tab == kPictureTab) picturePage->ShowNextName();
             return;
         case kEndTimer:
             // A driver that hangs keeps its thread; the process ends without it.

@@ -36,6 +36,8 @@ class MainWindow final : public Viewer {
     HWND Window() const { return window; }
 
     // ---- Viewer
+    int Dpi() const override { return dpi; }
+    HFONT Font() const override { return font.get(); }
     ViewSettings& Settings() override { return settings; }
     CameraService& Camera() override { return service; }
     KitControl& Kit() override { return kit; }
@@ -53,15 +55,19 @@ class MainWindow final : public Viewer {
 
   private:
     enum : UINT_PTR { kPlanTimer = 1, kStatusTimer, kEndTimer, kExitTimer };
+    enum : int { kPictureTab, kControlsTab, kCameraTab, kLogTab, kKitTab, kTabCount };
     enum class Life { Opening, Live, Failed, Lost, Ending };
 
     static LRESULT CALLBACK Procedure(HWND, UINT, WPARAM, LPARAM);
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    void MakeWindow();
     void MakeParts();
+    void MakePage(int tab);
+    void FitStatus();
     void Layout();
     void SetScreen();
     void ShowTab(int tab);
-    Page& TabPage(int tab);
+    Page* TabPage(int tab) const;  // null: not made yet
     void OnTimer(UINT_PTR timer);
     void OnClose();
     void KeepState();
@@ -69,6 +75,7 @@ class MainWindow final : public Viewer {
 
     // ---- Camera
     void Open(OpenRequest wanted);
+    void Ask(OpenRequest wanted);
     void OpenAgain();
     void OnDevices(WPARAM what);
     void OnPictureTaken();
@@ -112,7 +119,7 @@ class MainWindow final : public Viewer {
     HWND focus = nullptr;      // the last one
     bool wasDeprived = false;  // of the keys, by a window that nobody sees
     int dpi = kBaseDpi;
-    Fonts fonts;
+    cam::UniqueFont font;
     std::unique_ptr<PreviewPane> preview;
     std::unique_ptr<Banner> banner;
     std::unique_ptr<Thumbnails> thumbnails;

@@ -15,7 +15,8 @@ bool IsA(const wchar_t* kind, HWND control) {
 
 }  // namespace
 
-Page::Page(HWND parent, Viewer& owner) : viewer(owner) {
+Page::Page(HWND parent, Viewer& owner)
+    : viewer(owner), dpi(owner.Dpi()), font(owner.Font()), lineHeight(LineHeight(font)) {
     static const ATOM registered = [] {
         WNDCLASSW windowClass = {};
         windowClass.lpfnWndProc = Procedure;
@@ -65,12 +66,12 @@ LRESULT CALLBACK Page::Procedure(HWND window, UINT message, WPARAM wParam, LPARA
     }
 }
 
-void Page::SetScreen(int newDpi, const Fonts& fonts) {
-    dpi = newDpi;
-    font = fonts.normal.get();
+void Page::SetScreen() {
+    dpi = viewer.Dpi();
+    font = viewer.Font();
     lineHeight = LineHeight(font);
     SetFontOfChildren(window, font);
-    OnFontChanged();
+    OnScreenChanged();
     Layout();
 }
 
@@ -78,7 +79,7 @@ HWND Page::Add(const wchar_t* windowClass, const std::wstring& text, DWORD style
     const HWND control = CreateWindowExW(
         extended, windowClass, text.c_str(), WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, window,
         reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
-    if (font) SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
+    SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
     return control;
 }
 

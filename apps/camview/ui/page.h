@@ -23,7 +23,8 @@ class Page {
     Page& operator=(const Page&) = delete;
 
     HWND Window() const { return window; }
-    void SetScreen(int newDpi, const Fonts& fonts);
+    // The window is on another screen.
+    void SetScreen();
     // Places the controls for the page's size and the screen's resolution.
     virtual void Layout() = 0;
     // The Enter key in one of its controls.
@@ -46,14 +47,14 @@ class Page {
     virtual void OnCommand(int /*id*/, int /*code*/, HWND) {}
     virtual LRESULT OnNotify(const NMHDR&) { return 0; }
     virtual void OnScroll(UINT /*message*/, WPARAM, HWND) {}
-    virtual void OnFontChanged() {}
+    virtual void OnScreenChanged() {}
     virtual bool OnDraw(const DRAWITEMSTRUCT&) { return false; }
 
     Viewer& viewer;
     HWND window = nullptr;
-    int dpi = kBaseDpi;
-    HFONT font = nullptr;
-    int lineHeight = 0;  // of the font
+    int dpi;
+    HFONT font;
+    int lineHeight;  // of the font
     // Of a field for one line of text.
     int FieldHeight() const { return lineHeight + Px(8); }
 

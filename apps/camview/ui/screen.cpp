@@ -29,7 +29,7 @@ int DpiOf(HWND window) {
     return dpi ? static_cast<int>(dpi) : SystemDpi();
 }
 
-Fonts MakeFonts(int dpi) {
+cam::UniqueFont MakeFont(int dpi) {
     NONCLIENTMETRICSW metrics = {};
     metrics.cbSize = sizeof metrics;
     SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
@@ -38,11 +38,7 @@ Fonts MakeFonts(int dpi) {
     // Nine points, as the system's programs have it; some systems say eight.
     const LONG nine = -MulDiv(12, dpi, kBaseDpi);
     if (font.lfHeight < 0 && font.lfHeight > nine) font.lfHeight = nine;
-    Fonts fonts;
-    fonts.normal.reset(CreateFontIndirectW(&font));
-    font.lfWeight = FW_BOLD;
-    fonts.bold.reset(CreateFontIndirectW(&font));
-    return fonts;
+    return cam::UniqueFont(CreateFontIndirectW(&font));
 }
 
 int LineHeight(HFONT font) {

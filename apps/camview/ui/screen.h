@@ -1,4 +1,4 @@
-// Resolution of the screen and what depends on it: fonts and sizes. Works on Windows 7, where all screens
+// Resolution of the screen and what depends on it: font and sizes. Works on Windows 7, where all screens
 // have one resolution, and uses what later systems know.
 #pragma once
 
@@ -9,15 +9,11 @@
 
 namespace camview {
 
-// Of the screen on which the window is; the program's own choice (--dpi) when there is one.
+// Of the screen on which the window is, or of the first one; the program's own choice (--dpi) when there is one.
 int DpiOf(HWND window);
 void ForceDpi(int dpi);  // 0: the screen's
 
-struct Fonts {
-    cam::UniqueFont normal;
-    cam::UniqueFont bold;
-};
-Fonts MakeFonts(int dpi);
+cam::UniqueFont MakeFont(int dpi);
 int LineHeight(HFONT font);  // pixels
 
 // The title bar is dark where the user has dark programs and the system can.

@@ -34,7 +34,7 @@ class Thumbnails final : public Page {
     };
     void OnCommand(int id, int code, HWND) override;
     LRESULT OnNotify(const NMHDR& header) override;
-    void OnFontChanged() override { Fill(); }
+    void OnScreenChanged() override { Fill(); }
     void Fill();
     int Chosen() const;
     void OpenFile();

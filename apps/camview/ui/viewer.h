@@ -20,6 +20,9 @@ struct Fault {
 
 class Viewer {
   public:
+    // What controls are made for; SetScreen tells when it changes.
+    virtual int Dpi() const = 0;
+    virtual HFONT Font() const = 0;
     virtual ViewSettings& Settings() = 0;
     virtual CameraService& Camera() = 0;
     virtual KitControl& Kit() = 0;
