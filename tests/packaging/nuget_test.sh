@@ -110,18 +110,19 @@ for how in by_project:x86 by_package:x64; do
     dotnet() { "$run" "$sdk/dotnet.exe" "$@" </dev/null >build.log 2>&1 || { cat build.log; exit 1; }; }
     dotnet msbuild "$file" -t:GenerateRestoreGraphFile -p:RestoreGraphOutputPath="$(windows "$PWD/windows.dg")"
     # The same in this machine's paths, without the folders of a user on Windows.
-    python3 - windows.dg $name.dg <<'END'
+    python3 - windows.dg $name.dg "$folder/feed" <<'END'
 import json
 import sys
 
 graph = json.loads(open(sys.argv[1]).read().replace("Z:\\\\", "/").replace("\\\\", "/"))
 for project in graph["projects"].values():
     project["restore"]["fallbackFolders"] = []
-    project["restore"]["configFilePaths"] = [file for file in project["restore"]["configFilePaths"] if file.startswith("/")]
+    project["restore"]["configFilePaths"] = []
+    project["restore"]["sources"] = {sys.argv[3]: {}}
 json.dump(graph, open(sys.argv[2], "w"))
 END
-    NUGET_PACKAGES=$folder/packages5 newNuget restore $name.dg -Source "$folder/feed"
-    NUGET_PACKAGES=$folder/packages5 dotnet publish --no-restore "$file"
+    newNuget restore $name.dg
+    dotnet publish --no-restore "$file"
     for place in . publish; do
         cmp $name/bin/Debug/net48/$place/ocellus.dll ../packages/ocellus/*/runtimes/win-${how#*:}/native/ocellus.dll
     done

@@ -15,10 +15,13 @@ constexpr const wchar_t* kTexts[] = {
 
 // In the order of the library's names.
 constexpr Text kProperties[] = {
-    Text::Brightness, Text::Contrast, Text::Hue, Text::Saturation, Text::Sharpness, Text::Gamma,
-    Text::ColorEnable, Text::WhiteBalance, Text::BacklightCompensation, Text::Pan, Text::Tilt, Text::Roll,
-    Text::Zoom, Text::Exposure, Text::Iris, Text::Focus, Text::Flash, Text::FocusStep, Text::FocusMaximum,
-    Text::FocusMinimum, Text::FocusFixed,
+    Text::Brightness,   Text::Contrast,     Text::Hue,
+    Text::Saturation,   Text::Sharpness,    Text::Gamma,
+    Text::ColorEnable,  Text::WhiteBalance, Text::BacklightCompensation,
+    Text::Pan,          Text::Tilt,         Text::Roll,
+    Text::Zoom,         Text::Exposure,     Text::Iris,
+    Text::Focus,        Text::Flash,        Text::FocusStep,
+    Text::FocusMaximum, Text::FocusMinimum, Text::FocusFixed,
 };
 static_assert(std::size(kProperties) == std::size(ocellus::kPropertyNames));
 }  // namespace

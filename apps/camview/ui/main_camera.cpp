@@ -318,7 +318,8 @@ void MainWindow::ChooseResolution(int index, ocellus::Size size) {
 
 void MainWindow::On(const ResolutionSet& news) {
     if (news.result != camOk) {
-        Complain({Say(Text::FaultResolution, {SaySize(news.wanted.width, news.wanted.height), ocellus::ResultName(news.result)}),
+        Complain({Say(Text::FaultResolution,
+                      {SaySize(news.wanted.width, news.wanted.height), ocellus::ResultName(news.result)}),
                   std::wstring(ocellus::Remedy(news.result))});
     }
     picturePage->ShowResolution(news.now);

@@ -253,8 +253,9 @@ void PicturePage::OnCommand(int id, int code, HWND) {
         case kResolution:
             if (code == CBN_SELCHANGE && ChosenOf(resolution) >= 0) {
                 const std::wstring wanted = TextOf(resolution);
-                const auto found = std::find_if(sizes.begin(), sizes.end(),
-                                                [&](ocellus::Size size) { return SaySize(size.width, size.height) == wanted; });
+                const auto found = std::find_if(sizes.begin(), sizes.end(), [&](ocellus::Size size) {
+                    return SaySize(size.width, size.height) == wanted;
+                });
                 if (found != sizes.end())
                     viewer.ChooseResolution(static_cast<int>(found - sizes.begin()), *found);
             }

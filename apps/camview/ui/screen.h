@@ -9,7 +9,8 @@
 
 namespace camview {
 
-// Of the screen on which the window is, or of the first one; the program's own choice (--dpi) when there is one.
+// Of the screen on which the window is, or of the first one; the program's own choice (--dpi) when there is
+// one.
 int DpiOf(HWND window);
 void ForceDpi(int dpi);  // 0: the screen's
 
