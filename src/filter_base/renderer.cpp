@@ -74,6 +74,8 @@ HRESULT RendererFilter::InPin::Active() {
     ResetEvent(owner.cancelled.get());
     owner.ended = 0;
     owner.completed = 0;
+    // Stopping decommits it, also that of a sender who does not commit it anew.
+    if (IMemAllocator* const allocator = Allocator()) allocator->Commit();
     return InputPin::Active();
 }
 
@@ -111,9 +113,9 @@ HRESULT STDMETHODCALLTYPE RendererFilter::InPin::Receive(IMediaSample* sample) {
     if (!sample) return E_POINTER;
     const ThreadRoleScope role(kStreamingThread);
     const LockGuard lock(owner.receiveLock);
-    const HRESULT result = CheckSample(*sample);
-    if (result != S_OK) return result;
-    if (!owner.WaitUntilDue(*sample)) return owner.IsStopped() ? VFW_E_WRONG_STATE : S_FALSE;
+    // The platform's renderer does not say why, and a sample that is given up while it waits has been taken.
+    if (CheckSample(*sample) != S_OK) return E_FAIL;
+    if (!owner.WaitUntilDue(*sample)) return S_OK;
     // A picture that could not be rendered must not end the stream: a failure here would make the sender
     // stop.
     owner.DoRenderSample(sample);
