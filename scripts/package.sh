@@ -16,21 +16,26 @@ if [ "${1:-}" = --into ]; then
     [ $# -ge 3 ] || refuse "--into wants a folder and builds"
     out=$(cd "$here" && mkdir -p "$2" && cd "$2" && pwd)
     shift 2
-    builds=()
-    for build in "$@"; do builds+=("$(cd "$here" && cd "$build" && pwd)"); done
+    libraries=()
+    for build in "$@"; do libraries+=("$(cd "$here" && cd "$build" && pwd)"); done
+    programs=("${libraries[@]}")
 else
     takesNoArguments "$@"
     scripts/setup.sh test
     out=$root/build/packages
-    builds=()
-    for preset in host host32 ce; do
-        say "Building $preset"
-        # What is given away is built apart: it does not check on which thread a function runs.
-        cmake --preset "$preset" -B "build/package/$preset" -DOCELLUS_CHECK_THREADS=OFF >"build/package-$preset.log" ||
-            { cat "build/package-$preset.log" >&2; exit 1; }
-        cmake --build "build/package/$preset" --target sdk
-        builds+=("$root/build/package/$preset")
+    build() { # PRESET FOLDER TARGET OPTIONS...
+        say "Building $3 in $2"
+        cmake --preset "$1" -B "$2" "${@:4}" >"build/package-$1.log" || { cat "build/package-$1.log" >&2; exit 1; }
+        cmake --build "$2" --target "$3"
+    }
+    # Libraries that are given away are built apart: they do not check on which thread a function runs. All else is what the tests have.
+    for preset in host host32; do
+        build $preset build/package/$preset sdk_libraries -DOCELLUS_CHECK_THREADS=OFF
+        build $preset build/$preset sdk
     done
+    build ce build/ce sdk
+    libraries=("$root"/build/{package/host,package/host32,ce})
+    programs=("$root"/build/{host,host32,ce})
 fi
 
 say "Packing"
@@ -43,13 +48,21 @@ trap 'rm -rf "$work"' EXIT
 sdk=$work/sdk symbols=$work/symbols
 rm -rf "$out" && mkdir -p "$out" "$symbols"
 
-for build in "${builds[@]}"; do
-    cmake --install "$build" --prefix "$sdk" --component sdk >"$work/install.log" || { cat "$work/install.log" >&2; exit 1; }
+install() { # BUILD COMPONENT
+    cmake --install "$1" --prefix "$sdk" --component "$2" >"$work/install.log" || { cat "$work/install.log" >&2; exit 1; }
+}
+for build in "${programs[@]}"; do install "$build" programs; done
+for build in "${libraries[@]}"; do
+    install "$build" sdk
     if [ -f "$build/bin/ocellus.sym" ]; then
         mkdir -p "$symbols/ce-armv4"
         cp "$build/bin/"{ocellus,camverify,ocellus_restore}.sym "$symbols/ce-armv4/"
     fi
 done
+if [ "${libraries[*]}" != "${programs[*]}" ] && grep -rl 'runs on a %s thread; it is' "$sdk/bin"; then
+    echo "package.sh: the above checks on which thread a function runs" >&2
+    exit 1
+fi
 # Debuggers find a program's symbols by the name in it.
 for program in "$sdk"/bin/x*/*.exe "$sdk"/bin/x*/*.dll; do
     [ -f "$program" ] || continue
@@ -60,7 +73,7 @@ for program in "$sdk"/bin/x*/*.exe "$sdk"/bin/x*/*.dll; do
 done
 
 # What camctl says of itself, where a 64-bit one is there to be asked.
-for build in "${builds[@]}"; do
+for build in "${programs[@]}"; do
     [ -x "$sdk/bin/x64/camctl.exe" ] && grep -q mingw-x86_64 "$build/CMakeCache.txt" || continue
     mkdir -p "$sdk/share/man/man1" "$sdk/share/bash-completion/completions"
     cmake --build "$build" --target launch >"$work/launch.log"
@@ -89,6 +102,7 @@ if [ -d "$sdk/bin/ce-armv4" ]; then
     cp packaging/ce/ocellus.ini "$out/"
 fi
 packaging/archive.py "$out/ocellus-$version-sdk.zip" "$sdk" "ocellus-$version"
-packaging/archive.py "$out/ocellus-$version-symbols.zip" "$symbols"
+# They are large: a tenth more than the least, in a third of the time.
+packaging/archive.py "$out/ocellus-$version-symbols.zip" "$symbols" "" 1
 (cd "$out" && sha256sum -- * >SHA256SUMS && cat SHA256SUMS)
 say "Everything is in $out"

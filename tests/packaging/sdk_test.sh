@@ -37,8 +37,10 @@ sample=("$sdk/samples/take_pictures.c" -municode -mwindows)
 PKG_CONFIG_PATH=$sdk/lib/$target/pkgconfig
 export PKG_CONFIG_PATH
 # shellcheck disable=SC2046
-"$compiler" "${sample[@]}" $(pkg-config --cflags --libs ocellus) -o "$sdk/bin/$target/by_pkg_config.exe"
-"$compiler" "${sample[@]}" -I"$sdk/include" "$sdk/lib/$target/ocellus.lib" -o "$sdk/bin/$target/by_lib.exe"
+"$compiler" "${sample[@]}" $(pkg-config --cflags ocellus) -c -o sample.o
+# shellcheck disable=SC2046
+"$compiler" sample.o -municode -mwindows $(pkg-config --libs ocellus) -o "$sdk/bin/$target/by_pkg_config.exe"
+"$compiler" sample.o -municode -mwindows "$sdk/lib/$target/ocellus.lib" -o "$sdk/bin/$target/by_lib.exe"
 cp consumer/by_package.exe "$sdk/bin/$target/"
 programs=(by_package by_pkg_config by_lib take_pictures)
 if [ "$target" = x64 ]; then
@@ -66,7 +68,7 @@ x86) prefix=$OCELLUS_WINE_PREFIX32 ;;
 esac
 library=$(printf 'Z:%s' "${PWD//\//\\}\\ocellus.dll")
 mkdir "$folder/elsewhere"
-cp "$build/bin/launch.exe" "$build/bin/unregistered.exe" "$prefix/drive_c/windows/system32/"{regsvr32,reg,msiexec}.exe "$folder/elsewhere/"
+cp "$build/bin/launch.exe" "$build/bin/unregistered.exe" "$prefix/drive_c/windows/system32/"{regsvr32,msiexec}.exe "$folder/elsewhere/"
 cd "$folder/elsewhere"
 "$run" "$PWD/regsvr32.exe" /s /u "$library"
 rm "$prefix/.registered-ocellus"
@@ -90,11 +92,10 @@ export OCELLUS_REGISTER=0
 # The installers: what they bring is there and registered, and gone afterwards.
 traces() { # of the library in the file system and the registry
     find "$prefix/drive_c" -iname '*ocellus*' -o -name 'Camera.lnk' -o -path '*/windows/Installer/*.msi'
-    local hive
-    for hive in HKLM HKCU; do
-        "$run" "$folder/elsewhere/reg.exe" export $hive'\Software' "Z:${folder//\//\\}\\hive.reg" /y >reg.log
-        iconv -f UTF-16LE -t UTF-8 "$folder/hive.reg" | grep -iE 'ocellus|B62F694E|BCEED521' || true
-    done
+    local windowsFolder=Z:${folder//\//\\}
+    "$run" "$folder/elsewhere/unregistered.exe" --save "$windowsFolder\\machine.hive" "$windowsFolder\\user.hive" >&2 || exit 1
+    # Keys have the time of their last change behind them.
+    sed 's/] [0-9]*$/]/' "$folder"/{machine,user}.hive | grep -iE 'ocellus|B62F694E|BCEED521' || true
 }
 install() { # /i|/x PACKAGE
     "$run" "$folder/elsewhere/msiexec.exe" "$1" "Z:${2//\//\\}" /qn || { echo "msiexec $1 $2 ended with $?"; exit 1; }
@@ -120,22 +121,21 @@ OCELLUS_SDK=$(echo "$folder"/packages/ocellus-*-sdk.zip) cmake -DPORT="$root/pac
     -P "$sources/play_vcpkg.cmake"
 grep -q "\"version\": \"$version\"" "$root/packaging/vcpkg/vcpkg.json" || { echo "vcpkg.json is of another version"; exit 1; }
 rm -r "$folder/vcpkg/unpacked"
-cmake -S "$sources/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$folder/vcpkg" -DSDK="$sdk" "${windows[@]}" -B "$folder/by_vcpkg" >configure.log ||
-    { cat configure.log; exit 1; }
-grep -q 'Ocellus_DIR.*/vcpkg/share/ocellus' "$folder/by_vcpkg/CMakeCache.txt"
+# The same build, whose compiler is known, finds the other package.
+"${configure[@]}" "${windows[@]}" -UOcellus_DIR -DCMAKE_PREFIX_PATH="$folder/vcpkg" -B "$folder/consumer" >configure.log || { cat configure.log; exit 1; }
+grep -q 'Ocellus_DIR.*/vcpkg/share/ocellus' "$folder/consumer/CMakeCache.txt"
 
 # A build that is not for Windows, and an installation for another width: said so.
-refuse() { # MESSAGE OPTIONS...
-    local message=$1
-    shift
-    if "${configure[@]}" "$@" -B "$folder/refused" >"$folder/refused.log" 2>&1 || ! grep -q "$message" "$folder/refused.log"; then
+refuse() { # MESSAGE BUILD OPTIONS...
+    local message=$1 into=$folder/$2
+    shift 2
+    if "${configure[@]}" "$@" -B "$into" >"$folder/refused.log" 2>&1 || ! grep -q "$message" "$folder/refused.log"; then
         cat "$folder/refused.log"
         echo "this should have been refused: $message"
         exit 1
     fi
-    rm -rf "$folder/refused"
 }
-refuse "Ocellus is a library for Windows"
+refuse "Ocellus is a library for Windows" native
 rm "$sdk/bin/$target/ocellus.dll"
-refuse "this installation of Ocellus is not for $target" "${windows[@]}"
+refuse "this installation of Ocellus is not for $target" consumer "${windows[@]}" -UOcellus_DIR
 echo passed

@@ -1,7 +1,8 @@
 /* Takes a picture with a library that is registered nowhere, from a thread that is single-threaded for COM; or makes objects of its classes, as the
- * system finds them: by a manifest, by what an installer wrote.
+ * system finds them: by a manifest, by what an installer wrote; or keeps what the registry holds, which the system writes at once, as text below Wine.
  *     unregistered.exe LIBRARY PICTURE
- *     unregistered.exe CLASS... */
+ *     unregistered.exe CLASS...
+ *     unregistered.exe --save MACHINE_FILE USER_FILE */
 #include <ocellus/cam.h>
 
 #include <objbase.h>
@@ -22,6 +23,30 @@ static int MakeObjects(wchar_t** classes) {
     return SUCCEEDED(result) ? 0 : 1;
 }
 
+static LONG SaveSoftware(HKEY root, const wchar_t* file) {
+    HKEY key;
+    LONG result = RegOpenKeyExW(root, L"Software", 0, KEY_READ, &key);
+    if (result) return result;
+    DeleteFileW(file);
+    result = RegSaveKeyW(key, file, NULL);
+    RegCloseKey(key);
+    return result;
+}
+
+static int SaveRegistry(wchar_t** files) {
+    HANDLE token;
+    TOKEN_PRIVILEGES backup = {1, {{{0, 0}, SE_PRIVILEGE_ENABLED}}};
+    LONG result;
+    OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token);
+    LookupPrivilegeValueW(NULL, SE_BACKUP_NAME, &backup.Privileges[0].Luid);
+    AdjustTokenPrivileges(token, FALSE, &backup, 0, NULL, NULL);
+    CloseHandle(token);
+    result = SaveSoftware(HKEY_LOCAL_MACHINE, files[0]);
+    if (!result) result = SaveSoftware(HKEY_CURRENT_USER, files[1]);
+    if (result) printf("the registry is not saved: %ld\n", result);
+    return result != 0;
+}
+
 int wmain(int count, wchar_t** arguments) {
     HMODULE library;
     HWND window;
@@ -30,6 +55,7 @@ int wmain(int count, wchar_t** arguments) {
     camResult result;
     int taken = 0;
     if (count > 1 && arguments[1][0] == L'{') return MakeObjects(arguments + 1);
+    if (count == 4 && wcscmp(arguments[1], L"--save") == 0) return SaveRegistry(arguments + 2);
     if (count != 3) return 2;
     CoInitializeEx(NULL, COINIT_APARTMENTTHREADED);
     library = LoadLibraryW(arguments[1]);
