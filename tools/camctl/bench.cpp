@@ -59,8 +59,8 @@ void Bench(const BenchOptions& options, bool asJson) {
     ShowProgress("preview");
     const PreviewFigures preview = MeasurePreview(session, options.previewSeconds);
     char line[160];
-    snprintf(line, sizeof line, "preview   %ld frames, %.2f a second, %.1f %% of a processor\n",
-             preview.frames, preview.rate, preview.processorShare * 100);
+    snprintf(line, sizeof line, "preview   %s, %.2f a second, %.1f %% of a processor\n",
+             Counted(preview.frames, "frame").c_str(), preview.rate, preview.processorShare * 100);
     std::string text = line;
     text += "trigger to report, milliseconds        min  median     p99\n";
     Json rows = Json::array();

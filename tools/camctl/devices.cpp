@@ -120,7 +120,7 @@ void Watch(double seconds, bool asJson) {
     const NoticeWindow notices;
     std::vector<camDevice> devices = ListDevices();
     Json all = Json::array();
-    if (!asJson) printf("%u cameras; watching\n", static_cast<unsigned>(devices.size()));
+    if (!asJson) printf("%s; watching\n", Counted(static_cast<long>(devices.size()), "camera").c_str());
     const ULONGLONG end = GetTickCount64() + static_cast<ULONGLONG>(seconds * 1000);
     while (seconds == 0 || GetTickCount64() < end) {
         fflush(stdout);

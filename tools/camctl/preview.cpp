@@ -27,7 +27,7 @@ void Preview(const CameraOptions& options, double seconds, bool asJson) {
     const double start = Seconds();
     for (double left = seconds; left > 0; left = start + seconds - Seconds()) {
         session.Pump(std::min(left, 0.5));
-        ShowProgress(std::to_string(session.PreviewFrames() - first) + " frames");
+        ShowProgress(Counted(session.PreviewFrames() - first, "frame"));
     }
     const long frames = session.PreviewFrames() - first;
     const double rate = static_cast<double>(frames) / (Seconds() - start);
@@ -35,7 +35,8 @@ void Preview(const CameraOptions& options, double seconds, bool asJson) {
 
     Json json = {{"ok", true}, {"frames", frames}, {"seconds", seconds}, {"framesPerSecond", rate}};
     char line[160];
-    snprintf(line, sizeof line, "%ld frames in %.1f s: %.1f frames a second\n", frames, seconds, rate);
+    snprintf(line, sizeof line, "%s in %.1f s: %.1f frames a second\n", Counted(frames, "frame").c_str(),
+             seconds, rate);
     std::string text = line;
     if (const auto format = session.Format()) {
         json["format"] = {{"name", FormatName(format->formatCode)},
@@ -63,7 +64,7 @@ void Preview(const CameraOptions& options, double seconds, bool asJson) {
     try {
         session.StopPreview();
     } catch (ToolError& error) {  // as when the camera was lost: how far it came is what there is to tell
-        error.problem += " after " + std::to_string(frames) + " frames";
+        error.problem += " after " + Counted(frames, "frame");
         throw;
     }
     PrintResult(asJson, json, text);

@@ -28,4 +28,9 @@ void PrintError(bool asJson, const ToolError& error);
 // A line on stderr that the next one overwrites; nothing when stderr is no terminal. Empty text wipes it.
 void ShowProgress(const std::string& text);
 
+// "1 frame", "2 frames".
+inline std::string Counted(long count, const std::string& thing) {
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 }  // namespace camctl
