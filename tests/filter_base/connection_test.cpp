@@ -183,23 +183,26 @@ TEST_CASE("a thread that waits for a free buffer gets the next one, or ends when
     pair.source->Pause();
     ComPtr<IMediaSample> only;
     REQUIRE(pair.source->pin.GetDeliveryBuffer(only.put()) == S_OK);
-    std::atomic<bool> ended = false;
+    std::atomic<bool> hasNext = false, ended = false;
+    HRESULT first = E_PENDING, second = E_PENDING;
     std::thread waiting([&] {
         ComPtr<IMediaSample> next;
-        const HRESULT first = pair.source->pin.GetDeliveryBuffer(next.put());
-        CHECK(first == S_OK);
+        first = pair.source->pin.GetDeliveryBuffer(next.put());
+        hasNext = true;
         ComPtr<IMediaSample> none;
-        const HRESULT second = pair.source->pin.GetDeliveryBuffer(none.put());
-        CHECK(second == VFW_E_NOT_COMMITTED);
+        second = pair.source->pin.GetDeliveryBuffer(none.put());
         ended = true;
     });
     Sleep(20);
-    CHECK_FALSE(ended);
+    CHECK_FALSE(hasNext);
     only.reset();
+    for (int tries = 0; !hasNext && tries < 5000; ++tries) Sleep(1);
     Sleep(20);
     CHECK_FALSE(ended);
     pair.source->Stop();
     waiting.join();
+    CHECK(first == S_OK);
+    CHECK(second == VFW_E_NOT_COMMITTED);
     pair.sink->Stop();
 }
 
