@@ -1,7 +1,7 @@
 // Times the pixel conversions and the encoders, each kernel set and each peer in turn, round after round,
 // and reports the best round of each: what the machine does when nothing else disturbs it.
 //
-//     pixel_bench [conversions|encoders]
+//     pixel_bench [--quick] [conversions|encoders]    --quick: only 640 x 480, a tenth of the rounds
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -28,6 +28,7 @@ namespace {
 
 constexpr Size kSizes[] = {{640, 480}, {1600, 1200}, {2592, 1944}};
 constexpr int kQuality = 90;
+bool quick = false;
 
 struct Contender {
     std::string name;
@@ -51,6 +52,7 @@ double Milliseconds(const std::function<bool()>& run, bool& available) {
 
 // Rounds of all contenders; the first warms up and counts as well.
 void Race(const char* what, Size size, std::vector<Contender> contenders, int rounds) {
+    if (quick) rounds = (rounds + 9) / 10;
     for (int round = 0; round < rounds; ++round) {
         for (Contender& contender : contenders) {
             if (contender.best < 0) continue;
@@ -82,6 +84,13 @@ std::string OursWith(cam::InstructionSet set) {
 
 cam::Frame FrameOf(Bytes& bytes, Size size) {
     return {bytes, size.width, -size.height, static_cast<std::uint32_t>(size.width) * 2};
+}
+
+// As much memory read and written as there is in `bytes` of it.
+constexpr const char* kFloor = "floor: the memory, copied";
+bool Copy(Bytes& to, const Bytes& from, std::size_t bytes) {
+    std::memcpy(to.data(), from.data(), bytes);
+    return true;
 }
 
 using Conversion = void (*)(const cam::Frame&, const PixelKernels&);
@@ -120,14 +129,20 @@ void RaceConversions(Size size) {
     toRgb.push_back({"libyuv SSE, two passes", warm,
                      [&] { return YuvTwoPasses(frame, size, YuvLevel::Sse, argb, target); }});
     toRgb.push_back({"swscale", warm, [&] { return SwscaleYuy2ToRgb565(frame, size, target); }});
+    // No conversion is faster than reading all of its input and writing all of its output.
+    toRgb.push_back({kFloor, warm, [&] { return Copy(target, frame, pixels * 2); }});
     Race("YUY2 to RGB565", size, toRgb, rounds);
 
-    Race("Luma of YUY2", size, KernelSets(Yuy2ToGrey, size, yuy2, frame), rounds);
-    Race("Grey of RGB565", size, KernelSets(Rgb565ToGrey, size, rgb565, frame), rounds);
+    for (const bool fromYuy2 : {true, false}) {
+        auto toGrey = KernelSets(fromYuy2 ? Yuy2ToGrey : Rgb565ToGrey, size, fromYuy2 ? yuy2 : rgb565, frame);
+        toGrey.push_back({kFloor, warm, [&] { return Copy(target, frame, pixels * 3 / 2); }});
+        Race(fromYuy2 ? "Luma of YUY2" : "Grey of RGB565", size, toGrey, rounds);
+    }
 
     auto expansion = KernelSets(ExpandGrey, size, grey, frame);
     expansion.push_back(
         {"OpenCV, grey to BGR565", warm, [&] { return OpenCvGreyTo565(grey, size, target); }});
+    expansion.push_back({kFloor, warm, [&] { return Copy(target, frame, pixels * 3 / 2); }});
     Race("Grey to words", size, expansion, rounds);
 
     std::vector<Contender> toRgb888;
@@ -195,6 +210,7 @@ void RaceEncoders(Size size) {
     const Bytes rgb888 = Rgb888Of(rgb565);
     Bytes frame(pixels * 2), out(pixels * 4 + 65536);
 #ifdef CAM_HAVE_JPEG
+    const Planes planes = PlanesOf(rgb565, size);
     Race("JPEG in memory", size,
          {{"libjpeg-turbo alone, from RGB888", {}, [&] { return JpegAlone(rgb888, size, kQuality, out); }},
           {"Ocellus, from RGB565",
@@ -208,7 +224,8 @@ void RaceEncoders(Size size) {
                Yuy2ToRgb565(FrameOf(frame, size));
                MemorySink sink(out);
                return EncodeJpeg(FrameOf(frame, size), kQuality, sink) == EncodeStatus::Done;
-           }}},
+           }},
+          {"floor: libjpeg-turbo from planes", {}, [&] { return JpegFromPlanes(planes, kQuality, out); }}},
          static_cast<int>(60'000'000 / pixels));
     RaceJpegFiles(size);
 #endif
@@ -228,14 +245,17 @@ void RaceEncoders(Size size) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::string only = argc > 1 ? argv[1] : "";
-    if (argc > 2 || (argc == 2 && only != "conversions" && only != "encoders")) {
-        std::fprintf(stderr, "usage: pixel_bench [conversions|encoders]\n");
+    quick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;
+    const int next = quick ? 2 : 1;
+    const std::string only = argc > next ? argv[next] : "";
+    if (argc > next + 1 || (argc > next && only != "conversions" && only != "encoders")) {
+        std::fprintf(stderr, "usage: pixel_bench [--quick] [conversions|encoders]\n");
         return 2;
     }
     for (const Size& size : kSizes) {
         if (only != "encoders") RaceConversions(size);
         if (only != "conversions") RaceEncoders(size);
+        if (quick) break;
     }
     return 0;
 }

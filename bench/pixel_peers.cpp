@@ -1,8 +1,12 @@
 #include "pixel_peers.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "still/pixels/pixel_convert.h"
+#include "still/pixels/pixel_kernels.h"
 
 #ifdef CAM_HAVE_JPEG
 #include <jpeglib.h>
@@ -151,8 +155,69 @@ bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out, std::siz
     if (used) *used = bytes;
     return true;
 }
+
+Planes PlanesOf(const Bytes& rgb565, Size size) {
+    constexpr std::size_t kBlock = 2 * DCTSIZE;
+    static_assert(kBlock % still::kYccPixels == 0 || still::kYccPixels % kBlock == 0);
+    const auto width = static_cast<std::size_t>(size.width), rows = static_cast<std::size_t>(size.height);
+    if (width % still::kYccPixels != 0) std::abort();
+    const std::size_t padded = (rows + kBlock - 1) / kBlock * kBlock;
+    Planes planes = {size, Bytes(padded * width), Bytes(padded * width / 4), Bytes(padded * width / 4)};
+    for (std::size_t y = 0; y < padded; y += 2) {
+        const std::uint8_t* const upper = rgb565.data() + std::min(y, rows - 1) * width * 2;
+        const std::uint8_t* const lower = rgb565.data() + std::min(y + 1, rows - 1) * width * 2;
+        std::uint8_t* const luma = planes.luma.data() + y * width;
+        still::kPlainPixelKernels.rgb565RowsToYcc({{luma, luma + width},
+                                                   planes.cb.data() + y / 2 * width / 2,
+                                                   planes.cr.data() + y / 2 * width / 2},
+                                                  upper, lower, width);
+    }
+    return planes;
+}
+
+bool JpegFromPlanes(const Planes& planes, int quality, Bytes& out) {
+    jpeg_compress_struct compressor;
+    jpeg_error_mgr errors;
+    compressor.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&compressor);
+    unsigned char* buffer = out.data();
+    unsigned long bytes = out.size();
+    jpeg_mem_dest(&compressor, &buffer, &bytes);
+    compressor.image_width = static_cast<unsigned>(planes.size.width);
+    compressor.image_height = static_cast<unsigned>(planes.size.height);
+    compressor.input_components = 3;
+    compressor.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&compressor);
+    jpeg_set_quality(&compressor, quality, TRUE);
+    compressor.raw_data_in = TRUE;
+    jpeg_start_compress(&compressor, TRUE);
+    const auto width = static_cast<std::size_t>(planes.size.width);
+    while (compressor.next_scanline < compressor.image_height) {
+        constexpr std::size_t kLumaRows = 2 * DCTSIZE;
+        JSAMPROW luma[kLumaRows], cb[DCTSIZE], cr[DCTSIZE];
+        for (std::size_t i = 0; i < kLumaRows; ++i)
+            luma[i] = const_cast<JSAMPROW>(planes.luma.data()) + (compressor.next_scanline + i) * width;
+        for (std::size_t i = 0; i < DCTSIZE; ++i) {
+            const std::size_t at = (compressor.next_scanline / 2 + i) * width / 2;
+            cb[i] = const_cast<JSAMPROW>(planes.cb.data()) + at;
+            cr[i] = const_cast<JSAMPROW>(planes.cr.data()) + at;
+        }
+        JSAMPARRAY components[] = {luma, cb, cr};
+        jpeg_write_raw_data(&compressor, components, kLumaRows);
+    }
+    jpeg_finish_compress(&compressor);
+    jpeg_destroy_compress(&compressor);
+    if (buffer != out.data()) std::abort();
+    return true;
+}
 #else
 bool JpegAlone(const Bytes&, Size, int, Bytes&, std::size_t*) {
+    return false;
+}
+Planes PlanesOf(const Bytes&, Size size) {
+    return {size, {}, {}, {}};
+}
+bool JpegFromPlanes(const Planes&, int, Bytes&) {
     return false;
 }
 #endif

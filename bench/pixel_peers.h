@@ -29,6 +29,13 @@ bool OpenCvJpegFile(const Bytes& yuy2, Size size, int quality, Bytes& bgr, const
 // libjpeg-turbo and libpng: from rows that are RGB888 already, into memory. `used` (optional): how many
 // bytes.
 bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out, std::size_t* used = nullptr);
+// libjpeg-turbo again, from finished planes: what no conversion of colours can go below.
+struct Planes {
+    Size size;
+    Bytes luma, cb, cr;  // 4:2:0, rows and columns to whole blocks
+};
+Planes PlanesOf(const Bytes& rgb565, Size size);
+bool JpegFromPlanes(const Planes& planes, int quality, Bytes& out);
 bool PngAlone(const Bytes& rgb888, Size size, Bytes& out, std::size_t* used = nullptr);
 
 }  // namespace cam::bench

@@ -3,6 +3,7 @@
 //   ce_instructions [--chart] [FOLDER]    of kernels.dll; default: the ce build's
 //   ce_instructions --time [FOLDER]       also the time that a device may take (emulator/device_time.h); from
 //                                         empty caches, twice as slow
+//   ce_instructions --scenes [FOLDER]     of pictures made from seeds instead
 //   ce_instructions --memory [FOLDER]     instead, the memory that each format takes beside the frame
 //
 // The picture is a frame of the real film when scripts/setup.sh has put it into build/media, else, or with
@@ -16,6 +17,7 @@
 #include <fstream>
 
 #include "emulator/process.h"
+#include "scenes.h"
 
 using namespace ce;
 
@@ -116,6 +118,23 @@ class Bench {
             return Call("runPng", {kFrame, kWidth, kRows, kStride, kOut, kBytes});
         });
     }
+    // One picture through everything that depends on what it shows; instructions a pixel.
+    void Scene(const char* name, u32 seed) {
+        std::printf("%-11s %4u", name, seed);
+        const auto count = [&](const std::vector<u8>& input, const char* function,
+                               const std::vector<u32>& words) {
+            Put(input);
+            process.machine.StartCounting();
+            Call(function, words);
+            std::printf(" %9.2f", PerPixel(process.machine.StopCounting()));
+        };
+        count(grey, "runThreshold", {kChosen, kFrame, kWidth, kRows, kPixels, 10});
+        count(raster, "runGroup4", {kChosen, kFrame, kWidth, kRows, kOut, kBytes});
+        count(rgb565, "runJpeg", {kFrame, kWidth, kRows, kStride, 90, kOut, kBytes});
+        count(rgb565, "runPng", {kFrame, kWidth, kRows, kStride, kOut, kBytes});
+        std::printf("\n");
+        std::fflush(stdout);
+    }
     bool repeatable = true;
 
   private:
@@ -182,10 +201,44 @@ class Bench {
 
 namespace {
 
+// Y0 U Y1 V of a scene, as a camera would send it.
+std::vector<u8> Yuy2Of(const cam::bench::Bytes& rgb565) {
+    std::vector<u8> yuy2(2 * kPixels);
+    for (u32 i = 0; i < kPixels; i += 2) {
+        int blue = 0, red = 0;
+        for (u32 x = i; x < i + 2; ++x) {
+            const u32 word = static_cast<u32>(rgb565[2 * x] | rgb565[2 * x + 1] << 8);
+            const int r = static_cast<int>(word >> 11) * 255 / 31,
+                      g = static_cast<int>(word >> 5 & 63) * 255 / 63;
+            const int b = static_cast<int>(word & 31) * 255 / 31;
+            yuy2[2 * x] = static_cast<u8>(16 + (66 * r + 129 * g + 25 * b + 128) / 256);
+            blue += -38 * r - 74 * g + 112 * b;
+            red += 112 * r - 94 * g - 18 * b;
+        }
+        yuy2[2 * i + 1] = static_cast<u8>(128 + blue / 512);
+        yuy2[2 * i + 3] = static_cast<u8>(128 + red / 512);
+    }
+    return yuy2;
+}
+
+void CountScenes(const std::string& folder) {
+    using cam::bench::Scene;
+    std::printf("%-11s %4s %9s %9s %9s %9s\n", "scene", "seed", "threshold", "Group 4", "JPEG", "PNG");
+    for (const Scene scene :
+         {Scene::Landscape, Scene::Page, Scene::Grey, Scene::Screen, Scene::Text, Scene::Halftone}) {
+        for (const u32 seed : {1u, 2u}) {
+            const auto frame = cam::bench::MakeScene(scene, {kWidth, kRows}, seed);
+            Bench(folder, Yuy2Of(frame), false).Scene(cam::bench::NameOf(scene), seed);
+        }
+    }
+}
+
 // The most that is allocated at a time while a file is written. What the picture shows makes no difference.
 void PrintMemory(const std::string& folder) {
     constexpr u32 kSizes[][2] = {{640, 480}, {1600, 1200}, {2592, 1944}, {2976, 1680}};
     constexpr const char* kFormats[] = {"BMP", "JPEG", "PNG", "TIFF"};
+    // Rows so wide that one more block of them takes more than is aimed at.
+    constexpr u32 kAimed = 192 * 1024, kFewRows = 32, kWidest = 32768;
     constexpr u32 kLargest = 0x00A00000, kName = kOut;
     const std::string files = std::filesystem::temp_directory_path().string();
     Process process(files);
@@ -196,17 +249,24 @@ void PrintMemory(const std::string& folder) {
     const std::string name = "ocellus-memory-" + std::to_string(getpid());
     for (u32 i = 0; i <= name.size(); ++i)
         process.machine.Write(kName + 2 * i, static_cast<u16>(name.c_str()[i]));
-    std::printf("KB at most %12s %12s %12s %12s\n", "640x480", "1600x1200", "2592x1944", "2976x1680");
+    const auto peak = [&](u32 format, u32 width, u32 rows) {
+        const u32 before = process.heap.Bytes();
+        process.heap.StartPeak();
+        if (process.Call(module, "runFile", {format, kFrame, width, rows, kName}) != 0)
+            throw Failure("the file could not be written");
+        return process.heap.PeakBytes() - before;
+    };
+    std::printf("KB at most %12s %12s %12s %12s %12s\n", "640x480", "1600x1200", "2592x1944", "2976x1680",
+                "widest");
     for (u32 format = 0; format < 4; ++format) {
         std::printf("%-10s", kFormats[format]);
-        for (const auto& size : kSizes) {
-            const u32 before = process.heap.Bytes();
-            process.heap.StartPeak();
-            const u32 result = process.Call(module, "runFile", {format, kFrame, size[0], size[1], kName});
-            if (result != 0) throw Failure("the file could not be written");
-            std::printf(" %12.1f", (process.heap.PeakBytes() - before) / 1024.0);
+        for (const auto& size : kSizes) std::printf(" %12.1f", peak(format, size[0], size[1]) / 1024.0);
+        u32 fits = kSizes[0][0], fails = kWidest;
+        while (fails - fits > 8) {
+            const u32 middle = (fits + fails) / 2 / 8 * 8;
+            (peak(format, middle, kFewRows) <= kAimed ? fits : fails) = middle;
         }
-        std::printf("\n");
+        std::printf(fails == kWidest ? " %9s%u\n" : " %12s%u\n", fails == kWidest ? "above " : "", fits);
     }
     std::filesystem::remove(files + "/" + name);
 }
@@ -227,6 +287,7 @@ int main(int count, char** arguments) {
     }
     try {
         if (option == "--memory") return PrintMemory(folder), 0;
+        if (option == "--scenes") return CountScenes(folder), 0;
         std::vector<u8> frame;
         if (!wantsChart) frame = ReadFilm(OCELLUS_MEDIA "/film.y4m");
         std::printf("Picture: %s\n", wantsChart      ? "a chart"
