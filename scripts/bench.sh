@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Sets up, builds, measures, and prints every table of docs/performance.md, then what is aimed at beside what was reached.
+# Sets up, builds and measures, prints what it measures and what is aimed at beside what was reached. When everything has been measured,
+# the tables of docs/performance.md and docs/bilevel-tiff.md and the picture are written anew, all from that run.
 #
 #   scripts/bench.sh             everything; about ten minutes on an idle machine
-#   scripts/bench.sh TABLE...    only some of: pixel png kernels files latency arm bilevel webcam
+#   scripts/bench.sh TABLE...    only some of: pixel png jpeg kernels files latency arm bilevel webcam
+#   scripts/bench.sh --quick     under a minute, for whoever changes a routine: the smallest size, few rounds, instructions on ARM
 #   scripts/bench.sh --build-only [TABLE...]    sets up and builds what they need, and measures nothing
 #
 # Each table stays in build/bench/TABLE.txt. Times are ratios within one run, best of many rounds; others on the machine disturb them
@@ -11,11 +13,18 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-tables=(pixel png kernels files latency arm bilevel webcam)
-buildOnly=
+all=(pixel png jpeg kernels files latency arm bilevel webcam)
+tables=("${all[@]}")
+buildOnly=''
+quick=''
 if [ "${1:-}" = --build-only ]; then
     buildOnly=yes
     shift
+elif [ "${1:-}" = --quick ]; then
+    quick=yes
+    shift
+    [ $# -eq 0 ] || refuse "--quick stands alone"
+    set -- pixel png jpeg bilevel arm
 fi
 for table in "$@"; do
     [[ " ${tables[*]} " = *" $table "* ]] || refuse "there is no table '$table', only: ${tables[*]}"
@@ -24,6 +33,7 @@ if [ $# -gt 0 ]; then tables=("$@"); fi
 wanted() { [[ " ${tables[*]} " = *" $1 "* ]]; }
 
 out=build/bench
+if [ "$quick" ]; then out=build/bench/quick; fi
 alternations=10
 previewSeconds=20
 say() { printf '== %s\n' "$*" >&2; }
@@ -32,10 +42,10 @@ say() { printf '== %s\n' "$*" >&2; }
 
 native=() host=() ce=()
 if wanted pixel; then native+=(pixel_bench); fi
-if wanted png; then native+=(png_bench); fi
+if wanted png || wanted jpeg; then native+=(encoder_bench); fi
 if wanted bilevel; then native+=(bilevel_bench); fi
 if wanted kernels; then native+=(kernel_bench) host+=(kernel_bench); fi
-if wanted files; then host+=(picture_bench); fi
+if wanted files; then host+=(picture_bench memory_bench); fi
 if wanted webcam; then native+=(webcam_bench) host+=(latency_bench ocellus devicekit); fi
 if wanted latency; then host+=(latency_bench ocellus devicekit); fi
 if wanted arm; then native+=(ce_instructions) ce+=(kernels); fi
@@ -50,6 +60,7 @@ build() { # PRESET TARGETS...
 }
 
 mkdir -p "$out"
+if [ ! "$buildOnly" ]; then rm -f "$out"/*.txt; fi
 scripts/setup.sh bench >&2
 build native "${native[@]}"
 if [ ${#host[@]} -gt 0 ]; then build host launch "${host[@]}"; fi
@@ -83,18 +94,35 @@ measureKernels() {
 
 measure() { # TABLE
     case $1 in
-    pixel) build/native/bin/pixel_bench ;;
-    png) build/native/bin/png_bench ;;
+    pixel) build/native/bin/pixel_bench ${quick:+--quick} ;;
+    png | jpeg) build/native/bin/encoder_bench "$1" ${quick:+--quick} ;;
     kernels) measureKernels ;;
-    files) scripts/host.sh build/host/bin/picture_bench.exe | tr -d '\r' ;;
+    files)
+        scripts/host.sh build/host/bin/memory_bench.exe | tr -d '\r' >"$out/desktop-memory.txt"
+        cat "$out/desktop-memory.txt" >&2
+        scripts/host.sh build/host/bin/picture_bench.exe | tr -d '\r'
+        ;;
     latency) scripts/host.sh build/host/bin/latency_bench.exe "$previewSeconds" | tr -d '\r' ;;
-    arm) build/native/bin/ce_instructions ;;
+    arm)
+        if [ "$quick" ]; then
+            build/native/bin/ce_instructions
+            return
+        fi
+        build/native/bin/ce_instructions --memory >"$out/memory.txt"
+        build/native/bin/ce_instructions --scenes >"$out/scenes.txt"
+        cat "$out/memory.txt" "$out/scenes.txt" >&2
+        build/native/bin/ce_instructions --time
+        ;;
     webcam)
         build/native/bin/webcam_bench
         printf '\n'
         scripts/host.sh build/host/bin/latency_bench.exe "$previewSeconds" webcam | tr -d '\r'
         ;;
     bilevel)
+        if [ "$quick" ]; then
+            build/native/bin/bilevel_bench --size 640x480 --rounds 3 --pictures 3
+            return
+        fi
         build/native/bin/bilevel_bench
         printf '\n'
         scripts/count-instructions.sh
@@ -102,11 +130,20 @@ measure() { # TABLE
     esac
 }
 
-declare -A titles=([pixel]="Pixels and encoders, against other libraries" [png]="PNG files, scene by scene" [kernels]="Windows build (under Wine) against the native build"
+declare -A titles=([pixel]="Pixels and encoders, against other libraries" [png]="PNG files, scene by scene" [jpeg]="JPEG files, scene by scene"
+    [kernels]="Windows build (under Wine) against the native build"
     [files]="Picture files and stamped text (Wine)" [latency]="The camera as an application sees it (Wine, device kit)"
     [webcam]="Webcams: conversions, delay, lost frames, processor"
     [arm]="Instructions on ARM v4T" [bilevel]="Black and white TIFF, against other libraries")
-printf '%s, %d cores, %s, %s\n' "$(sed -n 's/^model name\t*: //p' /proc/cpuinfo | head -n 1)" "$(nproc)" "$(date +%F)" "$(gcc --version | head -n 1)"
+version() { dpkg-query -W -f '${Version}' "$1" 2>/dev/null || echo '(missing)'; }
+load() { cut -d ' ' -f 1 /proc/loadavg; }
+loadBefore=$(load)
+describe() {
+    printf '%s, a machine with %d cores (%s); load when it began %s, when it ended %s.\n' "$(date +%F)" "$(nproc)" \
+        "$(sed -n 's/^model name\t*: //p' /proc/cpuinfo | head -n 1)" "$loadBefore" "$(load)"
+    printf '%s; Wine %s; libyuv %s, swscale %s, OpenCV %s, libjpeg-turbo %s, libpng %s.\n' "$(gcc --version | head -n 1)" \
+        "$(version wine)" "$(version libyuv-dev)" "$(version libswscale-dev)" "$(version libopencv-dev)" "$(version libjpeg62-turbo-dev)" "$(version libpng-dev)"
+}
 failed=0
 for table in "${tables[@]}"; do
     say "Measuring: $table"
@@ -120,11 +157,14 @@ done
 
 # ---- What is aimed at ---------------------------------------------------------------------------------------------------
 
-# Reads the tables above. AIM is "<= N" or ">= N".
-printf '\n## Aims\n\n| what | size | aim | reached | |\n|---|---|---|---|---|\n'
-files=()
-for table in "${tables[@]}"; do
-    if [[ ! $table =~ ^(latency|webcam)$ ]] && [ -f "$out/$table.txt" ]; then files+=("$out/$table.txt"); fi
-done
-awk -f scripts/bench-aims.awk "${files[@]}" /dev/null
+printf '\n## Aims\n\n'
+if [ "${tables[*]}" = "${all[*]}" ]; then
+    describe | tee "$out/machine.txt"
+    printf '\n'
+    bench/page.py "$out" --aims
+    # The tables are of one run or not written.
+    if [ "$failed" -eq 0 ]; then /usr/bin/python3 bench/page.py "$out" --write || failed=1; fi
+else
+    bench/page.py "$out" --aims
+fi
 exit $failed
