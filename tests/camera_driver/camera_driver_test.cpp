@@ -270,7 +270,9 @@ TEST_CASE("broken JPEG pictures are passed over and counted") {
     REQUIRE(SUCCEEDED(graph.Stop()));
     cam::platform::StreamState state = {};
     REQUIRE(cam::platform::GetStreamState(&state));
-    CHECK(state.brokenFrames == state.frames / 3);
+    // What comes while it stops is counted, and not looked into.
+    CHECK(state.brokenFrames <= state.frames / 3);
+    CHECK(state.brokenFrames >= state.frames / 3 - 1);
     CHECK_FALSE(state.lost);
     CHECK(ShowsChart(graph.previewFrames.Last().bytes, {Layout::Rgb555, 320, 240, false}, kTolerance));
 }
