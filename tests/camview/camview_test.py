@@ -435,6 +435,9 @@ def screens(viewer):
         wait_for("the picture is there", lambda: is_red(picture_corner(viewer)))
 
 
+TAKES_KEYS = ("Button", "Edit", "ComboBox", "msctls_trackbar32", "SysListView32", "SysTabControl32", "camview.preview")
+
+
 def names(viewer):
     """As screen readers have them: everything that the Tab key reaches has a name, and no two of one page have the same."""
     pages = 0
@@ -442,7 +445,7 @@ def names(viewer):
     for _, kind, number, name in viewer.ask("names"):
         if kind == "camview.page":
             pages += 1
-        if kind not in ("Button", "Edit", "ComboBox", "msctls_trackbar32", "SysListView32", "SysTabControl32", "camview.preview"):
+        if kind not in TAKES_KEYS:
             continue
         check(f"{kind} {number} of page {pages} has a name, not '{name}'", any(letter.isalnum() for letter in name))
         if kind != "camview.preview":  # one in the other
@@ -452,6 +455,30 @@ def names(viewer):
     check("a button says what it is about", {"Brightness: default", "White balance: automatic", "Color enable: on"} <= {name for _, name in named})
     viewer.tab(1)
     check("what is to be seen is short", viewer.the(number=204, kind="Button").text == "Default")
+    viewer.tab(0)
+
+
+ONE_OF_TWO = "1:1"
+
+
+def tab_key(viewer):
+    """Goes round each page by the Tab key: everything that is to be seen and can be used is on the way."""
+    for page in range(5):
+        viewer.focus_picture()
+        viewer.tab(page)
+        reached = []
+        focus = viewer.ask("focus")[0][0]
+        while focus not in reached:
+            reached.append(focus)
+            viewer.key("Tab")
+            wait_for("the Tab key goes on", lambda: viewer.ask("focus")[0][0] != reached[-1])
+            focus = viewer.ask("focus")[0][0]
+        for control in viewer.controls():
+            # One of two choices is left by the arrow keys; of the two windows of the picture one takes the keys.
+            if control.visible and control.enabled and control.width and control.kind in TAKES_KEYS[:-1] and control.text != ONE_OF_TWO:
+                check(f"page {page}: {control.kind} {control.id} '{control.text}' is reached", control.handle in reached)
+        check(f"page {page}: {len(reached)} controls are on the way", len(reached) > 4)
+    viewer.focus_picture()
     viewer.tab(0)
 
 
@@ -570,7 +597,7 @@ def from_the_command_line():
 
 HALVES = {
     "pictures": (pictures, resolution, controls, settings, bad_places, screens, close_with_a_picture_on_its_way, from_the_command_line),
-    "cameras": (names, faults, kit_form, cameras, close, second_start, webcam, nothing_registered),
+    "cameras": (names, tab_key, faults, kit_form, cameras, close, second_start, webcam, nothing_registered),
 }
 
 

@@ -5,6 +5,7 @@
 //     list       every window of the viewer and its dialogs: handle, parent, class, id, visible, enabled,
 //                left, top, width, height, state, text
 //     names      every control as screen readers have it from the system: handle, class, id, name
+//     focus      the handle of the control that takes the keys
 //     dpi N      tells the viewer that its screen has N dots an inch
 //     counts     handles, GDI objects, windows, kilobytes of memory
 #include <windows.h>
@@ -152,6 +153,13 @@ int GdiObjects(HANDLE process) {
     return count;
 }
 
+void PrintFocus(HWND window) {
+    GUITHREADINFO info = {};
+    info.cbSize = sizeof info;
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    printf("%p\n", static_cast<void*>(info.hwndFocus));
+}
+
 void PrintCounts(HWND window) {
     DWORD id = 0;
     GetWindowThreadProcessId(window, &id);
@@ -187,6 +195,8 @@ int main() {
         } else if (window && sscanf(line, "dpi %d", &dpi) == 1) {
             constexpr UINT kDpiChanged = 0x02E0;
             SendMessageW(window, kDpiChanged, static_cast<WPARAM>(MAKELONG(dpi, dpi)), 0);
+        } else if (window && strncmp(line, "focus", 5) == 0) {
+            PrintFocus(window);
         } else if (window && strncmp(line, "counts", 6) == 0) {
             PrintCounts(window);
         }

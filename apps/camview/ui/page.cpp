@@ -1,5 +1,7 @@
 #include "ui/page.h"
 
+#include <commctrl.h>
+
 #include <cwchar>
 
 namespace camview {
@@ -91,8 +93,19 @@ HWND Page::AddList(int id) {
     return Add(L"COMBOBOX", L"", CBS_DROPDOWNLIST | WS_TABSTOP | WS_VSCROLL, id);
 }
 
+namespace {
+// A field of several lines asks for every key. The Tab key leaves it, as it leaves any other.
+LRESULT CALLBACK LeaveByTab(HWND control, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR, DWORD_PTR) {
+    const LRESULT answer = DefSubclassProc(control, message, wParam, lParam);
+    if (message == WM_GETDLGCODE && wParam == VK_TAB) return answer & ~(DLGC_WANTALLKEYS | DLGC_WANTTAB);
+    return answer;
+}
+}  // namespace
+
 HWND Page::AddEdit(int id, DWORD style) {
-    return Add(L"EDIT", L"", style | WS_TABSTOP, id, WS_EX_CLIENTEDGE);
+    const HWND edit = Add(L"EDIT", L"", style | WS_TABSTOP, id, WS_EX_CLIENTEDGE);
+    if (style & ES_MULTILINE) SetWindowSubclass(edit, LeaveByTab, 0, 0);
+    return edit;
 }
 
 Rows::Rows(HWND page, int dotsPerInch, int field, int labels)
