@@ -47,7 +47,12 @@ constexpr Kernel kKernels[] = {
     {"yuy2ToRgb555", 1, [](std::size_t w, std::size_t) { return 2 * Even(w); },
      [](std::size_t w) { return 2 * w; },
      [](const RowKernels& k, std::uint8_t* out, const std::uint8_t* const* in, std::size_t w) {
-         k.yuy2ToRgb555(out, in[0], w);
+         k.yuy2ToRgb555(out, in[0], w, 0);
+     }},
+    {"nv12ToRgb555", 2, [](std::size_t w, std::size_t input) { return input ? Even(w) : w; },
+     [](std::size_t w) { return 2 * w; },
+     [](const RowKernels& k, std::uint8_t* out, const std::uint8_t* const* in, std::size_t w) {
+         k.nv12ToRgb555(out, in[0], in[1], w, -static_cast<std::ptrdiff_t>(2 * w));
      }},
     {"bgr24ToRgb555", 1, [](std::size_t w, std::size_t) { return 3 * w; },
      [](std::size_t w) { return 2 * w; },
@@ -80,7 +85,7 @@ constexpr Kernel kKernels[] = {
 unsigned Rgb555Of(std::uint8_t y, std::uint8_t u, std::uint8_t v) {
     const std::uint8_t row[] = {y, u, y, v};
     std::uint8_t rgb[4];
-    kPlainRowKernels.yuy2ToRgb555(rgb, row, 2);
+    kPlainRowKernels.yuy2ToRgb555(rgb, row, 2, 0);
     return rgb[0] | rgb[1] << 8;
 }
 
@@ -130,8 +135,8 @@ TEST_CASE("YUY2 to RGB555 agrees for every Y, U and V") {
                 every[4 * pair + 3] = static_cast<std::uint8_t>(uv >> 8);
             }
             Bytes expected(512), actual(512);
-            kPlainRowKernels.yuy2ToRgb555(expected.data(), every.data(), 256);
-            fast->yuy2ToRgb555(actual.data(), every.data(), 256);
+            kPlainRowKernels.yuy2ToRgb555(expected.data(), every.data(), 256, 0);
+            fast->yuy2ToRgb555(actual.data(), every.data(), 256, 0);
             wrong += expected != actual;
         }
         CHECK(wrong == 0);

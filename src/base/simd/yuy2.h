@@ -21,11 +21,11 @@ struct ColorWords {
     Vector red, green, blue;
 };
 
-// Of one vector of YUY2, with the chroma terms that belong to it.
-inline ColorWords ColorsOfTerms(Vector pairs, const ChromaTerms& chroma) {
+// Of luma as words, with the chroma terms that belong to it.
+inline ColorWords ColorsOfTerms(Vector words, const ChromaTerms& chroma) {
     // (298 C + 128) / 2 - kShare
-    const Vector luma = CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(EvenBytes(pairs), Words(149)),
-                                            Words(-149 * 16 + 64 - kShare));
+    const Vector luma =
+        CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(words, Words(149)), Words(-149 * 16 + 64 - kShare));
     const Vector red = CAM_SIMD(max_epi16)(CAM_SIMD(adds_epi16)(luma, chroma.red), Zero());
     const Vector green = CAM_SIMD(max_epi16)(CAM_SIMD(adds_epi16)(luma, chroma.green), Zero());
     const Vector quarter = CAM_SIMD(adds_epi16)(CAM_SIMD(srai_epi16)(luma, 1), chroma.blue);
@@ -37,11 +37,8 @@ struct ChromaOfTwo {
     ChromaTerms low, high;
 };
 
-// The chroma terms of two vectors of YUY2, in that order.
-inline ChromaOfTwo ChromaOf(Vector first, Vector second) {
-    const Vector lowWords = CAM_SIMD(set1_epi32)(0xFFFF);
-    const Vector u = CAM_SIMD(packs_epi32)(And(OddBytes(first), lowWords), And(OddBytes(second), lowWords));
-    const Vector v = CAM_SIMD(packs_epi32)(CAM_SIMD(srli_epi32)(first, 24), CAM_SIMD(srli_epi32)(second, 24));
+// The chroma terms of two vectors of pixels, from U and V as words, one for each pair of pixels.
+inline ChromaOfTwo ChromaOfWords(Vector u, Vector v) {
     // 409 E / 2, -50 D - 104 E and 129 D, with the offset of 128 multiplied out.
     const Vector red = CAM_SIMD(add_epi16)(
         CAM_SIMD(add_epi16)(CAM_SIMD(mullo_epi16)(v, Words(204)), CAM_SIMD(srli_epi16)(v, 1)),
@@ -55,6 +52,14 @@ inline ChromaOfTwo ChromaOf(Vector first, Vector second) {
              CAM_SIMD(unpacklo_epi16)(blue, blue)},
             {CAM_SIMD(unpackhi_epi16)(red, red), CAM_SIMD(unpackhi_epi16)(green, green),
              CAM_SIMD(unpackhi_epi16)(blue, blue)}};
+}
+
+// The chroma terms of two vectors of YUY2, in that order.
+inline ChromaOfTwo ChromaOf(Vector first, Vector second) {
+    const Vector lowWords = CAM_SIMD(set1_epi32)(0xFFFF);
+    return ChromaOfWords(
+        CAM_SIMD(packs_epi32)(And(OddBytes(first), lowWords), And(OddBytes(second), lowWords)),
+        CAM_SIMD(packs_epi32)(CAM_SIMD(srli_epi32)(first, 24), CAM_SIMD(srli_epi32)(second, 24)));
 }
 
 }  // namespace

@@ -24,8 +24,8 @@ void Yuy2RowToRgb565(std::uint8_t* row, std::size_t width) {
         const Vector first = Load(row);
         const Vector second = Load(row + kVectorBytes);
         const ChromaOfTwo chroma = ChromaOf(first, second);
-        Store(row, Rgb565Of(ColorsOfTerms(first, chroma.low)));
-        Store(row + kVectorBytes, Rgb565Of(ColorsOfTerms(second, chroma.high)));
+        Store(row, Rgb565Of(ColorsOfTerms(EvenBytes(first), chroma.low)));
+        Store(row + kVectorBytes, Rgb565Of(ColorsOfTerms(EvenBytes(second), chroma.high)));
     }
     kPlainPixelKernels.yuy2RowToRgb565(row, left);
 }

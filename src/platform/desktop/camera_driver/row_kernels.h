@@ -10,10 +10,14 @@ namespace cam::driver {
 
 // Rows of `width` pixels; the rows of one call must not overlap. 16-bit pixels are little-endian words; YUY2
 // is Y0 U Y1 V for each pair of pixels, and its rows have whole pairs. No alignment is asked for. A kernel
-// touches the bytes of its pixels only.
+// touches the bytes of its pixels only. `nextRgb` is the way in bytes to the row that will be written next:
+// its memory is fetched meanwhile; whether there is such a row makes no difference but to the time.
 struct RowKernels {
     // BT.601 of the studio range, cut to 5 bits each.
-    void (*yuy2ToRgb555)(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width);
+    void (*yuy2ToRgb555)(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width,
+                         std::ptrdiff_t nextRgb);
+    void (*nv12ToRgb555)(std::uint8_t* rgb, const std::uint8_t* luma, const std::uint8_t* chroma,
+                         std::size_t width, std::ptrdiff_t nextRgb);
     // Pixels of B, G, R, and of B, G, R and a byte that does not count.
     void (*bgr24ToRgb555)(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width);
     void (*bgr32ToRgb555)(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width);

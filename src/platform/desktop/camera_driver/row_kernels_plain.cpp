@@ -22,12 +22,20 @@ unsigned Rgb555OfYuv(int c, int d, int e) {
            FiveBits(luma + 516 * d);
 }
 
-void Yuy2ToRgb555(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width) {
+void Yuy2ToRgb555(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width, std::ptrdiff_t) {
     for (std::size_t x = 0; x < width; x += 2, row += 4, rgb += 4) {
         const int d = row[1] - 128;
         const int e = row[3] - 128;
         StoreWord(rgb, Rgb555OfYuv(row[0] - 16, d, e));
         if (x + 1 < width) StoreWord(rgb + 2, Rgb555OfYuv(row[2] - 16, d, e));
+    }
+}
+
+void Nv12ToRgb555(std::uint8_t* rgb, const std::uint8_t* luma, const std::uint8_t* chroma, std::size_t width,
+                  std::ptrdiff_t) {
+    for (std::size_t x = 0; x < width; ++x, rgb += 2) {
+        const std::uint8_t* const uv = chroma + x / 2 * 2;
+        StoreWord(rgb, Rgb555OfYuv(luma[x] - 16, uv[0] - 128, uv[1] - 128));
     }
 }
 
@@ -65,7 +73,7 @@ void FullToStudio(std::uint8_t* yuy2, std::size_t width) {
 
 }  // namespace
 
-const RowKernels kPlainRowKernels = {Yuy2ToRgb555, BgrToRgb555<3>, BgrToRgb555<4>,
-                                     Nv12ToYuy2,   PlanarToYuy2,   FullToStudio};
+const RowKernels kPlainRowKernels = {Yuy2ToRgb555, Nv12ToRgb555, BgrToRgb555<3>, BgrToRgb555<4>,
+                                     Nv12ToYuy2,   PlanarToYuy2, FullToStudio};
 
 }  // namespace cam::driver

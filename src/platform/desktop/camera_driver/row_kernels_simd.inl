@@ -17,17 +17,46 @@ Vector Rgb555Of(const ColorWords& color) {
     return Or(Or(high, middle), CAM_SIMD(srli_epi16)(color.blue, 10));
 }
 
-void Yuy2ToRgb555(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width) {
+// While a row is converted, the lines of memory that are next to be read and written are fetched: the input
+// this far ahead, the output a row ahead, because preview's rows lie upwards in memory. A row of the output
+// that is not in the cache would have to be waited for at its first byte, though not one of its bytes counts.
+constexpr std::size_t kFetchAhead = 3072;
+constexpr std::size_t kLineBytes = 64;
+
+void FetchLinesAhead(const std::uint8_t* input, const std::uint8_t* output, std::ptrdiff_t nextRgb) {
+    for (std::size_t i = 0; i < 2 * kVectorBytes; i += kLineBytes) {
+        _mm_prefetch(reinterpret_cast<const char*>(input + kFetchAhead + i), _MM_HINT_T0);
+        __builtin_prefetch(output + nextRgb + static_cast<std::ptrdiff_t>(i), 1);
+    }
+}
+
+void Yuy2ToRgb555(std::uint8_t* rgb, const std::uint8_t* row, std::size_t width, std::ptrdiff_t nextRgb) {
     std::size_t left = width;
     for (; left >= 2 * kVectorPixels;
          left -= 2 * kVectorPixels, row += 2 * kVectorBytes, rgb += 2 * kVectorBytes) {
+        FetchLinesAhead(row, rgb, nextRgb);
         const Vector first = Load(row);
         const Vector second = Load(row + kVectorBytes);
         const ChromaOfTwo chroma = ChromaOf(first, second);
-        Store(rgb, Rgb555Of(ColorsOfTerms(first, chroma.low)));
-        Store(rgb + kVectorBytes, Rgb555Of(ColorsOfTerms(second, chroma.high)));
+        Store(rgb, Rgb555Of(ColorsOfTerms(EvenBytes(first), chroma.low)));
+        Store(rgb + kVectorBytes, Rgb555Of(ColorsOfTerms(EvenBytes(second), chroma.high)));
     }
-    kPlainRowKernels.yuy2ToRgb555(rgb, row, left);
+    kPlainRowKernels.yuy2ToRgb555(rgb, row, left, nextRgb);
+}
+
+void Nv12ToRgb555(std::uint8_t* rgb, const std::uint8_t* luma, const std::uint8_t* chroma, std::size_t width,
+                  std::ptrdiff_t nextRgb) {
+    std::size_t left = width;
+    for (; left >= kVectorBytes;
+         left -= kVectorBytes, luma += kVectorBytes, chroma += kVectorBytes, rgb += 2 * kVectorBytes) {
+        FetchLinesAhead(luma, rgb, nextRgb);
+        const Vector lumas = SwapMiddle(Load(luma));
+        const Vector pairs = SwapMiddle(Load(chroma));
+        const ChromaOfTwo terms = ChromaOfWords(EvenBytes(pairs), OddBytes(pairs));
+        Store(rgb, Rgb555Of(ColorsOfTerms(CAM_SIMD(unpacklo_epi8)(lumas, Zero()), terms.low)));
+        Store(rgb + kVectorBytes, Rgb555Of(ColorsOfTerms(CAM_SIMD(unpackhi_epi8)(lumas, Zero()), terms.high)));
+    }
+    kPlainRowKernels.nv12ToRgb555(rgb, luma, chroma, left, nextRgb);
 }
 
 // ---- RGB ------------------------------------------------------------------------------------------------

@@ -5,7 +5,7 @@
 
 namespace cam::driver {
 
-const RowKernels kSse2RowKernels = {Yuy2ToRgb555, Bgr24ToRgb555, Bgr32ToRgb555,
-                                    Nv12ToYuy2,   PlanarToYuy2,  FullToStudio};
+const RowKernels kSse2RowKernels = {Yuy2ToRgb555, Nv12ToRgb555, Bgr24ToRgb555, Bgr32ToRgb555,
+                                    Nv12ToYuy2,   PlanarToYuy2, FullToStudio};
 
 }  // namespace cam::driver

@@ -109,7 +109,8 @@ void SourcePicture::ReadYuy2Row(std::uint32_t y, std::uint8_t* out) const {
     if (planes.fullRange) kernels.fullToStudio(out, shape.width);
 }
 
-void SourcePicture::ReadRgb555Row(std::uint32_t y, std::uint8_t* out, std::uint8_t* scratch) const {
+void SourcePicture::ReadRgb555Row(std::uint32_t y, std::uint8_t* out, std::uint8_t* scratch,
+                                  std::ptrdiff_t nextOut) const {
     const RowKernels& kernels = Kernels();
     switch (shape.encoding) {
         case Encoding::Rgb24:
@@ -119,11 +120,14 @@ void SourcePicture::ReadRgb555Row(std::uint32_t y, std::uint8_t* out, std::uint8
             kernels.bgr32ToRgb555(out, Row(0, y), shape.width);
             break;
         case Encoding::Yuy2:
-            kernels.yuy2ToRgb555(out, Row(0, y), shape.width);
+            kernels.yuy2ToRgb555(out, Row(0, y), shape.width, nextOut);
+            break;
+        case Encoding::Nv12:
+            kernels.nv12ToRgb555(out, Row(0, y), Row(1, y), shape.width, nextOut);
             break;
         default:
             ReadYuy2Row(y, scratch);
-            kernels.yuy2ToRgb555(out, scratch, shape.width);
+            kernels.yuy2ToRgb555(out, scratch, shape.width, nextOut);
             break;
     }
 }
@@ -161,14 +165,14 @@ void PreviewScaler::Draw(const SourcePicture& picture, std::uint8_t* frame) {
     for (std::uint32_t y = 0; y < frameHeight; ++y) {
         std::uint8_t* const out = frame + (frameHeight - 1 - y) * stride;
         if (sameSize) {
-            picture.ReadRgb555Row(y, out, scratch.data());
+            picture.ReadRgb555Row(y, out, scratch.data(), -static_cast<std::ptrdiff_t>(stride));
             continue;
         }
         std::memset(out, 0, stride);
         if (y < top || y - top >= shownHeight) continue;
         const auto from =
             static_cast<std::uint32_t>((2 * std::uint64_t{y - top} + 1) * shape.height / (2 * shownHeight));
-        if (from != inRow) picture.ReadRgb555Row(inRow = from, row.data(), scratch.data());
+        if (from != inRow) picture.ReadRgb555Row(inRow = from, row.data(), scratch.data(), 0);
         for (std::uint32_t x = 0; x < shownWidth; ++x)
             std::memcpy(out + 2 * (left + x), row.data() + 2 * columns[x], 2);
     }

@@ -44,8 +44,10 @@ class SourcePicture {
     const SourceShape& Shape() const { return shape; }
     // Whole pairs of pixels in the studio range.
     void ReadYuy2Row(std::uint32_t y, std::uint8_t* out) const;
-    // `scratch` has room for a YUY2 row.
-    void ReadRgb555Row(std::uint32_t y, std::uint8_t* out, std::uint8_t* scratch) const;
+    // `scratch` has room for a YUY2 row; `nextOut` is the way from `out` to where the next row will be
+    // wanted.
+    void ReadRgb555Row(std::uint32_t y, std::uint8_t* out, std::uint8_t* scratch,
+                       std::ptrdiff_t nextOut) const;
 
   private:
     const std::uint8_t* Row(int plane, std::uint32_t y) const;
