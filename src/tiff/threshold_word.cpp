@@ -2,6 +2,7 @@
 // product for a pixel but the one that says what its limit is.
 #include <string.h>
 
+#include "tiff/column_sums.h"
 #include "tiff/threshold_plan.h"
 #include "tiff/tiff_kernels.h"
 
@@ -11,23 +12,6 @@ namespace {
 // The factor 1 - ratio is a multiple of 2^-24, as a difference between 1 and a number up to 1 in single
 // precision.
 constexpr int kKeepBits = 24;
-
-using AliasedWord __attribute__((may_alias)) = uint32_t;
-
-uint32_t LoadWord(const uint8_t* at) {
-    return *reinterpret_cast<const AliasedWord*>(at);
-}
-void StoreWord(uint8_t* at, uint32_t word) {
-    *reinterpret_cast<AliasedWord*>(at) = word;
-}
-
-// Sums are half-words (the window is at most 255 high), and those of four columns stand in the order 0, 2, 1,
-// 3: a word of samples becomes two words of half-words with a mask and a shift.
-constexpr uint32_t kGroup = 4;
-constexpr uint32_t kEvenBytes = 0x00FF00FF;
-constexpr uint32_t PlaceOf(uint32_t column) {
-    return (column & ~3u) | (column & 1) << 1 | (column >> 1 & 1);
-}
 
 // Row by row: the sums of the columns move down by a row, and the window's sum slides along them. Columns of
 // zeros stand on both sides, so that it slides alike along the whole row.
@@ -47,18 +31,7 @@ class RowThreshold {
 
     // `added` enters the window at its bottom, `removed` leaves it at the top.
     void MoveDown(const uint8_t* added, const uint8_t* removed) const {
-        if (inWords) {
-            auto* sums = reinterpret_cast<AliasedWord*>(columns);
-            const uint8_t* const end = added + plan.width;
-#pragma GCC unroll 2
-            for (; added != end; added += kGroup, removed += kGroup, sums += 2) {
-                const uint32_t more = LoadWord(added), less = LoadWord(removed);
-                // Each half ends within 16 bits, so what it borrows on the way is given back.
-                sums[0] = sums[0] + (more & kEvenBytes) - (less & kEvenBytes);
-                sums[1] = sums[1] + (more >> 8 & kEvenBytes) - (less >> 8 & kEvenBytes);
-            }
-            return;
-        }
+        if (inWords) return MoveWordsDown(columns, added, removed, plan.width);
         for (uint32_t x = 0; x < plan.width; ++x) {
             uint16_t& sum = columns[PlaceOf(x)];
             sum = static_cast<uint16_t>(sum + added[x] - removed[x]);
@@ -68,8 +41,7 @@ class RowThreshold {
     // Replaces `row` by black and white; `kept` gets its samples.
     void Classify(uint8_t* row, uint8_t* kept, uint32_t windowRows) {
         if (windowRows != rowsCounted) SetWindowRows(windowRows);
-        Window window = {row, kept, 0, 0, windowRows * plan.half};
-        for (uint32_t x = 0; x < plan.half; ++x) window.sum += columns[PlaceOf(x)];
+        Window window = {row, kept, 0, SumOfFirst(columns, plan.half), windowRows * plan.half};
         if (!inWords) return ClassifyBytes(window);
         const uint32_t last = plan.width - plan.half;  // from there on no column enters
         const Runs& runs = kRuns[plan.half % kGroup];
@@ -88,9 +60,7 @@ class RowThreshold {
         uint32_t count;  // of pixels
     };
 
-    static uint32_t Margin(const ThresholdPlan& plan) {
-        return (plan.half + kGroup) / kGroup * kGroup;
-    }
+    static uint32_t Margin(const ThresholdPlan& plan) { return (plan.half + kGroup) / kGroup * kGroup; }
 
     // In the middle of a row a limit is found as a single sample: the window's sum times `perSample` is at
     // least the limit, and less than 1/256 above it.
@@ -101,14 +71,14 @@ class RowThreshold {
             static_cast<uint32_t>(((uint64_t{keep} << (32 - kKeepBits)) + countInside - 1) / countInside);
     }
 
-    enum class Part { Left, Middle, Right };
+    enum class Part { Left, Right };
 
-    // Samples up to `end`, a word at a time. `Phase`: plan.half % kGroup, so that sums are found at constant
-    // distances.
+    // Samples up to `end`, a word at a time, at one end of the row. `Phase`: plan.half % kGroup, so that sums
+    // are found at constant distances.
     template <Part Where, uint32_t Phase>
     void Run(Window& window, uint32_t end) const {
         uint32_t x = window.x, sum = window.sum, count = window.count;
-        const uint32_t half = plan.half, last = plan.width - half, step = rowsCounted, factor = perSample;
+        const uint32_t half = plan.half, last = plan.width - half, step = rowsCounted;
         const uint16_t* entering = columns + x + (half - Phase);
         const uint16_t* leaving = columns + x - (half - Phase) - kGroup;
         for (; x != end; x += kGroup, entering += kGroup, leaving += kGroup) {
@@ -120,18 +90,10 @@ class RowThreshold {
                 sum -= leaving[PlaceOf(kGroup - 1 - Phase + I)];
                 const uint32_t sample = samples >> (8 * I) & 0xFF;
                 constexpr uint32_t kWhite = 0xFFu << (8 * I);
-                // Most are white.
-                if constexpr (Where == Part::Middle) {
-                    const auto limit = static_cast<uint32_t>(uint64_t{sum} * factor >> 32);
-                    if (sample <= limit) [[unlikely]] {
-                        if (sample < limit || IsBlackByCount(sample, sum)) colors &= ~kWhite;
-                    }
-                } else {
-                    if (Where == Part::Left && x + I <= half) count += step;
-                    if (Where == Part::Right && x + I >= last) count -= step;
-                    if (IsBlack(sample * count, sum)) [[unlikely]]
-                        colors &= ~kWhite;
-                }
+                if (Where == Part::Left && x + I <= half) count += step;
+                if (Where == Part::Right && x + I >= last) count -= step;
+                if (IsBlack(sample * count, sum)) [[unlikely]]
+                    colors &= ~kWhite;
             };
             finish.template operator()<0>();
             finish.template operator()<1>();
@@ -143,6 +105,54 @@ class RowThreshold {
         window.sum = sum;
         window.count = count;
     }
+
+    // Likewise where the window stands within the row, so that its pixels are always as many.
+    template <uint32_t Phase>
+    void RunInside(Window& window, uint32_t end) const {
+        const uint8_t* const rowEnd = window.row + end;
+        const uint16_t* entering = columns + window.x + (plan.half - Phase);
+        const uint16_t* leaving = columns + window.x - (plan.half - Phase) - kGroup;
+        uint8_t* row = window.row + window.x;
+        uint8_t* kept = window.kept + window.x;
+        uint32_t sum = window.sum;
+        const uint32_t factor = perSample, lowByte = LowByte();
+        for (; row != rowEnd; row += kGroup, kept += kGroup, entering += kGroup, leaving += kGroup) {
+            const uint32_t samples = LoadWord(row);
+            StoreWord(kept, samples);
+            uint32_t colors = ~0u;
+            const auto slide = [&]<uint32_t I>() {
+                sum += entering[PlaceOf(Phase + I)];
+                sum -= leaving[PlaceOf(kGroup - 1 - Phase + I)];
+                return static_cast<uint32_t>(uint64_t{sum} * factor >> 32);
+            };
+            // Most are white: two at a time.
+            const auto finish = [&]<uint32_t I>() {
+                const uint32_t firstLimit = slide.template operator()<I>();
+                const uint32_t firstSum = sum;
+                const uint32_t secondLimit = slide.template operator()<I + 1>();
+                const uint32_t first = samples >> (8 * I) & lowByte;
+                const uint32_t second = I == 2 ? samples >> 24 : samples >> 8 & lowByte;
+                if ((first > firstLimit) & (second > secondLimit)) [[likely]]
+                    return;
+                if (first < firstLimit || (first == firstLimit && IsBlackByCount(first, firstSum)))
+                    colors &= ~(0xFFu << (8 * I));
+                if (second < secondLimit || (second == secondLimit && IsBlackByCount(second, sum)))
+                    colors &= ~(0xFFu << (8 * I + 8));
+            };
+            finish.template operator()<0>();
+            finish.template operator()<2>();
+            StoreWord(row, colors);
+        }
+        window.x = end;
+        window.sum = sum;
+    }
+    // In a register: a constant would make two instructions of each byte of a word, as it does not shift.
+    static uint32_t LowByte() {
+        uint32_t mask = 0xFF;
+        asm("" : "+r"(mask));
+        return mask;
+    }
+
     struct Runs {
         void (RowThreshold::*left)(Window&, uint32_t) const;
         void (RowThreshold::*middle)(Window&, uint32_t) const;
@@ -150,7 +160,7 @@ class RowThreshold {
     };
     template <uint32_t Phase>
     static constexpr Runs RunsOf() {
-        return {&RowThreshold::Run<Part::Left, Phase>, &RowThreshold::Run<Part::Middle, Phase>,
+        return {&RowThreshold::Run<Part::Left, Phase>, &RowThreshold::RunInside<Phase>,
                 &RowThreshold::Run<Part::Right, Phase>};
     }
     static const Runs kRuns[kGroup];

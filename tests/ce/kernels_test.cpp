@@ -108,7 +108,8 @@ TEST_CASE_FIXTURE(Fixture, "threshold: plain, words and this machine agree to th
     struct Shape {
         u32 width, rows;
     };
-    for (const Shape shape : {Shape{8, 8}, {17, 9}, {64, 48}, {160, 120}, {33, 100}}) {
+    for (const Shape shape :
+         {Shape{8, 8}, {17, 9}, {64, 48}, {160, 120}, {33, 100}, {68, 72}, {96, 88}, {112, 104}}) {
         for (const u32 percent : {3u, 10u, 20u}) {
             CAPTURE(shape.width);
             CAPTURE(percent);
