@@ -20,6 +20,10 @@ std::string FileName(const std::string& path) {
     return name;
 }
 
+u32 MappedSize(const PeImage& image) {
+    return (image.size + kPage - 1) / kPage * kPage;
+}
+
 std::string Key(const std::string& library, const std::string& name) {
     return FileName(library) + "!" + name;
 }
@@ -59,12 +63,9 @@ Module& Process::Load(const std::string& path) {
     if (module->image.machine != kMachineArm) throw Failure(path + ": no image for ARM");
     for (const ImportSlot& slot : module->image.imports) FindOrLoad(slot.library);
     module->name = FileName(path);
-    module->base = nextBase;
-    const u32 size = (module->image.size + kPage - 1) / kPage * kPage;
-    // A gap after each image, so that running past its end is seen.
-    nextBase += size + 0x10000;
+    const u32 size = MappedSize(module->image);
+    Map(*module, size);
     module->image.Relocate(module->base);
-    machine.Map(module->base, size);
     std::memcpy(machine.Bytes(module->base, size), module->image.memory.data(), module->image.memory.size());
     machine.places.Add({module->name, module->base, size}, path.substr(0, path.find_last_of('.')) + ".sym",
                        module->image.exports);
@@ -80,16 +81,36 @@ Module& Process::Load(const std::string& path) {
     Module& loaded = *modules.back();
     if (loaded.image.isProgram) return loaded;
     if (!machine.Call(loaded.base + loaded.image.entry, {loaded.base, kProcessAttach, 0})) {
-        machine.Protect(loaded.base, size, UC_PROT_NONE);
+        Vacate(loaded);
         modules.pop_back();
         throw NotStarted(path + ": the entry point refused to start");
     }
     return loaded;
 }
 
+// A DLL that comes again lies where it lay before: the processor has room for so many mappings only. A gap
+// after each image, so that running past its end is seen.
+void Process::Map(Module& module, u32 size) {
+    if (const auto former = vacated.extract({module.image.path, size})) {
+        module.base = former.mapped();
+        machine.Protect(module.base, size, UC_PROT_ALL);
+        return;
+    }
+    module.base = nextBase;
+    nextBase += size + 0x10000;
+    machine.Map(module.base, size);
+}
+
+// What is left of the program's pointers there must not be used.
+void Process::Vacate(const Module& module) {
+    const u32 size = MappedSize(module.image);
+    machine.Protect(module.base, size, UC_PROT_NONE);
+    vacated[{module.image.path, size}] = module.base;
+}
+
 void Process::Unload(Module& module) {
     machine.Call(module.base + module.image.entry, {module.base, kProcessDetach, 0});
-    machine.Protect(module.base, (module.image.size + kPage - 1) / kPage * kPage, UC_PROT_NONE);
+    Vacate(module);
     std::erase_if(modules, [&](const auto& loaded) { return loaded.get() == &module; });
 }
 
@@ -163,7 +184,9 @@ void Process::BindImports(Module& module) {
         const std::string name = slot.name.empty() ? "@" + std::to_string(slot.ordinal) : slot.name;
         if (!address && wrapImport) {
             const std::string key = Key(slot.library, name);
-            address = machine.AddStub(key, wrapImport(module, name, HandlerFor(key)));
+            u32& stub = stubs[module.image.path + "!" + key];
+            if (!stub) stub = machine.AddStub(key, wrapImport(module, name, HandlerFor(key)));
+            address = stub;
         }
         machine.Write(module.base + slot.rva, address ? address : StubFor(slot.library, name));
     }

@@ -115,7 +115,8 @@ class Process {
     }
     // Where a program calls it.
     u32 StubFor(const std::string& library, const std::string& name);
-    // Given each import of a module that a stand-in serves, when the module is loaded: what is called for it.
+    // Given each import of a module that a stand-in serves, when the module is first loaded: what is called
+    // for it.
     std::function<Handler(const Module&, const std::string& function, Handler)> wrapImport;
 
     // For variable arguments: the stand-in takes them itself.
@@ -164,14 +165,17 @@ class Process {
 
   private:
     void BindImports(Module& module);
+    void Map(Module& module, u32 size);
+    void Vacate(const Module& module);
     Handler HandlerFor(const std::string& key);
 
     std::vector<std::unique_ptr<Module>> modules;
     std::map<std::string, Handler> bound;
-    std::map<std::string, u32> stubs;
+    std::map<std::string, u32> stubs;  // of a module's own, if they are wrapped
     std::map<u32, ObjectPtr> handles;
     u32 nextHandle = 0x00010004;
     u32 nextBase = 0x30010000;
+    std::map<std::pair<std::string, u32>, u32> vacated;  // path and size to the base of a DLL that has gone
     u32 nextPlayed = 0x70000000;  // of DLLs that the host plays
 };
 

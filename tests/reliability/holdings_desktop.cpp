@@ -49,10 +49,10 @@ Holdings CountHoldings() {
     holdings.emplace_back("threads", counts::Threads());
     holdings.emplace_back("GDI objects", counts::GdiObjects());
     holdings.emplace_back("USER objects", Windows());
-    PROCESS_MEMORY_COUNTERS_EX memory = {};
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
-                         sizeof memory);
-    holdings.emplace_back("private bytes", static_cast<long>(memory.PrivateUsage));
+    // Another name for the private bytes, which some systems leave at 0 under their own.
+    PROCESS_MEMORY_COUNTERS memory = {};
+    GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
+    holdings.emplace_back("private bytes", static_cast<long>(memory.PagefileUsage));
     return holdings;
 }
 

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "holdings.h"
+#include "holdings_table.h"
 #include "kit.h"
 #include "session.h"
 
@@ -202,7 +203,7 @@ void JudgeGrowth(const Holdings& middle, const Holdings& end, int cycles, long g
 // Every second loss of a webcam comes without a word of it.
 void Soak(const std::string& folder, int cycles, bool isWebcam) {
     constexpr int kLossEvery = 5;
-    std::string table;
+    HoldingsTable table(cycles);
     Holdings middle, end;
     long graphs = 0;  // since the middle
     for (int cycle = 0; cycle < cycles; ++cycle) {
@@ -229,16 +230,10 @@ void Soak(const std::string& folder, int cycles, bool isWebcam) {
             middle = end;
             graphs = 0;
         }
-        if (cycle == 0) {
-            table = "cycle";
-            for (const auto& [kind, count] : end) table += "," + kind;
-            table += "\n";
-        }
-        table += std::to_string(cycle);
-        for (const auto& [kind, count] : end) table += "," + std::to_string(count);
-        table += "\n";
+        table.Add(end);
         constexpr int kWriteEvery = 50;
-        if (cycle % kWriteEvery == 0 || cycle == cycles - 1) WriteFileOf(folder + "holdings.csv", table);
+        if (cycle % kWriteEvery == 0 || cycle == cycles - 1)
+            WriteFileOf(folder + "holdings.csv", table.Text());
     }
     JudgeGrowth(middle, end, cycles, graphs);
 }
