@@ -7,8 +7,8 @@
 
 namespace reliability {
 
-// Names and numbers, always the same names in the same order but for kinds that come up later. "private
-// bytes" is the process's memory (on the emulated device its heap).
+// Names and numbers, always the same names in the same order but for kinds that come up later. "heap
+// bytes" are those of all blocks in use, "private bytes", on the desktop, the memory that the process has.
 using Holdings = std::vector<std::pair<std::string, long>>;
 Holdings CountHoldings();
 

@@ -41,6 +41,21 @@ long Windows() {
     return count;
 }
 
+long HeapBytes() {
+    HANDLE heaps[64] = {};
+    const DWORD count = std::min<DWORD>(GetProcessHeaps(ARRAYSIZE(heaps), heaps), ARRAYSIZE(heaps));
+    SIZE_T bytes = 0;
+    for (DWORD index = 0; index < count; ++index) {
+        PROCESS_HEAP_ENTRY entry = {};
+        HeapLock(heaps[index]);
+        while (HeapWalk(heaps[index], &entry)) {
+            if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += entry.cbData;
+        }
+        HeapUnlock(heaps[index]);
+    }
+    return static_cast<long>(bytes);
+}
+
 }  // namespace
 
 Holdings CountHoldings() {
@@ -49,6 +64,7 @@ Holdings CountHoldings() {
     holdings.emplace_back("threads", counts::Threads());
     holdings.emplace_back("GDI objects", counts::GdiObjects());
     holdings.emplace_back("USER objects", Windows());
+    holdings.emplace_back("heap bytes", HeapBytes());
     // Another name for the private bytes, which some systems leave at 0 under their own.
     PROCESS_MEMORY_COUNTERS memory = {};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
@@ -58,13 +74,17 @@ Holdings CountHoldings() {
 
 namespace {
 
-// Events that are left of one such piece of work.
-long EventsLeft(void (*work)()) {
+struct Left {
+    long events, heapBytes;
+};
+
+// By one such piece of work.
+Left LeftBy(void (*work)()) {
     constexpr int kRounds = 8;
     work();  // whatever is made once
-    const long before = HandlesByType().at("Event");
+    const long events = HandlesByType().at("Event"), bytes = HeapBytes();
     for (int round = 0; round < kRounds; ++round) work();
-    return (HandlesByType().at("Event") - before) / kRounds;
+    return {(HandlesByType().at("Event") - events) / kRounds, (HeapBytes() - bytes) / kRounds};
 }
 
 void MakeGraph() {
@@ -80,10 +100,13 @@ void LoadImagerLibrary() {
 
 }  // namespace
 
-// An event of every filter graph, and on some systems one of every library that is loaded: a session loads
-// the imager library once.
+// Of every filter graph, and on some systems of every library that is loaded: a session loads the imager
+// library once. A graph that looks for a filter between two pins loses the monikers of those that it tried.
 Holdings LostBySystem(long sessions, long graphs) {
-    return {{"handles of Event", graphs * EventsLeft(MakeGraph) + sessions * EventsLeft(LoadImagerLibrary)}};
+    constexpr long kMonikerBytes = 400;
+    const Left ofGraph = LeftBy(MakeGraph), ofLibrary = LeftBy(LoadImagerLibrary);
+    return {{"handles of Event", graphs * ofGraph.events + sessions * ofLibrary.events},
+            {"heap bytes", graphs * ofGraph.heapBytes + sessions * (ofLibrary.heapBytes + kMonikerBytes)}};
 }
 
 }  // namespace reliability

@@ -83,7 +83,7 @@ std::string HoldingsByKind(Process& process) {
     }
     kinds["window"] = process.Attachment<Windows>("windows").windows.size();
     kinds["object of the platform's"] = CountReferencedObjects(process);
-    kinds["private bytes"] = process.heap.Bytes();
+    kinds["heap bytes"] = process.heap.Bytes();
     std::string text;
     for (const auto& [kind, count] : kinds) text += std::to_string(count) + " " + kind + "\n";
     return text;
