@@ -176,7 +176,7 @@ class Process {
     u32 nextHandle = 0x00010004;
     u32 nextBase = 0x30010000;
     std::map<std::pair<std::string, u32>, u32> vacated;  // path and size to the base of a DLL that has gone
-    u32 nextPlayed = 0x70000000;  // of DLLs that the host plays
+    u32 nextPlayed = 0x70000000;                         // of DLLs that the host plays
 };
 
 // Each file of stand-ins binds its own.
