@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every fuzzer of the build "pure" and, where the build "host" is there, its random input to filters and configuration, each for the same
-# share of the time, and prints how often each ran and what of the code it reached.
+# Runs every fuzzer of the build "pure" and, where the build "host" is there, its random input to filters, configuration and the driver for
+# webcams, each for the same share of the time, and prints how often each ran and what of the code it reached.
 # Inputs that reach something new are kept below build/fuzz and made as few as possible at the end; what fails lies there too.
 #
 #   scripts/fuzz.sh --hours N    N may have a fraction; of processor time on one core
@@ -11,9 +11,9 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 [ "${1:-}" = --hours ] && [[ ${2:-} =~ ^[0-9]*\.?[0-9]+$ ]] || refuse "--hours wants a number"
 mapfile -t fuzzers < <(find build/pure/bin -name '*_fuzz' -executable 2>/dev/null | sort)
 [ ${#fuzzers[@]} -gt 0 ] || { echo "fuzz: there are no fuzzers; build them: cmake --preset pure && cmake --build --preset pure" >&2; exit 1; }
-# Two tests in one program, for what needs Windows.
-windows=build/host/bin/hostile_input_test.exe
-count=$((${#fuzzers[@]} + ($([ -f $windows ] && echo 2 || echo 0))))
+# For what needs Windows: two kinds of input in the first of these programs.
+mapfile -t windows < <(ls build/host/bin/hostile_{input,webcam}_test.exe 2>/dev/null)
+count=$((${#fuzzers[@]} + (${#windows[@]} > 0 ? ${#windows[@]} + 1 : 0)))
 seconds=$(awk -v hours="$2" -v count=$count 'BEGIN { printf "%d", hours * 3600 / count + 0.5 }')
 failed=0
 printf '| %-20s | %12s | %8s | %6s |\n|---|---|---|---|\n' fuzzer executions coverage inputs
@@ -29,12 +29,13 @@ for fuzzer in "${fuzzers[@]}"; do
     coverage=$(grep -o 'cov: [0-9]*' "build/fuzz/$name.log" | tail -n 1)
     printf '| %-20s | %12s | %8s | %6s |\n' "$name" "${executions:-?}" "${coverage#cov: }" "$(find "$found" -type f | wc -l)"
 done
-if [ -f $windows ]; then
+for program in "${windows[@]}"; do
+    name=$(basename "$program" .exe)
     # Another seed each time: what it finds is repeated by its number.
-    OCELLUS_FUZZ_SECONDS=$seconds OCELLUS_FUZZ_SEED=$((RANDOM * 10000)) scripts/host.sh $windows >build/fuzz/hostile_input_test.log 2>&1 ||
-        { failed=1; echo "fuzz: hostile_input_test failed, see build/fuzz/hostile_input_test.log" >&2; }
-    tr -d '\r' <build/fuzz/hostile_input_test.log | sed -n 's/^\([a-z]*\): \([0-9]*\) rounds.*/\1 \2/p' | while read -r name rounds; do
-        printf '| %-20s | %12s | %8s | %6s |\n' "hostile $name" "$rounds" - -
+    OCELLUS_FUZZ_SECONDS=$seconds OCELLUS_FUZZ_SEED=$((RANDOM * 10000)) scripts/host.sh "$program" >"build/fuzz/$name.log" 2>&1 ||
+        { failed=1; echo "fuzz: $name failed, see build/fuzz/$name.log" >&2; }
+    tr -d '\r' <"build/fuzz/$name.log" | sed -n 's/^\([a-z]*\): \([0-9]*\) rounds.*/\1 \2/p' | while read -r kind rounds; do
+        printf '| %-20s | %12s | %8s | %6s |\n' "hostile $kind" "$rounds" - -
     done
-fi
+done
 exit "$failed"

@@ -323,6 +323,21 @@ TEST_CASE("a webcam that goes is reported, stops in time and comes back with the
     }
 }
 
+TEST_CASE("a webcam that comes back without its still pin does not start with it") {
+    constexpr char kFormat[] = R"({"encoding": "YUY2", "width": 320, "height": 240})";
+    Play(kFormat, R"(, "webcamStillFormats": [{"encoding": "YUY2", "width": 320, "height": 240}])");
+    DriverGraph graph;
+    REQUIRE(graph.BuildDriver() == S_OK);
+    REQUIRE(SUCCEEDED(graph.Run()));
+    REQUIRE(graph.previewFrames.WaitFor(1));
+    kitLoseDevice();
+    CHECK(graph.MillisecondsToLoss(3000) >= 0);
+    CHECK(SUCCEEDED(graph.Stop()));
+    Play(kFormat);
+    CHECK(graph.camera->Pause() == VFW_E_NOT_FOUND);
+    CHECK(SUCCEEDED(graph.Stop()));
+}
+
 TEST_CASE("a webcam that hangs is given up after two seconds, and started anew afterwards") {
     Play(R"({"encoding": "YUY2", "width": 320, "height": 240})",
          R"(, "calls": {"IBaseFilter::Stop Webcam": {"delayMs": 6000}})");

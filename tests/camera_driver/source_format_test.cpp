@@ -31,7 +31,77 @@ SourceFormat FormatOf(Encoding encoding, std::uint32_t width, std::uint32_t heig
     return {{encoding, width, height, false}, frameTime, {}};
 }
 
+// Lists one format as often as it is asked.
+class Capabilities final : public IAMStreamConfig {
+  public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE SetFormat(AM_MEDIA_TYPE*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetFormat(AM_MEDIA_TYPE**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetNumberOfCapabilities(int* outCount, int* outSize) override {
+        *outCount = count;
+        *outSize = size;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetStreamCaps(int, AM_MEDIA_TYPE** out, BYTE* record) override {
+        MediaType type = TypeOf(MEDIASUBTYPE_YUY2, 640, 480);
+        WriteFrameTime(type, stated);
+        VIDEO_STREAM_CONFIG_CAPS caps = {};
+        caps.MinFrameInterval = least;
+        caps.MaxFrameInterval = longest;
+        std::memcpy(record, &caps, sizeof caps);
+        *out = cam::filter_base::CreateMediaType(type);
+        return S_OK;
+    }
+
+    int count = 1, size = sizeof(VIDEO_STREAM_CONFIG_CAPS);
+    LONGLONG stated = 333333, least = 0, longest = 0;
+};
+
 }  // namespace
+
+TEST_CASE("a list of capabilities is read as far as it makes sense") {
+    const struct {
+        int count, size;
+        HRESULT result;
+        size_t most;
+    } lists[] = {{2, 128, S_OK, 2},
+                 {2, 200, S_OK, 2},
+                 {-1, 128, S_OK, 0},
+                 {INT_MAX, 128, S_OK, 1000},
+                 {1, 127, E_UNEXPECTED, 0},
+                 {1, -1, E_UNEXPECTED, 0},
+                 {1, INT_MAX, E_UNEXPECTED, 0}};
+    for (const auto& list : lists) {
+        CAPTURE(list.count);
+        CAPTURE(list.size);
+        Capabilities capabilities;
+        capabilities.count = list.count;
+        capabilities.size = list.size;
+        std::vector<SourceFormat> formats;
+        CHECK(ReadFormats(capabilities, formats) == list.result);
+        CHECK(formats.size() == list.most);
+    }
+    // The shorter time beside the type counts if it is above 0, else the type's own.
+    const struct {
+        LONGLONG stated, least, longest, read;
+    } times[] = {{333333, 0, 0, 333333},
+                 {333333, 166666, 2000000, 166666},
+                 {333333, 2000000, 166666, 166666},
+                 {-5, 0, 0, 0},
+                 {INT64_MIN, -1, 400000, 0}};
+    for (const auto& time : times) {
+        CAPTURE(time.stated);
+        Capabilities capabilities;
+        capabilities.stated = time.stated;
+        capabilities.least = time.least;
+        capabilities.longest = time.longest;
+        std::vector<SourceFormat> formats;
+        REQUIRE(ReadFormats(capabilities, formats) == S_OK);
+        CHECK(formats.front().frameTime == time.read);
+    }
+}
 
 TEST_CASE("the height's sign counts for RGB alone, and both kinds of block are read") {
     CHECK(ReadShape(TypeOf(MEDIASUBTYPE_YUY2, 640, 480)) == SourceShape{Encoding::Yuy2, 640, 480, false});

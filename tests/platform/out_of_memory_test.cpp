@@ -5,8 +5,10 @@
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "base/unique_resource.h"
+#include "platform/desktop/camera_driver/source_picture.h"
 #include "platform/desktop/message_queue.h"
 #include "platform/owners.h"
 #include "platform/platform.h"
@@ -122,4 +124,29 @@ TEST_CASE("whichever allocation fails, a function of the seam says so and leaves
         for (int waited = 0; counts::Handles() > handles + lost && waited < kWaitMs; waited += 10) Sleep(10);
         CHECK(counts::Handles() <= handles + lost);
     }
+}
+
+TEST_CASE("a webcam's frame for which there is no memory is left out, and the next one is whole") {
+    using namespace cam::driver;
+    constexpr SourceShape kShape = {Encoding::Yuy2, 60, 40, false};
+    constexpr std::uint32_t kWidth = 48, kHeight = 48;
+    std::vector<std::uint8_t> sample(kShape.FrameBytes());
+    for (std::size_t i = 0; i < sample.size(); ++i) sample[i] = static_cast<std::uint8_t>(i * 7);
+    const SourcePicture picture(kShape, sample);
+    std::vector<std::uint8_t> wanted(2 * kWidth * kHeight), frame(wanted.size());
+    PreviewScaler(kWidth, kHeight).Draw(picture, wanted.data());
+    int rounds = 0;
+    for (refused = 1; refused; ++rounds) {
+        PreviewScaler scaler(kWidth, kHeight);
+        refused = 0;
+        allocationsLeft = rounds;
+        try {
+            scaler.Draw(picture, frame.data());
+        } catch (const std::bad_alloc&) {
+        }
+        allocationsLeft = -1;
+        scaler.Draw(picture, frame.data());
+        CHECK(frame == wanted);
+    }
+    CHECK(rounds > 3);
 }

@@ -1,18 +1,12 @@
 // What others wrote, at random: media types and samples of a foreign filter at the library's pins, and XML
 // documents. Nothing may be read or written past its end, and nothing may stay behind. Memory of the sender's
-// ends where no access is allowed.
-//
-// In the environment: OCELLUS_FUZZ_SECONDS, how long each of them goes on, 1 unless set; OCELLUS_FUZZ_SEED,
-// the first round's number; OCELLUS_FUZZ_TELL=1, each round is told before it is played, for one that ends
-// the process.
+// ends where no access is allowed. rounds.h says how a round is repeated.
 #include <doctest/doctest.h>
 
 #include <windows.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -20,6 +14,7 @@
 #include "config/settings_store.h"
 #include "filter_base/test_filters.h"
 #include "guarded_memory.h"
+#include "rounds.h"
 #include "still/sample_grabber.h"
 #include "still/still_image_sink.h"
 #include "test_files.h"
@@ -28,44 +23,6 @@ using namespace cam;
 using namespace cam::test;
 
 namespace {
-
-class Random {
-  public:
-    explicit Random(unsigned seed) : engine(seed) {}
-    int Below(int limit) { return static_cast<int>(engine() % static_cast<unsigned>(limit)); }
-    bool OneIn(int count) { return Below(count) == 0; }
-    template <typename T, size_t kCount>
-    const T& Of(const T (&choices)[kCount]) {
-        return choices[Below(static_cast<int>(kCount))];
-    }
-    LONG Bits() { return static_cast<LONG>(engine()); }
-
-  private:
-    std::mt19937 engine;
-};
-
-int Setting(const char* name, int otherwise) {
-    const char* const text = getenv(name);
-    return text ? atoi(text) : otherwise;
-}
-
-// Plays rounds until the time is over.
-template <typename Round>
-void PlayRounds(const char* what, const Round& round) {
-    const DWORD start = GetTickCount();
-    const auto limitMs = static_cast<DWORD>(Setting("OCELLUS_FUZZ_SECONDS", 1)) * 1000;
-    const int first = Setting("OCELLUS_FUZZ_SEED", 1);
-    const bool isTold = Setting("OCELLUS_FUZZ_TELL", 0) != 0;
-    int number = first;
-    for (; GetTickCount() - start < limitMs; ++number) {
-        if (isTold) fprintf(stderr, "%s %d\n", what, number);
-        CAPTURE(number);
-        Random random(static_cast<unsigned>(number));
-        round(random);
-    }
-    CHECK(number > first);
-    printf("%s: %d rounds\n", what, number - first);
-}
 
 // ---- A foreign filter --------------------------------------------------------------------------
 

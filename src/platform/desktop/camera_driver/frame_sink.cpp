@@ -1,5 +1,7 @@
 #include "platform/desktop/camera_driver/frame_sink.h"
 
+#include <algorithm>
+
 #include "platform/desktop/camera_driver/source_format.h"
 
 namespace cam::driver {
@@ -33,8 +35,8 @@ HRESULT STDMETHODCALLTYPE FrameSink::InPin::Receive(IMediaSample* sample) {
     const auto receiver = owner.receiver.Locked();
     if (!*receiver) return S_OK;
     BYTE* bytes = nullptr;
-    const long length = sample->GetActualDataLength();
-    if (FAILED(sample->GetPointer(&bytes)) || length <= 0 ||
+    const long length = std::min(sample->GetActualDataLength(), sample->GetSize());
+    if (FAILED(sample->GetPointer(&bytes)) || !bytes || length <= 0 ||
         static_cast<std::size_t>(length) < shape.FrameBytes()) {
         (*receiver)->OnBrokenFrame();
     } else {

@@ -39,6 +39,8 @@ void OnOutput(j_common_ptr) {}
 enum class Layout { Rows, Planes };
 
 struct Decoder {
+    ~Decoder() { jpeg_destroy_decompress(&base); }
+
     ErrorManager errors;
     jpeg_decompress_struct base;
 };
@@ -93,10 +95,7 @@ std::optional<SourcePicture> JpegFrame::Decode(std::span<const std::uint8_t> fra
     decoder.errors.base.emit_message = OnMessage;
     decoder.errors.base.output_message = OnOutput;
     base.mem = nullptr;
-    if (setjmp(decoder.errors.recovery)) {
-        jpeg_destroy_decompress(&base);
-        return std::nullopt;
-    }
+    if (setjmp(decoder.errors.recovery)) return std::nullopt;
     jpeg_create_decompress(&base);
     jpeg_mem_src(&base, frame.data(), static_cast<unsigned long>(frame.size()));
     jpeg_read_header(&base, TRUE);
@@ -126,7 +125,6 @@ std::optional<SourcePicture> JpegFrame::Decode(std::span<const std::uint8_t> fra
         ReadRows(base, planes);
     }
     jpeg_finish_decompress(&base);
-    jpeg_destroy_decompress(&base);
     return SourcePicture(shape, planes);
 }
 

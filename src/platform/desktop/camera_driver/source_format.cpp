@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "base/com_ptr.h"
 #include "base/hresult.h"
 
 namespace cam::driver {
@@ -28,6 +29,8 @@ constexpr KnownSubtype kFourccs[] = {
 };
 
 constexpr LONG kMaxSide = 16384;
+// No webcam has so many formats, or records of its capabilities of that size.
+constexpr int kMaxTypes = 1000, kMaxRecord = 0x10000;
 
 std::optional<Encoding> ReadEncoding(const GUID& subtype) {
     if (subtype == MEDIASUBTYPE_RGB24) return Encoding::Rgb24;
@@ -67,6 +70,21 @@ Rank RankOf(const SourceFormat& format) {
     return {time, format.shape.encoding};
 }
 
+// `fastest`: the time per frame that is stated beside the type, if it is above 0.
+HRESULT AddFormat(const AM_MEDIA_TYPE& type, LONGLONG fastest, std::vector<SourceFormat>& formats) {
+    const std::optional<SourceShape> shape = ReadShape(type);
+    if (!shape) return S_OK;
+    SourceFormat format;
+    format.shape = *shape;
+    const LONGLONG stated = ReadFrameTime(type);
+    format.frameTime = fastest > 0 ? fastest : stated;
+    CAM_RETURN_IF_FAILED(format.type.CopyFrom(type));
+    // A webcam that states no rate in its types is given none.
+    if (stated > 0 && fastest > 0) WriteFrameTime(format.type, std::min(fastest, stated));
+    formats.push_back(std::move(format));
+    return S_OK;
+}
+
 }  // namespace
 
 std::optional<SourceShape> ReadShape(const AM_MEDIA_TYPE& type) {
@@ -83,7 +101,7 @@ std::optional<SourceShape> ReadShape(const AM_MEDIA_TYPE& type) {
 }
 
 LONGLONG ReadFrameTime(const AM_MEDIA_TYPE& type) {
-    return reinterpret_cast<const VIDEOINFOHEADER*>(type.pbFormat)->AvgTimePerFrame;
+    return std::max(reinterpret_cast<const VIDEOINFOHEADER*>(type.pbFormat)->AvgTimePerFrame, LONGLONG{0});
 }
 
 void WriteFrameTime(AM_MEDIA_TYPE& type, LONGLONG frameTime) {
@@ -94,24 +112,25 @@ HRESULT ReadFormats(IAMStreamConfig& config, std::vector<SourceFormat>& formats)
     int count = 0;
     int size = 0;
     CAM_RETURN_IF_FAILED(config.GetNumberOfCapabilities(&count, &size));
-    if (size < static_cast<int>(sizeof(VIDEO_STREAM_CONFIG_CAPS))) return E_UNEXPECTED;
+    if (size < static_cast<int>(sizeof(VIDEO_STREAM_CONFIG_CAPS)) || size > kMaxRecord) return E_UNEXPECTED;
     const std::unique_ptr<BYTE[]> record(new BYTE[static_cast<std::size_t>(size)]());
-    for (int index = 0; index < count; ++index) {
+    for (int index = 0; index < std::min(count, kMaxTypes); ++index) {
         filter_base::UniqueMediaType type;
         if (config.GetStreamCaps(index, type.put(), record.get()) != S_OK || !type) continue;
-        const std::optional<SourceShape> shape = ReadShape(*type.get());
-        if (!shape) continue;
-        SourceFormat format;
-        format.shape = *shape;
         // Some give the rate here only, and some swap the two limits.
         const auto& caps = *reinterpret_cast<const VIDEO_STREAM_CONFIG_CAPS*>(record.get());
         const LONGLONG fastest = std::min(caps.MinFrameInterval, caps.MaxFrameInterval);
-        const LONGLONG stated = ReadFrameTime(*type.get());
-        format.frameTime = fastest > 0 ? fastest : stated;
-        CAM_RETURN_IF_FAILED(format.type.CopyFrom(*type.get()));
-        // A webcam that states no rate in its types is given none.
-        if (stated > 0 && fastest > 0) WriteFrameTime(format.type, std::min(fastest, stated));
-        formats.push_back(std::move(format));
+        CAM_RETURN_IF_FAILED(AddFormat(*type.get(), fastest, formats));
+    }
+    return S_OK;
+}
+
+HRESULT ReadFormats(IPin& pin, std::vector<SourceFormat>& formats) {
+    ComPtr<IEnumMediaTypes> types;
+    CAM_RETURN_IF_FAILED(pin.EnumMediaTypes(types.put()));
+    filter_base::UniqueMediaType type;
+    for (int left = kMaxTypes; types && left > 0 && types->Next(1, type.put(), nullptr) == S_OK; --left) {
+        if (type) CAM_RETURN_IF_FAILED(AddFormat(*type.get(), 0, formats));
     }
     return S_OK;
 }

@@ -21,12 +21,15 @@ struct SourceFormat {
 // Takes VIDEOINFOHEADER and VIDEOINFOHEADER2.
 std::optional<SourceShape> ReadShape(const AM_MEDIA_TYPE& type);
 
-// The average time per frame in the format block; ReadShape must have understood the type.
+// The average time per frame in the format block, 0 for one that makes no sense; ReadShape must have
+// understood the type.
 LONGLONG ReadFrameTime(const AM_MEDIA_TYPE& type);
 void WriteFrameTime(AM_MEDIA_TYPE& type, LONGLONG frameTime);
 
 // All capabilities that are understood, in the webcam's order.
 HRESULT ReadFormats(IAMStreamConfig& config, std::vector<SourceFormat>& formats);
+// Those of a pin that has no list of capabilities.
+HRESULT ReadFormats(IPin& pin, std::vector<SourceFormat>& formats);
 
 struct PictureSize {
     std::uint32_t width, height;

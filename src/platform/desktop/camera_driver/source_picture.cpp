@@ -137,10 +137,10 @@ void MakeStill(const SourcePicture& picture, std::uint8_t* out) {
     for (std::uint32_t y = 0; y < picture.Shape().height; ++y) picture.ReadYuy2Row(y, out + y * stride);
 }
 
-// The picture touches the frame's sides in one direction at least.
+// The picture touches the frame's sides in one direction at least. Without memory nothing is measured: the
+// next frame begins anew.
 void PreviewScaler::Measure(std::uint32_t width, std::uint32_t height) {
-    sourceWidth = width;
-    sourceHeight = height;
+    sourceWidth = sourceHeight = 0;
     const std::uint64_t across = std::uint64_t{frameWidth} * height,
                         down = std::uint64_t{frameHeight} * width;
     shownWidth =
@@ -154,6 +154,8 @@ void PreviewScaler::Measure(std::uint32_t width, std::uint32_t height) {
         columns[x] = static_cast<std::uint32_t>((2 * std::uint64_t{x} + 1) * width / (2 * shownWidth));
     row.resize(4 * Half(width));
     scratch.resize(4 * Half(width));
+    sourceWidth = width;
+    sourceHeight = height;
 }
 
 void PreviewScaler::Draw(const SourcePicture& picture, std::uint8_t* frame) {

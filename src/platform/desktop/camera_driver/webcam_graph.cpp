@@ -74,20 +74,8 @@ void WebcamGraph::Branch::Forget() {
 }
 
 HRESULT WebcamGraph::Branch::ListFormats() {
-    if (parts.config) CAM_RETURN_IF_FAILED(ReadFormats(*parts.config.get(), formats));
-    ComPtr<IEnumMediaTypes> types;
-    filter_base::UniqueMediaType type;
-    if (!parts.config && SUCCEEDED(parts.sourcePin->EnumMediaTypes(types.put()))) {
-        while (types->Next(1, type.put(), nullptr) == S_OK) {
-            const auto shape = ReadShape(*type.get());
-            if (!shape) continue;
-            SourceFormat format;
-            format.shape = *shape;
-            format.frameTime = ReadFrameTime(*type.get());
-            CAM_RETURN_IF_FAILED(format.type.CopyFrom(*type.get()));
-            formats.push_back(std::move(format));
-        }
-    }
+    CAM_RETURN_IF_FAILED(parts.config ? ReadFormats(*parts.config.get(), formats)
+                                      : ReadFormats(*parts.sourcePin.get(), formats));
     return formats.empty() ? VFW_E_INVALIDMEDIATYPE : S_OK;
 }
 
@@ -99,6 +87,8 @@ HRESULT WebcamGraph::Branch::Disconnect(IGraphBuilder& graph) {
 // The pin may list nothing but its current format: it is given the type as it was handed out.
 HRESULT WebcamGraph::Branch::Connect(IGraphBuilder& graph, const SourceFormat& format) {
     filter_base::MediaType current;
+    // A webcam that has come back may have no such pin any more.
+    if (!parts.sinkPin) return VFW_E_NOT_FOUND;
     if (parts.sinkPin->ConnectionMediaType(&current) == S_OK) {
         if (filter_base::SameMediaType(current, format.type)) return S_OK;
         CAM_RETURN_IF_FAILED(Disconnect(graph));
