@@ -36,6 +36,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::vector<uint8_t> still(size_t{(side.width + 1) / 2 * 4} * side.height);
     MakeStill(*picture, still.data());
     std::vector<uint8_t> row(size_t{side.width} * 2), scratch(size_t{(side.width + 1) / 2 * 4});
-    for (std::uint32_t y = 0; y < side.height; ++y) picture->ReadRgb555Row(y, row.data(), scratch.data());
+    for (std::uint32_t y = 0; y < side.height; ++y) picture->ReadRgb555Row(y, row.data(), scratch.data(), 0);
     return 0;
 }
