@@ -8,6 +8,8 @@
 #include <random>
 
 #include "emulator/process.h"
+#include "still/encoders/byte_sink.h"
+#include "still/encoders/jpeg_encoder.h"
 #include "still/pixels/pixel_kernels.h"
 #include "tiff/adaptive_threshold.h"
 #include "tiff/byte_buffer.h"
@@ -128,6 +130,37 @@ TEST_CASE_FIXTURE(Fixture, "threshold: plain, words and this machine agree to th
         }
     }
 }
+
+#ifdef CAM_HAVE_JPEG
+TEST_CASE_FIXTURE(Fixture, "JPEG: this machine writes the same bytes") {
+    struct Collected final : cam::still::ByteSink {
+        bool Write(std::span<const u8> some) override {
+            bytes.insert(bytes.end(), some.begin(), some.end());
+            return true;
+        }
+        bool Restart() override { return bytes.clear(), true; }
+        std::vector<u8> bytes;
+    };
+    for (const u32 width : {64u, 49u, 2u}) {
+        const u32 rows = width == 64 ? 48 : 33, stride = (2 * width + 3) & ~3u;
+        // Every colour's neighbours, then noise: small coefficients, then the largest.
+        auto frame = Noise(stride * rows);
+        for (u32 i = 0; i < frame.size() / 2; ++i) frame[i] = static_cast<u8>(i % 2 ? i / stride * 8 : i / 2);
+        const u32 at = PutLast(kIn, frame);
+        for (const u32 quality : {5u, 50u, 90u, 100u}) {
+            CAPTURE(width);
+            CAPTURE(quality);
+            Collected here;
+            REQUIRE(cam::still::EncodeJpeg({frame, static_cast<i32>(width), static_cast<i32>(rows), stride},
+                                           static_cast<int>(quality),
+                                           here) == cam::still::EncodeStatus::Done);
+            const u32 size = Run("runJpeg", {at, width, rows, stride, quality, kOut, kBytes});
+            REQUIRE(size == here.bytes.size());
+            REQUIRE(Get(kOut, size) == here.bytes);
+        }
+    }
+}
+#endif
 
 TEST_CASE_FIXTURE(Fixture, "Group 4: plain, words and this machine write the same bytes") {
     for (const u32 width : {8u, 24u, 64u, 168u, 640u}) {

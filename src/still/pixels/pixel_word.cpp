@@ -6,6 +6,7 @@
 #include <bit>
 
 #include "still/pixels/pixel_tables.h"
+#include "still/pixels/pixel_word_ycc.h"
 
 namespace cam::still {
 namespace {
@@ -178,44 +179,6 @@ void Rgb565RowToRgb888(std::uint8_t* rgb, const std::uint8_t* row, std::size_t w
     kPlainPixelKernels.rgb565RowToRgb888(rgb, row, width & 3);
 }
 
-// What a field of a pixel adds to luma and to the two differences; the offsets are green's. 1.5 KB.
-struct YccTerms {
-    std::int32_t luma, cb, cr;
-};
-struct YccTables {
-    std::array<YccTerms, 32> red, blue;
-    std::array<YccTerms, 64> green;
-};
-constexpr YccTables kYcc = [] {
-    YccTables tables{};
-    for (std::size_t i = 0; i < 32; ++i) {
-        const int v = kExpand5[i];
-        tables.red[i] = {kLumaFactors.red * v, kCbFactors.red * v, kCrFactors.red * v};
-        tables.blue[i] = {kLumaFactors.blue * v, kCbFactors.blue * v, kCrFactors.blue * v};
-    }
-    for (std::size_t i = 0; i < 64; ++i) {
-        const int v = kExpand6[i];
-        tables.green[i] = {kLumaFactors.green * v + kLumaFactors.offset,
-                           kCbFactors.green * v + kCbFactors.offset,
-                           kCrFactors.green * v + kCrFactors.offset};
-    }
-    return tables;
-}();
-
-// Two pixels of a row. Returns their luma as two bytes.
-inline std::uint32_t AddYcc(std::uint32_t words, std::uint32_t& cb, std::uint32_t& cr) {
-    const auto addOne = [&](const YccTerms& red, const YccTerms& green, const YccTerms& blue) {
-        cb += static_cast<std::uint32_t>(red.cb + green.cb + blue.cb) >> kYccShift;
-        cr += static_cast<std::uint32_t>(red.cr + green.cr + blue.cr) >> kYccShift;
-        return static_cast<std::uint32_t>(red.luma + green.luma + blue.luma) >> kYccShift;
-    };
-    const std::uint32_t first =
-        addOne(kYcc.red[words >> 11 & 31], kYcc.green[words >> 5 & 63], kYcc.blue[words & 31]);
-    const std::uint32_t second =
-        addOne(kYcc.red[words >> 27], kYcc.green[words >> 21 & 63], kYcc.blue[words >> 16 & 31]);
-    return first | second << 8;
-}
-
 void Rgb565RowsToYcc(const YccRows& to, const std::uint8_t* upper, const std::uint8_t* lower,
                      std::size_t width) {
     if (!Aligned(upper) || !Aligned(lower) || !Aligned(to.luma[0]) || !Aligned(to.luma[1]))
@@ -225,12 +188,12 @@ void Rgb565RowsToYcc(const YccRows& to, const std::uint8_t* upper, const std::ui
          upper += 8, lower += 8, first += 4, second += 4, cb += 2, cr += 2) {
         std::uint32_t evenCb = 1, evenCr = 1, oddCb = 2, oddCr = 2;
         const std::uint32_t top = AddYcc(LoadWord(upper), evenCb, evenCr);
-        StoreWord(first, top | AddYcc(LoadWord(upper + 4), oddCb, oddCr) << 16);
         const std::uint32_t bottom = AddYcc(LoadWord(lower), evenCb, evenCr);
-        StoreWord(second, bottom | AddYcc(LoadWord(lower + 4), oddCb, oddCr) << 16);
         cb[0] = static_cast<std::uint8_t>(evenCb >> 2);
-        cb[1] = static_cast<std::uint8_t>(oddCb >> 2);
         cr[0] = static_cast<std::uint8_t>(evenCr >> 2);
+        StoreWord(first, top | AddYcc(LoadWord(upper + 4), oddCb, oddCr) << 16);
+        StoreWord(second, bottom | AddYcc(LoadWord(lower + 4), oddCb, oddCr) << 16);
+        cb[1] = static_cast<std::uint8_t>(oddCb >> 2);
         cr[1] = static_cast<std::uint8_t>(oddCr >> 2);
     }
 }
