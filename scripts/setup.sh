@@ -2,8 +2,10 @@
 # Installs what is missing to build, run and test: Debian packages, and third-party libraries cross-built from Debian's source
 # packages with pinned checksums. Idempotent; quick when nothing is missing.
 #
-#   scripts/setup.sh [run|test|bench]    what to prepare for (each includes the one before it); default: test
-#   scripts/setup.sh packages            test, and what only scripts/test-packages.sh needs
+#   scripts/setup.sh [build|run|test|bench]    what to prepare for (each includes the one before it); default: test
+#   scripts/setup.sh packages                  test, and what only scripts/test-packages.sh needs
+#
+# "build" is what the 64-bit desktop build needs: run.sh compiles while the rest is installed.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -17,8 +19,8 @@ die() {
     exit 1
 }
 
-runPackages=(cmake ninja-build wine wine64 g++-mingw-w64-x86-64-posix libz-mingw-w64-dev nasm g++ make
-    doctest-dev libcli11-dev nlohmann-json3-dev fonts-dejavu-core ffmpeg)
+buildPackages=(cmake ninja-build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev nasm g++ make doctest-dev libcli11-dev nlohmann-json3-dev)
+runPackages=("${buildPackages[@]}" wine wine64 fonts-dejavu-core ffmpeg)
 testPackages=(clang libclang-rt-14-dev clang-format clang-tidy imagemagick libjpeg-turbo-progs pngcheck libtiff-dev
     libtiff-tools python3)
 # The documentation site; what the NuGet client of today needs below Mono.
@@ -33,11 +35,12 @@ if [ -f scripts/packages.test ]; then mapfile -t -O "${#testPackages[@]}" testPa
 if [ -f scripts/packages.bench ]; then mapfile -t -O "${#benchPackages[@]}" benchPackages < <(grep -v '^#' scripts/packages.bench); fi
 
 case $goal in
+build) packages=("${buildPackages[@]}") ;;
 run) packages=("${runPackages[@]}") ;;
 test) packages=("${runPackages[@]}" "${testPackages[@]}") ;;
 packages) packages=("${runPackages[@]}" "${testPackages[@]}" "${packagesPackages[@]}") ;;
 bench) packages=("${runPackages[@]}" "${testPackages[@]}" "${benchPackages[@]}") ;;
-*) refuse "unknown goal '$goal', only: run, test, packages, bench" ;;
+*) refuse "unknown goal '$goal', only: build, run, test, packages, bench" ;;
 esac
 
 installed() { dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null | grep -qx installed; }
@@ -100,28 +103,30 @@ pngSum=a00e9d2f2f664186e4202db9299397f851aea71b36a35e74910b8820e380d441
 zlibFile=zlib_1.2.13.dfsg.orig.tar.bz2
 zlibSum=71feb7947e3c00ef125f83b79a4e529bde31171e5babe48b391f06758d1ab0a1
 
-# buildPictureLibraries TARGET PREFIX: libjpeg-turbo (interface 62, with its SIMD) and libpng as static libraries in build/deps/TARGET.
+# buildPictureLibraries TARGET PREFIX: libjpeg-turbo (interface 62, with its SIMD) and libpng as static libraries in build/deps/TARGET, both at once:
+# each spends most of its time asking what the compiler can do.
 buildPictureLibraries() {
     local target=$1 toolchain=$PWD/cmake/$2.cmake triplet=$3 out=$deps/$1
     [ -f "$out/.complete" ] && return
     fetchSource libjpeg-turbo "$jpegFile" "$jpegSum"
     fetchSource libpng1.6 "$pngFile" "$pngSum"
-    say "Building libjpeg-turbo for $target"
-    local log=$deps/$target-build.log
+    say "Building libjpeg-turbo and libpng for $target"
     rm -rf "$out"
-    mkdir -p "$out"
-    {
+    mkdir -p "$out/include" "$out/lib"
+    local jpegLog=$deps/$target-jpeg-build.log pngLog=$deps/$target-png-build.log jpeg
+    (
+        set -e
         unpackInto "$deps/$target-jpeg" "$jpegFile"
         cmake -S "$deps/$target-jpeg" -B "$deps/$target-jpeg/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
             -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$out" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DREQUIRE_SIMD=ON -DBUILD=0 \
             -DWITH_JPEG7=OFF -DWITH_JPEG8=OFF
         cmake --build "$deps/$target-jpeg/build" --target jpeg-static
-        mkdir -p "$out/include" "$out/lib"
         cp "$deps/$target-jpeg/build/libjpeg.a" "$out/lib/"
         cp "$deps/$target-jpeg"/{jpeglib,jmorecfg,jerror}.h "$deps/$target-jpeg/build/jconfig.h" "$out/include/"
-    } >"$log" 2>&1 || { tail -n 20 "$log" >&2; die "libjpeg-turbo could not be built for $target"; }
-    say "Building libpng for $target"
-    {
+    ) >"$jpegLog" 2>&1 &
+    jpeg=$!
+    (
+        set -e
         unpackInto "$deps/$target-png" "$pngFile"
         cmake -S "$deps/$target-png" -B "$deps/$target-png/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
             -DCMAKE_BUILD_TYPE=Release -DPNG_SHARED=OFF -DPNG_TESTS=OFF -DPNG_EXECUTABLES=OFF \
@@ -131,7 +136,9 @@ buildPictureLibraries() {
         cp "$deps/$target-png"/{png,pngconf}.h "$deps/$target-png/build/pnglibconf.h" "$out/include/"
         cp "/usr/$triplet/include"/{zlib,zconf}.h "$out/include/"
         cp "/usr/$triplet/lib/libz.a" "$out/lib/"
-    } >>"$log" 2>&1 || { tail -n 20 "$log" >&2; die "libpng could not be built for $target"; }
+    ) >"$pngLog" 2>&1 &
+    wait $! || { tail -n 20 "$pngLog" >&2; wait "$jpeg" || true; die "libpng could not be built for $target"; }
+    wait "$jpeg" || { tail -n 20 "$jpegLog" >&2; die "libjpeg-turbo could not be built for $target"; }
     rm -rf "$deps/$target-jpeg" "$deps/$target-png"
     touch "$out/.complete"
 }
@@ -183,6 +190,10 @@ if [ ! -f "$deps/headers/.complete" ]; then
 fi
 
 buildPictureLibraries host mingw-x86_64 x86_64-w64-mingw32
+if [ "$goal" = build ]; then
+    say "Ready to build"
+    exit
+fi
 if [ "$goal" != run ]; then
     buildPictureLibraries host32 mingw-i686 i686-w64-mingw32
     buildCePictureLibraries
