@@ -268,9 +268,9 @@ TEST_CASE("a device that takes no more ends the picture with the device's error"
 TEST_CASE("encoders end when the sink takes no more, wherever that is") {
     TestPicture picture(PixelFormat::Rgb565, 1600, 1200);
     std::uint32_t noise = 1;
-    for (BYTE& byte : picture.frame.bytes) {
+    for (BYTE& value : picture.frame.bytes) {
         noise = noise * 1664525 + 1013904223;
-        byte = static_cast<BYTE>(noise >> 24);
+        value = static_cast<BYTE>(noise >> 24);
     }
     for (const int writes : {0, 1, 5}) {
         CAPTURE(writes);

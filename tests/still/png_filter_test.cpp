@@ -13,7 +13,7 @@ TEST_CASE("the filter follows the picture") {
     constexpr std::size_t kCount = 900;
     std::minstd_rand random(3);
     std::vector<std::uint8_t> columns(kCount);
-    for (auto& byte : columns) byte = static_cast<std::uint8_t>(random() >> 8);
+    for (auto& value : columns) value = static_cast<std::uint8_t>(random() >> 8);
     struct {
         const char* name;
         PngFilter expected;
