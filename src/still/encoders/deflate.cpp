@@ -35,6 +35,11 @@ constexpr unsigned kLongestImproved = 64;
 constexpr unsigned kPatience = 8;
 constexpr unsigned kMaxSkipped = 4;
 
+// Of a match from this length on, only so many places at its end are remembered by spans: the others repeat
+// what is remembered further back already.
+constexpr std::size_t kLongRemembered = 64;
+constexpr std::size_t kRememberedAtEnd = 32;
+
 // From this length on no longer one is looked for far away.
 constexpr unsigned kLongEnough = 128;
 
@@ -189,6 +194,8 @@ inline void Deflate::Remember(std::size_t from, std::size_t to) {
     }
     if (!thorough || filled < from + kLongHashBytes) return;
     const std::size_t lastLong = std::min(to, filled - kLongHashBytes + 1);
+    if (to - from >= kLongRemembered && lastLong > from + kRememberedAtEnd)
+        from = lastLong - kRememberedAtEnd;
     const auto lead = [&](std::size_t offset) { return LoadFour(bytes + from - 1 + offset); };
     first = lead(0);
     std::uint32_t narrow[] = {lead(kNarrowSpan.second), lead(kNarrowSpan.third)};
