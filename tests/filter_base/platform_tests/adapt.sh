@@ -19,12 +19,17 @@ leaveOut() {
     shift
     for function in "$@"; do sed -i "s/^    $function();\$/    ;/" "$file"; done
 }
-leaveOut samplegrabber.c test_media_types test_connect_pin
+leaveOut samplegrabber.c test_media_types
 leaveOut nullrenderer.c test_media_types
 # Types that the sink takes; two of them are the same when their blocks hold the same.
 sed -i -e 's/^        \.majortype = {0x111},$/        .majortype = FRAME_MAJOR,/' -e 's/^        \.subtype = {0x222},$/        .subtype = FRAME_SUB,/' \
     -e 's/^        \.formattype = {0x333},$/        .formattype = FRAME_FORMAT, .cbFormat = sizeof frameFormat, .pbFormat = frameFormat,/' \
     -e 's/!memcmp(&mt, &req_mt, sizeof(AM_MEDIA_TYPE))/IsFrameType(\&mt)/' nullrenderer.c
+# The same of the grabber's connections, without what its editing interface tells and asks for there.
+sed -i -e '984,1320s/MEDIATYPE_Stream/FRAME_MAJOR/' -e '984,1320s/MEDIASUBTYPE_Avi/MEDIASUBTYPE_RGB555/' -e '984,1320s/MEDIASUBTYPE_RGB8/MEDIASUBTYPE_RGB555/' \
+    -e '990s/FORMAT_None/FRAME_FORMAT, .cbFormat = sizeof frameFormat, .pbFormat = frameFormat/' \
+    -e '1019s/$/ testsource.source_mt.cbFormat = sizeof frameFormat, testsource.source_mt.pbFormat = frameFormat;/' \
+    -e '1015s/.*//;1021,1022s/.*//;1060,1065s/.*//;1087,1106s/.*//' -e '984,1330s/.*ISampleGrabber_.*//' samplegrabber.c
 # The editing interface of the platform's grabber.
 sed -i 's/^    check_interface(filter, &IID_ISampleGrabber, TRUE);/    ;/' samplegrabber.c
 # Without position pass-through there is nothing to release.
