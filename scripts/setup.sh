@@ -22,7 +22,7 @@ die() {
 buildPackages=(cmake ninja-build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev nasm g++ make doctest-dev libcli11-dev nlohmann-json3-dev)
 runPackages=("${buildPackages[@]}" wine wine64 fonts-dejavu-core ffmpeg)
 testPackages=(clang libclang-rt-14-dev clang-format clang-tidy imagemagick libjpeg-turbo-progs pngcheck libtiff-dev
-    libtiff-tools python3)
+    libtiff-tools python3 bzip2 xz-utils)
 # The documentation site; what the NuGet client of today needs below Mono.
 packagesPackages=(mkdocs mkdocs-material doxygen libmono-microsoft-build-framework4.0-cil libmono-microsoft-build-utilities-v4.0-4.0-cil
     libmono-system-componentmodel-composition4.0-cil libmono-system-componentmodel-dataannotations4.0-cil libmono-system-data-services-client4.0-cil
