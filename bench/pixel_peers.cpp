@@ -124,7 +124,11 @@ bool OpenCvJpegFile(const Bytes&, Size, int, Bytes&, const std::string&) {
 #endif
 
 #ifdef CAM_HAVE_JPEG
-bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out, std::size_t* used) {
+namespace {
+
+// One file into `out`, which has to be large enough; `write` hands all rows to the library.
+template <typename Write>
+bool Compress(Size size, int quality, boolean isRaw, Bytes& out, std::size_t* used, Write write) {
     jpeg_compress_struct compressor;
     jpeg_error_mgr errors;
     compressor.err = jpeg_std_error(&errors);
@@ -138,22 +142,32 @@ bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out, std::siz
     compressor.in_color_space = JCS_RGB;
     jpeg_set_defaults(&compressor);
     jpeg_set_quality(&compressor, quality, TRUE);
+    compressor.raw_data_in = isRaw;
     jpeg_start_compress(&compressor, TRUE);
-    constexpr unsigned kRowsAtOnce = 16;
-    while (compressor.next_scanline < compressor.image_height) {
-        JSAMPROW rows[kRowsAtOnce];
-        unsigned count = 0;
-        for (; count < kRowsAtOnce && compressor.next_scanline + count < compressor.image_height; ++count) {
-            const std::size_t row = compressor.next_scanline + count;
-            rows[count] = const_cast<JSAMPROW>(rgb888.data()) + row * size.width * 3;
-        }
-        jpeg_write_scanlines(&compressor, rows, count);
-    }
+    write(compressor);
     jpeg_finish_compress(&compressor);
     jpeg_destroy_compress(&compressor);
     if (buffer != out.data()) std::abort();
     if (used) *used = bytes;
     return true;
+}
+
+}  // namespace
+
+bool JpegAlone(const Bytes& rgb888, Size size, int quality, Bytes& out, std::size_t* used) {
+    return Compress(size, quality, FALSE, out, used, [&](jpeg_compress_struct& compressor) {
+        constexpr unsigned kRowsAtOnce = 16;
+        while (compressor.next_scanline < compressor.image_height) {
+            JSAMPROW rows[kRowsAtOnce];
+            unsigned count = 0;
+            for (; count < kRowsAtOnce && compressor.next_scanline + count < compressor.image_height;
+                 ++count) {
+                const std::size_t row = compressor.next_scanline + count;
+                rows[count] = const_cast<JSAMPROW>(rgb888.data()) + row * size.width * 3;
+            }
+            jpeg_write_scanlines(&compressor, rows, count);
+        }
+    });
 }
 
 Planes PlanesOf(const Bytes& rgb565, Size size) {
@@ -176,39 +190,22 @@ Planes PlanesOf(const Bytes& rgb565, Size size) {
 }
 
 bool JpegFromPlanes(const Planes& planes, int quality, Bytes& out) {
-    jpeg_compress_struct compressor;
-    jpeg_error_mgr errors;
-    compressor.err = jpeg_std_error(&errors);
-    jpeg_create_compress(&compressor);
-    unsigned char* buffer = out.data();
-    unsigned long bytes = out.size();
-    jpeg_mem_dest(&compressor, &buffer, &bytes);
-    compressor.image_width = static_cast<unsigned>(planes.size.width);
-    compressor.image_height = static_cast<unsigned>(planes.size.height);
-    compressor.input_components = 3;
-    compressor.in_color_space = JCS_RGB;
-    jpeg_set_defaults(&compressor);
-    jpeg_set_quality(&compressor, quality, TRUE);
-    compressor.raw_data_in = TRUE;
-    jpeg_start_compress(&compressor, TRUE);
-    const auto width = static_cast<std::size_t>(planes.size.width);
-    while (compressor.next_scanline < compressor.image_height) {
-        constexpr std::size_t kLumaRows = 2 * DCTSIZE;
-        JSAMPROW luma[kLumaRows], cb[DCTSIZE], cr[DCTSIZE];
-        for (std::size_t i = 0; i < kLumaRows; ++i)
-            luma[i] = const_cast<JSAMPROW>(planes.luma.data()) + (compressor.next_scanline + i) * width;
-        for (std::size_t i = 0; i < DCTSIZE; ++i) {
-            const std::size_t at = (compressor.next_scanline / 2 + i) * width / 2;
-            cb[i] = const_cast<JSAMPROW>(planes.cb.data()) + at;
-            cr[i] = const_cast<JSAMPROW>(planes.cr.data()) + at;
+    return Compress(planes.size, quality, TRUE, out, nullptr, [&](jpeg_compress_struct& compressor) {
+        const auto width = static_cast<std::size_t>(planes.size.width);
+        while (compressor.next_scanline < compressor.image_height) {
+            constexpr std::size_t kLumaRows = 2 * DCTSIZE;
+            JSAMPROW luma[kLumaRows], cb[DCTSIZE], cr[DCTSIZE];
+            for (std::size_t i = 0; i < kLumaRows; ++i)
+                luma[i] = const_cast<JSAMPROW>(planes.luma.data()) + (compressor.next_scanline + i) * width;
+            for (std::size_t i = 0; i < DCTSIZE; ++i) {
+                const std::size_t at = (compressor.next_scanline / 2 + i) * width / 2;
+                cb[i] = const_cast<JSAMPROW>(planes.cb.data()) + at;
+                cr[i] = const_cast<JSAMPROW>(planes.cr.data()) + at;
+            }
+            JSAMPARRAY components[] = {luma, cb, cr};
+            jpeg_write_raw_data(&compressor, components, kLumaRows);
         }
-        JSAMPARRAY components[] = {luma, cb, cr};
-        jpeg_write_raw_data(&compressor, components, kLumaRows);
-    }
-    jpeg_finish_compress(&compressor);
-    jpeg_destroy_compress(&compressor);
-    if (buffer != out.data()) std::abort();
-    return true;
+    });
 }
 #else
 bool JpegAlone(const Bytes&, Size, int, Bytes&, std::size_t*) {
