@@ -71,6 +71,12 @@ function(ocellus_system_headers)
     endforeach()
 endfunction()
 
+# ocellus_runs_once(FILES...)
+# Files that read JSON or the command line with other people's templates: optimising them took longer than optimising the library.
+function(ocellus_runs_once)
+    set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS -O1 -g1)
+endfunction()
+
 # ocellus_module(NAME PURE files... WINDOWS files... NEEDS modules... LIBRARIES libs...)
 # One folder below src/ as the static library ocellus_NAME. PURE files need no Windows and are in every build, WINDOWS files only in
 # builds for Windows.

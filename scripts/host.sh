@@ -2,6 +2,7 @@
 # Runs a Windows program in the project's own Wine prefix, with ocellus.dll and devicekit.dll registered.
 #
 #   scripts/host.sh PROGRAM [ARGUMENTS...]
+#   scripts/host.sh --prepare                  makes the prefix, so that the first program need not wait for it
 #
 # Headless unless OCELLUS_HEADLESS=0 is set (then the X display in DISPLAY is used). Without the machine's own webcams unless OCELLUS_WEBCAMS=1
 # is set: what runs here should not depend on what is plugged in. The program's exit code is passed on; 126 when it did
@@ -19,8 +20,10 @@ die() {
 [ $# -ge 1 ] || die "usage: scripts/host.sh PROGRAM [ARGUMENTS...]"
 program=$1
 shift
-[ -f "$program" ] || die "there is no program '$program'; build it first: cmake --build --preset host"
-program=$(readlink -f "$program")
+if [ "$program" != --prepare ]; then
+    [ -f "$program" ] || die "there is no program '$program'; build it first: cmake --build --preset host"
+    program=$(readlink -f "$program")
+fi
 command -v wine >/dev/null || die "wine is not installed; run scripts/setup.sh"
 
 export WINEPREFIX=${OCELLUS_WINE_PREFIX:-$root/build/wine}
@@ -82,10 +85,12 @@ mkdir -p "$(dirname "$WINEPREFIX")"
     # The server and services that the first program starts outlive it: they must inherit neither the lock nor its output.
     {
         [ -f "$WINEPREFIX/.complete" ] || makePrefix
+        [ "$program" != --prepare ] || exit 0
         wineserver -k0 2>/dev/null || startServer
         if [ "${OCELLUS_REGISTER:-1}" != 0 ]; then registerLibraries; fi
     } 9>&-
 ) 9>"$WINEPREFIX.lock"
+[ "$program" != --prepare ] || exit 0
 
 # The launcher reports the full 32-bit exit code: Wine's own keeps the low byte, and a program that fails to load can end in 0.
 launcher=$(dirname "$program")/launch.exe
