@@ -52,8 +52,8 @@ endif()
 set(OCELLUS_HEADERS ${OCELLUS_DEPS}/headers)
 
 # ocellus_system_headers(TARGETS...)
-# The desktop's system headers, compiled once for all who are named: most of a Windows file's time of compilation is theirs. Each file still includes
-# what it uses; the builds for Windows CE and for Linux, which have none of this, compile the same files.
+# The desktop's system headers, compiled once for all who are named: most of a Windows file's time of compilation is theirs. Each file includes
+# what it uses all the same; a build with CMAKE_DISABLE_PRECOMPILE_HEADERS shows it.
 function(ocellus_system_headers)
     if(NOT WIN32 OR OCELLUS_CE)
         return()
