@@ -21,6 +21,7 @@ constexpr camResult SystemResult(unsigned error) {
 constexpr camResult kInsideACall = static_cast<camResult>(0x8001010Du);
 constexpr camResult kNotRegistered = static_cast<camResult>(0x80040154u);
 constexpr camResult kNoFormat = static_cast<camResult>(0x80040200u);
+constexpr camResult kNoPin = static_cast<camResult>(0x80040216u);
 
 // Those that a camera is known to answer.
 inline constexpr ResultText kResultTexts[] = {
@@ -43,6 +44,7 @@ inline constexpr ResultText kResultTexts[] = {
     {kInsideACall, L"refused inside a call", L"Try again when the call that is under way has returned."},
     {kNotRegistered, L"class not registered", L"Register the camera's driver."},
     {kNoFormat, L"no format", L"The camera sends nothing that is understood: choose another one."},
+    {kNoPin, L"no such pin", L"The camera came back as another one: choose it again."},
 };
 
 // Null: not one of those.

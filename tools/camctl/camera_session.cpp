@@ -154,6 +154,9 @@ const char* RemedyFor(camResult result) {
     }
     if (result == VFW_E_INVALIDMEDIATYPE)
         return "the camera sends no format that is understood; see camctl list --formats";
+    if (result == VFW_E_NOT_FOUND)
+        return "the camera does not have the pin that it had, or has none; run the command again, or "
+               "choose another one with --camera";
     return "check that the camera driver is installed and not in use by another program";
 }
 
