@@ -76,7 +76,8 @@ class FilmScene final : public Scene {
     const Picture& Frame(unsigned number, int width, int height) override {
         const std::size_t index = number % frames.size();
         if (index == shown && width == picture.width && height == picture.height) return picture;
-        // A frame that cannot be read any more leaves the samples that are there; the size is what was asked for.
+        // A frame that cannot be read any more leaves the samples that are there; the size is what was asked
+        // for.
         if (index != shown && ReadAt(frames[index], planes.data(), planes.size()) == planes.size())
             shown = index;
         picture.Resize(width, height);

@@ -12,20 +12,10 @@ namespace reliability {
 
 namespace {
 
-// The interface's registry keys are the system's own business.
 std::map<std::string, long> HandlesByType() {
-    constexpr int kEndGap = 0x800;
     std::map<std::string, long> types = {
         {"Event", 0}, {"Thread", 0}, {"Mutant", 0}, {"Semaphore", 0}, {"File", 0}};
-    int gap = 0;
-    for (ULONG_PTR value = 4; gap < kEndGap; value += 4) {
-        const auto handle = reinterpret_cast<HANDLE>(value);
-        DWORD flags = 0;
-        gap = GetHandleInformation(handle, &flags) ? 0 : gap + 1;
-        if (gap || counts::IsForeignKey(handle)) continue;
-        const counts::ObjectText type(handle, counts::ObjectText::kType);
-        ++types[std::string(type.get().begin(), type.get().end())];
-    }
+    counts::ForEachHandle([&](std::wstring_view type) { ++types[std::string(type.begin(), type.end())]; });
     return types;
 }
 
