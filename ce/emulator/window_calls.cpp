@@ -209,6 +209,7 @@ void BindLooks(Process& p) {
     });
     p.Bind(kLibrary, "MessageBoxW", [&p, &windows](u32, u32 text, u32 caption, u32) -> u32 {
         windows.boxes.push_back({p.machine.Text(text), caption ? p.machine.Text(caption) : u""});
+        if (const auto onBox = windows.onBox) onBox();
         return 1;
     });
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -58,6 +59,7 @@ constexpr u32 kFirstWindow = 0x00D00010;
 struct Windows {
     std::vector<PostedMessage> posted;
     std::vector<std::pair<std::u16string, std::u16string>> boxes;  // text, caption
+    std::function<void()> onBox;                                   // while one waits for its button
     u32 updates = 0;
     u32 clientWidth = 320, clientHeight = 240;  // of windows that the program did not create
 

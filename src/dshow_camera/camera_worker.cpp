@@ -82,10 +82,13 @@ HRESULT CameraWorker::Send(Command toSend, Patience patience) {
     return commandResult;
 }
 
+bool CameraWorker::Listens() {
+    return !threadHandle || !platform::IsSenderWaiting() || SUCCEEDED(Send(Command::Answer));
+}
+
 bool CameraWorker::CanEnd() {
     const GraphAccess access = Graph();
-    if (!access) return false;
-    return !threadHandle || !platform::IsSenderWaiting() || SUCCEEDED(Send(Command::Answer));
+    return access && Listens();
 }
 
 void CameraWorker::EndThread() {

@@ -41,6 +41,9 @@ class CameraWorker {
     // must be held, and CanEnd.
     void End();
 
+    // Whether a command would be taken up. The graph must be held.
+    bool Listens();
+
     // Commands: what the worker's routine of the same name gives, E_FAIL without a worker, kNotNow when the
     // worker does not listen and must not be waited for. The graph must be held.
     HRESULT BuildGraph() { return Send(Command::BuildGraph); }

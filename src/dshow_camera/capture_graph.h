@@ -46,7 +46,8 @@ class CaptureGraph {
     void SetState(CameraState now) { state = now; }
 
     // resolutions.cpp. A change of the still pin's format: a graph that runs is interrupted and goes on
-    // afterwards, unless it has been halted or started meanwhile. `isRefused`: the pins would not be joined.
+    // afterwards, unless it has been halted or started meanwhile. Changes may be nested: an application has
+    // another one made while a message box waits. `isRefused`: the pins would not be joined.
     void Interrupt();
     HRESULT ReconnectStillBranch(int index, bool* isRefused);
     void GoOn();

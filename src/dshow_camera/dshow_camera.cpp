@@ -82,7 +82,8 @@ HRESULT DShowCamera::StopPreview() {
 HRESULT DShowCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR text, UINT_PTR length,
                                  UINT_PTR position, UINT_PTR color, UINT_PTR font) {
     const GraphAccess graph = worker.GraphForCommand();
-    if (!graph) return kNotNow;
+    // A picture that is refused leaves the text of one that is on its way.
+    if (!graph || !worker.Listens()) return kNotNow;
     // A text that cannot be kept costs the stamp, not the picture.
     if (IStillImageSinkControl* sink = worker.Filters().Sink())
         sink->SetText(text, length, position, color, font);

@@ -47,7 +47,8 @@ class CAM_LOCKABLE("graph") GraphMutex {
     // *Worker*, which never waits here but with Handle() in its list, and says so with TakenByWait. The mutex
     // of a thread that ended without leaving it is there to be taken.
     bool TryEnter() {
-        if (WaitForSingleObject(handle.get(), 0) == WAIT_TIMEOUT) return false;
+        const DWORD waited = WaitForSingleObject(handle.get(), 0);
+        if (waited == WAIT_TIMEOUT || waited == WAIT_FAILED) return false;
         TakenByWait();
         return true;
     }

@@ -17,11 +17,12 @@ bool CanBeStill(const AM_MEDIA_TYPE& type) {
 
 }  // namespace
 
+// One that is interrupted already goes on after this change, too.
 void CaptureGraph::Interrupt() {
     OAFilterState running = State_Stopped;
     if (graph.mediaControl) graph.mediaControl->GetState(kStateTimeoutMs, &running);
-    isInterrupted = running == State_Running;
-    if (!isInterrupted) return;
+    if (running != State_Running) return;
+    isInterrupted = true;
     if (graph.videoWindow) graph.videoWindow->put_Owner(0);
     Sleep(kWindowSleepMs);
     graph.mediaControl->Pause();

@@ -1,5 +1,7 @@
 #include "imager_camera/imager_camera.h"
 
+#include <utility>
+
 #include "base/copy_text.h"
 #include "base/hresult.h"
 #include "base/message_wait.h"
@@ -37,6 +39,15 @@ ImagerCamera::~ImagerCamera() {
     progress->state = CameraState::None;
 }
 
+// No preview is started by a message that comes in meanwhile: it would take the event and the handle that are
+// waited with, or outlive the camera's end.
+DWORD ImagerCamera::WaitFor(HANDLE handle, DWORD timeoutMs) {
+    const bool wasWaiting = std::exchange(isWaiting, true);
+    const DWORD waited = WaitLettingSentMessagesIn(handle, timeoutMs);
+    isWaiting = wasWaiting;
+    return waited;
+}
+
 // All threads, should a preview have been started twice: one stop event ends one thread only, and the
 // others see `ending` within a pass.
 void ImagerCamera::EndPreviewThreads() {
@@ -44,12 +55,11 @@ void ImagerCamera::EndPreviewThreads() {
     const DWORD started = GetTickCount();
     session->ending = Ending::Requested;
     platform::EventModify(session->stopEvent.get(), platform::kEventSet);
-    const bool ended = WaitLettingSentMessagesIn(session->threadsEnded.get(), kThreadEndMs) == WAIT_OBJECT_0;
+    const bool ended = WaitFor(session->threadsEnded.get(), kThreadEndMs) == WAIT_OBJECT_0;
     session->End(ended ? Ending::None : Ending::CutOff);
     // To its very end, so that nothing of the camera is left when it has been shut down.
     const DWORD gone = GetTickCount() - started;
-    if (ended && previewThread && gone < kThreadEndMs)
-        WaitLettingSentMessagesIn(previewThread.get(), kThreadEndMs - gone);
+    if (ended && previewThread && gone < kThreadEndMs) WaitFor(previewThread.get(), kThreadEndMs - gone);
 }
 
 HRESULT ImagerCamera::SetOwnerWindow(HWND window) {
@@ -99,8 +109,9 @@ HRESULT ImagerCamera::Open() {
 // each stop ends one.
 HRESULT ImagerCamera::StartPreview() {
     if (session->library.Status() != S_OK) return session->library.Status();
-    // Without them the thread would neither pause nor hear that it shall end.
-    if (!session->stopEvent || !session->snapEvent) return E_FAIL;
+    // Without them the thread would neither pause nor hear that it shall end, and nobody that it has ended.
+    if (!session->stopEvent || !session->snapEvent || !session->threadsEnded) return E_FAIL;
+    if (isWaiting) return kNotNow;
     platform::EventModify(session->stopEvent.get(), platform::kEventReset);
     platform::EventModify(session->snapEvent.get(), platform::kEventReset);
     session->CountThreadIn();
@@ -119,7 +130,7 @@ HRESULT ImagerCamera::StartPreview() {
 HRESULT ImagerCamera::StopPreview() {
     platform::EventModify(session->stopEvent.get(), platform::kEventSet);
     if (!previewThread) return S_OK;
-    return WaitLettingSentMessagesIn(previewThread.get(), kThreadEndMs) == WAIT_TIMEOUT ? E_ABORT : S_OK;
+    return WaitFor(previewThread.get(), kThreadEndMs) == WAIT_TIMEOUT ? E_ABORT : S_OK;
 }
 
 HRESULT ImagerCamera::RegisterPreviewCallback(camFrameCallback callback) {

@@ -61,9 +61,11 @@ class ImagerCamera final : public CameraDevice {
 
   private:
     void EndPreviewThreads();
+    DWORD WaitFor(HANDLE handle, DWORD timeoutMs);
 
     ComPtr<ImagerSession> session;  // never null
     UniqueHandle previewThread;     // the latest one
+    bool isWaiting = false;         // for the end of a preview
     DWORD switch16 = 0;
     DWORD switch80 = 0;
     DWORD monoColor = 0;

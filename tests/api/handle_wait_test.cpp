@@ -3,6 +3,7 @@
 #include <doctest/doctest.h>
 
 #include "base/unique_resource.h"
+#include "dshow_camera/graph_access.h"
 
 using namespace cam;
 
@@ -61,4 +62,12 @@ TEST_CASE("a wait dispatches messages, one between two looks at the handles") {
 
     DestroyWindow(window);
     UnregisterClassW(windowClass.lpszClassName, nullptr);
+}
+
+TEST_CASE("a graph whose mutex cannot be waited for is not taken") {
+    GraphMutex mutex;
+    CHECK_FALSE(mutex.TryEnter());
+    REQUIRE(SUCCEEDED(mutex.Create()));
+    CHECK(mutex.TryEnter());
+    mutex.Leave();
 }

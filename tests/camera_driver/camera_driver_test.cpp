@@ -10,6 +10,7 @@
 #include "platform/desktop/camera_driver/webcams.h"
 #include "platform/platform.h"
 #include "properties.h"
+#include "refused_call.h"
 #include "scene/chart_reader.h"
 
 namespace {
@@ -357,6 +358,33 @@ TEST_CASE("a webcam that hangs is given up after two seconds, and started anew a
     // The one that hung comes to its end by itself, and what belonged to it goes then.
     for (int i = 0; i < 100 && kitLiveObjects() != 0; ++i) Sleep(100);
     CHECK(kitLiveObjects() == 0);
+}
+
+extern "C" decltype(&CreateEventW) createEvent TEST_IMPORT(CreateEventW, 16);
+
+namespace {
+int eventsLeft;
+const auto reallyCreateEvent = createEvent;
+
+HANDLE WINAPI RefuseOne(SECURITY_ATTRIBUTES* security, BOOL manual, BOOL set, const wchar_t* name) {
+    return eventsLeft-- == 0 ? nullptr : reallyCreateEvent(security, manual, set, name);
+}
+}  // namespace
+
+TEST_CASE("a driver whose thread could not be ended is not loaded") {
+    Play(R"({"encoding": "YUY2", "width": 320, "height": 240})");
+    wchar_t name[20] = L"";
+    FindFirstWebcam(name);
+    for (int events = 0; events < 4; ++events) {
+        ComPtr<IBaseFilter> camera;
+        {
+            eventsLeft = events;
+            const Redirected refusal(createEvent, RefuseOne);
+            REQUIRE(cam::platform::CreateCaptureFilter(kClsidCaptureFilter, FindFirstWebcam, camera.put()) ==
+                    S_OK);
+        }
+        CHECK(LoadDevice(camera.get(), name) == (events < 3 ? E_OUTOFMEMORY : S_OK));
+    }
 }
 
 TEST_CASE("the webcam's own controls are the driver's") {

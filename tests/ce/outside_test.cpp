@@ -270,6 +270,35 @@ TEST_CASE_FIXTURE(Fixture, "the end may come while the pins are apart, and nothi
     }
 }
 
+// A box serves the application's messages, and what they call is called inside the change.
+TEST_CASE_FIXTURE(Fixture,
+                  "while a message box waits the camera can be used, and a preview goes on after it") {
+    constexpr u32 kStopped = 2, kPreviewing = 3;
+    const struct {
+        const char* call;
+        std::vector<u32> words;
+        u32 state;
+    } cases[] = {{"GetState", {place}, kPreviewing},
+                 {"StopPreview", {}, kStopped},
+                 {"SetResolution", {0}, kPreviewing}};
+    for (const auto& [call, words, state] : cases) {
+        CAPTURE(std::string(call));
+        Start();
+        Calls(process).Answer("IGraphBuilder::ConnectDirect", kFail);
+        i32 result = -1;
+        windows.onBox = [&] {
+            windows.onBox = nullptr;
+            Play();
+            result = Cam(call, words);
+        };
+        CHECK(Cam("SetResolution", {2}) == kInvalid);
+        CHECK(result == 0);
+        CHECK(State() == static_cast<i32>(state));
+        CHECK(platform.graph->state == (state == kPreviewing ? 2 : 0));
+        End();
+    }
+}
+
 TEST_CASE_FIXTURE(Fixture, "a line is drawn eight times around its place, and once upon it") {
     Start();
     auto& drawing = process.Attachment<Drawing>("drawing");

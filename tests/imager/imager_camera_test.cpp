@@ -397,6 +397,44 @@ TEST_CASE_FIXTURE(Fixture, "the resolution chooses the still's acquisition and i
     camera->StopPreview();
 }
 
+// ---- Calls from a message ------------------------------------------------------------------------------
+
+// The preview's thread asks the window, whose thread waits for it, and takes its time afterwards.
+TEST_CASE_FIXTURE(Fixture, "while the end of a preview is waited for no message starts another") {
+    static HANDLE inFirst;
+    static std::atomic<bool> hasLeft;
+    inFirst = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    askedWindow = window.get();
+    for (const bool shutDown : {false, true}) {
+        CAPTURE(shutDown);
+        hasLeft = false;
+        frames.previews = 0;
+        frames.onFrame = [](int number) {
+            if (number != 1) return;
+            SetEvent(inFirst);
+            SendMessageW(askedWindow, kAsk, 0, 0);
+            Sleep(100);
+            hasLeft = true;
+        };
+        HRESULT started = S_OK;
+        int state = -1;
+        window.onAsked = [&] {
+            started = camera->StartPreview();
+            state = State();
+        };
+        Start();
+        REQUIRE(WaitForSingleObject(inFirst, kLongEnough) == WAIT_OBJECT_0);
+        CHECK((shutDown ? camera->Shutdown() : camera->StopPreview()) == S_OK);
+        CHECK(hasLeft);
+        CHECK(FAILED(started));
+        CHECK(state == 1);
+        CHECK(imvKitOpenEngines() == 0);
+        CHECK(kit::Logged(L"OpenEngine") == 1);
+        imvKitReset();
+    }
+    CloseHandle(inFirst);
+}
+
 // ---- Ends ---------------------------------------------------------------------------------------------
 
 TEST_CASE_FIXTURE(Fixture, "a camera that goes away ends its threads, however many there are") {

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <functional>
+
 #include <ocellus/cam.h>
 
 #include "pump.h"
@@ -30,6 +32,7 @@ class Window {
     WPARAM lastWParam = 1;
     LPARAM lastLParam = 1;
     int asked = 0;
+    std::function<void()> onAsked;
 
   private:
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -39,7 +42,10 @@ class Window {
             self->lastWParam = wParam;
             self->lastLParam = lParam;
         }
-        if (self && message == kAsk) ++self->asked;
+        if (self && message == kAsk) {
+            ++self->asked;
+            if (self->onAsked) self->onAsked();
+        }
         return DefWindowProcW(window, message, wParam, lParam);
     }
 

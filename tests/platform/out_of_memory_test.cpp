@@ -1,4 +1,5 @@
-// The seam when memory runs out: every function fails as it says, and nothing is thrown or lost.
+// The seam when memory runs out, or the system is short of something else: every function fails as it says or
+// tries again, and nothing is thrown or lost.
 #include <doctest/doctest.h>
 
 #include <atomic>
@@ -8,11 +9,13 @@
 #include <vector>
 
 #include "base/unique_resource.h"
+#include "platform/desktop/camera_driver/jpeg_frame.h"
 #include "platform/desktop/camera_driver/source_picture.h"
 #include "platform/desktop/message_queue.h"
 #include "platform/owners.h"
 #include "platform/platform.h"
 #include "camverify/process_counts.h"
+#include "refused_call.h"
 
 using namespace cam;
 using namespace cam::platform;
@@ -149,4 +152,72 @@ TEST_CASE("a webcam's frame for which there is no memory is left out, and the ne
         CHECK(frame == wanted);
     }
     CHECK(rounds > 3);
+}
+
+TEST_CASE("a JPEG frame for which there is no memory leaves nothing behind") {
+    // Eight by eight pixels of grey, without Huffman tables.
+    std::vector<std::uint8_t> frame = {0xFF, 0xD8, 0xFF, 0xDB, 0, 67, 0};
+    frame.insert(frame.end(), 64, 1);
+    for (const int one : {0xFF, 0xC0, 0, 11, 8, 0, 8, 0, 8,  1, 1,    0x11, 0,  // the size
+                          0xFF, 0xDA, 0, 8,  1, 1, 0, 0, 63, 0, 0x2B,           // the picture
+                          0xFF, 0xD9})
+        frame.push_back(static_cast<std::uint8_t>(one));
+    const auto isDecoded = [&](int allocations) {
+        driver::JpegFrame decoder;
+        bool done = false;
+        allocationsLeft = allocations;
+        try {
+            done = decoder.Decode(frame, 8, 8).has_value();
+        } catch (const std::bad_alloc&) {
+        }
+        allocationsLeft = -1;
+        return done;
+    };
+    CHECK(isDecoded(-1));
+    CHECK_FALSE(isDecoded(0));
+    constexpr int kFrames = 20;
+    constexpr long kLeastOfDecoder = 1000;  // bytes that one keeps for itself
+    const long before = counts::HeapBytes();
+    for (int i = 0; i < kFrames; ++i) CHECK_FALSE(isDecoded(0));
+    CHECK(counts::HeapBytes() - before < kFrames * kLeastOfDecoder);
+}
+
+TEST_CASE("a change of the devices for which there is no memory is told with the next") {
+    SetEnvironmentVariableW(L"OCELLUS_WEBCAMS", L"all of them that there are");
+    const HWND window = CreateWindowW(L"Static", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    REQUIRE(WatchDevices(window, WM_APP));
+    const HWND hidden = FindWindowW(L"OcellusDeviceNotifications", nullptr);
+    int failures = 0;
+    for (refused = 1; refused;) {
+        refused = 0;
+        allocationsLeft = failures;
+        const LRESULT answer = SendMessageW(hidden, WM_DEVICECHANGE, 7, 0);
+        allocationsLeft = -1;
+        failures += refused != 0;
+        CHECK(answer == TRUE);
+    }
+    CHECK(failures > 0);
+    CHECK(WatchDevices(nullptr, 0));
+    DestroyWindow(window);
+}
+
+extern "C" decltype(&PostThreadMessageW) postThreadMessage TEST_IMPORT(PostThreadMessageW, 16);
+
+namespace {
+int asked;
+const auto reallyPost = postThreadMessage;
+
+BOOL WINAPI RefuseFirst(DWORD thread, UINT message, WPARAM first, LPARAM second) {
+    return ++asked == 1 ? FALSE : reallyPost(thread, message, first, second);
+}
+}  // namespace
+
+TEST_CASE("a window's thread whose end cannot be asked for is asked again") {
+    const UniqueMessageQueue queue = MakeQueue();
+    UniquePowerNotification notification(RequestPowerNotifications(queue.get(), kPowerResume));
+    REQUIRE(notification);
+    asked = 0;
+    const Redirected refusal(postThreadMessage, RefuseFirst);
+    notification.reset();
+    CHECK(asked == 2);
 }

@@ -2,7 +2,6 @@
 
 #include <psapi.h>
 
-#include <algorithm>
 #include <map>
 
 #include "camverify/process_counts.h"
@@ -31,21 +30,6 @@ long Windows() {
     return count;
 }
 
-long HeapBytes() {
-    HANDLE heaps[64] = {};
-    const DWORD count = std::min<DWORD>(GetProcessHeaps(ARRAYSIZE(heaps), heaps), ARRAYSIZE(heaps));
-    SIZE_T bytes = 0;
-    for (DWORD index = 0; index < count; ++index) {
-        PROCESS_HEAP_ENTRY entry = {};
-        HeapLock(heaps[index]);
-        while (HeapWalk(heaps[index], &entry)) {
-            if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += entry.cbData;
-        }
-        HeapUnlock(heaps[index]);
-    }
-    return static_cast<long>(bytes);
-}
-
 }  // namespace
 
 Holdings CountHoldings() {
@@ -54,7 +38,7 @@ Holdings CountHoldings() {
     holdings.emplace_back("threads", counts::Threads());
     holdings.emplace_back("GDI objects", counts::GdiObjects());
     holdings.emplace_back("USER objects", Windows());
-    holdings.emplace_back("heap bytes", HeapBytes());
+    holdings.emplace_back("heap bytes", counts::HeapBytes());
     // Another name for the private bytes, which some systems leave at 0 under their own.
     PROCESS_MEMORY_COUNTERS memory = {};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
@@ -72,9 +56,9 @@ struct Left {
 Left LeftBy(void (*work)()) {
     constexpr int kRounds = 8;
     work();  // whatever is made once
-    const long events = HandlesByType().at("Event"), bytes = HeapBytes();
+    const long events = HandlesByType().at("Event"), bytes = counts::HeapBytes();
     for (int round = 0; round < kRounds; ++round) work();
-    return {(HandlesByType().at("Event") - events) / kRounds, (HeapBytes() - bytes) / kRounds};
+    return {(HandlesByType().at("Event") - events) / kRounds, (counts::HeapBytes() - bytes) / kRounds};
 }
 
 void MakeGraph() {

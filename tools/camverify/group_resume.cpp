@@ -11,6 +11,7 @@ namespace verify {
 namespace {
 
 constexpr char kShow[] = "IVideoWindow::put_Visible -1";
+constexpr char kSetText[] = "IStillImageSinkControl::SetText";
 
 void WhilePreviewing() {
     const Session session(std::wstring(L"{}"));
@@ -123,7 +124,14 @@ const FromMessage kFromMessages[] = {
      {camOk}},
     {"camRegisterStillImageCallback", [] { return cam.RegisterStillImageCallback(nullptr); }, {camOk}},
     {"camSetResolution", [] { return cam.SetResolution(1); }, {camOk, camInvalidArgument}},
-    {"camSnapPicture", [] { return cam.SnapPicture(nullptr, 0); }, {camCaptureFailed}},
+    {"camSnapPicture",
+     [] {
+         const LONG before = CountOf(kSetText);
+         const camResult result = cam.SnapPicture(nullptr, 0);
+         Equal("texts of a refused picture", CountOf(kSetText) - before, LONG{0});
+         return result;
+     },
+     {camCaptureFailed}},
     {"camStartPreview", [] { return cam.StartPreview(); }, {camFailed, camOk}},
     {"camStopPreview", [] { return cam.StopPreview(); }, {camFailed}},
     {"camShutDown", [] { return cam.ShutDown(); }, {camFailed}},
@@ -172,7 +180,7 @@ void FromItsMessages() {
                         Holds("it sends a message", PumpUntil([] { return callsFromMessages > 0; }));
                     }}};
     for (const auto& [moment, reach] : moments) {
-        Session session(std::wstring(L"{}"));
+        Session session(std::wstring(L"{\"watchGraph\": true}"));
         session.NeedPreview();
         const bool isLast = &reach == &moments[std::size(moments) - 1].moment;
         if (isLast && !platform::FirstChild(session.windows.owner))

@@ -8,6 +8,7 @@
 #include <tlhelp32.h>
 #include <winternl.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -128,6 +129,22 @@ inline int GdiObjects() {
     int count = 0;
     for (int index = 0; index < kEntries; ++index) count += table[index].type != 0 ? 1 : 0;
     return count;
+}
+
+// In blocks of all heaps.
+inline long HeapBytes() {
+    HANDLE heaps[64] = {};
+    const DWORD count = std::min<DWORD>(GetProcessHeaps(ARRAYSIZE(heaps), heaps), ARRAYSIZE(heaps));
+    SIZE_T bytes = 0;
+    for (DWORD index = 0; index < count; ++index) {
+        PROCESS_HEAP_ENTRY entry = {};
+        HeapLock(heaps[index]);
+        while (HeapWalk(heaps[index], &entry)) {
+            if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += entry.cbData;
+        }
+        HeapUnlock(heaps[index]);
+    }
+    return static_cast<long>(bytes);
 }
 
 // The system keeps as many device contexts as were ever used at once, each with a region and a bitmap. The

@@ -69,8 +69,11 @@ bool HiddenWindow::Open() {
 
 void HiddenWindow::Close() {
     if (!thread) return;
-    PostThreadMessageW(threadId, WM_QUIT, 0, 0);
-    WaitLettingSentMessagesIn(thread.get());
+    // A system that is short of something may refuse to post it.
+    constexpr DWORD kAgainMs = 100;
+    do {
+        PostThreadMessageW(threadId, WM_QUIT, 0, 0);
+    } while (WaitLettingSentMessagesIn(thread.get(), kAgainMs) == WAIT_TIMEOUT);
     thread.reset();
 }
 

@@ -56,6 +56,7 @@ HRESULT STDMETHODCALLTYPE CameraDriver::Load(IPropertyBag* bag, IErrorLog* error
     Variant name;
     CAM_RETURN_IF_FAILED(bag->Read(kNameProperty, name.put(), errors));
     if (!name.text()) return E_INVALIDARG;
+    if (!stopping || !ended || !stillReady) return E_OUTOFMEMORY;  // its thread could not be ended
     const LockGuard lock(StateLock());
     if (IsLoaded()) return VFW_E_ALREADY_CONNECTED;
     identity = IdentityOf(name.text());

@@ -1,7 +1,9 @@
 #include "platform/desktop/camera_driver/device_notices.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/lock.h"
@@ -34,10 +36,14 @@ bool Has(const Identities& list, const std::wstring& identity) {
     return std::find(list.begin(), list.end(), identity) != list.end();
 }
 
-// The system says that something has changed, not what.
+// The system says that something has changed, not what. Told only when there is memory for all of it.
 void Compare() {
-    const Identities now = ListIdentities();
+    Identities now = ListIdentities();
     const auto watch = theWatch.Locked();
+    Identities seen = watch->seen;
+    for (const std::wstring& identity : now) {
+        if (!Has(seen, identity)) seen.push_back(identity);
+    }
     const auto post = [&](DeviceNotice notice) {
         PostMessageW(watch->window, watch->message, static_cast<WPARAM>(notice), 0);
     };
@@ -46,16 +52,19 @@ void Compare() {
     }
     for (const std::wstring& identity : now) {
         if (Has(watch->present, identity)) continue;
-        const bool isBack = Has(watch->seen, identity);
-        post(isBack ? DeviceNotice::Returned : DeviceNotice::Arrived);
-        if (!isBack) watch->seen.push_back(identity);
+        post(Has(watch->seen, identity) ? DeviceNotice::Returned : DeviceNotice::Arrived);
     }
-    watch->present = now;
+    watch->seen = std::move(seen);
+    watch->present = std::move(now);
 }
 
 LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message != WM_DEVICECHANGE) return DefWindowProcW(window, message, wParam, lParam);
-    Compare();
+    try {
+        Compare();
+    } catch (const std::bad_alloc&) {
+        // Seen with the next change.
+    }
     return TRUE;
 }
 
