@@ -55,7 +55,7 @@ HRESULT CameraWorker::Start() {
             platform::RequestPowerNotifications(powerQueue.get(), platform::kPowerResume));
         if (!powerNotification) {
             const HRESULT result = HresultFromLastError();
-            CloseHandle(powerQueue.release());
+            powerQueue.reset();
             return result;
         }
     }

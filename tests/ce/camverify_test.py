@@ -20,7 +20,6 @@ SKIPPED = {
     "a driver has no list of a webcam's formats",
     "windows above the video window can be worked on while it previews",
     "the video fills the owner's client area while preview runs",
-    "the library can be unloaded while its thread hangs in the imager library",
     "without a usable imager library it says so, and everything else goes on",
 }
 

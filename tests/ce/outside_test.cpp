@@ -299,6 +299,32 @@ TEST_CASE_FIXTURE(Fixture,
     }
 }
 
+TEST_CASE_FIXTURE(Fixture, "a call that fails without saying why has failed all the same") {
+    process.Unload(module);
+    std::string refused;
+    process.wrapImport = [&](const Module&, const std::string& function, Handler carryOut) -> Handler {
+        return [this, &refused, function, carryOut](Arguments& arguments) -> u64 {
+            if (function != refused) return carryOut(arguments);
+            process.SetLastError(0);
+            return 0;
+        };
+    };
+    Module& wrapped = process.Load(BuiltDll("ocellus.dll"));
+    platform.RegisterFilters(wrapped);
+    const auto call = [&](const std::string& name, const std::vector<u32>& words = {}) {
+        return static_cast<i32>(process.Call(wrapped, "cam" + name, words));
+    };
+    refused = "DuplicateHandle";
+    CHECK(call("Select", {kOwner, 0, 0, kDShow}) == static_cast<i32>(kFail));
+    refused.clear();
+    CHECK(call("Select", {kOwner, 0, 0, kDShow}) == 0);
+    refused = "GetClientRect";
+    CHECK(call("StartPreview") == kFailed);
+    refused.clear();
+    CHECK(call("StartPreview") == 0);
+    CHECK(call("ShutDown") == 0);
+}
+
 TEST_CASE_FIXTURE(Fixture, "a line is drawn eight times around its place, and once upon it") {
     Start();
     auto& drawing = process.Attachment<Drawing>("drawing");

@@ -142,6 +142,7 @@ class Faults(Device):
             (20, ("closed with ReleaseDC", "which DeleteDC closes", "from ReleaseCompatibleContext")),
             (21, ("the bitmap 8 x 8 was deleted while it is selected", "from DeleteSelectedBitmap")),
             (22, ("the buffer of a sample of 32 bytes was written beyond its ends", "from WritePastASample")),
+            (23, ("closed with CloseHandle, but it is that of message queue", "from CloseQueueAsHandle")),
         ):
             with self.subTest(number):
                 done = self.run_it("faults.exe", number, image="faults.exe")

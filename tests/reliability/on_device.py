@@ -2,7 +2,7 @@
 """Sessions on the emulated device under bad conditions: on_device.py CE_RUN CE_BUILD sweep [--all] [--every N] | seeds FIRST COUNT [--seconds S] | play [--folder F] ...
 
 sweep   each call of the system by ocellus.dll that can fail does so, at its first, second and last occurrence: one run of two sessions for each
-        (with --all at every occurrence, with --every N for each Nth run of them)
+        (with --all at every occurrence; with --every N the first occurrence of each function and each Nth of the others)
 seeds   threads are switched at random moments; one run of two sessions for each seed, no more of them than fit the seconds
 play    the program with these arguments, in one process; its files in that folder
 
@@ -85,15 +85,17 @@ def calls_of(count, at_all):
 
 def sweep(device, every, at_all):
     counts = {one["function"]: one for one in device.run([], ["once"])[0]["calls"]}
-    runs = []
+    first, others = [], []
     for function, one in counts.items():
         if one["canFail"] and one["count"]:
-            runs += [(["--fail", f"{function}:{call}"], ["twice"]) for call in calls_of(one["count"], at_all)]
+            runs = [(["--fail", f"{function}:{call}"], ["twice"]) for call in calls_of(one["count"], at_all)]
+            first += runs[:1]
+            others += runs[1:]
     silent = [name for name, one in counts.items() if one["count"] and not one["canFail"]]
     unused = [name for name, one in counts.items() if not one["count"]]
     print(f"{len(counts)} imports: {len(counts) - len(silent) - len(unused)} can fail, {len(silent)} cannot ({' '.join(silent)}),")
     print(f"{len(unused)} are not called in a session ({' '.join(unused)})")
-    return runs[::every]
+    return first + others[::every]
 
 
 def main():

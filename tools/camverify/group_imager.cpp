@@ -539,6 +539,8 @@ void UnloadedWhileItHangs() {
         Holds("the shutdown waits 5 s in all", taken >= 4900 && taken < 5900);
     }
     cam.Unload();
+    constexpr DWORD kComesBackMs = 2000;  // where the system does not say how many threads there are
+    PumpFor(kComesBackMs);
     Holds("the thread comes to its end",
           PumpUntil([=] { return platform::CountHoldings().threads <= threads; }));
     Need("the library is there again", cam.Load(path), DWORD{0});
@@ -561,7 +563,7 @@ constexpr Check kChecks[] = {
     {"a library that does not answer holds nobody up for longer than 5 s", kImagerKit, Hanging,
      kLibraryFault},
     {"no message comes after the shutdown", kImagerKit, LateMessage, kLibraryFault},
-    {"the library can be unloaded while its thread hangs in the imager library", kImagerKit | kDesktop,
+    {"the library can be unloaded while its thread hangs in the imager library", kImagerKit,
      UnloadedWhileItHangs, kLibraryFault},
     {"without a usable imager library it says so, and everything else goes on", kImagerKit | kDesktop,
      WithoutLibrary, kLibraryFault},

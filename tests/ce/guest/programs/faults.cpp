@@ -20,6 +20,7 @@ static void Keep(void* block) {
 
 extern "C" {
 void lateFunction();
+HANDLE CreateMsgQueue(const wchar_t* name, void* options);
 
 __attribute__((noinline)) void StoreToNull() {
     *reinterpret_cast<volatile int*>(8) = 1;
@@ -102,6 +103,10 @@ __attribute__((noinline)) void CloseSearchAsHandle() {
     CreateDirectoryW(L"\\folder", nullptr);
     WIN32_FIND_DATAW found;
     CloseHandle(FindFirstFileW(L"\\*", &found));
+}
+__attribute__((noinline)) void CloseQueueAsHandle() {
+    DWORD options[] = {20, 0, 1, 16, TRUE};
+    CloseHandle(CreateMsgQueue(nullptr, options));
 }
 __attribute__((noinline)) void WaitForKey() {
     WaitForSingleObject(OpenKey(), 0);
@@ -203,7 +208,8 @@ int main(int count, char** arguments) {
                                         WaitForKey,
                                         ReleaseCompatibleContext,
                                         DeleteSelectedBitmap,
-                                        WritePastASample};
+                                        WritePastASample,
+                                        CloseQueueAsHandle};
     constexpr int kCount = sizeof kFaults / sizeof *kFaults;
     const int number = count > 1 ? atoi(arguments[1]) : 0;
     if (number == 0) return RefusedInTime();
