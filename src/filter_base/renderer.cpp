@@ -37,9 +37,12 @@ void RendererFilter::CompleteIfEnded() {
     NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(this)));
 }
 
+// A system that is short of something may refuse to wait: it is asked again.
 bool RendererFilter::WaitFor(HANDLE event) {
     HANDLE events[] = {cancelled.get(), event};
-    return WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0;
+    DWORD waited;
+    while ((waited = WaitForMultipleObjects(2, events, FALSE, INFINITE)) == WAIT_FAILED) Sleep(1);
+    return waited != WAIT_OBJECT_0;
 }
 
 bool RendererFilter::WaitUntilDue(IMediaSample& sample) {

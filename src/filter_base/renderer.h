@@ -34,6 +34,9 @@ class RendererFilter : public Implements<Filter, IAMFilterMiscFlags> {
     // IAMFilterMiscFlags
     ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_RENDERER; }
 
+    // False: the system had no events to spare. Nothing would end a wait then: the filter is not to be used.
+    bool CanWait() const { return cancelled && running && due; }
+
   protected:
     RendererFilter(const wchar_t* name, IUnknown* outer, REFCLSID id);
 

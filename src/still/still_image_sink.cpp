@@ -162,6 +162,10 @@ HRESULT StillImageSinkFilter::DoRenderSample(IMediaSample* sample) {
 
 filter_base::ComObject* CreateStillImageSink(IUnknown* outer, HRESULT* result) {
     auto* filter = new (std::nothrow) StillImageSinkFilter(outer);
+    if (filter && !filter->CanWait()) {
+        const ComPtr<IUnknown> toDestroy(filter->Inner());
+        filter = nullptr;
+    }
     if (!filter && result) *result = E_OUTOFMEMORY;
     return filter;
 }

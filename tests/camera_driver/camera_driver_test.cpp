@@ -360,17 +360,6 @@ TEST_CASE("a webcam that hangs is given up after two seconds, and started anew a
     CHECK(kitLiveObjects() == 0);
 }
 
-extern "C" decltype(&CreateEventW) createEvent TEST_IMPORT(CreateEventW, 16);
-
-namespace {
-int eventsLeft;
-const auto reallyCreateEvent = createEvent;
-
-HANDLE WINAPI RefuseOne(SECURITY_ATTRIBUTES* security, BOOL manual, BOOL set, const wchar_t* name) {
-    return eventsLeft-- == 0 ? nullptr : reallyCreateEvent(security, manual, set, name);
-}
-}  // namespace
-
 TEST_CASE("a driver whose thread could not be ended is not loaded") {
     Play(R"({"encoding": "YUY2", "width": 320, "height": 240})");
     wchar_t name[20] = L"";
@@ -378,8 +367,7 @@ TEST_CASE("a driver whose thread could not be ended is not loaded") {
     for (int events = 0; events < 4; ++events) {
         ComPtr<IBaseFilter> camera;
         {
-            eventsLeft = events;
-            const Redirected refusal(createEvent, RefuseOne);
+            const RefusedEvent refusal(events);
             REQUIRE(cam::platform::CreateCaptureFilter(kClsidCaptureFilter, FindFirstWebcam, camera.put()) ==
                     S_OK);
         }

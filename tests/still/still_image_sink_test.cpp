@@ -8,6 +8,7 @@
 #include <string>
 
 #include "filter_base/test_filters.h"
+#include "refused_call.h"
 #include "still/still_image_sink.h"
 #include "test_files.h"
 
@@ -360,4 +361,17 @@ TEST_CASE("the sink says what a registration needs, and offers its control inter
     CLSID id = {};
     CHECK(sink->GetClassID(&id) == S_OK);
     CHECK(id == kClsidStillImageSink);
+}
+
+TEST_CASE("a sink that could not be told to stop waiting is not made; its named event it can do without") {
+    const LONG before = filter_base::LiveObjects();
+    for (int events = 0; events < 4; ++events) {
+        const RefusedEvent refusal(events);
+        HRESULT result = S_OK;
+        filter_base::ComObject* const sink = still::CreateStillImageSink(nullptr, &result);
+        CHECK((sink != nullptr) == (events == 3));
+        CHECK(result == (events == 3 ? S_OK : E_OUTOFMEMORY));
+        if (sink) const ComPtr<IUnknown> toDestroy(sink->Inner());
+        CHECK(filter_base::LiveObjects() == before);
+    }
 }
