@@ -53,6 +53,8 @@ struct InputWait final : Object {
     u32 mask;
 };
 
+}  // namespace
+
 u32 Send(Process& p, u32 window, u32 message, u32 first, u32 second) {
     auto& windows = p.Attachment<Windows>("windows");
     const Window* found = windows.Find(window);
@@ -70,6 +72,8 @@ u32 Send(Process& p, u32 window, u32 message, u32 first, u32 second) {
     }
     return sent->result;
 }
+
+namespace {
 
 u32 Post(Process& p, u32 thread, const PostedMessage& message) {
     p.Attachment<Windows>("windows").Of(thread).posted.push_back(message);

@@ -147,7 +147,7 @@ void BindLooks(Process& p) {
     p.Bind(kLibrary, "UpdateWindow", [&p, &windows](u32 window) -> u32 {
         ++windows.updates;
         const Window* found = windows.Find(window);
-        if (found && found->dirty) CallWindow(p, window, message::kPaint, 0, 0);
+        if (found && found->dirty) Send(p, window, message::kPaint, 0, 0);
         return 1;
     });
     p.Bind(kLibrary, "BeginPaint", [&p, &windows](u32 window, u32 record) -> u32 {

@@ -79,6 +79,8 @@ bool IsGone(Process& process, u32 window);
 
 // Runs the window procedure on the calling thread.
 u32 CallWindow(Process& process, u32 window, u32 message, u32 first, u32 second);
+// The same on the window's own thread, for which the calling one waits.
+u32 Send(Process& process, u32 window, u32 message, u32 first, u32 second);
 // The system's own treatment of a message.
 u32 DefaultProcedure(Process& process, u32 window, u32 message, u32 first, u32 second);
 // Runs the procedures for what other threads sent to this one.

@@ -33,6 +33,19 @@ inline void PumpFor(DWORD ms) {
     PumpUntil([] { return false; }, ms);
 }
 
+// The same, with nothing served but what other threads send.
+template <typename Done>
+bool LetSentInUntil(Done done) {
+    constexpr DWORD kLookEveryMs = 20;
+    const DWORD started = GetTickCount();
+    while (!done() && GetTickCount() - started < kLongEnough) {
+        MSG message;
+        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
+        MsgWaitForMultipleObjectsEx(0, nullptr, kLookEveryMs, QS_SENDMESSAGE, 0);
+    }
+    return done();
+}
+
 // As chosen on the command line.
 extern int cameraType;
 extern int cycleCount;  // of what is done over and over to find what is lost

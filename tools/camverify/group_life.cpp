@@ -165,25 +165,13 @@ void PostedMessages() {
     Holds("it is served afterwards", WaitForCaptured(1));
 }
 
-// Lets in what other threads send, and serves nothing that waits in the queue.
-bool LetSentIn(DWORD timeoutMs) {
-    constexpr DWORD kLookEveryMs = 20;
-    const DWORD started = GetTickCount();
-    while (ownerPaints == 0 && GetTickCount() - started < timeoutMs) {
-        MSG message;
-        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
-        MsgWaitForMultipleObjectsEx(0, nullptr, kLookEveryMs, QS_SENDMESSAGE, 0);
-    }
-    return ownerPaints > 0;
-}
-
 void IdlePainting() {
     const Session session;
     session.NeedUp();
     const DWORD idle = GetTickCount();
     ownerPaints = 0;
     InvalidateRect(session.windows.owner, nullptr, FALSE);
-    Holds("the owner window is painted", LetSentIn(kLongEnough));
+    Holds("the owner window is painted", LetSentInUntil([] { return ownerPaints > 0; }));
     Holds("not before 3 s have passed", GetTickCount() - idle > 3000);
 }
 
