@@ -19,6 +19,7 @@ class HostPin : public HostObject {
     HostPin(Process& owner, std::string pinName, bool isOutput, std::vector<VideoFormat> offered,
             Listed isListed = Listed::Never);
     u32 Pointer() const { return Interface(kIidPin); }
+    u32 Peer() const { return peer; }  // 0: none
     bool Connected() const { return peer != 0; }
     void Drop();
     const VideoFormat& Format() const { return format; }

@@ -175,11 +175,12 @@ void FilterGraph::OnLastRelease() {
     for (const auto& [pointer, pin] : hostPins) {
         if (!pin->Connected()) continue;
         const u32 place = HostMemory(process, 8);
-        CallMethod(process, pointer, slot::kPinConnectedTo, {place});
-        const u32 peer = machine.Read<u32>(place);
+        const bool isTold = CallMethod(process, pointer, slot::kPinConnectedTo, {place}) == kOk;
+        // The graph joined them, and knows.
+        const u32 peer = isTold ? machine.Read<u32>(place) : pin->Peer();
         CallMethod(process, peer, slot::kPinDisconnect);
         CallMethod(process, pointer, slot::kPinDisconnect);
-        Release(process, peer);
+        if (isTold) Release(process, peer);
     }
     for (const u32 filter : filters) {
         CallMethod(process, filter, slot::kFilterJoin, {0, 0});
