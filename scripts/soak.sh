@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Months in hours: sessions with both types of camera, one after the other in one process, every fifth with a device that is lost. What the
-# process holds after each is written to build/soak/TARGET.csv and drawn to TARGET.svg; fails with the kind that grows.
+# process holds is written, at 200 times, to build/soak/TARGET.csv and drawn to TARGET.svg; fails with the kind that grows.
 #
 #   scripts/soak.sh --cycles N [device|desktop|webcam]    all without a word; webcam: on the desktop, through the driver for webcams
 set -euo pipefail

@@ -191,7 +191,7 @@ void Scheduler::Preempt() {
     SwitchAway();
 }
 
-std::shared_ptr<Thread> Scheduler::NextReady() {
+Thread* Scheduler::NextReady() {
     // Round robin, beginning after the current thread, or anywhere.
     std::erase_if(threads, [&](const auto& thread) { return thread->finished && thread.get() != current; });
     const auto position =
@@ -201,13 +201,13 @@ std::shared_ptr<Thread> Scheduler::NextReady() {
     for (size_t step = 1; step <= threads.size(); ++step) {
         const auto& thread = threads[(start + step) % threads.size()];
         if (thread->finished) continue;
-        if (!thread->waiting || Satisfied(*thread)) return thread;
-        if (thread->objects.empty() && thread->deadline && *thread->deadline <= now) return thread;
+        if (!thread->waiting || Satisfied(*thread)) return thread.get();
+        if (thread->objects.empty() && thread->deadline && *thread->deadline <= now) return thread.get();
     }
-    std::shared_ptr<Thread> first;
+    Thread* first = nullptr;
     for (const auto& thread : threads) {
         if (thread->finished || !thread->deadline) continue;
-        if (!first || *thread->deadline < *first->deadline) first = thread;
+        if (!first || *thread->deadline < *first->deadline) first = thread.get();
     }
     if (first) {
         now = std::max(now, *first->deadline);
@@ -217,8 +217,9 @@ std::shared_ptr<Thread> Scheduler::NextReady() {
     return first;
 }
 
+// A thread that has ended never comes back: what lies on its stack here is not given back by anybody.
 void Scheduler::SwitchAway() {
-    std::shared_ptr<Thread> next;
+    Thread* next = nullptr;
     if (!failure) {
         try {
             next = NextReady();
@@ -228,7 +229,7 @@ void Scheduler::SwitchAway() {
         }
     }
     // A failure ends the process; the main thread tells of it.
-    if (failure) next = threads.front();
+    if (failure) next = threads.front().get();
     next->waiting = false;
     SwitchTo(*next);
     if (failure) std::rethrow_exception(std::exchange(failure, nullptr));

@@ -115,7 +115,7 @@ class Scheduler {
     void NextSlice();
     void SwitchTo(Thread& next);
     bool Satisfied(Thread& thread);
-    std::shared_ptr<Thread> NextReady();
+    Thread* NextReady();
     [[noreturn]] void ReportDeadlock();
     std::string DescribeWaits();
     void GiveStack(Thread& thread);
