@@ -59,7 +59,10 @@ bool HiddenWindow::Open() {
     UniqueHandle started(CreateLibraryThread(Serve, &start, &threadId));
     if (!started) return false;
     const HANDLE either[] = {ready.get(), started.get()};
-    if (WaitForMultipleObjects(2, either, FALSE, INFINITE) != WAIT_OBJECT_0) {
+    // The thread reads `start`: a wait that the system refuses is tried again.
+    DWORD waited;
+    while ((waited = WaitForMultipleObjects(2, either, FALSE, INFINITE)) == WAIT_FAILED) Sleep(1);
+    if (waited != WAIT_OBJECT_0) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return false;
     }
