@@ -1,4 +1,4 @@
-// Any plane: the fast kernels make of it what the plain one makes.
+// Any plane: the fast kernels make of it what the plain one makes, and pack that alike.
 #include <stdlib.h>
 
 #include <vector>
@@ -17,6 +17,13 @@ std::vector<uint8_t> Threshold(ThresholdKernel* kernel, std::vector<uint8_t> pla
     return plane;
 }
 
+std::vector<uint8_t> Pack(PackPixelsKernel* kernel, const std::vector<uint8_t>& plane) {
+    const auto count = static_cast<uint32_t>(plane.size() / 2);
+    std::vector<uint8_t> bits((count + 7) / 8);
+    kernel(plane.data(), count, bits.data());
+    return bits;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -28,9 +35,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (size_t i = 0; i < plane.size(); ++i) plane[i] = data[3 + i % (size - 3)];
 
     const std::vector<uint8_t> expected = Threshold(ThresholdPlain, plane, width, rows, ratio);
+    const std::vector<uint8_t> packed = Pack(PackPixelsPlain, expected);
     for (const cam::InstructionSet set : cam::kInstructionSets) {
         const TiffKernels* kernels = kTiffKernels.For(set);
-        if (kernels && Threshold(kernels->threshold, plane, width, rows, ratio) != expected) abort();
+        if (!kernels) continue;
+        if (Threshold(kernels->threshold, plane, width, rows, ratio) != expected) abort();
+        if (Pack(kernels->packPixels, expected) != packed) abort();
     }
     return 0;
 }

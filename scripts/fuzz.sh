@@ -2,8 +2,9 @@
 # Runs every fuzzer of the build "pure" and, where the build "host" is there, its random input to filters, configuration and the driver for
 # webcams, each for the same share of the time, and prints how often each ran and what of the code it reached.
 # Inputs that reach something new are kept below build/fuzz and made as few as possible at the end; what fails lies there too.
+# Says at the end how much processor time all of it took: on a machine that does something else beside it is less than was asked for.
 #
-#   scripts/fuzz.sh --hours N    N may have a fraction; of processor time on one core
+#   scripts/fuzz.sh --hours N    N may have a fraction; on one core
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/usage.sh"
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -22,7 +23,8 @@ for fuzzer in "${fuzzers[@]}"; do
     found=build/fuzz/$name
     case $name in tiff_*) seeds=fuzz/tiff_corpus ;; webcam_*) seeds=fuzz/jpeg_corpus ;; *) seeds=fuzz/${name%_fuzz}_corpus ;; esac
     mkdir -p "$found" "$found-smaller"
-    "$fuzzer" -max_total_time="$seconds" -artifact_prefix="build/fuzz/$name-" -print_final_stats=1 "$found" "$seeds" >"build/fuzz/$name.log" 2>&1 ||
+    words=(); [ ! -f "fuzz/$name.dict" ] || words=(-dict="fuzz/$name.dict")
+    "$fuzzer" "${words[@]}" -max_total_time="$seconds" -artifact_prefix="build/fuzz/$name-" -print_final_stats=1 "$found" "$seeds" >"build/fuzz/$name.log" 2>&1 ||
         { failed=1; echo "fuzz: $name failed, see build/fuzz/$name.log" >&2; }
     "$fuzzer" -merge=1 "$found-smaller" "$found" >/dev/null 2>&1 && rm -rf "$found" && mv "$found-smaller" "$found"
     executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "build/fuzz/$name.log")
@@ -38,4 +40,7 @@ for program in "${windows[@]}"; do
         printf '| %-20s | %12s | %8s | %6s |\n' "hostile $kind" "$rounds" - -
     done
 done
+# Not through a pipe, whose own process has no such times.
+times >build/fuzz/times
+awk -F '[ms ]+' 'NR == 2 { minutes = int($1 + $3 + ($2 + $4) / 60); printf "processor time: %d h %02d min\n", minutes / 60, minutes % 60 }' build/fuzz/times
 exit "$failed"

@@ -146,7 +146,18 @@ constexpr const char* kDocuments[] = {
     "flags='32'>7</Key><Key name='Text'>abc &amp; def</Key></Section></ConfigDoc>",
     "<!DOCTYPE ConfigDoc><ConfigDoc><Section name='Camera'><Section name='Camera'><Key name='Zoom'>0x10</Key>"
     "</Section></Section></ConfigDoc>",
+    "<?xml version=\"1.0\"?><!DOCTYPE ConfigDoc [<!ELEMENT ConfigDoc (Section)*><!ATTLIST Key name CDATA "
+    "'Zoom' flags CDATA '33'>]><ConfigDoc><Section name='Camera'><Key>7</Key><Key "
+    "name='Text'><![CDATA[abc]]>d</Key></Section></ConfigDoc>",
+    "; no XML\n[Camera]\nZoom=010\nText=abc\x80\n[Other]\nZoom=x\n",
 };
+
+// In UTF-16 with a mark.
+std::string Widened(const std::string& text) {
+    std::string bytes = "\xFF\xFE";
+    for (const char c : text) bytes += {c, '\0'};
+    return bytes;
+}
 
 std::string Damaged(Random& random) {
     std::string text = random.Of(kDocuments);
@@ -170,7 +181,7 @@ std::string Damaged(Random& random) {
                 break;
         }
     }
-    return text;
+    return random.OneIn(6) ? Widened(text) : text;
 }
 
 void PlayDocument(Random& random) {
