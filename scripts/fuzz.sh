@@ -21,7 +21,7 @@ printf '| %-20s | %12s | %8s | %6s |\n|---|---|---|---|\n' fuzzer executions cov
 for fuzzer in "${fuzzers[@]}"; do
     name=$(basename "$fuzzer")
     found=build/fuzz/$name
-    case $name in tiff_*) seeds=fuzz/tiff_corpus ;; webcam_*) seeds=fuzz/jpeg_corpus ;; *) seeds=fuzz/${name%_fuzz}_corpus ;; esac
+    case $name in tiff_*) seeds=fuzz/tiff_corpus ;; webcam_*) seeds=fuzz/${name#webcam_}; seeds=${seeds%_fuzz}_corpus ;; *) seeds=fuzz/${name%_fuzz}_corpus ;; esac
     mkdir -p "$found" "$found-smaller"
     words=(); [ ! -f "fuzz/$name.dict" ] || words=(-dict="fuzz/$name.dict")
     "$fuzzer" "${words[@]}" -max_total_time="$seconds" -artifact_prefix="build/fuzz/$name-" -print_final_stats=1 "$found" "$seeds" >"build/fuzz/$name.log" 2>&1 ||
