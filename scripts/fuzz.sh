@@ -17,6 +17,8 @@ mapfile -t windows < <(ls build/host/bin/hostile_{input,webcam}_test.exe 2>/dev/
 count=$((${#fuzzers[@]} + (${#windows[@]} > 0 ? ${#windows[@]} + 1 : 0)))
 seconds=$(awk -v hours="$2" -v count=$count 'BEGIN { printf "%d", hours * 3600 / count + 0.5 }')
 failed=0
+mkdir -p build/fuzz
+: >build/fuzz/seconds
 printf '| %-20s | %12s | %8s | %6s |\n|---|---|---|---|\n' fuzzer executions coverage inputs
 for fuzzer in "${fuzzers[@]}"; do
     name=$(basename "$fuzzer")
@@ -36,11 +38,14 @@ for program in "${windows[@]}"; do
     # Another seed each time: what it finds is repeated by its number.
     OCELLUS_FUZZ_SECONDS=$seconds OCELLUS_FUZZ_SEED=$((RANDOM * 10000)) scripts/host.sh "$program" >"build/fuzz/$name.log" 2>&1 ||
         { failed=1; echo "fuzz: $name failed, see build/fuzz/$name.log" >&2; }
+    # What Wine runs is no child of this script, and says itself what it took.
+    tr -d '\r' <"build/fuzz/$name.log" | sed -n 's/.* rounds, \([0-9.]*\) s of a processor$/\1/p' >>build/fuzz/seconds
     tr -d '\r' <"build/fuzz/$name.log" | sed -n 's/^\([a-z]*\): \([0-9]*\) rounds.*/\1 \2/p' | while read -r kind rounds; do
         printf '| %-20s | %12s | %8s | %6s |\n' "hostile $kind" "$rounds" - -
     done
 done
 # Not through a pipe, whose own process has no such times.
 times >build/fuzz/times
-awk -F '[ms ]+' 'NR == 2 { minutes = int($1 + $3 + ($2 + $4) / 60); printf "processor time: %d h %02d min\n", minutes / 60, minutes % 60 }' build/fuzz/times
+awk -F '[ms ]+' '/m/ { if (FNR == 2) seconds += ($1 + $3) * 60 + $2 + $4; next } { seconds += $1 }
+    END { minutes = int(seconds / 60 + 0.5); printf "processor time: %d h %02d min\n", minutes / 60, minutes % 60 }' build/fuzz/times build/fuzz/seconds
 exit "$failed"

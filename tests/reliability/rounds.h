@@ -9,6 +9,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -35,10 +36,21 @@ inline int Setting(const char* name, int otherwise) {
     return text ? atoi(text) : otherwise;
 }
 
+// What the process has used of the processors.
+inline double ProcessorSeconds() {
+    FILETIME unused, kernel, user;
+    if (!GetProcessTimes(GetCurrentProcess(), &unused, &unused, &kernel, &user)) return 0;
+    const auto steps = [](FILETIME time) {
+        return static_cast<double>(uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
+    };
+    return (steps(kernel) + steps(user)) / 1e7;
+}
+
 // Plays rounds until the time is over.
 template <typename Round>
 void PlayRounds(const char* what, const Round& round) {
     const DWORD start = GetTickCount();
+    const double before = ProcessorSeconds();
     const auto limitMs = static_cast<DWORD>(Setting("OCELLUS_FUZZ_SECONDS", 1)) * 1000;
     const int first = Setting("OCELLUS_FUZZ_SEED", 1);
     const bool isTold = Setting("OCELLUS_FUZZ_TELL", 0) != 0;
@@ -50,7 +62,7 @@ void PlayRounds(const char* what, const Round& round) {
         round(random);
     }
     CHECK(number > first);
-    printf("%s: %d rounds\n", what, number - first);
+    printf("%s: %d rounds, %.1f s of a processor\n", what, number - first, ProcessorSeconds() - before);
 }
 
 }  // namespace cam::test
