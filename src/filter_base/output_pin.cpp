@@ -23,8 +23,11 @@ void OutputPin::BreakConnect() {
     receiverInput.reset();
 }
 
+// Buffers of nothing are refused here: there are systems whose allocator ends the process when it is to make
+// them.
 HRESULT OutputPin::Active() {
-    return sampleAllocator ? sampleAllocator->Commit() : VFW_E_NO_ALLOCATOR;
+    if (!sampleAllocator) return VFW_E_NO_ALLOCATOR;
+    return isSizeSet ? sampleAllocator->Commit() : VFW_E_SIZENOTSET;
 }
 
 void OutputPin::Inactive() {
@@ -88,7 +91,10 @@ HRESULT OutputPin::TryAllocator(IMemAllocator* allocator, const ALLOCATOR_PROPER
     ALLOCATOR_PROPERTIES request = wishes;
     HRESULT result = DecideBufferSize(allocator, &request);
     if (SUCCEEDED(result)) result = receiverInput->NotifyAllocator(allocator, FALSE);
-    if (SUCCEEDED(result)) SetAllocator(allocator);
+    if (FAILED(result)) return result;
+    SetAllocator(allocator);
+    ALLOCATOR_PROPERTIES agreed = {};
+    if (SUCCEEDED(allocator->GetProperties(&agreed))) isSizeSet = agreed.cBuffers > 0 && agreed.cbBuffer > 0;
     return result;
 }
 

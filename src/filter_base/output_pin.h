@@ -41,7 +41,10 @@ class OutputPin : public Pin {
         : Pin(filter, PINDIR_OUTPUT, name, id ? id : name) {}
 
     IMemInputPin* Receiver() const { return receiverInput.get(); }
-    void SetAllocator(IMemAllocator* allocator) { sampleAllocator = ComPtr<IMemAllocator>(allocator); }
+    void SetAllocator(IMemAllocator* allocator) {
+        sampleAllocator = ComPtr<IMemAllocator>(allocator);
+        isSizeSet = true;
+    }
     // Tries one allocator: sizes it and tells the receiver; kept on success.
     HRESULT TryAllocator(IMemAllocator* allocator, const ALLOCATOR_PROPERTIES& wishes);
 
@@ -51,6 +54,7 @@ class OutputPin : public Pin {
 
     ComPtr<IMemInputPin> receiverInput;
     ComPtr<IMemAllocator> sampleAllocator;
+    bool isSizeSet = true;  // of the buffers, as far as this pin decided it
 };
 
 }  // namespace cam::filter_base

@@ -18,9 +18,11 @@ HRESULT CopySample(IMediaSample& from, IMediaSample& to) {
     HRESULT result = from.GetPointer(&source);
     if (SUCCEEDED(result)) result = to.GetPointer(&target);
     if (FAILED(result)) return result;
+    // A sender may tell a length below 0, one beyond its own buffer, or hand over no buffer at all.
     const long length = from.GetActualDataLength();
-    if (length > to.GetSize()) return VFW_E_BUFFER_OVERFLOW;
-    std::memcpy(target, source, static_cast<size_t>(length));
+    if (length < 0 || length > from.GetSize() || length > to.GetSize()) return VFW_E_BUFFER_OVERFLOW;
+    if (length > 0 && (!source || !target)) return E_POINTER;
+    if (length > 0) std::memcpy(target, source, static_cast<size_t>(length));
     to.SetActualDataLength(length);
 
     REFERENCE_TIME start = 0;

@@ -21,7 +21,7 @@ class AddHundred final : public TransformInPlaceFilter {
     HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override {
         ++buffersDecided;
         request->cBuffers = 1;
-        request->cbBuffer = 0x10000;
+        request->cbBuffer = bufferSize;
         ALLOCATOR_PROPERTIES actual = {};
         return allocator->SetProperties(request, &actual);
     }
@@ -43,6 +43,7 @@ class AddHundred final : public TransformInPlaceFilter {
     OutputPin& Out() { return Output(); }
 
     LONG buffersDecided = 0;
+    long bufferSize = 0x10000;
     std::vector<PIN_DIRECTION> directions;
     std::function<void()> onTransform;
     HRESULT transformResult = S_OK;
@@ -78,6 +79,19 @@ struct Chain {
         sink->Stop();
         filter->Stop();
         source->Stop();
+    }
+};
+
+// The sender's allocator is one that the receiver does not take.
+struct CopyingChain : Chain {
+    Held<FakeAllocator> other;
+
+    explicit CopyingChain(long bufferSize) {
+        filter->bufferSize = bufferSize;
+        REQUIRE(Connect() == S_OK);
+        other->given = {2, 0x10000, 1, 0};
+        sink->pin.refused = other.get();
+        REQUIRE(filter->In().NotifyAllocator(other.get(), FALSE) == S_OK);
     }
 };
 }  // namespace
@@ -210,6 +224,34 @@ TEST_CASE("the receiver follows when the sender changes its allocator, or gets c
     }
     CHECK(chain.filter->In().Allocator() == other.get());
     CHECK(chain.filter->In().NotifyAllocator(nullptr, FALSE) == E_POINTER);
+}
+
+TEST_CASE("copies need buffers of some size") {
+    const NoLeaks noLeaks;
+    CopyingChain chain(0);
+    CHECK(chain.filter->Pause() == VFW_E_SIZENOTSET);
+}
+
+TEST_CASE("of a sample that tells what it does not have nothing is copied") {
+    const NoLeaks noLeaks;
+    CopyingChain chain(0x10000);
+    chain.Run();
+    BYTE bytes[16] = {1};
+    const struct {
+        BYTE* buffer;
+        long dataLength;
+        HRESULT result;
+    } rows[] = {{bytes, -1, VFW_E_BUFFER_OVERFLOW},
+                {bytes, sizeof bytes + 1, VFW_E_BUFFER_OVERFLOW},
+                {nullptr, sizeof bytes, E_POINTER},
+                {bytes, sizeof bytes, S_OK}};
+    for (const auto& row : rows) {
+        CAPTURE(row.dataLength);
+        const Held<FakeSample, BYTE*, long> sample(row.buffer, sizeof bytes);
+        sample->dataLength = row.dataLength;
+        CHECK(chain.filter->In().Receive(sample.get()) == row.result);
+    }
+    CHECK(chain.sink->pin.marks == std::vector<BYTE>{101});
 }
 
 TEST_CASE("what Transform answers decides about the sample") {

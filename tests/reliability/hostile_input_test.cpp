@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -70,17 +71,58 @@ void WINAPI LookAt(void* data, DWORD size, LONG, LONG, DWORD) {
     for (DWORD i = 0; data && i < size; ++i) bytesSeen += static_cast<BYTE*>(data)[i];
 }
 
-void SendSamples(Random& random, IMemInputPin& pin) {
+// What a sender may tell or ask between two samples.
+void Interrupt(Random& random, IPin& pin, IMemInputPin& memoryPin) {
+    ComPtr<IMemAllocator> allocator;
+    ALLOCATOR_PROPERTIES properties = {};
+    switch (random.Below(8)) {
+        case 0:
+            pin.EndOfStream();
+            break;
+        case 1:
+            pin.BeginFlush();
+            break;
+        case 2:
+            pin.EndFlush();
+            break;
+        case 3:
+            pin.NewSegment(random.Bits(), random.Bits(), 0);
+            break;
+        case 4:
+            memoryPin.GetAllocator(allocator.put());
+            break;
+        case 5:
+            memoryPin.GetAllocatorRequirements(&properties);
+            break;
+        case 6:
+            memoryPin.ReceiveCanBlock();
+            break;
+        default: {
+            const Held<FakeAllocator> other;
+            other->given = {random.Of(kMeasures), random.Of(kMeasures), random.Below(9), random.Below(2)};
+            memoryPin.NotifyAllocator(other.get(), random.OneIn(2));
+        }
+    }
+}
+
+void SendSamples(Random& random, IPin& pin, IMemInputPin& memoryPin) {
     for (int left = random.Below(6); left > 0; --left) {
+        if (random.OneIn(3)) Interrupt(random, pin, memoryPin);
         constexpr long kExact = kSmall * kSmall * 2;
         const long length = random.OneIn(2) ? kExact : random.Below(2 * kExact);
         GuardedMemory memory(static_cast<size_t>(length), random.OneIn(2) ? Flush::AtStart : Flush::AtEnd);
         const Held<FakeSample, BYTE*, long> sample(random.OneIn(20) ? nullptr : memory.data(), length);
         if (random.OneIn(10)) sample->size = random.OneIn(2) ? -1 : random.Below(length + 1);
-        sample->dataLength = random.Bits();
+        sample->dataLength = random.OneIn(2) ? random.Bits() : random.Below(2 * kExact);
         if (random.OneIn(20)) sample->pointerResult = E_FAIL;
         if (random.OneIn(3)) sample->newType = [&] { return HandOver(random); };
-        pin.Receive(sample.get());
+        if (random.OneIn(8)) {
+            IMediaSample* both[] = {sample.get(), sample.get()};
+            long processed = 0;
+            memoryPin.ReceiveMultiple(both, random.Below(3), &processed);
+        } else {
+            memoryPin.Receive(sample.get());
+        }
     }
 }
 
@@ -94,12 +136,38 @@ void SetUp(Random& random, still::StillImageSinkFilter& sink) {
     sink.SetCallback(LookAt);
     sink.SetFileName(random.Of(kNames));
     sink.SetQualityLevel(random.Below(300));
-    constexpr wchar_t kText[] = L"text";
+    constexpr wchar_t kText[] = L"text\r\n\nthat is longer than most pictures are wide\n.\n";
     if (random.OneIn(2)) {
-        sink.SetText(reinterpret_cast<UINT_PTR>(kText), 4, static_cast<UINT_PTR>(random.Bits()),
+        const auto length = static_cast<UINT_PTR>(random.Below(static_cast<int>(std::size(kText))));
+        const LONG position = random.OneIn(4) ? random.Bits() : random.Below(11);
+        sink.SetText(reinterpret_cast<UINT_PTR>(kText), length, static_cast<UINT_PTR>(position),
                      static_cast<UINT_PTR>(random.Bits()),
                      reinterpret_cast<UINT_PTR>(GetStockObject(SYSTEM_FONT)));
     }
+}
+
+// The receiver behind the grabber takes its allocator, or wants copies.
+void ConnectReceiver(Random& random, still::SampleGrabberFilter& grabber, TestSink& receiver) {
+    if (random.OneIn(2))
+        receiver.pin.requirements = {random.Below(9), random.Of(kMeasures), 1, random.Below(9)};
+    grabber.PinAt(1)->Connect(&receiver.pin, nullptr);
+    if (random.OneIn(2)) receiver.pin.accepts = [](const AM_MEDIA_TYPE&) { return false; };
+}
+
+void ConnectReceiver(Random&, still::StillImageSinkFilter&, TestSink&) {}  // there is nothing behind it
+
+// The application asks for what it can ask for.
+void Ask(Random& random, still::SampleGrabberFilter& grabber) {
+    FrameGeometry geometry;
+    MediaType type;
+    CHECK(grabber.GetGeometry(&geometry) == S_OK);
+    grabber.GetInputMediaType(type.put());
+    if (random.OneIn(2)) grabber.SetCallback(random.OneIn(2) ? nullptr : LookAt);
+}
+
+void Ask(Random&, still::StillImageSinkFilter& sink) {
+    HBITMAP bitmap = nullptr;
+    CHECK(sink.GetBitmap(&bitmap) == S_OK);
 }
 
 template <typename Filter>
@@ -125,13 +193,20 @@ void PlayForeignSender(Random& random) {
             break;
         }
     }
+    const Held<TestSink> receiver;
+    if (random.OneIn(2)) ConnectReceiver(random, *filter, *receiver);
     if (!random.OneIn(10)) {
         filter->Pause();
         filter->Run(0);
     }
-    SendSamples(random, *memoryPin.get());
+    SendSamples(random, *pin, *memoryPin.get());
+    Ask(random, *filter);
     filter->Stop();
     pin->Disconnect();
+    if (IPin* const peer = receiver->pin.Peer()) {
+        peer->Disconnect();
+        receiver->pin.Disconnect();
+    }
     filter->JoinFilterGraph(nullptr, nullptr);
 }
 
