@@ -11,8 +11,10 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
+#include "base/frame.h"
 #include "class_ids.h"
 #include "com/server.h"
 #include "device_kit/test_graph.h"
@@ -278,9 +280,17 @@ class HostileClass {
     DWORD cookie = 0;
 };
 
+LONG tooSmall;  // buffers that a whole picture does not fit into
+
+long PictureBytes(const AM_MEDIA_TYPE& type) {
+    const auto& bitmap = reinterpret_cast<const VIDEOINFOHEADER*>(type.pbFormat)->bmiHeader;
+    return static_cast<long>(RowStride(static_cast<DWORD>(bitmap.biWidth)) * RowCount(bitmap.biHeight));
+}
+
 // The application looks at every byte.
-void LookAt(IMediaSample& sample) {
+void LookAt(const TestSinkPin& pin, IMediaSample& sample) {
     static unsigned seen;
+    if (std::min(sample.GetSize(), sample.GetActualDataLength()) < PictureBytes(pin.Type())) ++tooSmall;
     BYTE* bytes = nullptr;
     if (FAILED(sample.GetPointer(&bytes))) return;
     for (long i = 0; i < sample.GetActualDataLength(); ++i) seen += bytes[i];
@@ -315,7 +325,17 @@ void PlayWebcam(Random& random, const wchar_t* name) {
     if (FAILED(kit::test::LoadDevice(&camera, name))) return;
     ChooseStill(random, camera);
     const Held<TestSink> previewSink, stillSink;
-    previewSink->pin.onSample = stillSink->pin.onSample = LookAt;
+    for (auto [sink, index] : {std::pair{previewSink.get(), 0}, {stillSink.get(), 2}}) {
+        TestSinkPin& pin = sink->pin;
+        pin.onSample = [&pin](IMediaSample& sample) { LookAt(pin, sample); };
+        // A receiver has its own idea of how large a sample is.
+        MediaType wish;
+        if (random.OneIn(3) && camera.PinAt(index)->GetMediaType(0, wish) == S_OK) {
+            constexpr ULONG kSizes[] = {0, 1, 16, 0xFFFFFFFF, 0x80000000};
+            wish.lSampleSize = random.Of(kSizes);
+            pin.wishes.push_back(std::move(wish));
+        }
+    }
     const HRESULT joined = camera.PinAt(0)->Connect(&previewSink->pin, nullptr);
     const HRESULT stillJoined = camera.PinAt(2)->Connect(&stillSink->pin, nullptr);
     for (int starts = 1 + random.Below(2); starts > 0; --starts) {
@@ -334,6 +354,7 @@ void PlayWebcam(Random& random, const wchar_t* name) {
     previewSink->Stop(), stillSink->Stop();
     if (SUCCEEDED(joined)) camera.PinAt(0)->Disconnect(), previewSink->pin.Disconnect();
     if (SUCCEEDED(stillJoined)) camera.PinAt(2)->Disconnect(), stillSink->pin.Disconnect();
+    CHECK(tooSmall == 0);
 }
 
 }  // namespace

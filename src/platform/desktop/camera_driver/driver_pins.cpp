@@ -74,8 +74,14 @@ HRESULT DriverPin::GetMediaType(int position, MediaType& type) {
     return FillType(type) ? S_OK : E_OUTOFMEMORY;
 }
 
+// By the measures, which are the pin's own: the size of a sample is what the receiver may have said.
+long DriverPin::PictureBytes() const {
+    const auto& bitmap = reinterpret_cast<const VIDEOINFOHEADER*>(Type().pbFormat)->bmiHeader;
+    return static_cast<long>(RowStride(static_cast<DWORD>(bitmap.biWidth)) * RowCount(bitmap.biHeight));
+}
+
 HRESULT DriverPin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) {
-    const auto needed = static_cast<long>(Type().lSampleSize);
+    const long needed = PictureBytes();
     request->cBuffers = std::max(request->cBuffers, 1L);
     request->cbBuffer = std::max(request->cbBuffer, needed);
     ALLOCATOR_PROPERTIES actual = {};
@@ -87,12 +93,12 @@ HRESULT DriverPin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
 HRESULT DriverPin::GetPictureBuffer(ComPtr<IMediaSample>& sample, BYTE*& bytes) {
     HRESULT result = GetDeliveryBuffer(sample.put());
     if (SUCCEEDED(result)) result = sample->GetPointer(&bytes);
-    if (SUCCEEDED(result) && sample->GetSize() < static_cast<long>(Type().lSampleSize)) result = E_UNEXPECTED;
+    if (SUCCEEDED(result) && sample->GetSize() < PictureBytes()) result = E_UNEXPECTED;
     return result;
 }
 
 HRESULT DriverPin::Send(IMediaSample& sample) {
-    sample.SetActualDataLength(static_cast<long>(Type().lSampleSize));
+    sample.SetActualDataLength(PictureBytes());
     sample.SetSyncPoint(TRUE);
     sample.SetTime(nullptr, nullptr);
     return Deliver(&sample);

@@ -33,6 +33,9 @@ class DriverPin : public filter_base::CategoryPin {
     virtual bool FillType(filter_base::MediaType& type) const = 0;
 
     CameraDriver& driver;
+
+  private:
+    long PictureBytes() const;  // of the connection's type
 };
 
 // Preview, and the capture pin that every capture filter has: nobody is connected to that one.
