@@ -1,5 +1,6 @@
 #include "dshow_camera/graph_filters.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -20,7 +21,9 @@ HRESULT GetCapability(IAMStreamConfig& config, int index, UniqueMediaType& type)
     int size = 0;
     CAM_RETURN_IF_FAILED(config.GetNumberOfCapabilities(&count, &size));
     if (index >= count) return E_INVALIDARG;
-    const std::unique_ptr<BYTE[]> capability(new (std::nothrow) BYTE[static_cast<size_t>(size)]);
+    // Room for a whole record, also for a driver that tells less than it writes.
+    const size_t room = std::max(static_cast<size_t>(size), sizeof(VIDEO_STREAM_CONFIG_CAPS));
+    const std::unique_ptr<BYTE[]> capability(new (std::nothrow) BYTE[room]);
     if (!capability) return E_OUTOFMEMORY;
     return config.GetStreamCaps(index, type.put(), capability.get());
 }
