@@ -43,11 +43,11 @@ scripts/check.sh
 printf 'subdirs(%s)\n' "${presets[*]}" >build/CTestTestfile.cmake
 say "Testing"
 # Many more at a time than there are cores: what takes longest are the pauses that a camera needs, not work.
-if ! ctest --test-dir build --output-on-failure -j $((5 * $(nproc))); then
+if ! ctest --test-dir build --output-on-failure --timeout 600 -j $((5 * $(nproc))); then
     # One after the other, and said aloud: a test that passes now failed by chance, or because the machine was busy, and has a fault of its own.
     say "Testing once more, one at a time, what failed"
     cp build/Testing/Temporary/LastTestsFailed.log build/failed-at-first.log
-    ctest --test-dir build --rerun-failed --output-on-failure
+    ctest --test-dir build --rerun-failed --output-on-failure --timeout 600
     say "Passed the second time only, which is to be looked into:"
     cat build/failed-at-first.log
 fi
