@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (isSane) extent = {extent.width & 0x1FF, extent.height & 0x3F};
     std::wstring text = input.Rest();
 
-    std::vector<std::uint8_t> bytes(RowStride(width) * rows, 0x5A);
+    std::vector<std::uint8_t> bytes(RowStride(width) * rows);
     for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 7);
     const Frame frame = {bytes, width, flags & 1 ? rows : -std::int32_t{rows},
                          static_cast<std::uint32_t>(RowStride(width))};
