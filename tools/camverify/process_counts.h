@@ -10,13 +10,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
-#include <cstdlib>
-#include <map>
-#include <span>
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace counts {
 
@@ -44,48 +38,29 @@ class ObjectText {
 
 // Calls visit(type) for every handle of this process, "Key" for example. Of open registry keys only those
 // count that the library opens: the host's own filter mapper leaves some dozens of its own behind for every
-// capture graph.
+// capture graph. By trying all numbers: the system gives out the lowest that is free, so a long gap is the end.
+// Its list of all handles of all processes would be one request, but Wine 8's server, and with it every
+// program there, ends when it is asked for that list while a process begins that has no handle yet.
 template <typename Visit>
 void ForEachHandle(Visit visit) {
-    // As ntdll.dll fills it; the headers do not have it.
-    struct Entry {
-        void* object;
-        ULONG_PTR process, handle;
-        ULONG access;
-        USHORT creator, type;
-        ULONG attributes, reserved;
-    };
-    struct Table {
-        ULONG_PTR count, reserved;
-        Entry entries[1];
-    };
-    constexpr auto kExtendedHandles = static_cast<SYSTEM_INFORMATION_CLASS>(64);
-    constexpr NTSTATUS kTooSmall = static_cast<NTSTATUS>(0xC0000004);
-    std::vector<ULONG_PTR> memory(0x4000);
-    const auto read = [&] {
-        return NtQuerySystemInformation(kExtendedHandles, memory.data(),
-                                        static_cast<ULONG>(memory.size() * sizeof(ULONG_PTR)), nullptr);
-    };
-    NTSTATUS status = 0;
-    while ((status = read()) == kTooSmall) memory.resize(memory.size() * 2);
-    if (status != 0) {  // a count of nothing would find everything in order
-        std::fputs("the system does not list its handles\n", stderr);
-        std::abort();
-    }
-    const auto* const table = reinterpret_cast<const Table*>(memory.data());
-    std::map<USHORT, std::wstring> types;  // the same for all handles with that number
-    for (const Entry& entry : std::span(table->entries, table->count)) {
-        if (entry.process != GetCurrentProcessId()) continue;
-        const auto handle = reinterpret_cast<HANDLE>(entry.handle);
-        std::wstring& type = types[entry.type];
-        if (type.empty()) type = ObjectText(handle, ObjectText::kType).get();
-        if (type == L"Key") {
+    constexpr int kEndGap = 0x800;
+    int gap = 0;
+    for (ULONG_PTR value = 4; gap < kEndGap; value += 4) {
+        const auto handle = reinterpret_cast<HANDLE>(value);
+        DWORD flags = 0;
+        if (!GetHandleInformation(handle, &flags)) {
+            ++gap;
+            continue;
+        }
+        gap = 0;
+        const ObjectText type(handle, ObjectText::kType);
+        if (type.get() == L"Key") {
             const ObjectText name(handle, ObjectText::kName);
             if (name.get().find(L"\\Machine\\Drivers") == std::wstring_view::npos &&
                 name.get().find(L"\\ImageSink") == std::wstring_view::npos)
                 continue;
         }
-        visit(std::wstring_view(type));
+        visit(type.get());
     }
 }
 
