@@ -98,8 +98,8 @@ launcher=$(dirname "$program")/launch.exe
 [ -f "$launcher" ] || die "launch.exe is missing; build it first: cmake --build --preset host"
 report=$(mktemp)
 trap 'rm -f "$report"' EXIT
-# A server that is just ending takes a process with it that begins at that moment. The launcher notes that it runs before it starts the program:
-# what has left no trace is tried again.
+# A server that is just ending takes a process with it that begins at that moment. The launcher notes when the program has begun: what has left no
+# trace is tried again.
 for attempt in 1 2 3; do
     set +e
     OCELLUS_LAUNCH_REPORT=$(windowsPath "$report") LD_PRELOAD=${OCELLUS_PRELOAD:-} wine "$launcher" "$(windowsPath "$program")" "$@"
@@ -109,7 +109,8 @@ for attempt in 1 2 3; do
     sleep "0.$attempt"
 done
 case $code in
-'' | started) die "'$program' did not start" ;;
+'') die "'$program' did not start" ;;
+started) die "'$program' ended without an exit code: Wine's server ended beneath it" ;;
 0xC0000135 | 0xC0000139 | 0xC000007B | 0xC0000142) die "'$program' did not start: the system answered $code (a DLL or an entry point it needs is missing)" ;;
 esac
 code=$((code))

@@ -80,6 +80,7 @@ Holdings LostBySystem(long sessions, long graphs) {
     constexpr long kMonikerBytes = 400;
     const Left ofGraph = LeftBy(MakeGraph), ofLibrary = LeftBy(LoadImagerLibrary);
     return {{"handles of Event", graphs * ofGraph.events + sessions * ofLibrary.events},
+            {"GDI objects", counts::kGdiObjectsKept},
             {"heap bytes", graphs * ofGraph.heapBytes + sessions * (ofLibrary.heapBytes + kMonikerBytes)}};
 }
 

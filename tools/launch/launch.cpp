@@ -1,6 +1,6 @@
 // Starts a program, waits for it and writes its full exit code ("0x%08X") to the file named by
 // OCELLUS_LAUNCH_REPORT: a shell under Wine sees the low byte only, and not whether the program could be
-// loaded at all. Until the program has ended the file says "started". Used by scripts/host.sh.
+// loaded at all. While the program runs the file says "started", before that nothing. Used by scripts/host.sh.
 #include <windows.h>
 
 #include <cstdio>
@@ -29,12 +29,13 @@ bool Report(const wchar_t* path, const char* format, DWORD code = 0) {
 int main() {
     wchar_t report[MAX_PATH];
     const DWORD length = GetEnvironmentVariableW(L"OCELLUS_LAUNCH_REPORT", report, MAX_PATH);
-    if (length == 0 || length >= MAX_PATH || !Report(report, "started\n")) return 2;
+    if (length == 0 || length >= MAX_PATH) return 2;
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
     if (!CreateProcessW(nullptr, SkipOwnName(GetCommandLineW()), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                        &startup, &process)) {
+                        &startup, &process) ||
+        !Report(report, "started\n")) {
         return 2;
     }
     WaitForSingleObject(process.hProcess, INFINITE);
