@@ -38,8 +38,8 @@ class ObjectText {
 
 // Calls visit(type) for every handle of this process, "Key" for example. Of open registry keys only those
 // count that the library opens: the host's own filter mapper leaves some dozens of its own behind for every
-// capture graph. By trying all numbers: the system gives out the lowest that is free, so a long gap is the end.
-// Its list of all handles of all processes would be one request, but Wine 8's server, and with it every
+// capture graph. By trying all numbers: the system gives out the lowest that is free, so a long gap is the
+// end. Its list of all handles of all processes would be one request, but Wine 8's server, and with it every
 // program there, ends when it is asked for that list while a process begins that has no handle yet.
 template <typename Visit>
 void ForEachHandle(Visit visit) {

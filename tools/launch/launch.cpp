@@ -1,6 +1,7 @@
 // Starts a program, waits for it and writes its full exit code ("0x%08X") to the file named by
 // OCELLUS_LAUNCH_REPORT: a shell under Wine sees the low byte only, and not whether the program could be
-// loaded at all. While the program runs the file says "started", before that nothing. Used by scripts/host.sh.
+// loaded at all. While the program runs the file says "started", before that nothing. Used by
+// scripts/host.sh.
 #include <windows.h>
 
 #include <cstdio>
