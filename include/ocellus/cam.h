@@ -222,8 +222,7 @@ camResult WINAPI camSetResolution(int index);
  *   fileName  the extension chooses the format, in any case: .jpg, .bmp (16 bits, RGB 5-6-5), .png (24
  *             bits), .tif (black and white, Group 4). An existing file is replaced. Null: nothing is
  *             stored; callback, snapshot and message come all the same. The imager camera writes BMP
- *             whatever the extension, refuses .tif, and needs the string to stay valid until the message
- *            has come.
+ *             whatever the extension, and refuses .tif. The string is copied.
  *   mode      0 to 2: JPEG quality level (registry key
  *             HKEY_LOCAL_MACHINE\Software\Microsoft\DirectShow\ImageSink\Quality\<mode>\JPG\Quality, value
  *             "Value", default 90) or TIFF threshold (3, 10 or 20 per cent below the neighbourhood's mean

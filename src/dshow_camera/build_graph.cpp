@@ -32,6 +32,7 @@ HRESULT CreateOwn(const CLSID& classId, DWORD context, ComPtr<IBaseFilter>& out)
 HRESULT FirstPin(IBaseFilter& filter, ComPtr<IPin>& out) {
     ComPtr<IEnumPins> pins;
     CAM_RETURN_IF_FAILED(filter.EnumPins(pins.put()));
+    if (!pins) return E_FAIL;
     pins->Reset();
     pins->Next(1, out.put(), nullptr);
     return S_OK;

@@ -1,5 +1,6 @@
 #include "dshow_camera/camera_worker.h"
 
+#include "base/insist.h"
 #include "dshow_camera/handle_wait.h"
 
 namespace cam {
@@ -11,21 +12,12 @@ constexpr DWORD kMaxMessageSize = 144;  // bytes
 constexpr DWORD kPowerMessage = 128;    // bytes that are read of a message
 
 constexpr DWORD kNoGraphSleepMs = 100;
-constexpr DWORD kIdleMs = 4000;  // after which the owner window is asked to paint itself
+constexpr DWORD kRefusedMs = 10;  // between two waits that the system refuses
+constexpr DWORD kIdleMs = 4000;   // after which the owner window is asked to paint itself
 
 // How long a caller in the middle of a message waits for the worker to listen. It does after each message
 // that it dispatches, unless the caller's is the one that it waits for.
 constexpr DWORD kListenMs = 200;
-
-// Somebody waits for this event without end. Where the system refuses to set it, being short of something, it
-// is asked again.
-void Signal(HANDLE event) {
-    constexpr int kAttempts = 10;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        if (platform::EventModify(event, platform::kEventSet)) return;
-        Sleep(1);
-    }
-}
 
 }  // namespace
 
@@ -152,6 +144,9 @@ void CameraWorker::Work() {
                 } else {
                     resumeDeferred = true;
                 }
+                break;
+            case WAIT_FAILED:
+                Sleep(kRefusedMs);
                 break;
             default:
                 if (const HWND window = application.ownerWindow) UpdateWindow(window);

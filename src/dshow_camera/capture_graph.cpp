@@ -1,5 +1,7 @@
 #include "dshow_camera/capture_graph.h"
 
+#include "base/insist.h"
+
 namespace cam {
 
 void CaptureGraph::HandleEvent() {
@@ -33,7 +35,8 @@ void CaptureGraph::ReleaseIfItRan() {
 HRESULT CaptureGraph::Notify(Notification what, const wchar_t* text) const {
     if (!text || !*text) return E_POINTER;
     const HWND window = application.eventsWindow;
-    if (what == Notification::StillCaptured && window) PostMessageW(window, CAM_MESSAGE_STILL_CAPTURED, 0, 0);
+    if (what == Notification::StillCaptured && window)
+        Insist([window] { return PostMessageW(window, CAM_MESSAGE_STILL_CAPTURED, 0, 0) != FALSE; });
     return S_OK;
 }
 

@@ -112,7 +112,9 @@ HRESULT DShowCamera::GetResolutionDimensions(long* height, long* width, int inde
 // may be stopped or resume.
 HRESULT DShowCamera::SetResolution(int index) {
     GraphAccess graph = worker.Graph();
-    if (!graph) return kNotNow;
+    // In a message of the worker's the graph could not be had again once somebody else waits with it for the
+    // worker.
+    if (!graph || !worker.Listens()) return kNotNow;
     graph->Interrupt();
     bool isRefused = false;
     const HRESULT result = graph->ReconnectStillBranch(index, &isRefused);

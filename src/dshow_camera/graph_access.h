@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/hresult.h"
-#include "base/message_wait.h"
+#include "platform/message_wait.h"
 #include "base/thread_annotations.h"
 #include "base/unique_resource.h"
 #include "dshow_camera/capture_graph.h"
@@ -90,8 +90,8 @@ class GraphAccess {
         if (isHeld) mutex.Leave();
         isHeld = false;
     }
-    // Whoever had the graph once can wait for it: it was free, so that no sender has it who waits for this
-    // thread.
+    // Whoever had the graph once, and knows that the worker does not wait for this thread, can wait for it:
+    // it was free, so that no sender has it who waits for this thread.
     void TakeAgain() CAM_UNCHECKED { isHeld = mutex.Enter(Patience::Endless); }
 
   private:

@@ -13,7 +13,8 @@ class HandleWait {
     // The index of a handle that is signalled (the lowest, if several are), or WAIT_TIMEOUT after
     // `timeoutMs`; any other value means that the wait failed. Messages to windows of this thread are
     // dispatched meanwhile, one between two looks at the handles, so that no flood of them keeps a command
-    // waiting.
+    // waiting. A system that is short of something may refuse to wait for messages: then they are looked for
+    // now and then.
     DWORD Wait(DWORD timeoutMs) const {
         HANDLE present[kMaxHandles];
         DWORD indices[kMaxHandles];
@@ -27,8 +28,11 @@ class HandleWait {
         for (;;) {
             const DWORD passed = GetTickCount() - started;
             const DWORD left = passed < timeoutMs ? timeoutMs - passed : 0;
-            const DWORD woken =
-                MsgWaitForMultipleObjectsEx(count, present, left, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+            DWORD woken = MsgWaitForMultipleObjectsEx(count, present, left, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+            if (woken == WAIT_FAILED) {
+                woken = WaitForMultipleObjects(count, present, FALSE, left < kLookMs ? left : kLookMs);
+                if (woken == WAIT_TIMEOUT) woken = WAIT_OBJECT_0 + count;
+            }
             if (woken < WAIT_OBJECT_0 + count) return indices[woken - WAIT_OBJECT_0];
             // A mutex whose owner ended without releasing it is this thread's now.
             if (woken >= WAIT_ABANDONED_0 && woken < WAIT_ABANDONED_0 + count) {
@@ -42,6 +46,7 @@ class HandleWait {
 
   private:
     static constexpr DWORD kMaxHandles = 3;
+    static constexpr DWORD kLookMs = 10;
 
     static void DispatchOne() {
         MSG message;

@@ -66,10 +66,12 @@ HRESULT CaptureGraph::ReconnectStillBranch(int index, bool* isRefused) {
 HRESULT CaptureGraph::ConnectStillPins(bool* isRefused) {
     ComPtr<IEnumMediaTypes> types;
     CAM_RETURN_IF_FAILED(graph.stillPin->EnumMediaTypes(types.put()));
+    if (!types) return E_FAIL;
     types->Reset();
+    constexpr int kMaxTypes = 1000;  // of a driver that lists them without an end
     UniqueMediaType type;
-    while (types->Next(1, type.put(), nullptr) == S_OK) {
-        if (!CanBeStill(*type.get())) continue;
+    for (int left = kMaxTypes; left > 0 && types->Next(1, type.put(), nullptr) == S_OK; --left) {
+        if (!type || !CanBeStill(*type.get())) continue;
         const HRESULT result =
             graph.filterGraph->ConnectDirect(graph.stillPin.get(), graph.sinkPin.get(), type.get());
         if (SUCCEEDED(result)) return result;

@@ -1,10 +1,15 @@
 #include "filter_base/output_pin.h"
 
+#include <utility>
+
 namespace cam::filter_base {
 
 namespace {
 // Between two looks for a free buffer.
 constexpr DWORD kBusyBuffersSleepMs = 1;
+
+// Of a pin that lists types without an end, the first so many.
+constexpr int kMaxTypes = 1000;
 }  // namespace
 
 HRESULT OutputPin::CheckConnect(IPin* peer) {
@@ -49,12 +54,12 @@ HRESULT STDMETHODCALLTYPE OutputPin::Connect(IPin* receiver, const AM_MEDIA_TYPE
 HRESULT OutputPin::TryTypesOf(IPin* lister, IPin* receiver, const AM_MEDIA_TYPE* proposal) {
     ComPtr<IEnumMediaTypes> types;
     HRESULT failure = VFW_E_NO_ACCEPTABLE_TYPES;
-    if (FAILED(lister->EnumMediaTypes(types.put())) || FAILED(types->Reset())) return failure;
+    if (FAILED(lister->EnumMediaTypes(types.put())) || !types || FAILED(types->Reset())) return failure;
     AM_MEDIA_TYPE* type = nullptr;
-    while (types->Next(1, &type, nullptr) == S_OK) {
+    for (int left = kMaxTypes; left > 0 && types->Next(1, &type, nullptr) == S_OK && type; --left) {
         HRESULT result = VFW_E_NO_ACCEPTABLE_TYPES;
         if (!proposal || MatchesProposal(*type, *proposal)) result = AttemptConnection(receiver, *type);
-        DeleteMediaType(type);
+        DeleteMediaType(std::exchange(type, nullptr));
         if (SUCCEEDED(result)) return result;
         // What says more than "not this type" is worth reporting when no other type does.
         if (result != E_FAIL && result != E_INVALIDARG && result != VFW_E_TYPE_NOT_ACCEPTED) failure = result;

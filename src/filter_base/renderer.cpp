@@ -1,5 +1,7 @@
 #include "filter_base/renderer.h"
 
+#include "base/insist.h"
+
 namespace cam::filter_base {
 
 RendererFilter::RendererFilter(const wchar_t* name, IUnknown* outer, REFCLSID id)
@@ -25,7 +27,7 @@ HRESULT STDMETHODCALLTYPE RendererFilter::Run(REFERENCE_TIME start) {
         NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(this)));
     }
     ++runs;
-    SetEvent(running.get());
+    Signal(running.get());
     CompleteIfEnded();
     return result;
 }
@@ -83,7 +85,7 @@ HRESULT RendererFilter::InPin::Active() {
 }
 
 void RendererFilter::InPin::Inactive() {
-    SetEvent(owner.cancelled.get());
+    Signal(owner.cancelled.get());
     ResetEvent(owner.running.get());
     InputPin::Inactive();
 }
@@ -100,7 +102,7 @@ HRESULT STDMETHODCALLTYPE RendererFilter::InPin::EndOfStream() {
 
 HRESULT STDMETHODCALLTYPE RendererFilter::InPin::BeginFlush() {
     const HRESULT result = InputPin::BeginFlush();
-    SetEvent(owner.cancelled.get());
+    Signal(owner.cancelled.get());
     return result;
 }
 

@@ -4,7 +4,8 @@
 
 #include "base/copy_text.h"
 #include "base/hresult.h"
-#include "base/message_wait.h"
+#include "base/insist.h"
+#include "platform/message_wait.h"
 #include "base/picture_format.h"
 #include "imager_camera/preview_thread.h"
 #include "platform/platform.h"
@@ -54,7 +55,7 @@ void ImagerCamera::EndPreviewThreads() {
     if (session->ending == Ending::CutOff) return;
     const DWORD started = GetTickCount();
     session->ending = Ending::Requested;
-    platform::EventModify(session->stopEvent.get(), platform::kEventSet);
+    Signal(session->stopEvent.get());
     const bool ended = WaitFor(session->threadsEnded.get(), kThreadEndMs) == WAIT_OBJECT_0;
     session->End(ended ? Ending::None : Ending::CutOff);
     // To its very end, so that nothing of the camera is left when it has been shut down.
@@ -112,8 +113,8 @@ HRESULT ImagerCamera::StartPreview() {
     // Without them the thread would neither pause nor hear that it shall end, and nobody that it has ended.
     if (!session->stopEvent || !session->snapEvent || !session->threadsEnded) return E_FAIL;
     if (isWaiting) return kNotNow;
-    platform::EventModify(session->stopEvent.get(), platform::kEventReset);
-    platform::EventModify(session->snapEvent.get(), platform::kEventReset);
+    for (const HANDLE event : {session->stopEvent.get(), session->snapEvent.get()})
+        Insist([event] { return ResetEvent(event) != FALSE; });
     session->CountThreadIn();
     session->AddRef();  // the thread's
     previewThread.reset(platform::CreateLibraryThread(ImagerPreviewThread, session.get(), nullptr));
@@ -128,7 +129,7 @@ HRESULT ImagerCamera::StartPreview() {
 }
 
 HRESULT ImagerCamera::StopPreview() {
-    platform::EventModify(session->stopEvent.get(), platform::kEventSet);
+    Signal(session->stopEvent.get());
     if (!previewThread) return S_OK;
     return WaitFor(previewThread.get(), kThreadEndMs) == WAIT_TIMEOUT ? E_ABORT : S_OK;
 }
@@ -147,12 +148,15 @@ HRESULT ImagerCamera::RegisterStillImageCallback(camFrameCallback callback) {
 HRESULT ImagerCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR text, UINT_PTR textLength,
                                   UINT_PTR position, UINT_PTR extra, UINT_PTR font) {
     const LONG quality = still::JpegQuality(static_cast<BYTE>(mode));
+    // A copy: one that is refused may be gone when the still that it has renamed is written.
+    std::unique_ptr<wchar_t[]> name;
+    if (fileName && !(name = CopyText(fileName, wcslen(fileName)))) return E_OUTOFMEMORY;
     {
         const auto progress = session->progress.Locked();
         progress->state = CameraState::StillTriggered;
         StillRequest& request = progress->request;
         request.jpegQuality = quality;
-        request.fileName = fileName;
+        request.fileName = std::move(name);
         request.overlayText.reset();
         request.overlayTextIsOut = false;
         if (text && textLength && font) {
@@ -165,7 +169,7 @@ HRESULT ImagerCamera::SnapPicture(const wchar_t* fileName, int mode, UINT_PTR te
         }
     }
     if (fileName && !IsStillName(fileName)) return ERROR_INVALID_NAME;
-    platform::EventModify(session->snapEvent.get(), platform::kEventSet);
+    Signal(session->snapEvent.get());
     return S_OK;
 }
 

@@ -1,5 +1,6 @@
 #include "imager_camera/imager_session.h"
 
+#include "base/insist.h"
 #include "platform/platform.h"
 
 namespace cam {
@@ -14,7 +15,7 @@ HRESULT ImagerSession::Notify(ImagerNotice notice, const wchar_t* text) const {
     if (!text || !*text) return E_POINTER;
     const HWND window = eventsWindow;
     if (notice == ImagerNotice::StillCaptured && window)
-        PostMessageW(window, CAM_MESSAGE_STILL_CAPTURED, 0, 0);
+        Insist([window] { return PostMessageW(window, CAM_MESSAGE_STILL_CAPTURED, 0, 0) != FALSE; });
     return S_OK;
 }
 
@@ -31,7 +32,7 @@ void ImagerSession::CountThreadIn() {
 
 void ImagerSession::CountThreadOut() {
     const auto held = progress.Locked();
-    if (--held->runningThreads == 0) platform::EventModify(threadsEnded.get(), platform::kEventSet);
+    if (--held->runningThreads == 0) Signal(threadsEnded.get());
 }
 
 }  // namespace cam

@@ -20,8 +20,7 @@ enum class ImagerNotice { StillFailed = 1, StillCaptured = 3, PreviewFailed = 5,
 
 // The still picture asked for last. Written by the *caller*, published by snapEvent, read by the *worker*.
 struct StillRequest {
-    // The application's, valid until the still has been written; null: no file.
-    const wchar_t* fileName = nullptr;
+    std::unique_ptr<wchar_t[]> fileName;  // null: no file
     LONG jpegQuality = 90;
     std::unique_ptr<wchar_t[]> overlayText;
     bool overlayTextIsOut = false;  // a *worker* is stamping it, and gives it back

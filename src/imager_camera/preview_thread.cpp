@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/com_ptr.h"
+#include "base/copy_text.h"
 #include "base/picture_format.h"
 #include "base/thread_role.h"
 #include "base/unique_resource.h"
@@ -71,12 +72,13 @@ class PreviewRun {
 
     void Run() CAM_REQUIRES(kWorkerThread) {
         CheckThread(kWorkerThread);
-        if (Start() && PassUntilEnd() && !CutOff()) Stop();
+        if (Start() && PassUntilEnd()) Stop();
     }
 
   private:
     struct SaveOrder {
-        const wchar_t* file;  // null: nothing is saved
+        bool wanted;
+        std::unique_ptr<wchar_t[]> file;  // null: there is no memory for it
         LONG jpegQuality;
     };
 
@@ -131,8 +133,8 @@ bool PreviewRun::PassUntilEnd() {
 
 // The engine's handle stays in the session: the current image can still be asked for.
 void PreviewRun::Stop() {
-    library->stop();
-    library->closeEngine(engine);
+    if (!CutOff()) library->stop();
+    if (!CutOff()) library->closeEngine(engine);
 }
 
 bool PreviewRun::ShowFrame() {
@@ -192,23 +194,28 @@ void PreviewRun::Stamp() {
 
 PreviewRun::SaveOrder PreviewRun::WhatToSave() {
     const auto progress = session.progress.Locked();
-    return {progress->request.fileName, progress->request.jpegQuality};
+    const StillRequest& request = progress->request;
+    const wchar_t* const name = request.fileName.get();
+    return {name != nullptr, name ? CopyText(name, wcslen(name)) : nullptr, request.jpegQuality};
 }
 
 bool PreviewRun::Save() {
     const SaveOrder order = WhatToSave();
-    if (!order.file) return true;
+    if (!order.wanted) return true;
     const wchar_t* failure = L"Saving BMP still image failed";
     ImagerStatus status = 0;
-    const PictureFormat format = kSaveByExtension ? PictureFormatOf(order.file) : PictureFormat::Bmp;
-    if (format == PictureFormat::Jpeg) {
+    const wchar_t* const file = order.file.get();
+    const PictureFormat format = file && kSaveByExtension ? PictureFormatOf(file) : PictureFormat::Bmp;
+    if (!file) {
+        status = E_OUTOFMEMORY;
+    } else if (format == PictureFormat::Jpeg) {
         failure = L"Saving JPG still image failed";
-        status = library->saveJpeg(engine, order.file, order.jpegQuality);
+        status = library->saveJpeg(engine, file, order.jpegQuality);
     } else if (format == PictureFormat::Png) {
         failure = L"Saving PNG still image failed";
-        status = library->savePng(engine, order.file);
+        status = library->savePng(engine, file);
     } else {
-        status = library->saveBmp(engine, order.file);
+        status = library->saveBmp(engine, file);
     }
     if (status != 0) session.Notify(ImagerNotice::StillFailed, failure);
     return status == 0;
@@ -217,7 +224,9 @@ bool PreviewRun::Save() {
 void PreviewRun::Deliver(camFrameCallback callback) {
     if (!callback || CutOff()) return;
     const LONG first = library->firstDimension(engine);
+    if (CutOff()) return;
     const LONG second = library->secondDimension(engine);
+    if (CutOff()) return;
     const DWORD size = static_cast<DWORD>(first) * static_cast<DWORD>(second);
     void* const pixels = library->pixels(engine);
     if (!CutOff()) callback(pixels, size, second, first, static_cast<DWORD>(first));

@@ -62,12 +62,12 @@ struct StreamFormat {
 HRESULT ListDeviceFormats(const wchar_t* legacyName, std::vector<StreamFormat>& formats);
 
 struct StreamState {
-    StreamFormat format;  // as agreed upon
-    HRESULT startResult;  // why the webcam could not be started; S_OK: it could
-    DWORD frames;         // since the webcam was started
-    DWORD brokenFrames;   // of them, those that were of no use
-    DWORD milliseconds;   // from the first to the last
-    bool lost;            // it has stopped sending
+    StreamFormat format;    // as agreed upon
+    HRESULT startResult;    // why the webcam could not be started; S_OK: it could
+    DWORD frames;           // since the webcam was started
+    DWORD brokenFrames;     // of them, those that were of no use
+    LONGLONG milliseconds;  // from the first to the last
+    bool lost;              // it has stopped sending
 };
 
 // Of the webcam that was started last, if no capture filter has been created since. False: there has been
@@ -128,6 +128,10 @@ void SetLibraryModule(HINSTANCE module);
 
 // Whether this thread is handling a message that another thread has sent and is waiting to be answered.
 bool IsSenderWaiting();
+
+// Handles the messages that other threads have sent to windows of this thread. On the desktop what is posted
+// counts as new all the same, for an application that waits for new messages next.
+void LetSentMessagesIn();
 
 // ---- COM ------------------------------------------------------------------------------------------------
 

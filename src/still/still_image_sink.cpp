@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/copy_text.h"
+#include "base/insist.h"
 #include "base/picture_format.h"
 #include "still/bitmap_info.h"
 #include "still/frame_format.h"
@@ -155,7 +156,7 @@ HRESULT StillImageSinkFilter::DoRenderSample(IMediaSample* sample) {
     }
 
     // Whoever waits for the picture is released even when there is none.
-    SetEvent(savedEvent.get());
+    Signal(savedEvent.get());
     NotifyEvent(kEventStillCaptured, 0, 0);
     return result;
 }

@@ -10,6 +10,7 @@
 #include "platform/desktop/camera_driver/webcams.h"
 #include "platform/platform.h"
 #include "properties.h"
+#include "pump.h"
 #include "refused_call.h"
 #include "scene/chart_reader.h"
 
@@ -219,6 +220,28 @@ TEST_CASE("a webcam's own still pin takes the pictures of its sizes, and the vid
         CHECK(graph.stillFrames.WaitFor(before + 1));
     }
     CHECK(kitLiveObjects() == 0);
+}
+
+TEST_CASE("a picture of the webcam's own that is of no use has used up its trigger") {
+    Play(R"({"encoding": "YUY2", "width": 320, "height": 240})",
+         R"(, "webcamStillFormats": [{"encoding": "MJPG", "width": 640, "height": 480}],
+             "webcamHabits": {"brokenFrameEvery": 2})");
+    DriverGraph graph;
+    REQUIRE(graph.BuildDriver() == S_OK);
+    ChooseStill(graph, 640);
+    REQUIRE(SUCCEEDED(graph.Run()));
+    const auto sent = [wanted = kitStillPictures() + 2] { return kitStillPictures() == wanted; };
+    REQUIRE(graph.TriggerStill() == S_OK);
+    REQUIRE(graph.stillFrames.WaitFor(1));
+    REQUIRE(graph.TriggerStill() == S_OK);
+    REQUIRE(PumpUntil(sent));
+    REQUIRE(SUCCEEDED(graph.Stop()));
+    // None is asked for anew.
+    const std::size_t shown = graph.previewFrames.Count();
+    REQUIRE(SUCCEEDED(graph.Run()));
+    REQUIRE(graph.previewFrames.WaitFor(shown + 3));
+    CHECK(sent());
+    CHECK(graph.stillFrames.Count() == 1);
 }
 
 TEST_CASE("frames of the warm-up are let pass after every start") {

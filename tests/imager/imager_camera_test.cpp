@@ -9,6 +9,7 @@
 #include "kit.h"
 #include "camverify/process_counts.h"
 #include "camverify/tables/stamping.h"
+#include "refused_call.h"
 #include "test_window.h"
 
 namespace {
@@ -298,7 +299,9 @@ TEST_CASE_FIXTURE(Fixture, "a refused file name takes no still but leaves its te
     frames.onFrame = [](int number) {
         if (number != 1) return;
         current->SnapPicture(L"a.bmp", 0, 0, 0, 0, 0, 0);
-        refused = current->SnapPicture(L"x.tif", 0, Word(text), 4, 1, 0, Word(font));
+        wchar_t name[] = L"x.tif";  // refused, and gone when the still is written
+        refused = current->SnapPicture(name, 0, Word(text), 4, 1, 0, Word(font));
+        wcscpy(name, L"!.bmp");
     };
     camera->StartPreview();
     REQUIRE(PumpUntil([this] { return window.captured == 1; }));
@@ -307,6 +310,27 @@ TEST_CASE_FIXTURE(Fixture, "a refused file name takes no still but leaves its te
     CHECK(kit::Logged(L"StampText 4 ") == 1);
     CHECK(kit::Logged(L"SaveBmp x.tif") == 1);
     DeleteFileW(L"x.tif");
+}
+
+extern "C" decltype(&PostMessageW) importOfPostMessage TEST_IMPORT(PostMessageW, 16);
+
+namespace {
+std::atomic<int> posts;
+const auto reallyPost = importOfPostMessage;
+
+BOOL WINAPI RefuseFirstPost(HWND window, UINT message, WPARAM first, LPARAM second) {
+    return ++posts == 1 ? FALSE : reallyPost(window, message, first, second);
+}
+}  // namespace
+
+TEST_CASE_FIXTURE(Fixture, "a still is announced though the system refuses to post the message at first") {
+    posts = 0;
+    const Redirected refusal(importOfPostMessage, RefuseFirstPost);
+    Start();
+    REQUIRE(camera->SnapPicture(nullptr, 0, 0, 0, 0, 0, 0) == S_OK);
+    REQUIRE(PumpUntil([this] { return window.captured == 1; }));
+    CHECK(posts == 2);
+    camera->StopPreview();
 }
 
 TEST_CASE_FIXTURE(Fixture, "a still is stamped at the library's position, in the font's height") {
@@ -473,6 +497,14 @@ TEST_CASE_FIXTURE(
         CHECK(HasEnded());
         CHECK(kit::Log().back() == L"Shutdown");  // nothing was called after it
         CHECK(frames.previews.load() == 1);
+    }
+    SUBCASE("it answers no more while it stops") {
+        kit::LoadCalls(L"{\"Stop\": {\"delayMs\": 6500}}");
+        Start();
+        REQUIRE(SeesFrames(1));
+        camera.reset();
+        CHECK(HasEnded());
+        CHECK(kit::Log().back() == L"Shutdown");
     }
     SUBCASE("it answers no more while it stamps a still") {
         kit::LoadCalls(L"{\"StampText\": {\"delayMs\": 6500}}");

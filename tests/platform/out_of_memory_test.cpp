@@ -187,6 +187,7 @@ TEST_CASE("a change of the devices for which there is no memory is told with the
     const HWND window = CreateWindowW(L"Static", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
     REQUIRE(WatchDevices(window, WM_APP));
     const HWND hidden = FindWindowW(L"OcellusDeviceNotifications", nullptr);
+    CHECK(SendMessageW(hidden, WM_CLOSE, 0, 0) == 0);
     int failures = 0;
     for (refused = 1; refused;) {
         refused = 0;
@@ -211,6 +212,43 @@ BOOL WINAPI RefuseFirst(DWORD thread, UINT message, WPARAM first, LPARAM second)
     return ++asked == 1 ? FALSE : reallyPost(thread, message, first, second);
 }
 }  // namespace
+
+namespace {
+HWND watcher;
+WNDPROC watcherBefore;
+
+LRESULT CALLBACK WatchAnew(HWND window, UINT message, WPARAM first, LPARAM second) {
+    if (message != WM_APP) return CallWindowProcW(watcherBefore, window, message, first, second);
+    return WatchDevices(nullptr, 0) && WatchDevices(window, WM_APP + 1);
+}
+
+DWORD WINAPI AskToWatchAnew(void*) {
+    return static_cast<DWORD>(SendMessageW(watcher, WM_APP, 0, 0));
+}
+}  // namespace
+
+TEST_CASE("a message that comes in while a watch ends may begin the next one") {
+    watcher = CreateWindowW(L"Static", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    watcherBefore = reinterpret_cast<WNDPROC>(
+        SetWindowLongPtrW(watcher, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(WatchAnew)));
+    const auto hidden = [] { return FindWindowW(L"OcellusDeviceNotifications", nullptr); };
+    REQUIRE(WatchDevices(watcher, WM_APP + 1));
+    const HWND first = hidden();
+    const UniqueHandle sender(CreateThread(nullptr, 0, AskToWatchAnew, nullptr, 0, nullptr));
+    {
+        asked = 0;
+        const Redirected refusal(postThreadMessage, RefuseFirst);
+        CHECK(WatchDevices(nullptr, 0));
+    }
+    DWORD answer = FALSE;
+    REQUIRE(WaitForSingleObject(sender.get(), INFINITE) == WAIT_OBJECT_0);
+    CHECK((GetExitCodeThread(sender.get(), &answer) && answer == TRUE));
+    CHECK_FALSE(IsWindow(first));
+    CHECK(hidden());
+    CHECK(WatchDevices(nullptr, 0));
+    CHECK_FALSE(hidden());
+    DestroyWindow(watcher);
+}
 
 TEST_CASE("a window's thread whose end cannot be asked for is asked again") {
     const UniqueMessageQueue queue = MakeQueue();

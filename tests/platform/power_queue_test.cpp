@@ -88,6 +88,8 @@ TEST_CASE("a resume reaches everybody who asked, and the window goes with the la
         const HWND window = NotificationWindow();
         REQUIRE(window);
 
+        CHECK(SendMessageW(window, WM_CLOSE, 0, 0) == 0);
+        CHECK(IsWindow(window));
         // Of the two messages the system sends only one counts.
         CHECK(SendMessageW(window, WM_POWERBROADCAST, PBT_APMRESUMESUSPEND, 0) == TRUE);
         PostMessageW(window, WM_POWERBROADCAST, PBT_APMRESUMEAUTOMATIC, 0);

@@ -91,6 +91,11 @@ bool IsSenderWaiting() {
     return InSendMessage();
 }
 
+void LetSentMessagesIn() {
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
+}
+
 HRESULT CreateOwnFilter(REFCLSID id, DWORD context, REFIID interfaceId, void** out) {
     return CoCreateInstance(id, nullptr, context, interfaceId, out);
 }

@@ -25,6 +25,11 @@ bool IsSenderWaiting() {
     return (InSendMessageEx(nullptr) & (ISMEX_SEND | ISMEX_REPLIED)) == ISMEX_SEND;
 }
 
+void LetSentMessagesIn() {
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+}
+
 COLORREF DeviceTextColor(COLORREF color) {
     return color & kColorMask;
 }

@@ -4,7 +4,8 @@
 
 #include <utility>
 
-#include "base/message_wait.h"
+#include "base/insist.h"
+#include "platform/message_wait.h"
 #include "platform/platform.h"
 
 namespace cam::platform {
@@ -43,7 +44,7 @@ void HiddenWindow::ServeMessages(HANDLE ready) const {
     const HWND window = CreateWindowExW(WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE, className, L"", WS_POPUP, 0, 0,
                                         0, 0, nullptr, nullptr, windowClass.hInstance, nullptr);
     if (window) {
-        SetEvent(ready);
+        Signal(ready);
         MSG message;
         while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
         DestroyWindow(window);
@@ -72,12 +73,14 @@ bool HiddenWindow::Open() {
 
 void HiddenWindow::Close() {
     if (!thread) return;
+    // A message that comes in meanwhile may open the next one.
+    const UniqueHandle ending = std::move(thread);
+    const DWORD endingId = threadId;
     // A system that is short of something may refuse to post it.
     constexpr DWORD kAgainMs = 100;
     do {
-        PostThreadMessageW(threadId, WM_QUIT, 0, 0);
-    } while (WaitLettingSentMessagesIn(thread.get(), kAgainMs) == WAIT_TIMEOUT);
-    thread.reset();
+        PostThreadMessageW(endingId, WM_QUIT, 0, 0);
+    } while (WaitLettingSentMessagesIn(ending.get(), kAgainMs) == WAIT_TIMEOUT);
 }
 
 }  // namespace cam::platform

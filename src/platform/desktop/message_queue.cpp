@@ -9,6 +9,7 @@
 #include <new>
 #include <vector>
 
+#include "base/insist.h"
 #include "base/lock.h"
 #include "base/unique_resource.h"
 #include "platform/platform.h"
@@ -61,7 +62,7 @@ BOOL WriteMsgQueue(HANDLE handle, const void* message, DWORD size) try {
     if (queue.messages.size() >= queue.maximumMessages || size > queue.maximumSize) return FALSE;
     const auto* bytes = static_cast<const BYTE*>(message);
     queue.messages.emplace_back(bytes, bytes + size);
-    return SetEvent(handle);
+    return Signal(handle);
 } catch (const std::bad_alloc&) {
     return FALSE;
 }

@@ -41,6 +41,8 @@ void TellEverybody() {
 }
 
 LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    // A program that asks all windows to close does not mean this one.
+    if (message == WM_CLOSE) return 0;
     if (message != WM_POWERBROADCAST) return DefWindowProcW(window, message, wParam, lParam);
     if (wParam == PBT_APMRESUMEAUTOMATIC) TellEverybody();
     return TRUE;

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "base/automation.h"
 #include "base/hresult.h"
+#include "base/insist.h"
 #include "platform/desktop/camera_driver/stream_report.h"
 #include "platform/desktop/camera_driver/webcams.h"
 #include "platform/platform.h"
@@ -69,19 +71,27 @@ HRESULT STDMETHODCALLTYPE CameraDriver::Load(IPropertyBag* bag, IErrorLog* error
     return E_OUTOFMEMORY;
 }
 
-HRESULT CameraDriver::OpenWebcam() {
+// What is known of the webcam is known as a whole, or not at all.
+HRESULT CameraDriver::OpenWebcam() try {
     CAM_RETURN_IF_FAILED(webcam.Open(identity));
     lost = false;
     if (!formats.empty()) return S_OK;
-    CAM_RETURN_IF_FAILED(CopyFormats(webcam.Formats(), formats));
-    CAM_RETURN_IF_FAILED(CopyFormats(webcam.StillFormats(), stillFormats));
-    sizes = SizesOf(formats);
-    previewSize = stillSize = PreviewSize(sizes);
-    for (const PictureSize size : SizesOf(stillFormats)) {
-        if (std::find(sizes.begin(), sizes.end(), size) == sizes.end()) sizes.push_back(size);
+    std::vector<SourceFormat> ofVideo, ofStills;
+    CAM_RETURN_IF_FAILED(CopyFormats(webcam.Formats(), ofVideo));
+    CAM_RETURN_IF_FAILED(CopyFormats(webcam.StillFormats(), ofStills));
+    std::vector<PictureSize> ofAll = SizesOf(ofVideo);
+    const PictureSize first = PreviewSize(ofAll);
+    for (const PictureSize size : SizesOf(ofStills)) {
+        if (std::find(ofAll.begin(), ofAll.end(), size) == ofAll.end()) ofAll.push_back(size);
     }
-    scaler = std::make_unique<PreviewScaler>(previewSize.width, previewSize.height);
+    scaler = std::make_unique<PreviewScaler>(first.width, first.height);
+    previewSize = stillSize = first;
+    sizes = std::move(ofAll);
+    formats = std::move(ofVideo);
+    stillFormats = std::move(ofStills);
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
 }
 
 const SourceFormat* CameraDriver::FormatOf(PictureSize size) const {
@@ -128,8 +138,11 @@ HRESULT CameraDriver::StartWebcam() {
 
 void CameraDriver::EndThread() {
     if (!thread) return;
-    SetEvent(stopping.get());
-    WaitForSingleObject(thread.get(), INFINITE);
+    // A system that is short of something may refuse either: the thread uses this object, and has to be gone.
+    constexpr DWORD kAgainMs = 100;
+    do {
+        Signal(stopping.get());
+    } while (WaitForSingleObject(thread.get(), kAgainMs) != WAIT_OBJECT_0);
     thread.reset();
 }
 
@@ -181,8 +194,14 @@ HRESULT CameraDriver::TriggerStill() {
     ++triggers;
     if (!hasOwnStills || !running) return S_OK;
     const HRESULT result = webcam.TriggerStill();
-    if (FAILED(result)) --triggers;
+    if (FAILED(result)) DropTrigger();
     return result;
+}
+
+void CameraDriver::DropTrigger() {
+    LONG left = triggers;
+    while (left > 0 && !triggers.compare_exchange_weak(left, left - 1)) {
+    }
 }
 
 }  // namespace cam::driver

@@ -62,7 +62,7 @@ class CameraDriver final : public filter_base::CameraFilter, private FrameReceiv
       public:
         explicit StillReceiver(CameraDriver& owner) : driver(owner) {}
         void OnFrame(const SourceShape& shape, std::span<const std::uint8_t> sample) override;
-        void OnBrokenFrame() override {}
+        void OnBrokenFrame() override { driver.DropTrigger(); }
         void OnEnd() override {}
 
       private:
@@ -82,7 +82,8 @@ class CameraDriver final : public filter_base::CameraFilter, private FrameReceiv
     DWORD TimeLeft() const;
     void Lose();
     void SendPreview(const SourcePicture& picture);
-    void KeepStill(const SourcePicture& picture);
+    bool KeepStill(const SourcePicture& picture);
+    void DropTrigger();
     void SendStill();
     void OnFrame(const SourceShape& shape, std::span<const std::uint8_t> sample) override;
     void OnBrokenFrame() override;

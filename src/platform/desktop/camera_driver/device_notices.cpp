@@ -59,6 +59,8 @@ void Compare() {
 }
 
 LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    // A program that asks all windows to close does not mean this one.
+    if (message == WM_CLOSE) return 0;
     if (message != WM_DEVICECHANGE) return DefWindowProcW(window, message, wParam, lParam);
     try {
         Compare();
@@ -86,8 +88,8 @@ BOOL WatchDevices(HWND window, UINT message) {
     using namespace driver;
     const auto hidden = theWindow.Locked();
     if (!window) {
-        hidden->Close();
         *theWatch.Locked() = {};
+        hidden->Close();
         return TRUE;
     }
     const Identities now = ListIdentities();

@@ -71,9 +71,12 @@ HRESULT ListDeviceFormats(const wchar_t* legacyName, std::vector<StreamFormat>& 
 bool GetStreamState(StreamState* state) {
     const auto report = driver::theStreamReport.Locked();
     if (report->shape.width == 0) return false;
-    *state = {
-        Describe(report->shape, report->frameTime), report->startResult, report->frames, report->brokenFrames,
-        report->lastTick - report->firstTick,       report->lost};
+    *state = {Describe(report->shape, report->frameTime),
+              report->startResult,
+              report->frames,
+              report->brokenFrames,
+              report->milliseconds,
+              report->lost};
     return true;
 }
 

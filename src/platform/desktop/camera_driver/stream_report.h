@@ -18,7 +18,8 @@ struct StreamReport {
     HRESULT startResult = S_OK;
     DWORD frames = 0;        // that came since the start
     DWORD brokenFrames = 0;  // of them, those of no use
-    DWORD firstTick = 0, lastTick = 0;
+    DWORD lastTick = 0;
+    LONGLONG milliseconds = 0;  // from the first frame to the last
     bool lost = false;
 };
 

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "base/frame.h"
+#include "base/insist.h"
 #include "platform/desktop/camera_driver/camera_driver.h"
 #include "platform/desktop/camera_driver/device_notices.h"
 #include "platform/desktop/camera_driver/stream_report.h"
@@ -26,7 +27,7 @@ void CameraDriver::OnFrame(const SourceShape& shape, std::span<const std::uint8_
     bool isWarmingUp;
     {
         const auto report = theStreamReport.Locked();
-        if (report->frames == 0) report->firstTick = now;
+        if (report->frames != 0) report->milliseconds += now - report->lastTick;
         report->lastTick = now;
         isWarmingUp = report->frames++ < theWarmUpFrames;
     }
@@ -48,7 +49,7 @@ void CameraDriver::OnBrokenFrame() {
 }
 
 void CameraDriver::OnEnd() {
-    SetEvent(ended.get());
+    Signal(ended.get());
 }
 
 void CameraDriver::SendPreview(const SourcePicture& picture) {
@@ -59,26 +60,32 @@ void CameraDriver::SendPreview(const SourcePicture& picture) {
     preview.Send(*sample.get());
 }
 
-// One for which there is no trigger comes from the button on the webcam: nobody has asked for it.
-void CameraDriver::StillReceiver::OnFrame(const SourceShape& shape,
-                                          std::span<const std::uint8_t> sample) try {
-    if (const auto picture = jpeg.Read(shape, sample)) driver.KeepStill(*picture);
-} catch (const std::bad_alloc&) {
-    // The picture is left out.
+// One for which there is no trigger comes from the button on the webcam: nobody has asked for it. One that is
+// of no use has used up its trigger: what comes later has not been asked for.
+void CameraDriver::StillReceiver::OnFrame(const SourceShape& shape, std::span<const std::uint8_t> sample) {
+    bool isKept = false;
+    try {
+        const auto picture = jpeg.Read(shape, sample);
+        isKept = picture && driver.KeepStill(*picture);
+    } catch (const std::bad_alloc&) {
+        // The picture is left out.
+    }
+    if (!isKept) driver.DropTrigger();
 }
 
 // The picture waits for the driver's thread. While one of the video waits there, the next trigger waits for a
 // later frame; of the webcam's own stills each belongs to its trigger.
-void CameraDriver::KeepStill(const SourcePicture& picture) {
-    if (triggers <= 0) return;
+bool CameraDriver::KeepStill(const SourcePicture& picture) {
+    if (triggers <= 0) return false;
     const SourceShape& shape = picture.Shape();
-    if (PictureSize{shape.width, shape.height} != stillSize) return;
+    if (PictureSize{shape.width, shape.height} != stillSize) return false;
     const auto pending = pendingStills.Locked();
-    if (!hasOwnStills && !pending->empty()) return;
+    if (!hasOwnStills && !pending->empty()) return false;
     pending->emplace_back(RowStride(shape.width) * shape.height);
     MakeStill(picture, pending->back().data());
     --triggers;
-    SetEvent(stillReady.get());
+    Signal(stillReady.get());
+    return true;
 }
 
 // ---- On the driver's thread -----------------------------------------------------------------------------
@@ -91,7 +98,8 @@ DWORD WINAPI CameraDriver::Thread(void* driver) {
 DWORD CameraDriver::TimeLeft() const {
     if (lost) return INFINITE;
     const DWORD limit = hasFrames ? kNextFrameMs : kFirstFrameMs;
-    const DWORD gone = GetTickCount() - lastFrame;
+    const DWORD last = lastFrame;  // first: a frame may come in between, and would be later than now
+    const DWORD gone = GetTickCount() - last;
     return gone < limit ? limit - gone : 0;
 }
 
@@ -114,6 +122,9 @@ void CameraDriver::Watch() {
             case WAIT_OBJECT_0 + 3:
                 if (webcam.TakeEvents()) Lose();
                 break;
+            case WAIT_FAILED:
+                Sleep(1);
+                [[fallthrough]];
             default:
                 if (TimeLeft() == 0) Lose();
                 break;

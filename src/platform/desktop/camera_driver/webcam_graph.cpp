@@ -18,6 +18,9 @@ namespace {
 // What stopping a webcam may take: some wait for the frame that is on its way.
 constexpr DWORD kStopMs = 2000;
 
+// Of a filter that lists pins without an end, the first so many.
+constexpr int kMaxPins = 100;
+
 bool HasCategory(IPin& pin, const GUID& wanted) {
     PIN_DIRECTION direction;
     ComPtr<filter_base::KsPropertySet> properties;
@@ -35,8 +38,8 @@ HRESULT FindPin(IBaseFilter& filter, const GUID& category, ComPtr<IPin>& out) {
     ComPtr<IEnumPins> pins;
     CAM_RETURN_IF_FAILED(filter.EnumPins(pins.put()));
     ComPtr<IPin> pin;
-    while (pins->Next(1, pin.put(), nullptr) == S_OK) {
-        if (!HasCategory(*pin.get(), category)) continue;
+    for (int left = kMaxPins; pins && left > 0 && pins->Next(1, pin.put(), nullptr) == S_OK; --left) {
+        if (!pin || !HasCategory(*pin.get(), category)) continue;
         out = pin;
         return S_OK;
     }
@@ -105,7 +108,7 @@ void WebcamGraph::Branch::SendTo(FrameReceiver* receiver) {
 
 // ---- The graph ------------------------------------------------------------------------------------------
 
-HRESULT WebcamGraph::Open(const std::wstring& identity) {
+HRESULT WebcamGraph::Open(const std::wstring& identity) try {
     Close();
     const auto webcam = FindWebcam(identity);
     if (!webcam) return HresultFromError(ERROR_DEVICE_NOT_CONNECTED);
@@ -114,6 +117,9 @@ HRESULT WebcamGraph::Open(const std::wstring& identity) {
     if (SUCCEEDED(result)) result = BuildStills();
     if (FAILED(result)) Close();
     return result;
+} catch (const std::bad_alloc&) {
+    Close();
+    return E_OUTOFMEMORY;
 }
 
 HRESULT WebcamGraph::Build(const Webcam& webcam) {

@@ -1,6 +1,7 @@
 #include "platform/desktop/camera_driver/webcams.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "base/automation.h"
 #include "base/lock.h"
@@ -37,10 +38,9 @@ std::wstring ReadText(IPropertyBag& bag, const wchar_t* property) {
 
 std::wstring DisplayName(IMoniker& moniker) {
     LPOLESTR text = nullptr;
-    if (FAILED(moniker.GetDisplayName(nullptr, nullptr, &text))) return {};
-    std::wstring name = text;
-    CoTaskMemFree(text);
-    return name;
+    if (FAILED(moniker.GetDisplayName(nullptr, nullptr, &text)) || !text) return {};
+    const std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)> owner(text, CoTaskMemFree);
+    return text;
 }
 
 Webcam Describe(const ComPtr<IMoniker>& moniker) {

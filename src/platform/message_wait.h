@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include "platform/platform.h"
+
 namespace cam {
 
 // Waits for `handle`, by default without time-out, and meanwhile lets messages in that other threads send to
@@ -24,8 +26,7 @@ inline DWORD WaitLettingSentMessagesIn(HANDLE handle, DWORD timeoutMs = INFINITE
         } else if (woken != WAIT_OBJECT_0 + 1) {
             return woken;
         }
-        MSG message;
-        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
+        platform::LetSentMessagesIn();
     }
 }
 
