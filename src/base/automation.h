@@ -8,10 +8,16 @@
 
 namespace cam {
 
-// Thrown when a string cannot be allocated, with E_OUTOFMEMORY. Never leaves the library.
+// Thrown when there is no memory, with E_OUTOFMEMORY. Never leaves the library.
 struct HresultError {
     HRESULT code;
 };
+
+// What else a call answered. Throws HresultError.
+inline HRESULT ThrowIfNoMemory(HRESULT result) {
+    if (result == E_OUTOFMEMORY) throw HresultError{result};
+    return result;
+}
 
 class Bstr : public UniqueResource<BSTR, SysFreeString> {
   public:

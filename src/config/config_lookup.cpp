@@ -38,13 +38,13 @@ ConfigNode ConfigNode::FirstText() const {
 
 ConfigNode ConfigNode::FirstChild() const {
     ConfigNode child;
-    if (node && FAILED(node->get_firstChild(child.put()))) return {};
+    if (node && FAILED(ThrowIfNoMemory(node->get_firstChild(child.put())))) return {};
     return child;
 }
 
 ConfigNode ConfigNode::NextSibling() const {
     ConfigNode next;
-    if (node && FAILED(node->get_nextSibling(next.put()))) return {};
+    if (node && FAILED(ThrowIfNoMemory(node->get_nextSibling(next.put())))) return {};
     return next;
 }
 

@@ -20,7 +20,9 @@ ComPtr<IXMLDOMElement> ElementOf(IXMLDOMNode* node) {
 bool ReadAttribute(IXMLDOMNode* node, const wchar_t* attribute, Variant* value) {
     const ComPtr<IXMLDOMElement> element = ElementOf(node);
     // A missing attribute is a success without a string.
-    return element && SUCCEEDED(element->getAttribute(Bstr(attribute).get(), value->put())) && value->text();
+    return element &&
+           SUCCEEDED(ThrowIfNoMemory(element->getAttribute(Bstr(attribute).get(), value->put()))) &&
+           value->text();
 }
 
 }  // namespace

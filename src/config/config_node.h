@@ -31,7 +31,7 @@ inline constexpr int kFlagField = 0x300;
 // A reference to a node, which keeps the document alive. No node is one without name, attributes and
 // children. Documents and their nodes are used by one thread at a time. Lookups answer with no node for what
 // is missing, deleted or misnamed; nothing fails but by a false or empty result, and by HresultError when no
-// memory is left for a string.
+// memory is left.
 class ConfigNode {
   public:
     ConfigNode() = default;

@@ -11,6 +11,7 @@
 #include <thread>
 #include <utility>
 
+#include "refused_call.h"
 #include "still/encoders/byte_sink.h"
 #include "still/encoders/jpeg_encoder.h"
 #include "still/encoders/jpeg_quality.h"
@@ -240,6 +241,36 @@ TEST_CASE("a picture that the library refuses is deleted again") {
     unreadable.frame.bytes = {reinterpret_cast<BYTE*>(UINT_PTR{16}), unreadable.frame.bytes.size()};
     CHECK((WriteBmp(unreadable.picture, unreadable.frame) & 0x80000000) != 0);
     CHECK(!FileExists(bmp));
+}
+
+extern "C" decltype(&DeleteFileW) importOfDeleteFile TEST_IMPORT(DeleteFileW, 4);
+
+namespace {
+int refusedDeletions;
+const auto reallyDelete = importOfDeleteFile;
+
+BOOL WINAPI DeleteOrRefuse(const wchar_t* name) {
+    return refusedDeletions-- > 0 ? FALSE : reallyDelete(name);
+}
+}  // namespace
+
+TEST_CASE("half a picture does not stay, though somebody else holds its file") {
+    for (const int refused : {1, 1000}) {
+        CAPTURE(refused);
+        const std::wstring name = InFolder(L"held.bmp");
+        TestPicture unreadable(PixelFormat::Rgb565, 640, 480, name);
+        unreadable.writer().Prepare();
+        unreadable.frame.bytes = {reinterpret_cast<BYTE*>(UINT_PTR{16}), unreadable.frame.bytes.size()};
+        refusedDeletions = refused;
+        {
+            const Redirected refusal(importOfDeleteFile, DeleteOrRefuse);
+            CHECK((WriteBmp(unreadable.picture, unreadable.frame) & 0x80000000) != 0);
+        }
+        WIN32_FILE_ATTRIBUTE_DATA data = {};
+        CHECK((GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data) != FALSE) == (refused > 1));
+        CHECK(data.nFileSizeLow == 0);
+        DeleteFileW(name.c_str());
+    }
 }
 
 TEST_CASE("a device that takes no more ends the picture with the device's error") {

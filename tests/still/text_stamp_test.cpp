@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "refused_call.h"
 #include "still/image_writer.h"
 #include "still/test_picture.h"
 #include "still/text/text_layout.h"
@@ -264,6 +265,24 @@ TEST_CASE("without a surface to draw on stamping ends with 87 and the text stays
     }
     CHECK(result == S_OK);
     for (const HGDIOBJ object : hoard) DeleteObject(object);
+}
+
+extern "C" decltype(&GetTextExtentExPointW) importOfTextExtent TEST_IMPORT(GetTextExtentExPointW, 28);
+
+namespace {
+BOOL WINAPI RefuseToMeasure(HDC, const wchar_t*, int, int, int*, int*, SIZE*) {
+    return FALSE;
+}
+}  // namespace
+
+TEST_CASE("a text that cannot be measured stays for the next picture") {
+    const Font font(-12);
+    HRESULT result = S_OK;
+    const Redirected refusal(importOfTextExtent, RefuseToMeasure);
+    TestPicture picture = Stamped(100, 60, {L"one", 0}, font, &result);
+    CHECK(result == ERROR_INVALID_PARAMETER);
+    CHECK(picture.picture.overlayText);
+    CHECK(Seen(picture) == std::vector<WORD>(100 * 60, kGround));
 }
 
 TEST_CASE("a line that would need an impossible surface ends stamping with 87") {

@@ -1,6 +1,7 @@
 #include "still/encoders/picture_file.h"
 
 #include "base/hresult.h"
+#include "base/insist.h"
 
 namespace cam::still {
 
@@ -31,9 +32,13 @@ bool PictureFile::WriteAt(DWORD offset, std::span<const std::uint8_t> bytes) {
 
 DWORD PictureFile::Finish(EncodeStatus status) {
     if (handle) {
+        const DWORD error = GetLastError();
+        if (status != EncodeStatus::Done) Restart();  // half a picture stays in no case
         CloseHandle(handle);
         handle = nullptr;
-        if (status != EncodeStatus::Done) DeleteFileW(name);
+        SetLastError(error);
+        // Whoever looks at every new file may hold it open for a moment.
+        if (status != EncodeStatus::Done) Insist([this] { return DeleteFileW(name) != FALSE; });
     }
     switch (status) {
         case EncodeStatus::Done:

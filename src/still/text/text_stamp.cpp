@@ -1,6 +1,7 @@
 #include "still/text/text_stamp.h"
 
 #include <climits>
+#include <optional>
 
 #include "base/unique_resource.h"
 #include "platform/platform.h"
@@ -51,7 +52,9 @@ class TextStamp {
         for (std::uint32_t index = 0; index < lineCount; ++index) {
             const auto line = lines.Next();
             if (!line) break;
-            const auto box = PlaceLine(frame, picture.textPosition, index, lineCount, Measure(*line));
+            const auto extent = Measure(*line);
+            if (!extent) return kBitmapSectionFailed;
+            const auto box = PlaceLine(frame, picture.textPosition, index, lineCount, *extent);
             if (!box) return E_INVALIDARG;
             if (!box->isVisible(frame)) continue;
             if (const HRESULT result = StampLine(*box, DrawnPart(*line))) return result;
@@ -60,11 +63,14 @@ class TextStamp {
     }
 
   private:
-    TextExtent Measure(std::wstring_view line) const {
+    std::optional<TextExtent> Measure(std::wstring_view line) const {
         SIZE size = {0, 0};
-        GetTextExtentExPointW(dc.get(), line.data(), static_cast<int>(line.size()), 0, nullptr, nullptr,
-                              &size);
-        return {size.cx, size.cy};
+        if (!GetTextExtentExPointW(dc.get(), line.data(), static_cast<int>(line.size()), 0, nullptr, nullptr,
+                                   &size) &&
+            !line.empty()) {
+            return std::nullopt;
+        }
+        return TextExtent{size.cx, size.cy};
     }
 
     HRESULT StampLine(const TextBox& box, std::wstring_view line) {
